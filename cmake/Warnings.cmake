@@ -1,0 +1,5 @@
+add_library(orv_warnings INTERFACE)
+target_compile_options(orv_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wimplicit-fallthrough
+    $<$<BOOL:${ORV_WERROR}>:-Werror>)

@@ -1,0 +1,94 @@
+#include <orv/utility/Error.hpp>
+
+#include <system_error>
+
+namespace orv {
+
+struct Error::Content {
+    std::string message;
+    std::string sentence;
+    std::optional<Url> path;
+    std::optional<int> code;
+    Kind kind = Kind::request;
+};
+
+Error::Error(std::string text) : Error(Content{text, text, {}, {}, Kind::request}) {}
+
+Error::Error(Content content) : content_(std::make_shared<const Content>(std::move(content))) {}
+
+const std::string& Error::message() const noexcept
+{
+    return content_->message;
+}
+
+const std::string& Error::sentence() const noexcept
+{
+    return content_->sentence;
+}
+
+const std::optional<Url>& Error::path() const noexcept
+{
+    return content_->path;
+}
+
+std::optional<int> Error::code() const noexcept
+{
+    return content_->code;
+}
+
+Error::Kind Error::kind() const noexcept
+{
+    return content_->kind;
+}
+
+Error Error::at(const Url& path) const
+{
+    Content content = *content_;
+    content.path = path;
+    return Error(std::move(content));
+}
+
+Error Error::because_of(const Error& cause) const
+{
+    Content content = *content_;
+    content.code = cause.code();
+    content.kind = cause.kind();
+    if (!content.path)
+        content.path = cause.path();
+    return Error(std::move(content));
+}
+
+Error Error::appending_error(const Error& cause) const
+{
+    Content content = *because_of(cause).content_;
+    content.message.append(": ").append(cause.message());
+    return Error(std::move(content));
+}
+
+Error error_msg(std::string_view sentence, std::string_view source, std::string_view signature,
+                int line)
+{
+    std::string message(sentence);
+    message.append(" (").append(source).append(", ").append(signature);
+    message.append(", line ").append(std::to_string(line)).append(")");
+    return Error(Error::Content{std::move(message), std::string(sentence), {}, {}, {}});
+}
+
+Error platform_error(int code, const Url& path)
+{
+    const std::string sentence = std::generic_category().message(code) + ".";
+    return Error(Error::Content{sentence + " (" + path.path() + ")", sentence, path, code,
+                                Error::Kind::platform});
+}
+
+Error database_error(int code, std::string_view text)
+{
+    const std::string sentence = "The database reports: " + std::string(text) + ".";
+    return Error(Error::Content{sentence + " (SQLite code " + std::to_string(code) + ")",
+                                sentence,
+                                {},
+                                code,
+                                Error::Kind::database});
+}
+
+} // namespace orv

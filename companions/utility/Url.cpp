@@ -1,0 +1,217 @@
+#include <orv/utility/Url.hpp>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <memory>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+// As many links as the kernel itself follows in one path.
+constexpr int max_links = 40;
+
+std::string without_trailing_slashes(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
+std::string joined(const std::string& folder, std::string_view name)
+{
+    std::string path = folder;
+    if (path.empty() || path.back() != '/')
+        path += '/';
+    return path.append(name);
+}
+
+std::size_t name_start(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? 0 : slash + 1;
+}
+
+/// Where the extension's dot stands in `path`, if its name has an extension.
+std::optional<std::size_t> extension_dot(const std::string& path)
+{
+    const std::size_t start = name_start(path);
+    const std::size_t dot = path.rfind('.');
+    if (dot == std::string::npos || dot + 1 == path.size())
+        return std::nullopt;
+    if (path.find_first_not_of('.', start) >= dot)
+        return std::nullopt;
+    return dot;
+}
+
+std::optional<std::string> real_path(const std::string& path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
+                                                               &std::free);
+    if (!resolved)
+        return std::nullopt;
+    return std::string(resolved.get());
+}
+
+std::optional<std::string> link_text(const std::string& path)
+{
+    std::array<char, PATH_MAX> text{};
+    const ssize_t length = ::readlink(path.c_str(), text.data(), text.size());
+    if (length < 0)
+        return std::nullopt;
+    return std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+/// Resolves the part of `path` that exists; what follows it is taken by its text.
+std::optional<std::string> resolved(const std::string& path, int& links_left)
+{
+    if (auto real = real_path(path))
+        return real;
+    if (path == "/" || errno == ELOOP)
+        return std::nullopt;
+
+    const Url url(path);
+    const auto folder = resolved(url.deleting_last_path_component().path(), links_left);
+    if (!folder)
+        return std::nullopt;
+    const std::string place = joined(*folder, url.last_path_component());
+    const auto target = link_text(place);
+    if (!target)
+        return Url(place).standardized().path();
+    if (links_left-- == 0)
+        return std::nullopt;
+    return resolved(target->starts_with('/') ? *target : joined(*folder, *target), links_left);
+}
+
+} // namespace
+
+Url::Url(std::string_view path)
+{
+    if (path.empty() || path.find('\0') != std::string_view::npos)
+        return;
+    if (path.front() == '/')
+        path_ = without_trailing_slashes(std::string(path));
+    else
+        path_ = without_trailing_slashes(joined(std::filesystem::current_path().native(), path));
+}
+
+Url Url::standardized() const
+{
+    Url result;
+    std::size_t start = 0;
+    while (start < path_.size()) {
+        const std::size_t end = std::min(path_.find('/', start), path_.size());
+        const std::string_view name(path_.data() + start, end - start);
+        if (name == "..")
+            result.path_.resize(result.path_.empty() ? 0 : result.path_.rfind('/'));
+        else if (!name.empty() && name != ".")
+            result.path_.append("/").append(name);
+        start = end + 1;
+    }
+    if (result.path_.empty() && !path_.empty())
+        result.path_ = "/";
+    return result;
+}
+
+Url Url::resolving_symlinks() const
+{
+    if (path_.empty())
+        return *this;
+    int links_left = max_links;
+    auto path = resolved(path_, links_left);
+    return path ? Url(*path) : standardized();
+}
+
+std::vector<std::string> Url::components() const
+{
+    std::vector<std::string> names;
+    if (path_.empty())
+        return names;
+    names.emplace_back("/");
+    std::size_t start = 1;
+    while (start < path_.size()) {
+        const std::size_t end = std::min(path_.find('/', start), path_.size());
+        if (end > start)
+            names.push_back(path_.substr(start, end - start));
+        start = end + 1;
+    }
+    return names;
+}
+
+std::string Url::last_path_component() const
+{
+    return path_ == "/" ? path_ : path_.substr(name_start(path_));
+}
+
+std::string Url::path_extension() const
+{
+    const auto dot = extension_dot(path_);
+    return dot ? path_.substr(*dot + 1) : std::string();
+}
+
+Url Url::deleting_path_extension() const
+{
+    Url result = *this;
+    if (const auto dot = extension_dot(path_))
+        result.path_.resize(*dot);
+    return result;
+}
+
+Url Url::appending(std::string_view name) const
+{
+    while (name.starts_with('/'))
+        name.remove_prefix(1);
+    if (name.empty() || name.find('\0') != std::string_view::npos)
+        return name.empty() ? *this : Url();
+    Url result;
+    result.path_ = without_trailing_slashes(joined(path_, name));
+    return result;
+}
+
+Url Url::deleting_last_path_component() const
+{
+    Url result = *this;
+    if (!path_.empty())
+        result.path_.resize(std::max<std::size_t>(1, path_.rfind('/')));
+    result.path_ = without_trailing_slashes(std::move(result.path_));
+    return result;
+}
+
+std::string Url::description() const
+{
+    static constexpr std::string_view unescaped =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+        "0123456789-._~!$&'()*+,;=:@/";
+    static constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string text = "file://";
+    for (const char c : path_) {
+        if (unescaped.find(c) != std::string_view::npos) {
+            text += c;
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
+            text += {'%', digits[byte >> 4], digits[byte & 0xF]};
+        }
+    }
+    return text;
+}
+
+std::optional<std::string> relative_path(const Url& url, const Url& base)
+{
+    const std::string path = url.standardized().path();
+    std::string folder = base.standardized().path();
+    if (folder.empty() || path.empty())
+        return std::nullopt;
+    if (path == folder)
+        return std::string();
+    if (folder != "/")
+        folder += '/';
+    if (!path.starts_with(folder))
+        return std::nullopt;
+    return path.substr(folder.size());
+}
+
+} // namespace orv

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <orv/Misc/FileItem.hpp>
+#include <orv/Operations/CopyOpr.hpp>
+#include <orv/Operations/DeleteOpr.hpp>
+#include <orv/Operations/FetchItemsOpr.hpp>
+#include <orv/Operations/FolderSizeOpr.hpp>
+#include <orv/Operations/MultiDeleteOpr.hpp>
+#include <orv/Operations/NewFolderOpr.hpp>
+#include <orv/Operations/SnglCopyOpr.hpp>
+#include <orv/utility/Locations.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace orv {
+
+class DBManager;
+
+/// The library's entry point: starts every request on URLs.
+///
+/// Each method that takes a `status_closure` starts a request in the background and returns its
+/// operation at once. The closure is called on the main thread, the last time with the final
+/// status, and destroyed there afterwards; it may be empty. Locks that requests take on what they
+/// read and write hold within this process.
+///
+/// Threading: any, unless said otherwise.
+/// Errors: a request's come with its final status. An unusable database ends the process.
+class OrvFileManager {
+public:
+    /// Sets where the library keeps things.
+    ///
+    /// Threading: to be called before anything else of the library; later the process ends.
+    static void configure(Locations locations);
+
+    /// The one manager, made on first use: creates the folder for files that are being built,
+    /// removes what dead processes left in it, and opens the database.
+    static OrvFileManager& singleton();
+
+    /// Makes the manager now, so that the first request need not wait for it.
+    static void create_singleton();
+
+    /// Whether requests insert pauses, so that tests can observe them at work. Off at first.
+    [[nodiscard]] static bool test_mode();
+    static void set_test_mode(bool on);
+
+    OrvFileManager(const OrvFileManager&) = delete;
+    OrvFileManager& operator=(const OrvFileManager&) = delete;
+
+    /// Copies one file, or one folder without what is in it. Works in test mode only; otherwise it
+    /// prints a warning and returns an operation that never starts.
+    std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool overwrite,
+                                                   SnglCopyOperation::StatusClosure status_closure);
+
+    /// Copies the item at `src_url` so that it is found at `dest_url`. Symbolic links in both are
+    /// resolved first.
+    std::shared_ptr<CopyOperation> copy(Url src_url, Url dest_url,
+                                        CopyOperation::StatusClosure status_closure);
+
+    /// Deletes the item at `at`, a folder with everything in it, and its attributes.
+    std::shared_ptr<DeleteOperation> delete_item(Url at,
+                                                 DeleteOperation::StatusClosure status_closure);
+
+    /// Deletes the items one after the other, up to the first that fails.
+    std::shared_ptr<MultiDeleteOperation>
+    delete_items(std::vector<Url> at, MultiDeleteOperation::StatusClosure status_closure);
+
+    /// Creates a folder, and with `also_create_intermediates` the missing ones above it.
+    std::shared_ptr<NewFolderOperation>
+    create_new_folder(Url at, bool also_create_intermediates,
+                      NewFolderOperation::StatusClosure status_closure);
+
+    /// Adds up the sizes of all files in the folder, at every depth.
+    std::shared_ptr<FolderSizeOperation>
+    calculate_folder_size(Url for_url, FolderSizeOperation::StatusClosure status_closure);
+
+    /// Lists the folder `inside` or, with `recursive`, the whole tree below it. With `sort` the
+    /// list is sorted, and the choice is remembered where attributes of the folder are stored.
+    std::shared_ptr<FetchItemsOperation>
+    fetch_items(Url inside, bool recursive, std::optional<SortType> sort, bool include_hidden_files,
+                FetchItemsOperation::StatusClosure status_closure);
+
+    /// Deletes the item and says whether it is gone. Its attributes stay stored. False for "/", and
+    /// for an item that a request holds.
+    bool sync_delete_item(const Url& at);
+
+    /// Creates a folder and says whether there is one now; an existing one is left as it is.
+    bool sync_create_new_folder(const Url& at, bool also_create_intermediates);
+
+    /// Whether there is an item; a symbolic link is one, wherever it points.
+    [[nodiscard]] bool file_exists(const Url& at) const;
+
+    /// Whether there is a folder, or a symbolic link to one.
+    [[nodiscard]] bool is_directory(const Url& url) const;
+
+private:
+    OrvFileManager();
+    ~OrvFileManager() = delete;
+
+    std::unique_ptr<DBManager> db_mngr_;
+    bool forced_singleton_creation_ = false;
+};
+
+} // namespace orv

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <orv/CustomAttributes/CustomAttributes.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+/// Which way a list is sorted.
+enum class SortOrder { asc, desc };
+
+[[nodiscard]] constexpr SortOrder toggled(SortOrder order)
+{
+    return order == SortOrder::asc ? SortOrder::desc : SortOrder::asc;
+}
+
+/// What a list of items is sorted by, and which way.
+class SortType {
+public:
+    enum class Key { name, size, modification_date, extension, folders_first, custom_order };
+
+    static constexpr SortType by_name(SortOrder order) { return {Key::name, order}; }
+    static constexpr SortType by_size(SortOrder order) { return {Key::size, order}; }
+    static constexpr SortType by_modification_date(SortOrder order)
+    {
+        return {Key::modification_date, order};
+    }
+    static constexpr SortType by_extension(SortOrder order) { return {Key::extension, order}; }
+    static constexpr SortType by_folders_first() { return {Key::folders_first, SortOrder::asc}; }
+    static constexpr SortType by_custom_order() { return {Key::custom_order, SortOrder::asc}; }
+
+    [[nodiscard]] constexpr Key key() const { return key_; }
+
+    /// The order it carries; ascending for the two that carry none.
+    [[nodiscard]] constexpr SortOrder order() const { return order_; }
+
+    /// The same with the order reversed; the two that carry none stay as they are.
+    [[nodiscard]] constexpr SortType toggled() const
+    {
+        const bool fixed = key_ == Key::folders_first || key_ == Key::custom_order;
+        return {key_, fixed ? order_ : orv::toggled(order_)};
+    }
+
+    bool operator==(const SortType&) const = default;
+
+private:
+    constexpr SortType(Key key, SortOrder order) : key_(key), order_(order) {}
+
+    Key key_;
+    SortOrder order_;
+};
+
+/// A file or folder as a listing shows it. A symbolic link is an item of its own, neither a folder
+/// nor sized.
+struct FileItem {
+    using Date = std::chrono::sys_time<std::chrono::nanoseconds>;
+    using SortOrder = orv::SortOrder;
+    using SortType = orv::SortType;
+
+    Url url;
+    bool is_dir = false;
+    /// Depth below the folder that was walked: 1 for what lies directly in it, 0 outside a walk.
+    int level = 0;
+    /// The way from the folder that was walked; empty outside a walk.
+    std::string relative_path;
+    /// Bytes; only regular files have one.
+    std::optional<std::int64_t> size;
+    /// The name with its extension, without it, and the extension without its dot.
+    std::string name;
+    std::string title;
+    std::string ext;
+    std::optional<Date> creation_date;
+    std::optional<Date> modification_date;
+    /// A folder that is shown as one file, such as a bundle.
+    bool is_package = false;
+    /// Its name begins with a dot.
+    bool is_hidden = false;
+    CustomAttributes custom_attributes;
+
+    FileItem() = default;
+
+    /// Describes the item at `url`, its `relative_path` taken from `base_url`. Its custom
+    /// attributes are the default ones.
+    ///
+    /// Errors: the platform's, when the item cannot be described; "Couldn't create relative path
+    /// for url: \n…" when it does not lie under `base_url`.
+    explicit FileItem(const Url& url, const std::optional<Url>& base_url = {});
+
+    /// A folder that is not shown as one file.
+    [[nodiscard]] bool is_plain_dir() const { return is_dir && !is_package; }
+};
+
+/// Makes folders whose name has one of these extensions packages, besides those that are already.
+///
+/// Threading: any.
+void add_package_extensions(const std::vector<std::string>& extensions);
+
+/// Fills in the stored attributes of all `items`. On an error they stay as they are.
+///
+/// Threading: any, meant for background threads; waits for the database.
+/// Errors: those of the database.
+void load_all_custom_attrs(std::vector<FileItem>& items);
+
+/// Stores the attributes of all `items`, or of none; see `save_all`.
+///
+/// Threading: any, meant for background threads; waits for the database.
+/// Errors: those of the database.
+void sync_save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order_numbers);
+
+/// Sorts `items`. Names are compared without regard to case, and equal ones keep their order.
+///
+/// Threading: any.
+void orv_sort(std::vector<FileItem>& items, SortType sort);
+
+} // namespace orv

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The copy of one item, a folder with everything in it.
+///
+/// Statuses: at most one `conflict_occured`, `preparing`, any number of `progress`, the final
+/// status. A cancel and an error leave the items at the destination that were complete.
+class CopyOperation final : public OrvOperation {
+public:
+    using Status =
+        std::variant<status::progress<CopyProgress>, status::conflict_occured, status::error,
+                     status::preparing, status::success, status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The deletion of one item with everything in it, and of its attributes. It cannot be cancelled.
+class DeleteOperation final : public OrvOperation {
+public:
+    using Status = std::variant<status::error, status::success>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The copy of one item: a regular file with its content, or a folder without what is in it.
+///
+/// A cancel leaves nothing at the destination.
+class SnglCopyOperation final : public OrvOperation {
+public:
+    using Status = std::variant<status::progress<CopyProgress>, status::error, status::success,
+                                status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <orv/Operations/ConflictResolver.hpp>
+#include <orv/Operations/Progress.hpp>
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Match.hpp>
+
+#include <memory>
+
+/// The cases that the statuses of several operations share. Each operation's `Status` is a variant
+/// of those that it has; visit it with `orv::match`.
+///
+/// A request delivers any number of `progress`, `preparing` and `conflict_occured`, and then
+/// exactly one of the others, its final status; all of them on the main thread.
+namespace orv::status {
+
+/// The request is done.
+struct success {};
+
+/// The request has failed.
+struct error {
+    Error error;
+};
+
+/// The request was cancelled before it was done.
+struct cancelled {};
+
+/// The work is being measured before it starts.
+struct preparing {};
+
+template <class Record>
+struct progress {
+    Record record;
+};
+
+/// A name is taken: the request waits until `resolver` is answered.
+struct conflict_occured {
+    std::shared_ptr<ConflictResolver> resolver;
+};
+
+} // namespace orv::status

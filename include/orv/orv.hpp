@@ -1,0 +1,13 @@
+#pragma once
+
+#include <orv/CustomAttributes/CustomAttributes.hpp>
+#include <orv/Facade/OrvFileManager.hpp>
+#include <orv/Misc/FileItem.hpp>
+#include <orv/Operations/SaveAttrOpr.hpp>
+#include <orv/Operations/Status.hpp>
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Fatal.hpp>
+#include <orv/utility/Locations.hpp>
+#include <orv/utility/MainQueue.hpp>
+#include <orv/utility/Match.hpp>
+#include <orv/utility/Url.hpp>

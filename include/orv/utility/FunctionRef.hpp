@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+namespace orv {
+
+template <class Signature>
+class FunctionRef;
+
+/// A reference to something callable, for a call that ends before the callable does. Owns nothing
+/// and allocates nothing.
+template <class Result, class... Arguments>
+class FunctionRef<Result(Arguments...)> {
+public:
+    template <class Callable>
+    requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef> &&
+             std::is_invocable_r_v<Result, Callable&, Arguments...>)
+        FunctionRef(
+            Callable&& callable) // NOLINT(google-explicit-constructor): passed as an argument
+        : callable_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),
+          call_([](void* target, Arguments... arguments) -> Result {
+              return (*static_cast<std::remove_reference_t<Callable>*>(target))(
+                  std::forward<Arguments>(arguments)...);
+          })
+    {
+    }
+
+    Result operator()(Arguments... arguments) const
+    {
+        return call_(callable_, std::forward<Arguments>(arguments)...);
+    }
+
+private:
+    void* callable_;
+    Result (*call_)(void*, Arguments...);
+};
+
+} // namespace orv

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <orv/utility/Url.hpp>
+
+#include <optional>
+#include <string>
+
+namespace orv {
+
+/// Where the library keeps and looks for things. What is left out gets its default.
+struct Locations {
+    /// The application's name in the folders below. Default: the program's name.
+    std::string app_id;
+    /// Attributes are keyed by the path relative to it. Default: `$HOME`, else the user database's
+    /// entry. Links in it are resolved once.
+    std::optional<Url> home_dir;
+    /// Default: the XDG documents folder, else "Documents" in the home folder.
+    std::optional<Url> docs_dir;
+    /// Holds the database. Default: `$XDG_DATA_HOME/<app_id>`, else ".local/share/<app_id>" in the
+    /// home folder.
+    std::optional<Url> app_support_dir;
+    /// Holds files that are being built. Default: `$XDG_CACHE_HOME/<app_id>/tmp`, else
+    /// ".cache/<app_id>/tmp" in the home folder, which nearly always lies on the volume of the
+    /// documents.
+    std::optional<Url> temp_dir;
+    /// Holds the library's resources. Default: the installed ones.
+    std::optional<Url> resource_dir;
+};
+
+/// Sets the locations; what `locations` leaves out gets its default.
+///
+/// Threading: to be called before the library is first used; later the process ends.
+void configure_locations(Locations locations);
+
+/// The locations in force; reading one settles them all.
+///
+/// Threading: any.
+[[nodiscard]] const Url& home_dir();
+[[nodiscard]] const Url& docs_dir();
+[[nodiscard]] const Url& app_support_dir();
+[[nodiscard]] const Url& temp_dir();
+[[nodiscard]] const Url& resource_dir();
+
+} // namespace orv

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+/// The location of a file or folder, as an absolute path.
+///
+/// The bytes of a path are kept as they are: a name need not be UTF-8. A relative path is made
+/// absolute on construction, and trailing slashes are dropped. A path that no item can have, the
+/// empty one or one with a NUL byte in it, makes an empty Url.
+class Url {
+public:
+    Url() = default;
+    Url(std::string_view path); // NOLINT(google-explicit-constructor): made from text on purpose
+    Url(const std::string& path)
+        : Url(std::string_view(path)) {}                   // NOLINT(google-explicit-constructor)
+    Url(const char* path) : Url(std::string_view(path)) {} // NOLINT(google-explicit-constructor)
+    Url(const std::filesystem::path& path)                 // NOLINT(google-explicit-constructor)
+        : Url(std::string_view(path.native()))
+    {
+    }
+
+    operator std::filesystem::path() const { return path_; } // NOLINT(google-explicit-constructor)
+
+    [[nodiscard]] const std::string& path() const noexcept { return path_; }
+    [[nodiscard]] bool empty() const noexcept { return path_.empty(); }
+
+    /// The same location without ".", ".." and doubled slashes, by its text alone: the disk is not
+    /// asked, so "a/link/.." becomes "a".
+    [[nodiscard]] Url standardized() const;
+
+    /// The same location with every symbolic link in its path replaced by what it points to, as far
+    /// as the path exists. A loop of links yields the standardized location.
+    [[nodiscard]] Url resolving_symlinks() const;
+
+    /// The names on the way from the root, which is the first: "/a/b" gives "/", "a", "b".
+    [[nodiscard]] std::vector<std::string> components() const;
+
+    /// The name of the item itself; "/" for the root, empty for an empty Url.
+    [[nodiscard]] std::string last_path_component() const;
+
+    /// What follows the last dot of the name, without the dot. Empty for a name with no dot, one
+    /// that ends with it, and a hidden name such as ".profile".
+    [[nodiscard]] std::string path_extension() const;
+
+    [[nodiscard]] Url deleting_path_extension() const;
+
+    /// The location of `name` inside this folder. `name` may be a path of several names.
+    [[nodiscard]] Url appending(std::string_view name) const;
+
+    /// The enclosing folder; the root encloses itself.
+    [[nodiscard]] Url deleting_last_path_component() const;
+
+    /// "file://" and the path, percent-encoded.
+    [[nodiscard]] std::string description() const;
+
+    bool operator==(const Url&) const = default;
+    std::strong_ordering operator<=>(const Url&) const = default;
+
+private:
+    std::string path_;
+};
+
+/// The path that leads from `base` to `url`, without a leading slash; empty when they are equal,
+/// and no value when `url` does not lie under `base`. Compares whole names, by their text alone.
+[[nodiscard]] std::optional<std::string> relative_path(const Url& url, const Url& base);
+
+} // namespace orv
+
+template <>
+struct std::hash<orv::Url> {
+    std::size_t operator()(const orv::Url& url) const noexcept
+    {
+        return std::hash<std::string>{}(url.path());
+    }
+};

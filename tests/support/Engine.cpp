@@ -1,0 +1,64 @@
+#include "support/Engine.hpp"
+
+#include <chrono>
+#include <filesystem>
+
+namespace orv::test {
+namespace {
+
+/// The places of the one engine that a test process can have.
+struct Places {
+    Scratch root;
+    Url home = root / "home";
+    Url temp = root / "tmp";
+
+    Places()
+    {
+        std::filesystem::create_directories(home);
+        Locations locations;
+        locations.home_dir = home;
+        locations.docs_dir = home.appending("Documents");
+        locations.app_support_dir = root / "support";
+        locations.temp_dir = temp;
+        OrvFileManager::configure(locations);
+        OrvFileManager::create_singleton();
+    }
+};
+
+Places& places()
+{
+    static Places the_places;
+    return the_places;
+}
+
+} // namespace
+
+void pump_until(const std::function<bool()>& predicate)
+{
+    ASSERT_TRUE(MainQueue::instance().run_until(predicate, std::chrono::seconds(30)))
+        << "nothing happened for half a minute";
+}
+
+EngineTest::EngineTest()
+{
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string(test->test_suite_name()) + "." + test->name();
+    for (char& c : name)
+        if (c == '/')
+            c = '-';
+    folder_ = places().home.appending(name);
+    std::filesystem::remove_all(folder_);
+    std::filesystem::create_directories(folder_);
+}
+
+EngineTest::~EngineTest()
+{
+    OrvFileManager::set_test_mode(false);
+}
+
+Url EngineTest::processed_files_folder()
+{
+    return places().temp.appending("__orv_proc_files__");
+}
+
+} // namespace orv::test
