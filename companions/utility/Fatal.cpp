@@ -21,7 +21,7 @@ void set_fatal_handler(FatalHandler handler)
     fatal_handler() = std::move(handler);
 }
 
-void fatal(std::string_view text)
+void fatal(std::string_view text) noexcept
 {
     std::string line = "orv: ";
     for (const char c : text)

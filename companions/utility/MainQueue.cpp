@@ -4,11 +4,13 @@
 #include <orv/utility/Fatal.hpp>
 #include <orv/utility/MainQueue.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <semaphore>
 #include <string>
+#include <utility>
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -118,6 +120,15 @@ private:
     std::uint64_t last_ticket_ = 0;
 };
 
+/// The end of a wait; one too long to be told never ends.
+std::optional<Clock::time_point> deadline_after(std::optional<std::chrono::nanoseconds> duration)
+{
+    const auto now = Clock::now();
+    if (!duration || *duration > Clock::time_point::max() - now)
+        return std::nullopt;
+    return now + *duration;
+}
+
 int poll_timeout(Clock::time_point deadline)
 {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -132,12 +143,24 @@ public:
     std::atomic<pid_t> main_thread = ::getpid(); // the process's first thread
     std::atomic<bool> attached = false;
     std::atomic<bool> used = false;
-    int quits_wanted = 0; // main thread only
+    bool* quit_innermost_run = nullptr; // main thread only
 
-    void wait(int timeout_ms) const
+    void wait(std::optional<Clock::time_point> deadline) const
     {
         pollfd event{jobs.fd(), POLLIN, 0};
-        ::poll(&event, 1, timeout_ms);
+        ::poll(&event, 1, deadline ? poll_timeout(*deadline) : -1);
+    }
+
+    /// Runs what is queued now, until a closure sets `stop`.
+    void drain(const bool& stop)
+    {
+        const std::uint64_t last_ticket = jobs.last_ticket();
+        while (!stop) {
+            Job* job = jobs.pop(last_ticket);
+            if (!job)
+                return;
+            job->run(*job);
+        }
     }
 };
 
@@ -171,37 +194,46 @@ int MainQueue::fd() const noexcept
 void MainQueue::drain()
 {
     assert_main_thread("MainQueue::drain()");
-    const std::uint64_t last_ticket = impl_->jobs.last_ticket();
-    while (Job* job = impl_->jobs.pop(last_ticket))
-        job->run(*job);
+    impl_->drain(false);
 }
 
 void MainQueue::run()
 {
     assert_main_thread("MainQueue::run()");
-    const int quits_before = impl_->quits_wanted;
-    run_until([&] { return impl_->quits_wanted > quits_before; });
-    impl_->quits_wanted = quits_before;
+    bool quit = false;
+    struct Innermost {
+        bool*& slot;
+        bool* outer;
+        ~Innermost() { slot = outer; }
+    } const innermost{impl_->quit_innermost_run, std::exchange(impl_->quit_innermost_run, &quit)};
+    while (!quit) {
+        impl_->wait({});
+        impl_->drain(quit);
+    }
 }
 
 void MainQueue::quit()
 {
     assert_main_thread("MainQueue::quit()");
-    ++impl_->quits_wanted;
+    if (impl_->quit_innermost_run)
+        *impl_->quit_innermost_run = true;
 }
 
 bool MainQueue::run_until(const std::function<bool()>& predicate,
                           std::optional<std::chrono::nanoseconds> at_most)
 {
     assert_main_thread("MainQueue::run_until()");
-    const auto deadline = Clock::now() + at_most.value_or(std::chrono::nanoseconds::zero());
-    while (!predicate()) {
-        if (at_most && Clock::now() >= deadline)
-            return false;
-        impl_->wait(at_most ? poll_timeout(deadline) : -1);
+    const auto deadline = deadline_after(at_most);
+    if (predicate())
+        return true;
+    for (;;) {
         drain();
+        if (predicate())
+            return true;
+        if (deadline && Clock::now() >= *deadline)
+            return false;
+        impl_->wait(deadline);
     }
-    return true;
 }
 
 void MainQueue::run_for(std::chrono::nanoseconds duration)

@@ -1,10 +1,14 @@
+#include "utility/FileNames.hpp"
+
 #include <orv/utility/Url.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <memory>
+#include <system_error>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,28 +28,17 @@ std::string without_trailing_slashes(std::string path)
 
 std::string joined(const std::string& folder, std::string_view name)
 {
-    std::string path = folder;
+    std::string path;
+    path.reserve(folder.size() + 1 + name.size());
+    path = folder;
     if (path.empty() || path.back() != '/')
         path += '/';
     return path.append(name);
 }
 
-std::size_t name_start(const std::string& path)
+std::string_view last_name(std::string_view path)
 {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? 0 : slash + 1;
-}
-
-/// Where the extension's dot stands in `path`, if its name has an extension.
-std::optional<std::size_t> extension_dot(const std::string& path)
-{
-    const std::size_t start = name_start(path);
-    const std::size_t dot = path.rfind('.');
-    if (dot == std::string::npos || dot + 1 == path.size())
-        return std::nullopt;
-    if (path.find_first_not_of('.', start) >= dot)
-        return std::nullopt;
-    return dot;
+    return path.substr(path.rfind('/') + 1);
 }
 
 std::optional<std::string> real_path(const std::string& path)
@@ -93,10 +86,14 @@ Url::Url(std::string_view path)
 {
     if (path.empty() || path.find('\0') != std::string_view::npos)
         return;
-    if (path.front() == '/')
+    if (path.front() == '/') {
         path_ = without_trailing_slashes(std::string(path));
-    else
-        path_ = without_trailing_slashes(joined(std::filesystem::current_path().native(), path));
+        return;
+    }
+    std::error_code error;
+    const std::filesystem::path here = std::filesystem::current_path(error);
+    if (!error)
+        path_ = without_trailing_slashes(joined(here.native(), path));
 }
 
 Url Url::standardized() const
@@ -144,20 +141,19 @@ std::vector<std::string> Url::components() const
 
 std::string Url::last_path_component() const
 {
-    return path_ == "/" ? path_ : path_.substr(name_start(path_));
+    return path_ == "/" ? path_ : std::string(last_name(path_));
 }
 
 std::string Url::path_extension() const
 {
-    const auto dot = extension_dot(path_);
-    return dot ? path_.substr(*dot + 1) : std::string();
+    return std::string(name_parts(last_name(path_)).ext);
 }
 
 Url Url::deleting_path_extension() const
 {
     Url result = *this;
-    if (const auto dot = extension_dot(path_))
-        result.path_.resize(*dot);
+    const std::string_view name = last_name(path_);
+    result.path_.resize(path_.size() - name.size() + name_parts(name).title.size());
     return result;
 }
 
@@ -165,9 +161,11 @@ Url Url::appending(std::string_view name) const
 {
     while (name.starts_with('/'))
         name.remove_prefix(1);
-    if (name.empty() || name.find('\0') != std::string_view::npos)
-        return name.empty() ? *this : Url();
+    if (name.empty())
+        return *this;
     Url result;
+    if (path_.empty() || name.find('\0') != std::string_view::npos)
+        return result;
     result.path_ = without_trailing_slashes(joined(path_, name));
     return result;
 }

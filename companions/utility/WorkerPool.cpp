@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include <pthread.h>
@@ -17,16 +18,20 @@ namespace {
 
 constexpr auto idle_life = std::chrono::seconds(5);
 thread_local bool is_worker = false;
+thread_local int blocked_depth = 0;
 
-/// Blocks every signal while it lives: a thread started meanwhile never runs the application's
-/// signal handlers.
+/// Blocks the signals sent from outside while it lives: a thread started meanwhile never runs the
+/// application's handlers for them. Those of a fault in the thread itself stay with it, for the
+/// application's crash reports.
 class SignalsBlocked {
 public:
     SignalsBlocked()
     {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+        sigset_t blocked;
+        ::sigfillset(&blocked);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+            ::sigdelset(&blocked, fault);
+        ::pthread_sigmask(SIG_SETMASK, &blocked, &before_);
     }
     ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
     SignalsBlocked(const SignalsBlocked&) = delete;
@@ -66,6 +71,8 @@ private:
     void provide_thread(std::unique_lock<std::mutex>& lock)
     {
         const int wanted = std::min(static_cast<int>(tasks_.size()), at_once_ - running_);
+        if (wanted <= 0)
+            return;
         if (wanted <= idle_ + starting_) {
             wake_.notify_one();
             return;
@@ -91,7 +98,7 @@ private:
     {
         const std::lock_guard lock(mutex_);
         --starting_;
-        if (threads_ == 0)
+        if (threads_ + starting_ == 0)
             fatal("The worker pool couldn't start its first thread.");
     }
 
@@ -149,13 +156,13 @@ void WorkerPool::async(std::function<void()> task)
 
 WorkerPool::Blocked::Blocked()
 {
-    if (is_worker)
+    if (is_worker && blocked_depth++ == 0)
         instance().impl_->enter_blocked();
 }
 
 WorkerPool::Blocked::~Blocked()
 {
-    if (is_worker)
+    if (is_worker && --blocked_depth == 0)
         instance().impl_->leave_blocked();
 }
 

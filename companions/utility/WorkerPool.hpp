@@ -21,8 +21,8 @@ public:
     /// Threading: any.
     void async(std::function<void()> task);
 
-    /// While it lives, the calling task waits for something outside the pool. Does nothing on other
-    /// threads.
+    /// While it lives, the calling task waits for something outside the pool. May be nested. Does
+    /// nothing on other threads.
     class Blocked {
     public:
         Blocked();

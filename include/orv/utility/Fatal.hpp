@@ -16,6 +16,6 @@ void set_fatal_handler(FatalHandler handler);
 
 /// Ends the process over a condition that cannot happen in a working application: writes one line
 /// to standard error, calls the handler, and aborts.
-[[noreturn]] void fatal(std::string_view text);
+[[noreturn]] void fatal(std::string_view text) noexcept;
 
 } // namespace orv

@@ -21,8 +21,11 @@ public:
             Callable&& callable) // NOLINT(google-explicit-constructor): passed as an argument
         : callable_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),
           call_([](void* target, Arguments... arguments) -> Result {
-              return (*static_cast<std::remove_reference_t<Callable>*>(target))(
-                  std::forward<Arguments>(arguments)...);
+              auto& function = *static_cast<std::remove_reference_t<Callable>*>(target);
+              if constexpr (std::is_void_v<Result>)
+                  static_cast<void>(function(std::forward<Arguments>(arguments)...));
+              else
+                  return function(std::forward<Arguments>(arguments)...);
           })
     {
     }

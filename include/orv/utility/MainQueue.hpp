@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orv/utility/Fatal.hpp>
 #include <orv/utility/FunctionRef.hpp>
 
 #include <chrono>
@@ -7,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <type_traits>
+#include <utility>
 
 namespace orv {
 
@@ -44,13 +46,13 @@ public:
     /// Threading: main thread.
     void run();
 
-    /// Ends the innermost `run()` after the closure that calls it.
+    /// Ends the innermost `run()` after the closure that calls it; without one, does nothing.
     ///
     /// Threading: main thread.
     void quit();
 
-    /// Drains until `predicate` holds, which is asked before and after every drain, or until
-    /// `at_most` has passed. Says whether it holds.
+    /// Drains until `predicate` holds, which is asked at first and after every drain, or until
+    /// `at_most` has passed. Says whether it holds. With an `at_most` of zero it drains once.
     ///
     /// Threading: main thread.
     bool run_until(const std::function<bool()>& predicate,
@@ -92,6 +94,8 @@ private:
 /// Runs `closure` on the main thread, returns when it has run, and hands back its result.
 ///
 /// Threading: any; on the main thread it runs in place.
+/// Errors: a closure without a result may throw, into the main thread's loop. One that owes a
+/// result to another thread must not: the process ends.
 template <class Closure>
 auto main_sync(Closure&& closure) -> std::invoke_result_t<Closure&>
 {
@@ -101,6 +105,8 @@ auto main_sync(Closure&& closure) -> std::invoke_result_t<Closure&>
     } else {
         std::optional<Result> result;
         MainQueue::instance().sync([&] { result.emplace(closure()); });
+        if (!result)
+            fatal("A closure threw on the main thread that owed another thread its result.");
         return std::move(*result);
     }
 }

@@ -15,7 +15,8 @@ namespace orv {
 ///
 /// The bytes of a path are kept as they are: a name need not be UTF-8. A relative path is made
 /// absolute on construction, and trailing slashes are dropped. A path that no item can have, the
-/// empty one or one with a NUL byte in it, makes an empty Url.
+/// empty one or one with a NUL byte in it, makes an empty Url, and so does a relative path when the
+/// current folder is gone.
 class Url {
 public:
     Url() = default;
@@ -53,7 +54,8 @@ public:
 
     [[nodiscard]] Url deleting_path_extension() const;
 
-    /// The location of `name` inside this folder. `name` may be a path of several names.
+    /// The location of `name` inside this folder. `name` may be a path of several names. Nothing
+    /// lies inside an empty Url.
     [[nodiscard]] Url appending(std::string_view name) const;
 
     /// The enclosing folder; the root encloses itself.

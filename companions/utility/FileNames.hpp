@@ -1,0 +1,38 @@
+#pragma once
+
+#include <orv/utility/Url.hpp>
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+/// The longest name that a file can have.
+///
+/// Units: bytes.
+inline constexpr std::size_t max_name_size = 255;
+
+/// A name in two: "archive.tar.gz" has the title "archive.tar" and the extension "gz".
+struct NameParts {
+    std::string_view title;
+    std::string_view ext;
+};
+
+/// Splits `name` at its last dot. A name with no dot, one that ends with it, and a hidden name such
+/// as ".profile" are all title. The parts point into `name`.
+[[nodiscard]] NameParts name_parts(std::string_view name);
+
+/// A location beside `from` where no item exists and that is not among `not_allowed_urls`: `from`
+/// itself if it is free, else the first free one of "name 2.ext", "name 3.ext", …; "name 7.ext"
+/// goes on with 8. An ending such as ".tar.gz" stays whole, the name of a folder is not split, and
+/// one that would be too long is shortened.
+///
+/// No value for a location that has no name, and where the folder cannot be looked into.
+///
+/// Threading: any.
+[[nodiscard]] std::optional<Url>
+generate_non_conflicting_file_url(const Url& from, const std::vector<Url>& not_allowed_urls);
+
+} // namespace orv
