@@ -1,0 +1,219 @@
+#include "database/Connection.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+namespace orv {
+namespace {
+
+constexpr std::chrono::milliseconds busy_time_out = std::chrono::seconds(10);
+
+// SQLite's own default, also where a build raises it: a statement of more placeholders costs tens
+// of megabytes to prepare and gains nothing.
+constexpr int most_placeholders = 32'766;
+
+bool is_something_else_than_a_file(const Url& url)
+{
+    struct stat description = {};
+    return ::stat(url.path().c_str(), &description) == 0 && !S_ISREG(description.st_mode);
+}
+
+} // namespace
+
+void Database::Connection::Close::operator()(sqlite3* connection) const noexcept
+{
+    sqlite3_close(connection);
+}
+
+Database::Connection::Connection(const Url& file_url, bool create_if_absent) : file_url_(file_url)
+{
+    open_file(create_if_absent);
+    configure();
+}
+
+void Database::Connection::open_file(bool create_if_absent)
+{
+    if (file_url_.empty() || is_something_else_than_a_file(file_url_))
+        fail(SQLITE_CANTOPEN, "unable to open database file, since it is no regular file");
+
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
+                      (create_if_absent ? SQLITE_OPEN_CREATE : 0);
+    sqlite3* handle = nullptr;
+    const int code = sqlite3_open_v2(file_url_.path().c_str(), &handle, flags, nullptr);
+    handle_.reset(handle);
+    if (code != SQLITE_OK)
+        fail(code);
+    if (sqlite3_db_readonly(handle, "main") == 1)
+        fail(SQLITE_READONLY);
+}
+
+void Database::Connection::configure()
+{
+    sqlite3_busy_timeout(handle_.get(), static_cast<int>(busy_time_out.count()));
+    sqlite3_limit(handle_.get(), SQLITE_LIMIT_VARIABLE_NUMBER, most_placeholders);
+    sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    control("PRAGMA cell_size_check = ON");
+    control("PRAGMA journal_mode = WAL");
+    control("PRAGMA synchronous = NORMAL");
+}
+
+void Database::Connection::execute(std::string_view sql, Arguments args)
+{
+    query(sql, args, [](const Row&) { return true; }, {});
+}
+
+void Database::Connection::query(std::string_view sql, Arguments args,
+                                 FunctionRef<bool(const Row&)> on_row,
+                                 std::span<const std::string_view> columns)
+{
+    const StatementInUse statement = take(sql);
+    check_is_allowed(statement);
+    bind(statement, args);
+    const std::vector<int> places = places_of(statement, columns);
+    const Row row(statement.get(), places);
+    while (step(statement))
+        if (!on_row(row))
+            return;
+}
+
+StatementInUse Database::Connection::take(std::string_view sql)
+{
+    try {
+        return {statements_, handle_.get(), sql};
+    } catch (const StatementCache::Refused& refused) {
+        fail(refused.code, refused.text);
+    }
+}
+
+void Database::Connection::check_is_allowed(const StatementInUse& statement) const
+{
+    check_is_not_undone();
+    if (reads_ > 0 && save_points_ == 0 && sqlite3_stmt_readonly(statement.get()) == 0)
+        fail(SQLITE_MISUSE, "writing inside a read transaction was refused");
+}
+
+// A full disk and its like make SQLite undo the whole transaction at once. What came after would be
+// stored alone.
+void Database::Connection::check_is_not_undone() const
+{
+    if (save_points_ > 0 && sqlite3_get_autocommit(handle_.get()) != 0)
+        fail(SQLITE_ABORT_ROLLBACK, "the transaction was undone after an earlier failure");
+}
+
+void Database::Connection::bind(const StatementInUse& statement, Arguments args) const
+{
+    const int code = statement.bind(args.values());
+    if (code == SQLITE_RANGE)
+        fail(code, "the number of arguments differs from that of the placeholders");
+    if (code != SQLITE_OK)
+        fail(code);
+}
+
+std::vector<int> Database::Connection::places_of(const StatementInUse& statement,
+                                                 std::span<const std::string_view> columns) const
+{
+    std::vector<int> places;
+    places.reserve(columns.size());
+    const int count = columns.empty() ? 0 : sqlite3_column_count(statement.get());
+    for (const std::string_view column : columns) {
+        int place = 0;
+        while (place < count && column != sqlite3_column_name(statement.get(), place))
+            ++place;
+        if (place == count)
+            fail(SQLITE_ERROR, "no such column in the result: " + std::string(column));
+        places.push_back(place);
+    }
+    return places;
+}
+
+bool Database::Connection::step(const StatementInUse& statement) const
+{
+    const int code = sqlite3_step(statement.get());
+    if (code != SQLITE_ROW && code != SQLITE_DONE)
+        fail(code);
+    return code == SQLITE_ROW;
+}
+
+void Database::Connection::control(std::string_view sql)
+{
+    const StatementInUse statement = take(sql);
+    while (step(statement)) {
+    }
+}
+
+void Database::Connection::begin(Kind kind)
+{
+    const bool in_transaction = save_points_ > 0 || reads_ > 0;
+    if (kind == Kind::read) {
+        if (!in_transaction)
+            control("BEGIN");
+        ++reads_;
+        return;
+    }
+    // To begin writing after reading fails as soon as another process has written in between.
+    if (reads_ > 0 && save_points_ == 0)
+        fail(SQLITE_MISUSE, "a save point inside a read transaction was refused");
+    check_is_not_undone();
+    control(save_points_ == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT inner");
+    ++save_points_;
+}
+
+void Database::Connection::commit(Kind kind)
+{
+    check_is_not_undone();
+    if (kind == Kind::read) {
+        if (reads_ == 1 && save_points_ == 0)
+            control("COMMIT");
+        --reads_;
+    } else {
+        control(save_points_ == 1 ? "COMMIT" : "RELEASE inner");
+        --save_points_;
+    }
+}
+
+void Database::Connection::roll_back(Kind kind) noexcept
+{
+    --(kind == Kind::read ? reads_ : save_points_);
+    const bool is_undone_already = sqlite3_get_autocommit(handle_.get()) != 0;
+    if (is_undone_already)
+        return;
+    if (save_points_ + reads_ == 0)
+        sqlite3_exec(handle_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    else if (kind == Kind::write)
+        sqlite3_exec(handle_.get(), "ROLLBACK TO inner; RELEASE inner", nullptr, nullptr, nullptr);
+}
+
+int Database::Connection::user_version()
+{
+    std::int64_t version = 0;
+    query("PRAGMA user_version", {},
+          [&](const Row& row) {
+              version = row.integer(0);
+              return true;
+          },
+          {});
+    return static_cast<int>(version);
+}
+
+std::size_t Database::Connection::max_placeholders() const
+{
+    return static_cast<std::size_t>(sqlite3_limit(handle_.get(), SQLITE_LIMIT_VARIABLE_NUMBER, -1));
+}
+
+void Database::Connection::fail(int code, std::string_view text) const
+{
+    std::string reason(text);
+    if (reason.empty())
+        reason = handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code);
+    reason.append(" (").append(file_url_.path()).append(")");
+    throw database_error(code, reason).at(file_url_);
+}
+
+} // namespace orv

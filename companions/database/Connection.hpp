@@ -1,0 +1,54 @@
+#pragma once
+
+#include "database/Database.hpp"
+#include "database/Statement.hpp"
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+/// The open file, its statements and its transactions. Not safe to share: `Database` gives turns.
+class Database::Connection {
+public:
+    Connection(const Url& file_url, bool create_if_absent);
+
+    void execute(std::string_view sql, Arguments args);
+    void query(std::string_view sql, Arguments args, FunctionRef<bool(const Row&)> on_row,
+               std::span<const std::string_view> columns);
+
+    void begin(Kind kind);
+    void commit(Kind kind);
+    void roll_back(Kind kind) noexcept;
+
+    [[nodiscard]] int user_version();
+    [[nodiscard]] std::size_t max_placeholders() const;
+
+private:
+    struct Close {
+        void operator()(sqlite3* connection) const noexcept;
+    };
+
+    void open_file(bool create_if_absent);
+    void configure();
+
+    /// Executes `sql` without the tests that keep callers within their transaction.
+    void control(std::string_view sql);
+    [[nodiscard]] StatementInUse take(std::string_view sql);
+    void bind(const StatementInUse& statement, Arguments args) const;
+    [[nodiscard]] bool step(const StatementInUse& statement) const;
+    [[nodiscard]] std::vector<int> places_of(const StatementInUse& statement,
+                                             std::span<const std::string_view> columns) const;
+    void check_is_allowed(const StatementInUse& statement) const;
+    void check_is_not_undone() const;
+    [[noreturn]] void fail(int code, std::string_view text = {}) const;
+
+    Url file_url_;
+    std::unique_ptr<sqlite3, Close> handle_;
+    StatementCache statements_; // gone before the connection is closed
+    int save_points_ = 0;
+    int reads_ = 0;
+};
+
+} // namespace orv

@@ -1,0 +1,31 @@
+#include "database/DatabaseFault.hpp"
+
+#include <sqlite3.h>
+
+namespace orv {
+
+DatabaseFault database_fault(const Error& error)
+{
+    if (error.kind() != Error::Kind::database)
+        return DatabaseFault::other;
+    const int primary_code = error.code().value_or(SQLITE_ERROR) & 0xFF;
+    switch (primary_code) {
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return DatabaseFault::damaged;
+    case SQLITE_CANTOPEN:
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+        return DatabaseFault::inaccessible;
+    case SQLITE_FULL:
+        return DatabaseFault::full;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return DatabaseFault::busy;
+    default:
+        return DatabaseFault::other;
+    }
+}
+
+} // namespace orv

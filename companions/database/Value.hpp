@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <variant>
+
+struct sqlite3_stmt;
+
+namespace orv {
+
+/// Bytes that are not text. A view: what it shows must outlive it.
+struct Blob {
+    std::string_view bytes;
+};
+
+/// What a placeholder of a statement is replaced by; NULL by default. Text may hold any bytes.
+///
+/// Ownership: text and blobs are views, which must outlive the call that they are passed to.
+using Argument = std::variant<std::monostate, std::int64_t, double, std::string_view, Blob>;
+
+[[nodiscard]] inline Argument argument(const std::optional<std::int64_t>& value)
+{
+    return value ? Argument(*value) : Argument();
+}
+
+/// The arguments of one statement, in the order of its placeholders; a view for one call.
+class Arguments {
+public:
+    Arguments() = default;
+    Arguments(std::initializer_list<Argument> values) : values_(values.begin(), values.size()) {}
+    Arguments(std::span<const Argument> values) // NOLINT(google-explicit-constructor): a view
+        : values_(values)
+    {
+    }
+
+    [[nodiscard]] std::span<const Argument> values() const { return values_; }
+
+private:
+    std::span<const Argument> values_;
+};
+
+/// The row at which a query stands; valid inside the callback that is given it.
+///
+/// A column is named by its place in the list that the query was given, or else in its result.
+class Row {
+public:
+    Row(sqlite3_stmt* statement, std::span<const int> places) noexcept
+        : statement_(statement), places_(places)
+    {
+    }
+
+    /// A value of another type is converted as SQLite does it: NULL is 0, and the empty text.
+    [[nodiscard]] std::int64_t integer(std::size_t column) const;
+    [[nodiscard]] std::optional<std::int64_t> optional_integer(std::size_t column) const;
+    [[nodiscard]] std::string_view text(std::size_t column) const;
+    [[nodiscard]] bool is_null(std::size_t column) const;
+
+private:
+    [[nodiscard]] int place(std::size_t column) const;
+
+    sqlite3_stmt* statement_;
+    std::span<const int> places_;
+};
+
+} // namespace orv

@@ -1,0 +1,204 @@
+#include "CustomAttributes/RecCustomAttr.hpp"
+
+#include "CustomAttributes/RecordTree.hpp"
+#include "Database/DBManager.hpp"
+
+namespace orv {
+namespace {
+
+constexpr std::string_view table = "custom_attributes";
+constexpr std::string_view select_where = "SELECT * FROM custom_attributes\nWHERE ";
+
+Database& database()
+{
+    return shared_db_manager().db();
+}
+
+template <class... Texts>
+std::string sql(const Texts&... texts)
+{
+    std::string result;
+    (result.append(texts), ...);
+    return result;
+}
+
+template <class... Lists>
+std::vector<Argument> joined(const Lists&... lists)
+{
+    std::vector<Argument> arguments;
+    (arguments.insert(arguments.end(), lists.begin(), lists.end()), ...);
+    return arguments;
+}
+
+bool finds_any(std::string_view condition, Arguments args)
+{
+    bool found = false;
+    const auto take = [&](const Row&) {
+        found = true;
+        return false;
+    };
+    database().query(sql("SELECT 1 FROM custom_attributes WHERE ", condition, " LIMIT 1"), args,
+                     take);
+    return found;
+}
+
+void delete_records_without_counterpart(const RecordTree& tree, const RecordTree& counterpart)
+{
+    database().execute(sql("DELETE FROM custom_attributes WHERE ", RecordTree::condition,
+                           " AND NOT EXISTS (SELECT 1 FROM custom_attributes AS counterpart"
+                           " WHERE counterpart.relative_path = ",
+                           RecordTree::replaced_key, ")"),
+                       joined(tree.ranges(), tree.replacement(counterpart)));
+}
+
+} // namespace
+
+RecCustomAttr RecCustomAttr::from_row(const Row& row)
+{
+    return {std::string(row.text(0)), row.integer(1), row.optional_integer(2), row.integer(3),
+            row.integer(4)};
+}
+
+std::array<Argument, 5> RecCustomAttr::values() const
+{
+    return {relative_path, is_protected, argument(order_no), is_custom_sorted,
+            was_custom_sorted_at_least_once};
+}
+
+std::optional<RecCustomAttr> RecCustomAttr::fetch(const RecordKey& key)
+{
+    return instance<RecCustomAttr>(
+        database(), "SELECT * FROM custom_attributes\nWHERE relative_path = ?", {key.text()});
+}
+
+std::vector<RecCustomAttr> RecCustomAttr::fetch_all(std::span<const RecordKey> keys)
+{
+    std::vector<Argument> arguments;
+    arguments.reserve(keys.size());
+    for (const RecordKey& key : keys)
+        arguments.emplace_back(key.text());
+    return array_in<RecCustomAttr>(database(), sql(select_where, "relative_path IN ("), arguments);
+}
+
+std::vector<RecCustomAttr> RecCustomAttr::fetch_all(std::string_view where, Arguments args)
+{
+    return array<RecCustomAttr>(database(), sql(select_where, where), args);
+}
+
+std::unordered_map<Url, CustomAttributes> RecCustomAttr::fetch_all_by_url(std::string_view where,
+                                                                          Arguments args)
+{
+    std::unordered_map<Url, CustomAttributes> found;
+    for (const RecCustomAttr& record : fetch_all(where, args)) {
+        Url url = url_from_relative_path(record.relative_path);
+        CustomAttributes attributes = custom_attributes_of(record, url);
+        found.insert_or_assign(std::move(url), std::move(attributes));
+    }
+    return found;
+}
+
+bool RecCustomAttr::any_records()
+{
+    return finds_any("1", {});
+}
+
+bool RecCustomAttr::any_records_below(const RecordKey& key)
+{
+    const RecordTree tree(key);
+    return finds_any(RecordTree::condition, tree.ranges());
+}
+
+void RecCustomAttr::duplicate_record(const Url& for_url, const Url& replacing_to_url)
+{
+    duplicate_record(record_key(for_url), record_key(replacing_to_url));
+}
+
+void RecCustomAttr::duplicate_record(const RecordKey& for_key, const RecordKey& replacing_to_key)
+{
+    database().sync([&] {
+        auto record = fetch(for_key);
+        if (!record)
+            return;
+        record->relative_path = replacing_to_key.text();
+        replace_in(database(), table, *record);
+    });
+}
+
+void RecCustomAttr::duplicate_each_record(std::span<const RecordCopy> copies)
+{
+    std::vector<RecordKey> sources;
+    sources.reserve(copies.size());
+    for (const RecordCopy& copy : copies)
+        sources.push_back(copy.from);
+
+    database().sync([&] {
+        std::unordered_map<std::string, RecCustomAttr> found;
+        for (RecCustomAttr& record : fetch_all(sources))
+            found.emplace(record.relative_path, record);
+
+        std::vector<RecCustomAttr> duplicates;
+        for (const RecordCopy& copy : copies) {
+            const auto record = found.find(copy.from.text());
+            if (record == found.end())
+                continue;
+            duplicates.push_back(record->second);
+            duplicates.back().relative_path = copy.to.text();
+        }
+        replace_in(database(), table, duplicates);
+    });
+}
+
+void RecCustomAttr::duplicate_records(const Url& whose_url_prefixed_with_url,
+                                      const Url& replacing_prefix_to_url)
+{
+    duplicate_records(record_key(whose_url_prefixed_with_url), record_key(replacing_prefix_to_url));
+}
+
+void RecCustomAttr::duplicate_records(const RecordKey& prefix, const RecordKey& replacing_prefix_to)
+{
+    if (!any_records_below(prefix))
+        return;
+    const RecordTree from(prefix);
+    const RecordTree to(replacing_prefix_to);
+    database().execute(sql("REPLACE INTO custom_attributes (relative_path, is_protected, order_no,"
+                           " is_custom_sorted, was_custom_sorted_at_least_once) SELECT ",
+                           RecordTree::replaced_key,
+                           ", is_protected, order_no, is_custom_sorted,"
+                           " was_custom_sorted_at_least_once FROM custom_attributes WHERE ",
+                           RecordTree::condition),
+                       joined(from.replacement(to), from.ranges()));
+}
+
+void RecCustomAttr::delete_records(const Url& whose_url_prefixed_with_url)
+{
+    delete_records(record_key(whose_url_prefixed_with_url));
+}
+
+void RecCustomAttr::delete_records(const RecordKey& prefix)
+{
+    const RecordTree tree(prefix);
+    if (any_records_below(prefix))
+        database().execute(sql("DELETE FROM custom_attributes WHERE ", RecordTree::condition),
+                           tree.ranges());
+}
+
+void RecCustomAttr::finish_move(const RecordKey& from, const RecordKey& to)
+{
+    if (from == to)
+        return;
+    const auto both_are_empty = [&] { return !any_records_below(from) && !any_records_below(to); };
+    if (database().sync(both_are_empty))
+        return;
+    database().save_point([&] {
+        delete_records_without_counterpart(RecordTree(to), RecordTree(from));
+        delete_records(from);
+    });
+}
+
+CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url)
+{
+    return {std::move(url), record.is_protected != 0, record.order_no, record.is_custom_sorted != 0,
+            record.was_custom_sorted_at_least_once != 0};
+}
+
+} // namespace orv

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "CustomAttributes/RecordKey.hpp"
+#include "database/RecordConvertible.hpp"
+
+#include <orv/CustomAttributes/CustomAttributes.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace orv {
+
+/// That the record of one item is to be stored for another one, too.
+struct RecordCopy {
+    RecordKey from;
+    RecordKey to;
+};
+
+/// A row of the table of attributes.
+///
+/// Functions that take a key instead of a URL are for what is about to be deleted or moved: the key
+/// is made while the item is still there. "Below" an item means its whole tree; a sibling whose
+/// name merely begins alike is not touched.
+///
+/// Threading: any; each function is a turn of the database of its own unless the caller has one.
+/// Errors: those of the database.
+struct RecCustomAttr {
+    std::string relative_path;
+    std::int64_t is_protected = 0;
+    std::optional<std::int64_t> order_no = {};
+    std::int64_t is_custom_sorted = 0;
+    std::int64_t was_custom_sorted_at_least_once = 0;
+
+    static constexpr std::array<std::string_view, 5> columns{"relative_path", "is_protected",
+                                                             "order_no", "is_custom_sorted",
+                                                             "was_custom_sorted_at_least_once"};
+
+    [[nodiscard]] static RecCustomAttr from_row(const Row& row);
+    [[nodiscard]] std::array<Argument, 5> values() const;
+
+    bool operator==(const RecCustomAttr&) const = default;
+
+    [[nodiscard]] static std::optional<RecCustomAttr> fetch(const RecordKey& key);
+    [[nodiscard]] static std::vector<RecCustomAttr> fetch_all(std::span<const RecordKey> keys);
+
+    /// The records for which `condition` holds, an expression over the columns.
+    [[nodiscard]] static std::vector<RecCustomAttr> fetch_all(std::string_view where,
+                                                              Arguments args = {});
+
+    /// The same, as what an application sees, by location.
+    [[nodiscard]] static std::unordered_map<Url, CustomAttributes>
+    fetch_all_by_url(std::string_view where, Arguments args = {});
+
+    /// Whether anything is stored at all; where not, no item needs to be looked up.
+    [[nodiscard]] static bool any_records();
+
+    /// Whether anything is stored for the item or below it.
+    [[nodiscard]] static bool any_records_below(const RecordKey& key);
+
+    /// Stores the record of one item for another one, too, in place of what was stored for that.
+    /// Without a record nothing happens.
+    static void duplicate_record(const Url& for_url, const Url& replacing_to_url);
+    static void duplicate_record(const RecordKey& for_key, const RecordKey& replacing_to_key);
+
+    /// The same for many items, all or none, as the records stand before the call.
+    static void duplicate_each_record(std::span<const RecordCopy> copies);
+
+    /// Stores the records of an item and of everything below it for another place, too. A record
+    /// there is replaced by its counterpart; one without a counterpart stays.
+    static void duplicate_records(const Url& whose_url_prefixed_with_url,
+                                  const Url& replacing_prefix_to_url);
+    static void duplicate_records(const RecordKey& prefix, const RecordKey& replacing_prefix_to);
+
+    /// Deletes the records of an item and of everything below it.
+    static void delete_records(const Url& whose_url_prefixed_with_url);
+    static void delete_records(const RecordKey& prefix);
+
+    /// To be called when an item whose records were duplicated has been moved: deletes its records
+    /// at the old place, and at the new one those that it did not bring along, which are of items
+    /// that are gone.
+    static void finish_move(const RecordKey& from, const RecordKey& to);
+};
+
+[[nodiscard]] CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url);
+
+} // namespace orv
