@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 
 struct sqlite3_stmt;
@@ -31,10 +32,12 @@ class Arguments {
 public:
     Arguments() = default;
     Arguments(std::initializer_list<Argument> values) : values_(values.begin(), values.size()) {}
-    Arguments(std::span<const Argument> values) // NOLINT(google-explicit-constructor): a view
+    template <class List>
+    requires(std::is_convertible_v<const List&, std::span<const Argument>> &&
+             !std::is_same_v<List, Arguments>) Arguments(const List& values)
         : values_(values)
     {
-    }
+    } // NOLINT(google-explicit-constructor): a view
 
     [[nodiscard]] std::span<const Argument> values() const { return values_; }
 

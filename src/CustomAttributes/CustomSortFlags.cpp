@@ -1,8 +1,6 @@
 #include "CustomAttributes/CustomSortFlags.hpp"
 
 #include "CustomAttributes/RecCustomAttr.hpp"
-#include "CustomAttributes/RecordTree.hpp"
-#include "Database/DBManager.hpp"
 
 #include <algorithm>
 
@@ -14,26 +12,6 @@ bool has_order_no(const CustomAttributes& attributes)
     return attributes.order_no.has_value();
 }
 
-bool any_item_inside_has_order_no(const Url& folder)
-{
-    const RecordTree tree(record_key(folder));
-    std::vector<Argument> arguments;
-    for (const Argument& value : tree.ranges())
-        arguments.push_back(value);
-    for (const Argument& value : tree.direct())
-        arguments.push_back(value);
-
-    bool found = false;
-    const auto take = [&](const Row&) {
-        found = true;
-        return false;
-    };
-    std::string sql = "SELECT 1 FROM custom_attributes WHERE order_no IS NOT NULL AND ";
-    sql.append(RecordTree::condition).append(" AND ").append(RecordTree::is_direct);
-    shared_db_manager().db().query(sql.append(" LIMIT 1"), arguments, take);
-    return found;
-}
-
 } // namespace
 
 void update_custom_sort_flags(const Url& folder, const std::vector<CustomAttributes>& attributes)
@@ -42,7 +20,7 @@ void update_custom_sort_flags(const Url& folder, const std::vector<CustomAttribu
     CustomAttributes flags = CustomAttributes::fetch(folder).value_or(CustomAttributes{folder});
     if (is_sorted)
         flags.is_custom_sorted = flags.was_custom_sorted_at_least_once = true;
-    else if (flags.is_custom_sorted && !any_item_inside_has_order_no(folder))
+    else if (flags.is_custom_sorted && !RecCustomAttr::any_order_no_inside(record_key(folder)))
         flags.is_custom_sorted = false;
     else
         return;

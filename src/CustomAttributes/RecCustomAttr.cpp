@@ -108,6 +108,14 @@ bool RecCustomAttr::any_records_below(const RecordKey& key)
     return finds_any(RecordTree::condition, tree.ranges());
 }
 
+bool RecCustomAttr::any_order_no_inside(const RecordKey& folder)
+{
+    const RecordTree tree(folder);
+    return finds_any(
+        sql(RecordTree::condition, " AND ", RecordTree::is_direct, " AND order_no IS NOT NULL"),
+        joined(tree.ranges(), tree.direct()));
+}
+
 void RecCustomAttr::duplicate_record(const Url& for_url, const Url& replacing_to_url)
 {
     duplicate_record(record_key(for_url), record_key(replacing_to_url));

@@ -64,6 +64,9 @@ struct RecCustomAttr {
     /// Whether anything is stored for the item or below it.
     [[nodiscard]] static bool any_records_below(const RecordKey& key);
 
+    /// Whether an item directly inside the folder has an order number.
+    [[nodiscard]] static bool any_order_no_inside(const RecordKey& folder);
+
     /// Stores the record of one item for another one, too, in place of what was stored for that.
     /// Without a record nothing happens.
     static void duplicate_record(const Url& for_url, const Url& replacing_to_url);
