@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+#include <sys/stat.h>
+
+namespace orv {
+
+/// What makes an item the same item under whatever name.
+struct Identity {
+    std::uint32_t device_major = 0;
+    std::uint32_t device_minor = 0;
+    std::uint64_t inode = 0;
+
+    bool operator==(const Identity&) const = default;
+};
+
+[[nodiscard]] inline Identity identity_of(const struct statx& facts)
+{
+    return {facts.stx_dev_major, facts.stx_dev_minor, facts.stx_ino};
+}
+
+} // namespace orv

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <orv/utility/Url.hpp>
+
+namespace orv {
+
+/// Removes the item `name` of the open folder `folder`, a folder with everything in it. `shown` is
+/// its path in errors. Links are removed, never followed, and a mounted volume is never entered.
+/// The first failure ends it.
+///
+/// Threading: any.
+/// Errors: the platform's, with the path of the item that could not be removed: EBUSY for a mounted
+/// volume, EPERM for "/", EINVAL for "." and "..".
+void remove_tree(int folder, const char* name, const Url& shown);
+
+/// The same for the item at `url`.
+void remove_tree(const Url& url);
+
+} // namespace orv

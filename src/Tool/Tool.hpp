@@ -1,0 +1,76 @@
+#pragma once
+
+#include <orv/Misc/FileItem.hpp>
+#include <orv/utility/FunctionRef.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <cstdint>
+#include <optional>
+
+namespace orv {
+
+/// The file-system toolkit that every request uses. Keeps nothing.
+///
+/// Paths may be of any length. An item exists where a directory entry does: a dangling link is one.
+///
+/// Threading: any.
+class Tool {
+public:
+    /// The one instance, also reachable as `tool`.
+    static const Tool& singleton();
+
+    /// Creates an empty file. An existing item is left alone, or, with `overwrite`, emptied when it
+    /// is a regular file. Says whether an empty file is there now.
+    static bool create_file(const Url& at, bool overwrite);
+
+    /// Removes the item, a folder with everything in it. Says whether it is gone.
+    static bool delete_item(const Url& at);
+
+    /// The same as `delete_item`, but tells why it failed.
+    ///
+    /// Errors: the platform's, with the path of the item that could not be removed.
+    static void remove_item(const Url& at);
+
+    /// Hands the items below `root` to `consume`, a folder before its contents, until it answers
+    /// false. With `inclusive` the root comes first, whatever it is; a root that is no folder has
+    /// nothing below it. What `consume` throws leaves the walk unchanged.
+    ///
+    /// Folders that cannot be read and entries that vanish are passed over; links are not followed.
+    /// Errors: "Given url doesn't point to an existing item."; "Couldn't create directory
+    /// enumerator." when the root cannot be opened; those of `FileItem`.
+    static void iterate_contents(const Url& root, bool inclusive, bool recursive,
+                                 std::optional<int> recursion_depth, bool include_hidden_files,
+                                 FunctionRef<bool(FileItem)> consume);
+
+    /// Creates a folder. With `also_create_intermediates` missing folders above it, too, and a
+    /// folder that is already there is a success. Says whether it is there now.
+    static bool create_directory(const Url& at, bool also_create_intermediates);
+
+    /// The same as `create_directory`, but tells why it failed.
+    ///
+    /// Errors: the platform's, with the path of the folder that could not be created.
+    static void make_directory(const Url& at, bool also_create_intermediates);
+
+    /// The size of the item itself in bytes; no value when it cannot be told.
+    [[nodiscard]] static std::optional<std::int64_t> file_size(const Url& of);
+
+    [[nodiscard]] static bool item_exists(const Url& at);
+
+    /// Whether the item is a folder, or a link that leads to one.
+    [[nodiscard]] static bool is_directory(const Url& at);
+
+    /// Gives the item at `from` the location `to`, where nothing may stand.
+    ///
+    /// Errors: "Couldn't move the item", with the platform's error appended: code EEXIST when
+    /// something stands at `to`, EXDEV when it lies on another volume.
+    static void move_item(const Url& from, const Url& to);
+
+    /// The user's documents folder, created when it is missing.
+    [[nodiscard]] static const Url& docs_dir();
+    [[nodiscard]] static const Url& temp_dir();
+    [[nodiscard]] static const Url& home_dir();
+};
+
+inline constexpr Tool tool;
+
+} // namespace orv
