@@ -30,10 +30,7 @@ public:
     /// descriptor is `outermost_folder()`.
     [[nodiscard]] bool is_full() const { return levels_.size() - outermost_open_ >= max_open_; }
     [[nodiscard]] std::size_t outermost_open() const { return outermost_open_; }
-    [[nodiscard]] int outermost_folder() const
-    {
-        return levels_[outermost_open_].descriptor.get();
-    }
+    [[nodiscard]] int outermost_folder() const { return levels_[outermost_open_].descriptor.get(); }
 
     /// Makes `folder`, which lies in the innermost folder, the innermost one.
     void enter(OpenFolder folder);

@@ -10,12 +10,12 @@ namespace {
 OpenFolder opened(int folder, const char* name, int more_flags)
 {
     OpenFolder result;
-    result.descriptor = FileDescriptor(::openat(
-        folder, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | more_flags));
+    result.descriptor = FileDescriptor(
+        ::openat(folder, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | more_flags));
     if (!result.descriptor) {
         result.error = errno;
-    } else if (::statx(result.descriptor.get(), "", AT_EMPTY_PATH,
-                       STATX_BASIC_STATS | STATX_BTIME, &result.facts) != 0) {
+    } else if (::statx(result.descriptor.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME,
+                       &result.facts) != 0) {
         result.error = errno;
         result.descriptor.reset();
     }

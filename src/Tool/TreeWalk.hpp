@@ -58,6 +58,9 @@ public:
     /// Walks the folder open as `root`, whose path is shown as `path`.
     TreeWalk(OpenFolder root, const Url& path, const TreeWalkOptions& options = {});
 
+    TreeWalk(const TreeWalk&) = delete;
+    TreeWalk& operator=(const TreeWalk&) = delete;
+
     /// Goes on to the next event.
     ///
     /// Errors: the platform's with the path, as the options say; that a folder was moved or
@@ -88,12 +91,13 @@ private:
     Event next_item();
     bool look_at(const char* name);
     bool enter_item();
-    Event leaving();
-    bool passes_over(int error) const;
+    Event entered();
+    Event left();
+    [[nodiscard]] bool passes_over(int error) const;
 
     TreeWalkOptions options_;
-    FolderTrail trail_;
     std::vector<struct statx> folder_facts_;
+    FolderTrail trail_;
     std::size_t root_path_size_;
     std::optional<Event> event_;
     const char* name_ = nullptr;

@@ -1,0 +1,151 @@
+#include "Tool/RemoveTree.hpp"
+
+#include "Tool/FolderTrail.hpp"
+#include "Tool/Place.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+// Some file systems leave entries out when others are removed during the reading, and another
+// program may add some: a folder that is not empty then is read again, but not for ever.
+constexpr int max_readings_again = 1000;
+
+bool is_mounted(const OpenFolder& folder, const Identity& above)
+{
+    if ((folder.facts.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0)
+        return (folder.facts.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    const Identity identity = folder.identity();
+    return identity.device_major != above.device_major ||
+           identity.device_minor != above.device_minor;
+}
+
+/// Removes what is no folder and returns 0, or the errno; EISDIR for a folder.
+int unlink_item(int folder, const char* name)
+{
+    return ::unlinkat(folder, name, 0) == 0 ? 0 : errno;
+}
+
+/// Empties one folder.
+class Emptying {
+public:
+    Emptying(OpenFolder top, const std::string& path)
+        : trail_(std::move(top), path, FolderStack::default_max_open)
+    {
+    }
+
+    void run()
+    {
+        for (;;) {
+            while (const auto entry = trail_.next_entry())
+                remove(*entry);
+            if (trail_.read_error() != 0)
+                throw platform_error(trail_.read_error(), trail_.path());
+            if (trail_.depth() == 0)
+                return;
+            remove_emptied_folder();
+        }
+    }
+
+private:
+    void remove(const FolderReader::Entry& entry)
+    {
+        if (entry.type == DT_DIR)
+            return enter(entry.name);
+        const int error = unlink_item(trail_.folder(), entry.name);
+        if (error == EISDIR)
+            enter(entry.name);
+        else if (error != 0 && error != ENOENT)
+            throw platform_error(error, trail_.path_of(entry.name));
+    }
+
+    void enter(const char* name)
+    {
+        OpenFolder folder = open_folder(trail_.folder(), name);
+        if (folder.error == ENOENT)
+            return;
+        if (folder.error == 0 && is_mounted(folder, trail_.identity()))
+            folder.error = EBUSY;
+        if (folder.error != 0)
+            throw platform_error(folder.error, trail_.path_of(name));
+        trail_.enter(std::move(folder), name);
+    }
+
+    void remove_emptied_folder()
+    {
+        name_ = trail_.name();
+        trail_.leave();
+        if (::unlinkat(trail_.folder(), name_.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT)
+            return;
+        if (errno != ENOTEMPTY || readings_again_++ == max_readings_again)
+            throw platform_error(errno, trail_.path_of(name_.c_str()));
+        enter(name_.c_str());
+    }
+
+    FolderTrail trail_;
+    std::string name_;
+    int readings_again_ = 0;
+};
+
+void refuse_special(const char* name, const Url& shown)
+{
+    const Url standardized = shown.standardized();
+    if (standardized.path() == "/")
+        throw platform_error(EPERM, shown);
+    const std::string_view last =
+        std::string_view(name).substr(std::string_view(name).rfind('/') + 1);
+    if (last == "." || last == "..")
+        throw platform_error(EINVAL, shown);
+}
+
+/// Removes the folder `name` with everything in it.
+void remove_folder(int parent, const char* name, const Url& shown)
+{
+    struct statx above = {};
+    if (::statx(parent, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &above) != 0)
+        throw platform_error(errno, shown);
+    for (int readings = 0; readings <= max_readings_again; ++readings) {
+        OpenFolder folder = open_folder(parent, name);
+        if (folder.error == 0 && is_mounted(folder, identity_of(above)))
+            folder.error = EBUSY;
+        if (folder.error != 0)
+            throw platform_error(folder.error, shown);
+        Emptying(std::move(folder), shown.path()).run();
+        if (::unlinkat(parent, name, AT_REMOVEDIR) == 0)
+            return;
+        if (errno != ENOTEMPTY)
+            break;
+    }
+    throw platform_error(errno, shown);
+}
+
+} // namespace
+
+void remove_tree(int folder, const char* name, const Url& shown)
+{
+    refuse_special(name, shown);
+    const int error = unlink_item(folder, name);
+    if (error == EISDIR)
+        remove_folder(folder, name, shown);
+    else if (error != 0)
+        throw platform_error(error, shown);
+}
+
+void remove_tree(const Url& url)
+{
+    const Place place = Place::in_opened_folder(url);
+    remove_tree(place.folder(), place.name(), url);
+}
+
+} // namespace orv

@@ -1,0 +1,210 @@
+#include "Tool/Tool.hpp"
+
+#include "Tool/NoReplaceRename.hpp"
+#include "Tool/Place.hpp"
+#include "Tool/RemoveTree.hpp"
+#include "Tool/TreeWalk.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Fatal.hpp>
+#include <orv/utility/Locations.hpp>
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+constexpr std::string_view source_name = "src/Tool/Tool";
+
+Error walk_error(std::string_view sentence, int line)
+{
+    return error_msg(sentence, source_name,
+                     "iterate_contents(of:inclusive:recursive:recursion_depth:"
+                     "include_hidden_files:consume:)",
+                     line);
+}
+
+/// What is at `url`; with AT_SYMLINK_NOFOLLOW in `flags`, of the link itself.
+std::optional<struct stat> facts_of(const Url& url, int flags)
+{
+    try {
+        const Place place = Place::of(url);
+        struct stat facts = {};
+        if (::fstatat(place.folder(), place.name(), &facts, flags) == 0)
+            return facts;
+    } catch (const Error&) {
+        // A folder on the way that cannot be opened hides the item like a failed call does.
+    }
+    return std::nullopt;
+}
+
+/// Creates the folder and returns 0, or the errno.
+int create_folder(const Url& url)
+{
+    const Place place = Place::of(url);
+    return ::mkdirat(place.folder(), place.name(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? 0 : errno;
+}
+
+FileItem item_of(const TreeWalk& walk)
+{
+    FileItem item;
+    item.url = walk.path();
+    item.is_dir = walk.is_folder();
+    item.level = walk.level();
+    item.relative_path = walk.relative_path();
+    item.name = walk.name();
+    if (S_ISREG(walk.facts().stx_mode))
+        item.size = static_cast<std::int64_t>(walk.facts().stx_size);
+    item.is_hidden = item.name.starts_with('.');
+    return item;
+}
+
+TreeWalk opened_walk(const Url& root, const TreeWalkOptions& options)
+try {
+    return TreeWalk(root, options);
+} catch (const Error& error) {
+    throw walk_error("Couldn't create directory enumerator.", 118).because_of(error);
+}
+
+} // namespace
+
+const Tool& Tool::singleton()
+{
+    return tool;
+}
+
+bool Tool::create_file(const Url& at, bool overwrite)
+try {
+    const Place place = Place::of(at);
+    const FileDescriptor file(::openat(place.folder(), place.name(),
+                                       O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC |
+                                           (overwrite ? 0 : O_EXCL),
+                                       S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH));
+    struct stat facts = {};
+    return file && ::fstat(file.get(), &facts) == 0 && S_ISREG(facts.st_mode) &&
+           ::ftruncate(file.get(), 0) == 0;
+} catch (const Error&) {
+    return false;
+}
+
+bool Tool::delete_item(const Url& at)
+try {
+    remove_item(at);
+    return true;
+} catch (const Error&) {
+    return false;
+}
+
+void Tool::remove_item(const Url& at)
+{
+    remove_tree(at);
+}
+
+void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
+                            std::optional<int> recursion_depth, bool include_hidden_files,
+                            FunctionRef<bool(FileItem)> consume)
+{
+    if (!item_exists(root))
+        throw walk_error("Given url doesn't point to an existing item.", 78);
+    const bool is_folder = is_directory(root);
+    if (inclusive && !consume(FileItem(root, root)))
+        return;
+    if (!is_folder)
+        return;
+
+    TreeWalkOptions options;
+    options.recursive = recursive;
+    options.recursion_depth = recursion_depth;
+    options.include_hidden_files = include_hidden_files;
+    TreeWalk walk = opened_walk(root, options);
+    for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next())
+        if (event == TreeWalk::Event::item && !consume(item_of(walk)))
+            return;
+}
+
+bool Tool::create_directory(const Url& at, bool also_create_intermediates)
+try {
+    make_directory(at, also_create_intermediates);
+    return true;
+} catch (const Error&) {
+    return false;
+}
+
+void Tool::make_directory(const Url& at, bool also_create_intermediates)
+{
+    std::vector<Url> below;
+    Url folder = at;
+    int error = create_folder(folder);
+    while (also_create_intermediates && error == ENOENT) {
+        below.push_back(folder);
+        folder = folder.deleting_last_path_component();
+        if (folder == below.back())
+            throw platform_error(error, folder);
+        error = create_folder(folder);
+    }
+    for (;;) {
+        if (error != 0 && !(also_create_intermediates && is_directory(folder)))
+            throw platform_error(error, folder);
+        if (below.empty())
+            return;
+        folder = std::move(below.back());
+        below.pop_back();
+        error = create_folder(folder);
+    }
+}
+
+std::optional<std::int64_t> Tool::file_size(const Url& of)
+{
+    const auto facts = facts_of(of, AT_SYMLINK_NOFOLLOW);
+    return facts ? std::optional<std::int64_t>(facts->st_size) : std::nullopt;
+}
+
+bool Tool::item_exists(const Url& at)
+{
+    return facts_of(at, AT_SYMLINK_NOFOLLOW).has_value();
+}
+
+bool Tool::is_directory(const Url& at)
+{
+    const auto facts = facts_of(at, 0);
+    return facts && S_ISDIR(facts->st_mode);
+}
+
+void Tool::move_item(const Url& from, const Url& to)
+try {
+    const Place source = Place::of(from);
+    const Place destination = Place::of(to);
+    const int error =
+        rename_no_replace(source.folder(), source.name(), destination.folder(), destination.name());
+    if (error != 0)
+        throw platform_error(error, error == EEXIST ? to : from);
+} catch (const Error& error) {
+    throw error_msg("Couldn't move the item", source_name, "move_item(from:to:)", 234)
+        .appending_error(error);
+}
+
+const Url& Tool::docs_dir()
+{
+    if (!create_directory(orv::docs_dir(), true))
+        fatal("The documents folder cannot be created: " + orv::docs_dir().path());
+    return orv::docs_dir();
+}
+
+const Url& Tool::temp_dir()
+{
+    return orv::temp_dir();
+}
+
+const Url& Tool::home_dir()
+{
+    return orv::home_dir();
+}
+
+} // namespace orv

@@ -1,0 +1,146 @@
+#include "Tool/TreeWalk.hpp"
+
+#include "Tool/Place.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cerrno>
+#include <utility>
+
+#include <fcntl.h>
+
+namespace orv {
+namespace {
+
+OpenFolder opened_root(const Url& root)
+{
+    const Place place = Place::of(root);
+    OpenFolder folder = open_folder_following_links(place.folder(), place.name());
+    if (folder.error != 0)
+        throw platform_error(folder.error, root);
+    return folder;
+}
+
+/// Whether `opened` is the folder that was described as `facts`. Opening one that is mounted on
+/// demand opens the volume that is mounted there.
+bool is_described_by(const OpenFolder& opened, const struct statx& facts)
+{
+    return opened.identity() == identity_of(facts) ||
+           (facts.stx_attributes & STATX_ATTR_AUTOMOUNT) != 0;
+}
+
+} // namespace
+
+TreeWalk::TreeWalk(const Url& root, const TreeWalkOptions& options)
+    : TreeWalk(opened_root(root), root, options)
+{
+}
+
+TreeWalk::TreeWalk(OpenFolder root, const Url& path, const TreeWalkOptions& options)
+    : options_(options), folder_facts_{root.facts},
+      trail_(std::move(root), path.path(), options.max_open_folders),
+      root_path_size_(path.path() == "/" ? 0 : path.path().size())
+{
+}
+
+TreeWalk::Event TreeWalk::next()
+{
+    if (!event_)
+        return entered();
+    switch (*event_) {
+    case Event::item:
+        if (enters_item_ && enter_item())
+            return entered();
+        break;
+    case Event::entered:
+        break;
+    case Event::left:
+        if (trail_.depth() == 0)
+            return *(event_ = Event::end);
+        trail_.leave();
+        folder_facts_.pop_back();
+        break;
+    case Event::end:
+        return Event::end;
+    }
+    return next_item();
+}
+
+TreeWalk::Event TreeWalk::next_item()
+{
+    while (const auto entry = trail_.next_entry()) {
+        if (entry->name[0] == '.' && !options_.include_hidden_files)
+            continue;
+        if (look_at(entry->name))
+            return *(event_ = Event::item);
+    }
+    if (trail_.read_error() != 0 && !passes_over(trail_.read_error()))
+        throw platform_error(trail_.read_error(), trail_.path());
+    return left();
+}
+
+bool TreeWalk::look_at(const char* name)
+{
+    name_ = name;
+    level_ = static_cast<int>(trail_.depth()) + 1;
+    if (::statx(trail_.folder(), name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
+                STATX_BASIC_STATS | STATX_BTIME, &facts_) != 0) {
+        if (passes_over(errno))
+            return false;
+        throw platform_error(errno, path());
+    }
+    enters_item_ = is_folder() && options_.recursive && level_ != options_.recursion_depth;
+    return true;
+}
+
+bool TreeWalk::enter_item()
+{
+    OpenFolder folder = open_folder(trail_.folder(), name_);
+    if (folder.error != 0) {
+        if (passes_over(folder.error))
+            return false;
+        throw platform_error(folder.error, path());
+    }
+    if (!is_described_by(folder, facts_)) {
+        if (options_.unreadable == TreeWalkOptions::Unreadable::pass_over)
+            return false;
+        throw folder_replaced(path());
+    }
+    trail_.enter(std::move(folder), name_);
+    folder_facts_.push_back(facts_);
+    return true;
+}
+
+TreeWalk::Event TreeWalk::entered()
+{
+    name_ = trail_.name();
+    level_ = static_cast<int>(trail_.depth());
+    facts_ = folder_facts_.back();
+    return *(event_ = Event::entered);
+}
+
+TreeWalk::Event TreeWalk::left()
+{
+    entered();
+    return *(event_ = Event::left);
+}
+
+bool TreeWalk::passes_over(int error) const
+{
+    const bool out_of_means = error == EMFILE || error == ENFILE || error == ENOMEM;
+    return options_.unreadable == TreeWalkOptions::Unreadable::pass_over && !out_of_means;
+}
+
+std::string TreeWalk::path() const
+{
+    return event_ == Event::item ? trail_.path_of(name_) : trail_.path();
+}
+
+std::string TreeWalk::relative_path() const
+{
+    std::string path = this->path();
+    path.erase(0, path.size() == root_path_size_ ? root_path_size_ : root_path_size_ + 1);
+    return path;
+}
+
+} // namespace orv
