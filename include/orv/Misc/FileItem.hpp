@@ -112,7 +112,10 @@ void load_all_custom_attrs(std::vector<FileItem>& items);
 /// Errors: those of the database.
 void sync_save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order_numbers);
 
-/// Sorts `items`. Names are compared without regard to case, and equal ones keep their order.
+/// Sorts `items`. Names and extensions are compared without regard to case, and equal items keep
+/// their order. An item without a size counts as empty; undated ones come before all others, or
+/// after them in descending order. Items of one extension are sorted by name; beside items whose
+/// extension differs in case only, they keep the places that they hold among them.
 ///
 /// Threading: any.
 void orv_sort(std::vector<FileItem>& items, SortType sort);

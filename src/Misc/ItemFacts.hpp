@@ -1,0 +1,32 @@
+#pragma once
+
+#include <orv/Misc/FileItem.hpp>
+
+#include <string>
+#include <string_view>
+
+#include <sys/stat.h>
+
+namespace orv {
+
+/// What an item's description needs from `statx`.
+inline constexpr unsigned item_facts_mask =
+    STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
+
+/// What the items of one folder share. Worked out once per folder, so that an item costs a walk one
+/// `statx` and no work on paths.
+struct ItemFolder {
+    Url url;
+    Url resolved_url;          ///< with links resolved
+    std::string relative_path; ///< from the root of the walk; empty for the root itself
+    int level = 0;             ///< of the items in it; 1 in the root of the walk
+};
+
+/// Describes the item `name` of `folder`, of which `statx` told `facts` without following a link.
+///
+/// Threading: any.
+/// Errors: "Couldn't extract some resource values for url: \n…" when the facts lack the type.
+[[nodiscard]] FileItem file_item(const ItemFolder& folder, std::string_view name,
+                                 const struct statx& facts);
+
+} // namespace orv

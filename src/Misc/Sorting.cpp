@@ -1,0 +1,178 @@
+#include "utility/Text.hpp"
+
+#include <orv/Misc/FileItem.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+// Every rule becomes one key per item, worked out before the sort, whose `<` is a strict weak
+// order; so the standard stable sort stays within bounds and ends on any input. By their letter,
+// two of the rules are no such orders, and this is how the keys keep them:
+//
+// - An undated item goes before any other, also before another undated one. Undated items may
+//   therefore change places but need not: all have one key, below (descending: after) every date.
+// - Items of equal extension are compared by name; items whose extensions differ in case only are
+//   not compared at all. Not all of b.jpg, x.JPG, a.jpg can stand as compared and as they came:
+//   what is compared wins, see `order_by_extension`.
+
+namespace orv {
+namespace {
+
+/// The items' indices in their new order.
+using Order = std::vector<std::size_t>;
+
+/// A folded text, led by its first bytes as one number: that decides nearly every comparison.
+struct FoldedText {
+    std::uint64_t start = 0;
+    std::string_view text;
+
+    std::strong_ordering operator<=>(const FoldedText&) const = default;
+};
+
+/// One text of every item, folded.
+class FoldedTexts {
+public:
+    FoldedTexts(const std::vector<FileItem>& items, std::string FileItem::*text)
+    {
+        keys_.reserve(items.size());
+        for (const FileItem& item : items)
+            keys_.push_back(fold_key(item.*text));
+    }
+
+    FoldedText operator[](std::size_t index) const
+    {
+        FoldedText result{0, keys_[index]};
+        for (std::size_t i = 0; i < sizeof(result.start); ++i) {
+            const char byte = i < result.text.size() ? result.text[i] : '\0';
+            result.start = result.start << 8 | static_cast<unsigned char>(byte);
+        }
+        return result;
+    }
+
+private:
+    std::vector<std::string> keys_;
+};
+
+/// The stable order of `count` things by the key that `key_of` gives for the index of each.
+template <class KeyOf>
+Order order_by(std::size_t count, SortOrder order, const KeyOf& key_of)
+{
+    struct Entry {
+        std::invoke_result_t<const KeyOf&, std::size_t> key;
+        std::size_t index;
+    };
+    std::vector<Entry> entries;
+    entries.reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
+        entries.push_back({key_of(i), i});
+
+    const auto before = [](const Entry& a, const Entry& b) { return a.key < b.key; };
+    const auto after = [](const Entry& a, const Entry& b) { return b.key < a.key; };
+    if (order == SortOrder::asc)
+        std::stable_sort(entries.begin(), entries.end(), before);
+    else
+        std::stable_sort(entries.begin(), entries.end(), after);
+
+    Order indices;
+    indices.reserve(count);
+    for (const Entry& entry : entries)
+        indices.push_back(entry.index);
+    return indices;
+}
+
+/// Groups by folded extension. Inside a group, the places that the items of one exact extension
+/// hold as they came are given to these items by name: "b.jpg, x.JPG, a.jpg" becomes
+/// "a.jpg, x.JPG, b.jpg".
+Order order_by_extension(const std::vector<FileItem>& items, SortOrder order)
+{
+    const FoldedTexts exts(items, &FileItem::ext);
+    const FoldedTexts names(items, &FileItem::name);
+    const auto exact_ext = [&](std::size_t i) {
+        return std::tuple(exts[i], std::string_view(items[i].ext));
+    };
+
+    const Order grouped = order_by(items.size(), order, [&](std::size_t i) { return exts[i]; });
+    const Order places =
+        order_by(items.size(), order, [&](std::size_t place) { return exact_ext(grouped[place]); });
+    const Order compared = order_by(items.size(), order, [&](std::size_t i) {
+        return std::tuple_cat(exact_ext(i), std::tuple(names[i]));
+    });
+
+    Order result(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i)
+        result[places[i]] = compared[i];
+    return result;
+}
+
+Order order_by_custom_order(const std::vector<FileItem>& items)
+{
+    const FoldedTexts names(items, &FileItem::name);
+    return order_by(items.size(), SortOrder::asc, [&](std::size_t i) {
+        const auto number = items[i].custom_attributes.order_no;
+        return std::tuple(!number, number.value_or(0), number ? FoldedText() : names[i]);
+    });
+}
+
+Order order_by_folders_first(const std::vector<FileItem>& items)
+{
+    const FoldedTexts names(items, &FileItem::name);
+    return order_by(items.size(), SortOrder::asc,
+                    [&](std::size_t i) { return std::tuple(!items[i].is_plain_dir(), names[i]); });
+}
+
+Order order_by_name(const std::vector<FileItem>& items, SortOrder order)
+{
+    const FoldedTexts names(items, &FileItem::name);
+    return order_by(items.size(), order, [&](std::size_t i) { return names[i]; });
+}
+
+Order order_of(const std::vector<FileItem>& items, SortType sort)
+{
+    switch (sort.key()) {
+    case SortType::Key::name:
+        return order_by_name(items, sort.order());
+    case SortType::Key::size:
+        return order_by(items.size(), sort.order(),
+                        [&](std::size_t i) { return items[i].size.value_or(0); });
+    case SortType::Key::modification_date:
+        return order_by(items.size(), sort.order(),
+                        [&](std::size_t i) { return items[i].modification_date; });
+    case SortType::Key::extension:
+        return order_by_extension(items, sort.order());
+    case SortType::Key::folders_first:
+        return order_by_folders_first(items);
+    case SortType::Key::custom_order:
+        break;
+    }
+    return order_by_custom_order(items);
+}
+
+/// Puts `items` into `order` in place, along the cycles of the permutation: a second list of
+/// so many large items would cost more than the sort.
+void arrange(std::vector<FileItem>& items, Order order)
+{
+    for (std::size_t start = 0; start < items.size(); ++start) {
+        if (order[start] == start)
+            continue;
+        FileItem first = std::move(items[start]);
+        std::size_t place = start;
+        while (order[place] != start) {
+            items[place] = std::move(items[order[place]]);
+            place = std::exchange(order[place], place);
+        }
+        items[place] = std::move(first);
+        order[place] = place;
+    }
+}
+
+} // namespace
+
+void orv_sort(std::vector<FileItem>& items, SortType sort)
+{
+    arrange(items, order_of(items, sort));
+}
+
+} // namespace orv
