@@ -186,8 +186,13 @@ try {
     if (error != 0)
         throw platform_error(error, error == EEXIST ? to : from);
 } catch (const Error& error) {
-    throw error_msg("Couldn't move the item", source_name, "move_item(from:to:)", 234)
-        .appending_error(error);
+    throw move_error(error);
+}
+
+Error move_error(const Error& cause)
+{
+    return error_msg("Couldn't move the item", source_name, "move_item(from:to:)", 234)
+        .appending_error(cause);
 }
 
 const Url& Tool::docs_dir()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orv/Misc/FileItem.hpp>
+#include <orv/utility/Error.hpp>
 #include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
 
@@ -72,5 +73,8 @@ public:
 };
 
 inline constexpr Tool tool;
+
+/// The error of a failed move, for those that move in a way of their own.
+[[nodiscard]] Error move_error(const Error& cause);
 
 } // namespace orv

@@ -23,4 +23,13 @@ public:
     using StatusClosure = std::function<void(const Status&)>;
 };
 
+/// Does nothing; a program that calls it shows that the library is linked.
+void exp_from_orv_file_management();
+
+/// Prints to standard output what lies in the folder "/Volumes/Untitled/1", at every depth and
+/// without hidden items: a line for each with its way from the folder and its size, then the total.
+///
+/// Threading: any.
+void exp_get_content_of_directory();
+
 } // namespace orv

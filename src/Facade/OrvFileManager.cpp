@@ -1,0 +1,159 @@
+#include "Database/DBManager.hpp"
+#include "Global/TestMode.hpp"
+#include "Operations/CopyOpr.hpp"
+#include "Operations/DeleteOpr.hpp"
+#include "Operations/FetchItemsOpr.hpp"
+#include "Operations/FolderSizeOpr.hpp"
+#include "Operations/MultiDeleteOpr.hpp"
+#include "Operations/NewFolderOpr.hpp"
+#include "Operations/ProcessedFiles.hpp"
+#include "Operations/SnglCopyOpr.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Tool/Tool.hpp"
+
+#include <orv/Facade/OrvFileManager.hpp>
+#include <orv/utility/Error.hpp>
+
+#include <iostream>
+
+namespace orv {
+namespace {
+
+/// The location's lock for a synchronous method; none when another request holds it.
+std::optional<UrlLock> lock_of(const Url& url)
+{
+    try {
+        return std::optional<UrlLock>(std::in_place, write(url));
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+void OrvFileManager::configure(Locations locations)
+{
+    configure_locations(std::move(locations));
+}
+
+OrvFileManager& OrvFileManager::singleton()
+{
+    static auto* manager = new OrvFileManager;
+    return *manager;
+}
+
+void OrvFileManager::create_singleton()
+{
+    singleton().forced_singleton_creation_ = true;
+}
+
+OrvFileManager::OrvFileManager()
+{
+    if (create_processed_files_folder())
+        remove_leftovers();
+    else
+        std::cout << "⚠️ Couldn't create 'processed files' directory when initializing "
+                     "`OrvFileManager`"
+                  << std::endl;
+    db_mngr_ = std::make_unique<DBManager>();
+    db_mngr_->setup();
+    set_shared_db_manager(db_mngr_.get());
+}
+
+bool OrvFileManager::test_mode()
+{
+    return intr_test_mode();
+}
+
+void OrvFileManager::set_test_mode(bool on)
+{
+    set_intr_test_mode(on);
+}
+
+std::shared_ptr<SnglCopyOperation>
+OrvFileManager::single_copy(Url src_url, Url dest_url, bool overwrite,
+                            SnglCopyOperation::StatusClosure status_closure)
+{
+    if (test_mode())
+        return orv::single_copy(std::move(src_url), std::move(dest_url), overwrite, true,
+                                std::move(status_closure));
+    std::cout << "⚠️ single_copy() function is exposed for debug purposes and it can cause "
+                 "unexpected behaviour.\n"
+                 "So it should not be used under normal circumstances,\n"
+                 "but if you are sure to use it please set `OrvFileManager.test_mode` to `true`."
+              << std::endl;
+    return inert_single_copy();
+}
+
+std::shared_ptr<CopyOperation> OrvFileManager::copy(Url src_url, Url dest_url,
+                                                    CopyOperation::StatusClosure status_closure)
+{
+    return copy_item(src_url, dest_url, std::move(status_closure));
+}
+
+std::shared_ptr<DeleteOperation>
+OrvFileManager::delete_item(Url at, DeleteOperation::StatusClosure status_closure)
+{
+    return orv::delete_item(std::move(at), std::move(status_closure));
+}
+
+std::shared_ptr<MultiDeleteOperation>
+OrvFileManager::delete_items(std::vector<Url> at,
+                             MultiDeleteOperation::StatusClosure status_closure)
+{
+    return orv::delete_items(std::move(at), std::move(status_closure));
+}
+
+std::shared_ptr<NewFolderOperation>
+OrvFileManager::create_new_folder(Url at, bool also_create_intermediates,
+                                  NewFolderOperation::StatusClosure status_closure)
+{
+    return new_folder(std::move(at), also_create_intermediates, std::move(status_closure));
+}
+
+std::shared_ptr<FolderSizeOperation>
+OrvFileManager::calculate_folder_size(Url for_url,
+                                      FolderSizeOperation::StatusClosure status_closure)
+{
+    return calc_folder_size(std::move(for_url), std::move(status_closure));
+}
+
+std::shared_ptr<FetchItemsOperation>
+OrvFileManager::fetch_items(Url inside, bool recursive, std::optional<SortType> sort,
+                            bool include_hidden_files,
+                            FetchItemsOperation::StatusClosure status_closure)
+{
+    return orv::fetch_items(std::move(inside), recursive, sort, include_hidden_files,
+                            std::move(status_closure));
+}
+
+bool OrvFileManager::sync_delete_item(const Url& at)
+{
+    const auto lock = lock_of(at);
+    return lock && Tool::delete_item(at);
+}
+
+bool OrvFileManager::sync_create_new_folder(const Url& at, bool also_create_intermediates)
+{
+    const std::string path = at.standardized().path();
+    if (path.empty() || path == "/")
+        return false;
+    const auto lock = lock_of(at);
+    if (!lock)
+        return false;
+    if (Tool::item_exists(at))
+        return Tool::is_directory(at);
+    return Tool::create_directory(at, also_create_intermediates);
+}
+
+bool OrvFileManager::file_exists(const Url& at) const
+{
+    return Tool::item_exists(at);
+}
+
+bool OrvFileManager::is_directory(const Url& url) const
+{
+    return Tool::is_directory(url);
+}
+
+} // namespace orv

@@ -1,0 +1,114 @@
+#include "Operations/CopyOpr.hpp"
+
+#include "Operations/FolderSizeOpr.hpp"
+#include "Operations/PathChecks.hpp"
+#include "Operations/SameItem.hpp"
+#include "Operations/TreeCopy.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Tool/Tool.hpp"
+#include "utility/FileNames.hpp"
+
+namespace orv {
+namespace {
+
+using CopyRequest = Request<CopyOperation>;
+
+constexpr ErrorPlace place{"src/Operations/CopyOpr", "copy(src_url:dest_url:status_closure:)"};
+
+/// How the copy goes on after the question about a taken name, if there was one.
+struct Answer {
+    Url destination;
+    bool merges = false;
+    bool replaces = false;
+    bool nothing_to_do = false;
+};
+
+void check_urls(const Url& source, const Url& destination)
+{
+    check_path(source, "Source", place);
+    check_path(destination, "Destination", place);
+    if (!Tool::item_exists(source))
+        throw place("Source item doesn't exist.").at(source);
+}
+
+Url free_url(const Url& destination)
+{
+    auto url = generate_non_conflicting_file_url(destination, {});
+    if (!url)
+        throw place("Couldn't generate a non-conflicting url.").at(destination);
+    return *url;
+}
+
+Answer settle_conflict(CopyRequest& request, const Url& source, const Url& destination)
+{
+    if (!Tool::item_exists(destination))
+        return {destination};
+    const bool is_mergeable = Tool::is_directory(source) && Tool::is_directory(destination);
+    switch (request.ask(std::make_shared<ConflictResolver>(is_mergeable, destination))) {
+    case ConflictBehaviour::merge:
+        return {.destination = destination, .merges = true};
+    case ConflictBehaviour::replace:
+        if (are_same_item(source, destination))
+            return {.destination = destination, .nothing_to_do = true};
+        return {.destination = destination, .replaces = true};
+    case ConflictBehaviour::keep_both:
+        return {free_url(destination)};
+    case ConflictBehaviour::stop:
+        break;
+    }
+    request.cancel();
+    throw Exception();
+}
+
+void remove_replaced(const Url& destination)
+{
+    try {
+        Tool::remove_item(destination);
+    } catch (const Error& cause) {
+        throw place("Destination item couldn't be deleted while being overwritten.")
+            .because_of(cause);
+    }
+}
+
+std::int64_t determine_size(CopyRequest& request, const Url& source)
+{
+    if (!Tool::is_directory(source))
+        return Tool::file_size(source).value_or(0);
+    request.check_cancelled();
+    return folder_size(source, [&] { request.check_cancelled(); });
+}
+
+/// Copies, and returns the last progress that was told.
+CopyProgress copy(CopyRequest& request, const Url& source, const Url& destination)
+{
+    const CopyProgress nothing_copied{source.last_path_component(), Tool::is_directory(source), 1};
+    check_urls(source, destination);
+    const Answer answer = settle_conflict(request, source, destination);
+    if (answer.nothing_to_do)
+        return nothing_copied;
+
+    const UrlLock lock({read(source)}, write(answer.destination));
+    if (answer.replaces)
+        remove_replaced(answer.destination);
+    request.report(status::preparing{});
+    const std::int64_t total = determine_size(request, source);
+    return copy_tree(request, {source, answer.destination, answer.merges, total}, nothing_copied);
+}
+
+} // namespace
+
+std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url,
+                                         CopyOperation::StatusClosure status_closure)
+{
+    return start_request<CopyOperation>(
+        std::move(status_closure),
+        [source = src_url.resolving_symlinks(), destination = dest_url.resolving_symlinks()](
+            CopyRequest& request) -> CopyOperation::Status {
+            CopyProgress progress = copy(request, source, destination);
+            progress.value = 1;
+            request.set_closing(status::progress<CopyProgress>{progress});
+            return status::success{};
+        });
+}
+
+} // namespace orv

@@ -1,0 +1,50 @@
+#include "Operations/DeleteOpr.hpp"
+
+#include "CustomAttributes/RecCustomAttr.hpp"
+#include "Database/DBManager.hpp"
+#include "Global/TestMode.hpp"
+#include "Operations/PathChecks.hpp"
+#include "Operations/Request.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Tool/Tool.hpp"
+
+namespace orv {
+namespace {
+
+constexpr ErrorPlace place{"src/Operations/DeleteOpr", "delete(url:status_closure:)"};
+
+void remove_item(const Url& url)
+{
+    try {
+        Tool::remove_item(url);
+    } catch (const Error& cause) {
+        throw place("Couldn't delete the item.").because_of(cause);
+    }
+}
+
+} // namespace
+
+void delete_item_and_records(const Url& url)
+{
+    check_path(url, "Given", place);
+    const UrlLock lock(write(url));
+    if (!Tool::item_exists(url))
+        throw place("Couldn't delete the item, because it doesn't exist.").at(url);
+    pause_in_test_mode(std::chrono::seconds(1));
+
+    const RecordKey key = record_key_of_entry(url);
+    remove_item(url);
+    shared_db_manager().db().sync([&] { RecCustomAttr::delete_records(key); });
+}
+
+std::shared_ptr<DeleteOperation> delete_item(Url url, DeleteOperation::StatusClosure status_closure)
+{
+    return start_request<DeleteOperation>(
+        std::move(status_closure),
+        [url = std::move(url)](Request<DeleteOperation>&) -> DeleteOperation::Status {
+            delete_item_and_records(url);
+            return status::success{};
+        });
+}
+
+} // namespace orv

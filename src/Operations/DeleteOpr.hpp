@@ -1,0 +1,19 @@
+#pragma once
+
+#include <orv/Operations/DeleteOpr.hpp>
+
+#include <memory>
+
+namespace orv {
+
+/// Starts the deletion of the item at `url`.
+std::shared_ptr<DeleteOperation> delete_item(Url url,
+                                             DeleteOperation::StatusClosure status_closure);
+
+/// Deletes the item at `url` and its attribute rows, as the operation does it.
+///
+/// Threading: background.
+/// Errors: those of the operation.
+void delete_item_and_records(const Url& url);
+
+} // namespace orv

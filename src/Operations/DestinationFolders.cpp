@@ -1,0 +1,69 @@
+#include "Operations/DestinationFolders.hpp"
+
+#include "Tool/OpenFolder.hpp"
+
+#include <orv/utility/Error.hpp>
+
+namespace orv {
+namespace {
+
+OpenFolder opened(const DestinationFolder& parent, const std::string& name)
+{
+    OpenFolder folder = open_folder(parent.fd, name.c_str());
+    if (folder.error != 0)
+        throw platform_error(folder.error, parent.url.appending(name));
+    return folder;
+}
+
+} // namespace
+
+DestinationFolders::DestinationFolders(const DestinationFolder& parent, const std::string& name,
+                                       const Kept& kept)
+    : stack_(opened(parent, name)), kept_{kept}, url_(parent.url.appending(name))
+{
+}
+
+void DestinationFolders::enter(const std::string& name, const Kept& kept)
+{
+    stack_.enter(opened(innermost(), name));
+    kept_.push_back(kept);
+    url_ = url_.appending(name);
+}
+
+void DestinationFolders::leave(int source)
+{
+    if (const Kept& kept = kept_.back()) {
+        keep_extended_attributes(source, stack_.folder(), url_);
+        keep_mode_and_times(stack_.folder(), *kept, url_);
+    }
+    if (stack_.depth() > 0)
+        go_up();
+    else
+        kept_.pop_back();
+}
+
+void DestinationFolders::abandon() noexcept
+{
+    try {
+        while (!kept_.empty()) {
+            if (const Kept& kept = kept_.back())
+                keep_mode_and_times(stack_.folder(), *kept, url_);
+            if (stack_.depth() == 0)
+                return;
+            go_up();
+        }
+    } catch (const std::exception&) {
+        return; // the copy has failed anyway; its folders stay accessible to their owner
+    }
+}
+
+void DestinationFolders::go_up()
+{
+    kept_.pop_back();
+    const Url above = url_.deleting_last_path_component();
+    if (const int code = stack_.leave())
+        throw platform_error(code, above);
+    url_ = above;
+}
+
+} // namespace orv

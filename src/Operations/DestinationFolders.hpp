@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Operations/ItemMetadata.hpp"
+#include "Operations/PartialFile.hpp"
+#include "Tool/FolderStack.hpp"
+
+#include <optional>
+#include <vector>
+
+namespace orv {
+
+/// The folders at the destination of a copy, from its top down to the one that corresponds to where
+/// the copy is in the source. Links are never followed, and a folder that is moved away is noticed,
+/// so nothing is ever written outside.
+class DestinationFolders {
+public:
+    /// What becomes of a folder once its contents are there: one that the copy made gets its
+    /// original's mode and times, one that was there before stays as it is.
+    using Kept = std::optional<ModeAndTimes>;
+
+    /// Opens the folder `name` in `parent`.
+    ///
+    /// Errors: the platform's.
+    DestinationFolders(const DestinationFolder& parent, const std::string& name, const Kept& kept);
+
+    /// The innermost folder.
+    [[nodiscard]] DestinationFolder innermost() const { return {stack_.folder(), url_}; }
+
+    /// Goes into the folder `name` of the innermost one.
+    ///
+    /// Errors: the platform's; then nothing has changed.
+    void enter(const std::string& name, const Kept& kept);
+
+    /// Finishes the innermost folder, whose original is open as `source`, and goes back to the one
+    /// above.
+    ///
+    /// Errors: the platform's.
+    void leave(int source);
+
+    /// Gives up a copy: finishes all folders as far as that is possible without their originals.
+    void abandon() noexcept;
+
+private:
+    void go_up();
+
+    FolderStack stack_;
+    std::vector<Kept> kept_;
+    Url url_;
+};
+
+} // namespace orv

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <orv/utility/Error.hpp>
+
+#include <source_location>
+#include <string_view>
+
+namespace orv {
+
+/// The source file and the public method that the errors of one operation name.
+struct ErrorPlace {
+    std::string_view source;
+    std::string_view signature;
+
+    /// The error of `sentence`, with the line that calls.
+    [[nodiscard]] Error
+    operator()(std::string_view sentence,
+               std::source_location where = std::source_location::current()) const
+    {
+        return error_msg(sentence, source, signature, static_cast<int>(where.line()));
+    }
+};
+
+} // namespace orv

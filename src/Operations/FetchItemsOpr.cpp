@@ -1,0 +1,72 @@
+#include "Operations/FetchItemsOpr.hpp"
+
+#include "Database/DBManager.hpp"
+#include "Global/TestMode.hpp"
+#include "Operations/CancelPoll.hpp"
+#include "Operations/FolderChecks.hpp"
+#include "Operations/Request.hpp"
+#include "Tool/Tool.hpp"
+
+#include <vector>
+
+namespace orv {
+namespace {
+
+constexpr std::string_view source = "src/Operations/FetchItemsOpr";
+constexpr std::string_view signature =
+    "fetch_items(inside:recursive:sort:include_hidden_files:status_closure:)";
+
+std::vector<FileItem> collect(const Url& folder, bool recursive, bool include_hidden_files,
+                              FunctionRef<void()> check_cancelled)
+{
+    std::vector<FileItem> items;
+    CancelPoll poll(check_cancelled);
+    Tool::iterate_contents(folder, false, recursive, std::nullopt, include_hidden_files,
+                           [&](FileItem item) {
+                               poll();
+                               items.push_back(std::move(item));
+                               pause_in_test_mode(std::chrono::milliseconds(200));
+                               return true;
+                           });
+    return items;
+}
+
+/// Notes at a folder that has stored attributes whether its listing is in custom order now.
+void remember_sort(const Url& folder, SortType sort)
+{
+    shared_db_manager().db().sync([&] {
+        auto attributes = CustomAttributes::fetch(folder);
+        if (!attributes)
+            return;
+        attributes->is_custom_sorted = sort == SortType::by_custom_order();
+        if (attributes->is_custom_sorted)
+            attributes->was_custom_sorted_at_least_once = true;
+        save_all({*attributes}, false);
+    });
+}
+
+} // namespace
+
+std::shared_ptr<FetchItemsOperation> fetch_items(Url inside, bool recursive,
+                                                 std::optional<SortType> sort,
+                                                 bool include_hidden_files,
+                                                 FetchItemsOperation::StatusClosure status_closure)
+{
+    return start_request<FetchItemsOperation>(
+        std::move(status_closure),
+        [=](Request<FetchItemsOperation>& request) -> FetchItemsOperation::Status {
+            check_is_folder(inside,
+                            error_msg("No item exists at given url.", source, signature, 54),
+                            error_msg("Given url must point to a folder.", source, signature, 50));
+            std::vector<FileItem> items = collect(inside, recursive, include_hidden_files,
+                                                  [&] { request.check_cancelled(); });
+            load_all_custom_attrs(items);
+            if (sort) {
+                orv_sort(items, *sort);
+                remember_sort(inside, *sort);
+            }
+            return FetchItemsOperation::success{std::move(items)};
+        });
+}
+
+} // namespace orv

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <orv/utility/FunctionRef.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <cstdint>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace orv {
+
+/// An open regular file, and where it is found, for the errors.
+struct OpenFile {
+    int fd;
+    const Url& url;
+};
+
+/// Copies the content of files, holes included, without it passing through this process where the
+/// file systems allow.
+///
+/// One copier serves one thread; it learns what the file systems at hand can do and keeps its
+/// buffer.
+class FileContent {
+public:
+    /// Called between the calls that move bytes with the count of bytes done; may throw.
+    using Step = FunctionRef<void(std::int64_t bytes_done)>;
+
+    /// Copies what `from`, described by `status`, holds into the empty file `to`. A file that grows
+    /// meanwhile yields what it held at first, one that shrinks what was read. In test mode it goes
+    /// in chunks of 102,400 bytes.
+    ///
+    /// Errors: the platform's.
+    void copy(const OpenFile& from, const OpenFile& to, const struct stat& status, Step step);
+
+private:
+    struct Range {
+        std::int64_t begin;
+        std::int64_t end;
+    };
+
+    bool cloned(int from, int to);
+    void copy_with_holes(const OpenFile& from, const OpenFile& to, std::int64_t size, Step step);
+    std::int64_t copy_range(const OpenFile& from, const OpenFile& to, Range range, Step step);
+    std::int64_t move_in_kernel(const OpenFile& from, const OpenFile& to, Range range);
+    std::int64_t move_through_buffer(const OpenFile& from, const OpenFile& to, Range range);
+    void copy_unsized(const OpenFile& from, const OpenFile& to, Step step);
+
+    std::vector<char> buffer_;
+    bool clones_ = true;
+    bool moves_in_kernel_ = true;
+};
+
+} // namespace orv

@@ -1,0 +1,60 @@
+#include "Operations/FolderSizeOpr.hpp"
+
+#include "Global/TestMode.hpp"
+#include "Operations/CancelPoll.hpp"
+#include "Operations/ErrorPlace.hpp"
+#include "Operations/FolderChecks.hpp"
+#include "Operations/Request.hpp"
+#include "Tool/TreeWalk.hpp"
+
+#include <limits>
+
+namespace orv {
+namespace {
+
+constexpr ErrorPlace place{"src/Operations/FolderSizeOpr", "calc_folder_size(for:status_closure:)"};
+
+/// What an item adds to the size of the folder it lies in.
+std::int64_t size_of(const struct statx& facts)
+{
+    return S_ISREG(facts.stx_mode) ? static_cast<std::int64_t>(facts.stx_size) : 0;
+}
+
+std::int64_t saturating_sum(std::int64_t a, std::int64_t b)
+{
+    std::int64_t sum = 0;
+    return __builtin_add_overflow(a, b, &sum) ? std::numeric_limits<std::int64_t>::max() : sum;
+}
+
+} // namespace
+
+std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled)
+{
+    check_is_folder(url, place("No item exists at given url."),
+                    place("Given url must point to a folder."));
+    std::int64_t total = 0;
+    CancelPoll poll(check_cancelled);
+    TreeWalk walk(url);
+    for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next()) {
+        if (event != TreeWalk::Event::item)
+            continue;
+        poll();
+        total = saturating_sum(total, size_of(walk.facts()));
+        pause_in_test_mode(std::chrono::milliseconds(200));
+    }
+    return total;
+}
+
+std::shared_ptr<FolderSizeOperation>
+calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure)
+{
+    return start_request<FolderSizeOperation>(
+        std::move(status_closure),
+        [url =
+             std::move(url)](Request<FolderSizeOperation>& request) -> FolderSizeOperation::Status {
+            return FolderSizeOperation::success{
+                folder_size(url, [&] { request.check_cancelled(); })};
+        });
+}
+
+} // namespace orv

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <orv/utility/Url.hpp>
+
+#include <string>
+
+#include <sys/stat.h>
+#include <time.h>
+
+namespace orv {
+
+/// The mode and the times of an item, as a copy keeps them.
+struct ModeAndTimes {
+    mode_t mode;
+    timespec access;
+    timespec modification;
+
+    explicit ModeAndTimes(const struct stat& status);
+    explicit ModeAndTimes(const struct statx& facts);
+};
+
+/// Gives the open item `to` the extended attributes of the open item `from`, as far as its file
+/// system can keep them.
+///
+/// Errors: the platform's, at `to_url`.
+void keep_extended_attributes(int from, int to, const Url& to_url);
+
+/// Gives the open item `to` the mode, without set-user and set-group bits, and the times, as far as
+/// its file system can keep them.
+///
+/// Errors: the platform's, at `to_url`.
+void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url);
+
+/// Gives the item `name` in an open folder, itself and not what it may point to, the times.
+///
+/// Errors: the platform's, at `url`.
+void keep_times_of_link(int folder, const std::string& name, const ModeAndTimes& kept,
+                        const Url& url);
+
+/// The mode that a copy gets of an item's.
+[[nodiscard]] inline mode_t kept_mode(mode_t mode)
+{
+    return mode & 01777U;
+}
+
+} // namespace orv

@@ -1,0 +1,35 @@
+#include "Operations/MultiDeleteOpr.hpp"
+
+#include "Operations/DeleteOpr.hpp"
+#include "Operations/Request.hpp"
+
+namespace orv {
+namespace {
+
+void delete_one(const Url& url)
+{
+    try {
+        delete_item_and_records(url);
+    } catch (const Error& error) {
+        throw Error("An error occured while deleting item at url: \n" + url.description() + " \n" +
+                    error.message())
+            .because_of(error)
+            .at(error.path().value_or(url));
+    }
+}
+
+} // namespace
+
+std::shared_ptr<MultiDeleteOperation>
+delete_items(std::vector<Url> urls, MultiDeleteOperation::StatusClosure status_closure)
+{
+    return start_request<MultiDeleteOperation>(
+        std::move(status_closure),
+        [urls = std::move(urls)](Request<MultiDeleteOperation>&) -> MultiDeleteOperation::Status {
+            for (const Url& url : urls)
+                delete_one(url);
+            return status::success{};
+        });
+}
+
+} // namespace orv

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+
+namespace orv {
+
+/// The parts of an operation that only the library uses.
+class OperationAccess {
+public:
+    /// Marks the operation as accepted.
+    ///
+    /// Threading: any; off the main thread it waits for it.
+    static void activate(OrvOperation& operation);
+
+    /// Marks the operation as done, just before its final status.
+    ///
+    /// Threading: main thread.
+    static void free(OrvOperation& operation);
+
+    /// Whether the operation was cancelled, without asking the main thread.
+    ///
+    /// Threading: any.
+    [[nodiscard]] static bool was_cancelled(const OrvOperation& operation) noexcept
+    {
+        return operation.is_cancelled_;
+    }
+};
+
+} // namespace orv

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Url.hpp>
+
+#include <string>
+
+namespace orv {
+
+/// The folder in which requests build files before they move them into place: "__orv_proc_files__"
+/// in the temporary folder.
+///
+/// What stands in it belongs to the process that holds the lock (`flock`) on it: a file that is
+/// being built has a UUID as its name; one that has to be built elsewhere is announced by a note,
+/// whose name is a UUID with the extension "note" and whose text is the path.
+[[nodiscard]] const Url& processed_files_folder();
+
+/// Creates the folder and says whether it stands.
+bool create_processed_files_folder();
+
+/// Removes what dead processes have left in the folder and what their notes announce. What cannot
+/// be removed stays for the next time.
+void remove_leftovers();
+
+/// Creates the file `name`, readable and writable by its owner alone, in an open folder, and takes
+/// the lock that marks it as owned by this process for as long as the descriptor is open.
+///
+/// Errors: the platform's, at `url`; EEXIST when the name is taken.
+FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url);
+
+/// The name of a hidden item that a copy leaves out, and of the note that announces it.
+[[nodiscard]] std::string hidden_name(const std::string& uuid);
+[[nodiscard]] std::string note_name(const std::string& uuid);
+
+} // namespace orv

@@ -1,0 +1,154 @@
+#pragma once
+
+#include "Operations/OperationAccess.hpp"
+#include "Operations/StatusBatch.hpp"
+#include "utility/WorkerPool.hpp"
+
+#include <orv/Operations/Status.hpp>
+
+#include <exception>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace orv {
+
+/// Whether `Case` is one of the cases of the variant `Status`.
+template <class Case, class Status>
+inline constexpr bool has_case = false;
+template <class Case, class... Cases>
+inline constexpr bool has_case<Case, std::variant<Cases...>> = (std::is_same_v<Case, Cases> || ...);
+
+/// One request at work: its operation, and the way to its caller.
+///
+/// Threading: the background thread that serves the request.
+template <class Operation>
+class Request {
+public:
+    using Status = typename Operation::Status;
+
+    Request(std::shared_ptr<Operation> operation, typename Operation::StatusClosure closure)
+        : operation_(std::move(operation)), statuses_(std::move(closure))
+    {
+    }
+
+    [[nodiscard]] bool cancelled() const noexcept
+    {
+        return OperationAccess::was_cancelled(*operation_);
+    }
+
+    /// Throws `Exception` when the request was cancelled.
+    void check_cancelled() const
+    {
+        if (cancelled())
+            throw Exception();
+    }
+
+    /// Cancels the request from within.
+    void cancel() { operation_->cancel(); }
+
+    /// Delivers `status`, and waits until the caller has taken it. A request that was cancelled
+    /// before throws `Exception` instead.
+    void report(const Status& status)
+    {
+        if (!statuses_.deliver_unless([this] { return cancelled(); }, status))
+            throw Exception();
+    }
+
+    /// Delivers `status`, perhaps together with later ones, within some milliseconds as long as the
+    /// request goes on to report or calls `report_held()`.
+    void report_soon(Status status) { statuses_.add(std::move(status)); }
+    void report_held() { statuses_.flush_if_due(); }
+    void report_all_held() { statuses_.flush(); }
+
+    /// Asks the caller, and waits for the answer. Without a caller to ask, the answer is to stop.
+    ConflictBehaviour ask(const std::shared_ptr<ConflictResolver>& resolver)
+    {
+        if (!statuses_.has_listener())
+            return ConflictBehaviour::stop;
+        report(status::conflict_occured{resolver});
+        return resolver->wait();
+    }
+
+    /// What is to be delivered just before `success`.
+    void set_closing(Status closing) { closing_ = std::move(closing); }
+
+    /// Frees the operation and delivers the final status: `outcome` or, when the request was
+    /// cancelled by now and can be, `cancelled`.
+    void finish(Status outcome)
+    {
+        statuses_.finish([&] {
+            if constexpr (has_case<status::cancelled, Status>) {
+                if (cancelled())
+                    outcome = status::cancelled{};
+            }
+            std::vector<Status> last;
+            if (closing_ && is_success(outcome))
+                last.push_back(std::move(*closing_));
+            last.push_back(std::move(outcome));
+            OperationAccess::free(*operation_);
+            return last;
+        });
+    }
+
+private:
+    static bool is_success(const Status& outcome)
+    {
+        if constexpr (has_case<status::success, Status>)
+            return std::holds_alternative<status::success>(outcome);
+        else
+            return false;
+    }
+
+    std::shared_ptr<Operation> operation_;
+    StatusBatch<Status> statuses_;
+    std::optional<Status> closing_;
+};
+
+/// The final status of a request of `Operation` that failed.
+template <class Operation>
+typename Operation::Status error_status(const Error& error)
+{
+    if constexpr (has_case<status::error, typename Operation::Status>)
+        return status::error{error};
+    else
+        return typename Operation::error{typename Operation::other{error}};
+}
+
+/// Does the work of a request. What it throws becomes the final status; an operation that cannot be
+/// cancelled never throws `Exception`.
+template <class Operation, class Work>
+typename Operation::Status outcome_of(Request<Operation>& request, Work& work)
+{
+    try {
+        return work(request);
+    } catch (const Exception&) {
+        if constexpr (has_case<status::cancelled, typename Operation::Status>)
+            return status::cancelled{};
+        else
+            throw;
+    } catch (const Error& error) {
+        return error_status<Operation>(error);
+    } catch (const std::exception& error) {
+        return error_status<Operation>(Error(error.what()));
+    }
+}
+
+/// Starts a request: `work` is called in the background with its `Request<Operation>&`, and returns
+/// the final status or throws.
+template <class Operation, class Work>
+std::shared_ptr<Operation> start_request(typename Operation::StatusClosure closure, Work work)
+{
+    auto operation = std::make_shared<Operation>();
+    OperationAccess::activate(*operation);
+    bg_async([operation, closure = std::move(closure), work = std::move(work)]() mutable {
+        Request<Operation> request(std::move(operation), std::move(closure));
+        request.finish(outcome_of(request, work));
+    });
+    return operation;
+}
+
+} // namespace orv

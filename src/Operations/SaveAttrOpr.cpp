@@ -1,0 +1,24 @@
+#include "Operations/Request.hpp"
+
+#include <orv/Operations/SaveAttrOpr.hpp>
+
+namespace orv {
+
+std::shared_ptr<SaveAttrOperation>
+save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order_numbers,
+                      SaveAttrOperation::StatusClosure status_closure)
+{
+    std::vector<CustomAttributes> attributes;
+    attributes.reserve(items.size());
+    for (const FileItem& item : items)
+        attributes.push_back(item.custom_attributes);
+    return start_request<SaveAttrOperation>(
+        std::move(status_closure),
+        [attributes = std::move(attributes),
+         auto_update_order_numbers](Request<SaveAttrOperation>&) -> SaveAttrOperation::Status {
+            save_all(attributes, auto_update_order_numbers);
+            return status::success{};
+        });
+}
+
+} // namespace orv

@@ -1,0 +1,127 @@
+#include "Operations/SnglCopyOpr.hpp"
+
+#include "Global/TestMode.hpp"
+#include "Operations/ItemCopier.hpp"
+#include "Operations/ItemMetadata.hpp"
+#include "Operations/OpenedDestination.hpp"
+#include "Operations/PathChecks.hpp"
+#include "Operations/Request.hpp"
+#include "Operations/SameItem.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Tool/OpenFolder.hpp"
+#include "Tool/Place.hpp"
+#include "Tool/Tool.hpp"
+
+#include <cerrno>
+
+#include <fcntl.h>
+
+namespace orv {
+namespace {
+
+constexpr const ErrorPlace& place = single_copy_place;
+
+void check_paths(const Url& source, const Url& destination)
+{
+    check_path(source, "Source", place);
+    check_path(destination, "Destination", place);
+    if (source == destination)
+        throw place("Source and destination items cannot be the same.").at(source);
+}
+
+/// The lock is a momentary test: it is given back before the work begins.
+void check_nobody_holds(const Url& source, const Url& destination)
+{
+    const UrlLock lock({read(source)}, write(destination));
+}
+
+void make_room(const Url& source, const Url& destination, bool overwrite)
+{
+    if (!Tool::item_exists(destination))
+        return;
+    if (!overwrite)
+        throw place("Destination item already exists.").at(destination);
+    if (are_same_item(source, destination))
+        throw place("Source and destination items cannot be the same.").at(source);
+    try {
+        Tool::remove_item(destination);
+    } catch (const Error& cause) {
+        throw place("Destination item couldn't be deleted while being overwritten.")
+            .because_of(cause);
+    }
+}
+
+mode_t mode_of(const SourceItem& source)
+{
+    struct stat status {};
+    if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        throw platform_error(errno, source.url);
+    return status.st_mode;
+}
+
+void copy_empty_folder(const SourceItem& source, const DestinationFolder& destination,
+                       const std::string& name)
+{
+    pause_in_test_mode(std::chrono::milliseconds(500));
+    ItemCopier::create_folder(destination, name);
+    const OpenFolder from = open_folder(source.folder, source.name.c_str());
+    const OpenFolder to = open_folder(destination.fd, name.c_str());
+    if (from.error != 0 || to.error != 0)
+        return;
+    const Url url = destination.url.appending(name);
+    keep_extended_attributes(from.descriptor.get(), to.descriptor.get(), url);
+    keep_mode_and_times(to.descriptor.get(), ModeAndTimes(from.facts), url);
+}
+
+void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Url& dest_url)
+{
+    const Place from = Place::in_opened_folder(src_url);
+    const SourceItem source{from.folder(), from.path, src_url};
+    const mode_t mode = mode_of(source);
+    CopyProgress progress{dest_url.last_path_component(), S_ISDIR(mode), 0};
+    request.report(status::progress<CopyProgress>{progress});
+
+    const OpenedDestination to(dest_url, S_ISDIR(mode));
+    ProgressInterval interval;
+    const auto tell = [&](float part_done) {
+        request.check_cancelled();
+        if (!interval.is_due())
+            return;
+        progress.value = part_done;
+        request.report(status::progress<CopyProgress>{progress});
+    };
+    if (S_ISDIR(mode))
+        copy_empty_folder(source, to.folder(), to.name());
+    else
+        ItemCopier().copy(source, mode, to.folder(), to.name(), tell);
+
+    progress.value = 1;
+    request.set_closing(status::progress<CopyProgress>{progress});
+}
+
+} // namespace
+
+std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool overwrite,
+                                               bool should_lock_urls,
+                                               SnglCopyOperation::StatusClosure status_closure)
+{
+    return start_request<SnglCopyOperation>(
+        std::move(status_closure),
+        [=](Request<SnglCopyOperation>& request) -> SnglCopyOperation::Status {
+            check_paths(src_url, dest_url);
+            if (should_lock_urls)
+                check_nobody_holds(src_url, dest_url);
+            if (!Tool::item_exists(src_url))
+                throw place("Source item doesn't exist.").at(src_url);
+            make_room(src_url, dest_url, overwrite);
+            copy_item(request, src_url, dest_url);
+            return status::success{};
+        });
+}
+
+std::shared_ptr<SnglCopyOperation> inert_single_copy()
+{
+    return std::make_shared<SnglCopyOperation>();
+}
+
+} // namespace orv

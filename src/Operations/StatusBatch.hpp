@@ -1,0 +1,116 @@
+#pragma once
+
+#include "Global/TestMode.hpp"
+#include "utility/StopWatch.hpp"
+
+#include <orv/utility/MainQueue.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace orv {
+
+/// The statuses of one request on their way to its caller, in order; several may share one
+/// hand-over to the main thread.
+///
+/// Threading: one background thread.
+template <class Status>
+class StatusBatch {
+public:
+    explicit StatusBatch(std::function<void(const Status&)> closure) : closure_(std::move(closure))
+    {
+    }
+
+    [[nodiscard]] bool has_listener() const { return static_cast<bool>(closure_); }
+
+    /// Hands the status over, now or together with later ones: at once at first, in ever larger
+    /// batches as they keep coming, each by itself in test mode.
+    void add(Status status)
+    {
+        if (held_.empty())
+            held_since_.reset();
+        held_.push_back(std::move(status));
+        if (held_.size() >= batch_size_ || intr_test_mode()) {
+            flush();
+            batch_size_ = std::min(2 * batch_size_, max_batch_size);
+        } else {
+            flush_if_due();
+        }
+    }
+
+    /// Hands over what is held back and then, in one step on the main thread, asks `refused` and,
+    /// unless it answers true, delivers `status`. Says whether it was delivered.
+    bool deliver_unless(FunctionRef<bool()> refused, const Status& status)
+    {
+        flush();
+        bool delivered = false;
+        main_sync([&] {
+            delivered = !refused();
+            if (delivered && closure_)
+                closure_(status);
+        });
+        return delivered;
+    }
+
+    /// Hands over what has been held back for as long as a status may be.
+    void flush_if_due()
+    {
+        if (!held_.empty() && held_since_.elapsed_time() > max_delay_s)
+            flush();
+    }
+
+    /// Hands over what is held back, and waits until the caller has taken it.
+    void flush()
+    {
+        while (next_ < held_.size())
+            main_sync([this] { call_closure(); });
+        held_.clear();
+        next_ = 0;
+    }
+
+    /// Hands over what is held back; then, in one step on the main thread, asks `last` for the
+    /// closing statuses, delivers them, and destroys the closure.
+    void finish(FunctionRef<std::vector<Status>()> last)
+    {
+        flush();
+        main_sync([&] {
+            held_ = last();
+            finish_on_main();
+        });
+        while (closure_)
+            main_sync([this] { finish_on_main(); });
+    }
+
+private:
+    static constexpr std::size_t max_batch_size = 256;
+    static constexpr double max_delay_s = 0.010;
+
+    /// A status counts as delivered when its closure was called, also when that throws: the
+    /// exception leaves for the application's loop, and the next hand-over goes on with the next
+    /// status.
+    void call_closure()
+    {
+        while (next_ < held_.size()) {
+            const Status& status = held_[next_++];
+            if (closure_)
+                closure_(status);
+        }
+    }
+
+    void finish_on_main()
+    {
+        call_closure();
+        closure_ = nullptr;
+    }
+
+    std::function<void(const Status&)> closure_;
+    std::vector<Status> held_;
+    std::size_t next_ = 0;
+    std::size_t batch_size_ = 1;
+    StopWatch held_since_;
+};
+
+} // namespace orv

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Operations/Request.hpp"
+
+#include <orv/Operations/CopyOpr.hpp>
+
+#include <cstdint>
+
+namespace orv {
+
+/// What a copy is to do, once its question is answered and its locks are taken.
+struct CopyPlan {
+    Url source;
+    Url destination;
+    bool merges;             ///< what exists at the destination stays, instead of being an error
+    std::int64_t total_size; ///< bytes
+};
+
+/// Copies an item with everything in it, and the attribute rows of each item after the item. Tells
+/// `request` the progress, as a part of the total size, and returns the last one told, else
+/// `progress`.
+///
+/// Left out are hidden items that are marked to be ignored or belong to the library itself.
+///
+/// Cancel: between items and within files; what is complete by then stays.
+/// Errors: those of `ItemCopier`; a folder that cannot be read is one.
+CopyProgress copy_tree(Request<CopyOperation>& request, const CopyPlan& plan,
+                       const CopyProgress& progress);
+
+} // namespace orv

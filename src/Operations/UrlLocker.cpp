@@ -1,0 +1,131 @@
+#include "Operations/UrlLocker.hpp"
+
+#include "Operations/ErrorPlace.hpp"
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/MainQueue.hpp>
+
+#include <algorithm>
+#include <optional>
+
+namespace orv {
+namespace {
+
+constexpr ErrorPlace place{"src/Operations/UrlLocker", "lock(sources:dest:allow_conflict:)"};
+
+bool contains(const std::string& folder, const std::string& path)
+{
+    if (folder == "/")
+        return path.starts_with('/');
+    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
+}
+
+/// Both standardized.
+bool conflict(const Url& one, const Url& other)
+{
+    return !one.empty() && !other.empty() &&
+           (contains(one.path(), other.path()) || contains(other.path(), one.path()));
+}
+
+struct Entry {
+    LockType::Kind kind;
+    Url url; // standardized
+    UrlLocker::Registration registration;
+};
+
+/// The registrations in force.
+///
+/// Threading: main thread only.
+class Registry {
+public:
+    static Registry& instance()
+    {
+        assert_main_thread("UrlLocker");
+        static auto* registry = new Registry;
+        return *registry;
+    }
+
+    [[nodiscard]] bool is_locked(LockType::Kind kind, const Url& url) const
+    {
+        const Url standardized = url.standardized();
+        return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+            return entry.kind == kind && conflict(entry.url, standardized);
+        });
+    }
+
+    UrlLocker::Registration add(const std::vector<LockType>& sources, const LockType& dest)
+    {
+        const auto registration = UrlLocker::Registration{++last_registration_};
+        for (const LockType& source : sources)
+            entries_.push_back({source.kind, source.url.standardized(), registration});
+        entries_.push_back({LockType::Kind::write, dest.url.standardized(), registration});
+        return registration;
+    }
+
+    void remove(UrlLocker::Registration registration)
+    {
+        std::erase_if(entries_,
+                      [&](const Entry& entry) { return entry.registration == registration; });
+    }
+
+private:
+    std::vector<Entry> entries_;
+    std::uint64_t last_registration_ = 0;
+};
+
+std::optional<Error> clash(const Registry& registry, const std::vector<LockType>& sources,
+                           const LockType& dest, bool allow_conflict)
+{
+    using Kind = LockType::Kind;
+    for (const LockType& source : sources) {
+        if (registry.is_locked(Kind::write, source.url))
+            return place("Source item is being written by another operation.").at(source.url);
+        if (!allow_conflict && UrlLocker::do_urls_conflict(source.url, dest.url))
+            return place("Source path conflicts with destination path.").at(source.url);
+    }
+    if (registry.is_locked(Kind::read, dest.url))
+        return place("Destination item is being read by another operation.").at(dest.url);
+    if (registry.is_locked(Kind::write, dest.url))
+        return place("Destination item is being written by another operation.").at(dest.url);
+    return std::nullopt;
+}
+
+} // namespace
+
+UrlLocker::Registration UrlLocker::lock(const std::vector<LockType>& sources, const LockType& dest,
+                                        bool allow_conflict)
+{
+    std::optional<Error> error;
+    Registration registration{};
+    main_sync([&] {
+        auto& registry = Registry::instance();
+        error = clash(registry, sources, dest, allow_conflict);
+        if (!error)
+            registration = registry.add(sources, dest);
+    });
+    if (error)
+        throw *error;
+    return registration;
+}
+
+void UrlLocker::unlock(Registration registration)
+{
+    main_sync([&] { Registry::instance().remove(registration); });
+}
+
+bool UrlLocker::do_urls_conflict(const Url& one, const Url& other)
+{
+    return conflict(one.standardized(), other.standardized());
+}
+
+bool UrlLocker::is_read_locked(const Url& url)
+{
+    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::read, url); });
+}
+
+bool UrlLocker::is_write_locked(const Url& url)
+{
+    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::write, url); });
+}
+
+} // namespace orv
