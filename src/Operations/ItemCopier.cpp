@@ -127,9 +127,8 @@ void ItemCopier::copy_file(const SourceItem& source, const DestinationFolder& de
         const int code = partial.publish(destination, name);
         if (code == 0)
             return;
-        if (code != EXDEV || staging_.is_beside_destination())
+        if (!staging_.can_do_otherwise(code))
             throw placing_error(code, url);
-        staging_.stay_beside_destination();
     }
 }
 

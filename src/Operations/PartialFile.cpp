@@ -12,9 +12,25 @@
 
 namespace orv {
 
-PartialFile::PartialFile(const DestinationFolder& folder, std::string name)
-    : folder_(folder.fd), name_(std::move(name)), url_(folder.url.appending(name_)),
-      file_(create_owned_file(folder_, name_, url_))
+std::optional<PartialFile> PartialFile::unnamed(const DestinationFolder& folder)
+{
+    FileDescriptor file(::openat(folder.fd, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
+    if (file)
+        return PartialFile(folder.fd, {}, folder.url, std::move(file));
+    if (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL || errno == ENOENT)
+        return std::nullopt;
+    throw platform_error(errno, folder.url);
+}
+
+PartialFile PartialFile::named(const DestinationFolder& folder, std::string name)
+{
+    Url url = folder.url.appending(name);
+    FileDescriptor file = create_owned_file(folder.fd, name, url);
+    return {folder.fd, std::move(name), std::move(url), std::move(file)};
+}
+
+PartialFile::PartialFile(int folder, std::string name, Url url, FileDescriptor file)
+    : folder_(folder), name_(std::move(name)), url_(std::move(url)), file_(std::move(file))
 {
 }
 
@@ -26,13 +42,15 @@ PartialFile::PartialFile(PartialFile&& other) noexcept
 
 PartialFile::~PartialFile()
 {
-    if (!name_.empty())
+    if (has_name())
         ::unlinkat(folder_, name_.c_str(), 0);
 }
 
 int PartialFile::publish(const DestinationFolder& folder, const std::string& name)
 {
     check_written();
+    if (!has_name())
+        return link_to(folder.fd, name.c_str());
     const int code = rename_no_replace(folder_, name_.c_str(), folder.fd, name.c_str());
     if (code == 0)
         name_.clear();
@@ -40,13 +58,24 @@ int PartialFile::publish(const DestinationFolder& folder, const std::string& nam
 }
 
 /// Some file systems tell only when a descriptor is closed that they could not keep what was
-/// written. The file's own descriptor has to stay open, since it holds the lock; a second one tells
-/// as well.
+/// written. The file's own descriptor has to stay open; closing a second one tells as well.
 void PartialFile::check_written() const
 {
     const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
     if (second < 0 || ::close(second) != 0)
         throw platform_error(errno, url_);
+}
+
+/// Linking a descriptor by itself takes a privilege on older systems; by its name in /proc it does
+/// not.
+int PartialFile::link_to(int folder, const char* name) const
+{
+    if (::linkat(file_.get(), "", folder, name, AT_EMPTY_PATH) == 0)
+        return 0;
+    if (errno != ENOENT && errno != EPERM)
+        return errno;
+    const std::string path = "/proc/self/fd/" + std::to_string(file_.get());
+    return ::linkat(AT_FDCWD, path.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
 }
 
 } // namespace orv

@@ -4,6 +4,7 @@
 
 #include <orv/utility/Url.hpp>
 
+#include <optional>
 #include <string>
 
 namespace orv {
@@ -14,32 +15,44 @@ struct DestinationFolder {
     Url url;
 };
 
-/// A file that is being built, out of sight and owned by this process. It removes itself unless it
-/// is published.
+/// A file that is being built, out of sight, readable and writable by its owner alone. Unless it is
+/// published, nothing of it remains.
 class [[nodiscard]] PartialFile {
 public:
-    /// Creates it empty under `name` in `folder`, which has to stay open.
+    /// An empty file without a name, on the volume of `folder`: it vanishes with the process. No
+    /// value where the file system has no such files.
+    ///
+    /// Errors: the platform's.
+    static std::optional<PartialFile> unnamed(const DestinationFolder& folder);
+
+    /// An empty file under `name` in `folder`, which has to stay open. It is marked as owned by
+    /// this process (see ProcessedFiles).
     ///
     /// Errors: the platform's; EEXIST when the name is taken.
-    PartialFile(const DestinationFolder& folder, std::string name);
+    static PartialFile named(const DestinationFolder& folder, std::string name);
+
     ~PartialFile();
     PartialFile(PartialFile&& other) noexcept;
     PartialFile& operator=(PartialFile&&) = delete;
 
     [[nodiscard]] int fd() const { return file_.get(); }
 
-    /// Moves the finished file to `name` in `folder`. It replaces nothing.
+    /// Gives the finished file its place under `name` in `folder`. It replaces nothing.
     ///
-    /// Errors: returns 0 or, when it was not moved and stays as it was, the errno: EEXIST when the
-    /// name is taken, EXDEV when the folder lies on another volume. Throws the platform's when the
-    /// file could not be written to its end.
+    /// Errors: returns 0 or, when it stays as it was, the errno: EEXIST when the name is taken,
+    /// EXDEV when the folder lies on another volume. Throws the platform's when the file could not
+    /// be written to its end.
     [[nodiscard]] int publish(const DestinationFolder& folder, const std::string& name);
 
 private:
+    PartialFile(int folder, std::string name, Url url, FileDescriptor file);
+
+    [[nodiscard]] bool has_name() const { return !name_.empty(); }
     void check_written() const;
+    [[nodiscard]] int link_to(int folder, const char* name) const;
 
     int folder_;
-    std::string name_; // empty once it is published
+    std::string name_; // empty for a file without a name
     Url url_;
     FileDescriptor file_;
 };

@@ -31,25 +31,44 @@ Staging::~Staging()
 
 PartialFile Staging::create(const DestinationFolder& destination)
 {
-    if (!processed_files_fd_) {
-        open_processed_files();
-        beside_ = beside_ || is_on_another_device(processed_files_.fd, destination.fd);
+    if (way_ == Way::unnamed) {
+        if (auto file = PartialFile::unnamed(destination))
+            return std::move(*file);
+        way_ = Way::in_processed_files;
     }
-    if (!beside_)
-        return {processed_files_, new_uuid()};
+    open_processed_files(destination);
+    if (way_ == Way::in_processed_files)
+        return PartialFile::named(processed_files_, new_uuid());
     if (destination.url != announced_folder_)
         announce(destination);
-    return {destination, hidden_name(note_uuid_)};
+    return PartialFile::named(destination, hidden_name(note_uuid_));
 }
 
-void Staging::open_processed_files()
+bool Staging::can_do_otherwise(int code)
 {
+    if (way_ == Way::unnamed && (code == EPERM || code == ENOENT || code == EOPNOTSUPP)) {
+        way_ = Way::in_processed_files;
+        return true;
+    }
+    if (way_ == Way::in_processed_files && code == EXDEV) {
+        way_ = Way::beside_destination;
+        return true;
+    }
+    return false;
+}
+
+void Staging::open_processed_files(const DestinationFolder& destination)
+{
+    if (processed_files_fd_)
+        return;
     const Url& url = processed_files_folder();
     processed_files_fd_ =
         FileDescriptor(::open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!processed_files_fd_)
         throw platform_error(errno, url);
     processed_files_ = {processed_files_fd_.get(), url};
+    if (is_on_another_device(processed_files_.fd, destination.fd))
+        way_ = Way::beside_destination;
 }
 
 /// Notes the one hidden name that files get in `destination` before the first of them exists, so

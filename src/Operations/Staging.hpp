@@ -2,13 +2,14 @@
 
 #include "Operations/PartialFile.hpp"
 
-#include <optional>
 #include <string>
 
 namespace orv {
 
-/// Where one request builds its files: in the processed-files folder as long as they can be moved
-/// to their destination from there, else hidden beside it.
+/// Where one request builds its files, out of sight until they are published: without a name where
+/// the file system can do that; else in the processed-files folder as long as they can be moved to
+/// their destination from there; else under a hidden name beside it, which a note in that folder
+/// announces.
 ///
 /// Threading: one thread.
 class Staging {
@@ -18,23 +19,29 @@ public:
     Staging(const Staging&) = delete;
     Staging& operator=(const Staging&) = delete;
 
-    /// A new file that is to be published in `destination`. There is one at a time.
+    /// A new file that is to be published in `destination`. Of those with a name there is one at a
+    /// time.
     ///
     /// Errors: the platform's.
     PartialFile create(const DestinationFolder& destination);
 
-    /// Says that the destinations lie on another volume than the processed-files folder.
-    void stay_beside_destination() { beside_ = true; }
-    [[nodiscard]] bool is_beside_destination() const { return beside_; }
+    /// Says whether a file that could not be published for the errno `code` is to be built anew, in
+    /// another way than up to now.
+    bool can_do_otherwise(int code);
+
+    /// Files have no names, so that any number of them can be built at once.
+    [[nodiscard]] bool is_unnamed() const { return way_ == Way::unnamed; }
 
 private:
-    void open_processed_files();
+    enum class Way { unnamed, in_processed_files, beside_destination };
+
+    void open_processed_files(const DestinationFolder& destination);
     void announce(const DestinationFolder& destination);
     void withdraw_note();
 
-    DestinationFolder processed_files_{-1, {}};
+    Way way_ = Way::unnamed;
     FileDescriptor processed_files_fd_;
-    bool beside_ = false;
+    DestinationFolder processed_files_{-1, {}};
     FileDescriptor note_; // holds the note's lock
     std::string note_uuid_;
     Url announced_folder_;
