@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,11 +18,11 @@
 namespace orv {
 namespace {
 
-constexpr const ErrorPlace& place = single_copy_place;
+constexpr const ErrorPlace& raise = single_copy_place;
 
 Error already_exists(const Url& url)
 {
-    return place("Destination item already exists.").because_of(platform_error(EEXIST, url));
+    return raise("Destination item already exists.").because_of(platform_error(EEXIST, url));
 }
 
 /// The error for a failed attempt to put an item to its final name.
@@ -34,113 +35,162 @@ Error placing_error(int code, const Url& url)
 Error source_error(int code, const Url& url)
 {
     const Error cause = platform_error(code, url);
-    return code == ENOENT ? place("Source item doesn't exist.").because_of(cause) : cause;
+    return code == ENOENT ? raise("Source item doesn't exist.").because_of(cause) : cause;
 }
 
-struct stat described(int folder, const std::string& name, const Url& url)
+ModeAndTimes described(const SourceItem& source)
 {
     struct stat status {};
-    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        throw source_error(errno, url);
-    return status;
+    if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        throw source_error(errno, source.url);
+    return ModeAndTimes(status);
 }
 
-void copy_link(const SourceItem& source, const DestinationFolder& destination,
-               const std::string& name)
+void copy_link(const SourceItem& source, const DestinationItem& destination)
 {
-    const Url url = destination.url.appending(name);
     std::array<char, PATH_MAX> text{};
     const ssize_t length =
         ::readlinkat(source.folder, source.name.c_str(), text.data(), text.size() - 1);
     if (length < 0)
         throw source_error(errno, source.url);
-    const struct stat status = described(source.folder, source.name, source.url);
-    if (::symlinkat(text.data(), destination.fd, name.c_str()) != 0)
-        throw placing_error(errno, url);
-    keep_times_of_link(destination.fd, name, ModeAndTimes(status), url);
+    const ModeAndTimes kept = described(source);
+    if (::symlinkat(text.data(), destination.folder.fd, destination.name.c_str()) != 0)
+        throw placing_error(errno, destination.url());
+    keep_times_of_link(destination.folder.fd, destination.name, kept, destination.url());
 }
 
-/// Gives the item that `name` means now its mode, even if another one takes its name meanwhile.
-void set_mode_of_node(const DestinationFolder& destination, const std::string& name, mode_t mode)
+/// Gives the item that the name means now its mode, even if another one takes its name meanwhile.
+void set_mode_of_node(const DestinationItem& destination, mode_t mode)
 {
     const FileDescriptor node(
-        ::openat(destination.fd, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(destination.folder.fd, destination.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     if (node && ::fstat(node.get(), &status) == 0 && (status.st_mode & S_IFMT) == (mode & S_IFMT))
         ::chmod(("/proc/self/fd/" + std::to_string(node.get())).c_str(), kept_mode(mode));
 }
 
 /// Makes a FIFO or a socket: it has no content, so it is complete under its final name at once.
-void copy_node(const SourceItem& source, const DestinationFolder& destination,
-               const std::string& name)
+void copy_node(const SourceItem& source, const DestinationItem& destination)
 {
-    const Url url = destination.url.appending(name);
-    const struct stat status = described(source.folder, source.name, source.url);
-    if (::mknodat(destination.fd, name.c_str(), status.st_mode & (S_IFMT | 0777U), 0) != 0)
-        throw placing_error(errno, url);
-    set_mode_of_node(destination, name, status.st_mode);
-    keep_times_of_link(destination.fd, name, ModeAndTimes(status), url);
+    const ModeAndTimes kept = described(source);
+    if (::mknodat(destination.folder.fd, destination.name.c_str(), kept.mode & (S_IFMT | 0777U),
+                  0) != 0)
+        throw placing_error(errno, destination.url());
+    set_mode_of_node(destination, kept.mode);
+    keep_times_of_link(destination.folder.fd, destination.name, kept, destination.url());
+}
+
+/// A regular file that is open for reading, as it was when it was opened.
+struct OpenedSource {
+    FileDescriptor file;
+    struct stat status;
+};
+
+OpenedSource open_file(const SourceItem& source)
+{
+    OpenedSource opened{
+        FileDescriptor(::openat(source.folder, source.name.c_str(),
+                                O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)),
+        {}};
+    if (!opened.file)
+        throw source_error(errno, source.url);
+    if (::fstat(opened.file.get(), &opened.status) != 0)
+        throw platform_error(errno, source.url);
+    if (!S_ISREG(opened.status.st_mode))
+        throw raise("Source item was replaced while it was being copied.").at(source.url);
+    return opened;
+}
+
+void fill(const PartialFile& partial, const OpenedSource& opened, const Url& source_url,
+          const Url& url, FileContent& content, ItemCopier::OnProgress on_progress)
+{
+    const int from = opened.file.get();
+    const auto size = static_cast<float>(opened.status.st_size);
+    content.copy({from, source_url}, {partial.fd(), url}, opened.status,
+                 [&](std::int64_t bytes_done) {
+                     const auto done = static_cast<float>(bytes_done);
+                     on_progress(size > 0 ? std::min(done / size, 1.0F) : 0.0F);
+                 });
+    keep_extended_attributes(from, partial.fd(), url);
+    keep_mode_and_times(partial.fd(), ModeAndTimes(opened.status), url);
+}
+
+Error no_partial_file(const Error& cause)
+{
+    return raise("Couldn't create destination file.").because_of(cause);
+}
+
+std::optional<PartialFile> unnamed_file(const DestinationFolder& folder)
+{
+    try {
+        return PartialFile::unnamed(folder);
+    } catch (const Error& cause) {
+        throw no_partial_file(cause);
+    }
 }
 
 } // namespace
 
-void ItemCopier::copy(const SourceItem& source, mode_t mode, const DestinationFolder& destination,
-                      const std::string& name, OnProgress on_progress)
+void ItemCopier::copy(const SourceItem& source, mode_t mode, const DestinationItem& destination,
+                      OnProgress on_progress)
 {
     if (S_ISREG(mode))
-        copy_file(source, destination, name, on_progress);
+        copy_file(source, destination, on_progress);
     else if (S_ISLNK(mode))
-        copy_link(source, destination, name);
+        copy_link(source, destination);
     else if (S_ISFIFO(mode) || S_ISSOCK(mode))
-        copy_node(source, destination, name);
+        copy_node(source, destination);
     else
-        throw place("Device files can't be copied.").at(source.url);
+        throw raise("Device files can't be copied.").at(source.url);
 }
 
-void ItemCopier::create_folder(const DestinationFolder& destination, const std::string& name)
+std::optional<PartialFile> ItemCopier::build(const SourceItem& source,
+                                             const DestinationItem& destination,
+                                             FileContent& content)
 {
-    if (::mkdirat(destination.fd, name.c_str(), 0700) == 0)
+    const OpenedSource opened = open_file(source);
+    std::optional<PartialFile> partial = unnamed_file(destination.folder);
+    if (partial)
+        fill(*partial, opened, source.url, destination.url(), content, [](float) {});
+    return partial;
+}
+
+void ItemCopier::place(std::optional<PartialFile> built, const SourceItem& source,
+                       const DestinationItem& destination)
+{
+    if (built) {
+        const int code = built->publish(destination.folder, destination.name);
+        if (code == 0)
+            return;
+        if (!staging_.can_do_otherwise(code) && can_build())
+            throw placing_error(code, destination.url());
+    }
+    copy_file(source, destination, [](float) {});
+}
+
+void ItemCopier::create_folder(const DestinationItem& destination)
+{
+    if (::mkdirat(destination.folder.fd, destination.name.c_str(), 0700) == 0)
         return;
-    const Url url = destination.url.appending(name);
     if (errno == EEXIST)
-        throw already_exists(url);
-    throw place("Couldn't create destination directory.").because_of(platform_error(errno, url));
+        throw already_exists(destination.url());
+    throw raise("Couldn't create destination directory.")
+        .because_of(platform_error(errno, destination.url()));
 }
 
-void ItemCopier::copy_file(const SourceItem& source, const DestinationFolder& destination,
-                           const std::string& name, OnProgress on_progress)
+void ItemCopier::copy_file(const SourceItem& source, const DestinationItem& destination,
+                           OnProgress on_progress)
 {
-    const FileDescriptor file(::openat(source.folder, source.name.c_str(),
-                                       O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!file)
-        throw source_error(errno, source.url);
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0)
-        throw platform_error(errno, source.url);
-    if (!S_ISREG(status.st_mode))
-        throw place("Source item was replaced while it was being copied.").at(source.url);
-
-    const Url url = destination.url.appending(name);
+    const OpenedSource opened = open_file(source);
     for (;;) {
-        PartialFile partial = create_partial(destination);
-        fill({file.get(), source.url}, partial, status, url, on_progress);
-        const int code = partial.publish(destination, name);
+        PartialFile partial = create_partial(destination.folder);
+        fill(partial, opened, source.url, destination.url(), content_, on_progress);
+        const int code = partial.publish(destination.folder, destination.name);
         if (code == 0)
             return;
         if (!staging_.can_do_otherwise(code))
-            throw placing_error(code, url);
+            throw placing_error(code, destination.url());
     }
-}
-
-void ItemCopier::fill(const OpenFile& file, const PartialFile& partial, const struct stat& status,
-                      const Url& destination_url, OnProgress on_progress)
-{
-    const auto size = static_cast<float>(status.st_size);
-    content_.copy(file, {partial.fd(), destination_url}, status, [&](std::int64_t bytes_done) {
-        on_progress(size > 0 ? std::min(static_cast<float>(bytes_done) / size, 1.0F) : 0.0F);
-    });
-    keep_extended_attributes(file.fd, partial.fd(), destination_url);
-    keep_mode_and_times(partial.fd(), ModeAndTimes(status), destination_url);
 }
 
 PartialFile ItemCopier::create_partial(const DestinationFolder& destination)
@@ -148,7 +198,7 @@ PartialFile ItemCopier::create_partial(const DestinationFolder& destination)
     try {
         return staging_.create(destination);
     } catch (const Error& cause) {
-        throw place("Couldn't create destination file.").because_of(cause);
+        throw no_partial_file(cause);
     }
 }
 

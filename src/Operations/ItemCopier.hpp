@@ -7,6 +7,7 @@
 #include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
 
+#include <optional>
 #include <string>
 
 #include <sys/types.h>
@@ -18,6 +19,14 @@ struct SourceItem {
     int folder;
     std::string name;
     Url url;
+};
+
+/// Where a copy is to appear: its name in an open folder.
+struct DestinationItem {
+    DestinationFolder folder;
+    std::string name;
+
+    [[nodiscard]] Url url() const { return folder.url.appending(name); }
 };
 
 /// Copies single items. Each is complete at its destination or not there at all, and none is
@@ -33,19 +42,30 @@ public:
     /// copy.
     using OnProgress = FunctionRef<void(float part_done)>;
 
-    /// Copies what is no folder to `name` in `destination`. `mode` is that of the item as it was
-    /// seen.
-    void copy(const SourceItem& source, mode_t mode, const DestinationFolder& destination,
-              const std::string& name, OnProgress on_progress);
+    /// Copies what is no folder. `mode` is that of the item as it was seen.
+    void copy(const SourceItem& source, mode_t mode, const DestinationItem& destination,
+              OnProgress on_progress);
 
-    /// Creates the folder `name` in `destination`, accessible to its owner alone.
-    static void create_folder(const DestinationFolder& destination, const std::string& name);
+    /// Builds the copy of a file without a name, out of sight, with the help of `content`. No value
+    /// where the file system has no such files.
+    ///
+    /// Threading: any, several at once with a `content` each.
+    static std::optional<PartialFile>
+    build(const SourceItem& source, const DestinationItem& destination, FileContent& content);
+
+    /// Puts what `build` has made of `source` into its place; what could not be made so is copied.
+    void place(std::optional<PartialFile> built, const SourceItem& source,
+               const DestinationItem& destination);
+
+    /// Whether `build` has a chance.
+    [[nodiscard]] bool can_build() const { return staging_.is_unnamed(); }
+
+    /// Creates a folder that is accessible to its owner alone.
+    static void create_folder(const DestinationItem& destination);
 
 private:
-    void copy_file(const SourceItem& source, const DestinationFolder& destination,
-                   const std::string& name, OnProgress on_progress);
-    void fill(const OpenFile& file, const PartialFile& partial, const struct stat& status,
-              const Url& destination_url, OnProgress on_progress);
+    void copy_file(const SourceItem& source, const DestinationItem& destination,
+                   OnProgress on_progress);
     PartialFile create_partial(const DestinationFolder& destination);
 
     Staging staging_;

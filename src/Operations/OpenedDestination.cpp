@@ -20,7 +20,8 @@ Place open(const Url& url, bool is_folder)
 } // namespace
 
 OpenedDestination::OpenedDestination(const Url& url, bool is_folder)
-    : place_(open(url, is_folder)), folder_{place_.folder(), url.deleting_last_path_component()}
+    : place_(open(url, is_folder)), item_{{place_.folder(), url.deleting_last_path_component()},
+                                          place_.path}
 {
 }
 

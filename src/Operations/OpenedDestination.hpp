@@ -1,9 +1,7 @@
 #pragma once
 
-#include "Operations/PartialFile.hpp"
+#include "Operations/ItemCopier.hpp"
 #include "Tool/Place.hpp"
-
-#include <string>
 
 namespace orv {
 
@@ -16,12 +14,11 @@ public:
     /// no folder, "Couldn't move the item".
     OpenedDestination(const Url& url, bool is_folder);
 
-    [[nodiscard]] const DestinationFolder& folder() const { return folder_; }
-    [[nodiscard]] const std::string& name() const { return place_.path; }
+    [[nodiscard]] const DestinationItem& item() const { return item_; }
 
 private:
     Place place_;
-    DestinationFolder folder_;
+    DestinationItem item_;
 };
 
 } // namespace orv

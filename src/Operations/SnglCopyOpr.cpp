@@ -59,16 +59,15 @@ mode_t mode_of(const SourceItem& source)
     return status.st_mode;
 }
 
-void copy_empty_folder(const SourceItem& source, const DestinationFolder& destination,
-                       const std::string& name)
+void copy_empty_folder(const SourceItem& source, const DestinationItem& destination)
 {
     pause_in_test_mode(std::chrono::milliseconds(500));
-    ItemCopier::create_folder(destination, name);
+    ItemCopier::create_folder(destination);
     const OpenFolder from = open_folder(source.folder, source.name.c_str());
-    const OpenFolder to = open_folder(destination.fd, name.c_str());
+    const OpenFolder to = open_folder(destination.folder.fd, destination.name.c_str());
     if (from.error != 0 || to.error != 0)
         return;
-    const Url url = destination.url.appending(name);
+    const Url url = destination.url();
     keep_extended_attributes(from.descriptor.get(), to.descriptor.get(), url);
     keep_mode_and_times(to.descriptor.get(), ModeAndTimes(from.facts), url);
 }
@@ -91,9 +90,9 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
         request.report(status::progress<CopyProgress>{progress});
     };
     if (S_ISDIR(mode))
-        copy_empty_folder(source, to.folder(), to.name());
+        copy_empty_folder(source, to.item());
     else
-        ItemCopier().copy(source, mode, to.folder(), to.name(), tell);
+        ItemCopier().copy(source, mode, to.item(), tell);
 
     progress.value = 1;
     request.set_closing(status::progress<CopyProgress>{progress});

@@ -2,6 +2,7 @@
 
 #include "Global/TestMode.hpp"
 #include "Operations/DestinationFolders.hpp"
+#include "Operations/FilesAhead.hpp"
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/ItemCopier.hpp"
 #include "Operations/OpenedDestination.hpp"
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <deque>
 #include <optional>
 
 #include <fcntl.h>
@@ -25,24 +27,32 @@ namespace {
 // A file from this size on may take long enough for statuses held back before it to be late.
 constexpr std::int64_t long_file_size = 1 << 20;
 
-/// An item that the copy has come to: its original, and its name at the destination.
+// Building more files ahead than the second thread gets done while the first one puts one into its
+// place and looks for more only costs descriptors.
+constexpr std::size_t max_files_ahead = 32;
+
+/// An item that the copy has come to, without its folders, which may change until its turn.
 struct Item {
-    SourceItem source;
-    struct statx facts;
-    std::string name;
+    Url url;
+    std::string name; // at the destination
     std::string relative_path;
+    struct statx facts;
 
     [[nodiscard]] bool is_folder() const { return S_ISDIR(facts.stx_mode); }
     [[nodiscard]] std::int64_t size() const
     {
         return S_ISREG(facts.stx_mode) ? static_cast<std::int64_t>(facts.stx_size) : 0;
     }
+    [[nodiscard]] bool is_small_file() const
+    {
+        return S_ISREG(facts.stx_mode) && size() < long_file_size;
+    }
 };
 
-bool exists_in(const DestinationFolder& folder, const std::string& name)
+bool exists(const DestinationItem& item)
 {
     struct stat status {};
-    return ::fstatat(folder.fd, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return ::fstatat(item.folder.fd, item.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 /// Whether a hidden item is marked to be ignored, or a file of the library that is not finished.
@@ -92,13 +102,28 @@ public:
 private:
     void copy_top();
     void copy_contents(const Place& source, const OpenedDestination& top);
+    void come_to_item(TreeWalk& walk);
     void enter(const TreeWalk& walk, const OpenedDestination& top);
     void leave(const TreeWalk& walk);
-    bool handle(const Item& item, const DestinationFolder& destination);
-    void copy(const Item& item, const DestinationFolder& destination);
-    void copy_file(const Item& item, const DestinationFolder& destination);
+
+    bool handle(const Item& item, const SourceItem& source, const DestinationItem& destination);
+    void copy(const Item& item, const SourceItem& source, const DestinationItem& destination);
+    void copy_file(const Item& item, const SourceItem& source, const DestinationItem& destination);
+    void finish(const Item& item);
     void tell(const Item& item, float part_done);
     void settle_after_failure() noexcept;
+
+    [[nodiscard]] bool can_be_built_ahead(const Item& item) const;
+    void build_ahead(Item item, SourceItem source, DestinationItem destination);
+    void place_next();
+    void place_all();
+
+    /// A file that is being built ahead.
+    struct Pending {
+        Item item;
+        SourceItem source;
+        DestinationItem destination;
+    };
 
     Request<CopyOperation>& request_;
     const CopyPlan& plan_;
@@ -112,12 +137,14 @@ private:
     DestinationFolders::Kept kept_;
     /// Set while the walk is in a folder to which none corresponds at the destination.
     std::optional<Error> no_folder_;
+
+    std::deque<Pending> pending_; // in the order of `ahead_`
+    FilesAhead* ahead_ = nullptr; // lives as long as the walk, whose open folders it uses
 };
 
 Item top_item(const Place& place, const CopyPlan& plan)
 {
-    Item item{
-        {place.folder(), place.path, plan.source}, {}, plan.destination.last_path_component(), {}};
+    Item item{plan.source, plan.destination.last_path_component(), {}, {}};
     if (::statx(place.folder(), place.name(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS,
                 &item.facts) != 0)
         throw platform_error(errno, plan.source);
@@ -135,7 +162,8 @@ void TreeCopy::copy_top()
         tell(item, 0);
         throw;
     }
-    const bool is_taken_in = handle(item, destination->folder());
+    const SourceItem source{place.folder(), place.path, plan_.source};
+    const bool is_taken_in = handle(item, source, destination->item());
     if (is_taken_in && item.is_folder())
         copy_contents(place, *destination);
 }
@@ -147,19 +175,13 @@ void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
         throw platform_error(folder.error, plan_.source);
     TreeWalk walk(std::move(folder), plan_.source,
                   {.unreadable = TreeWalkOptions::Unreadable::fail});
+    FilesAhead ahead;
+    ahead_ = &ahead;
     for (;;) {
         switch (walk.next()) {
-        case TreeWalk::Event::item: {
-            if (no_folder_)
-                throw *no_folder_;
-            const Item item{{walk.folder(), walk.name(), walk.path()},
-                            walk.facts(),
-                            walk.name(),
-                            walk.relative_path()};
-            if (!handle(item, folders_->innermost()))
-                walk.skip_contents();
+        case TreeWalk::Event::item:
+            come_to_item(walk);
             break;
-        }
         case TreeWalk::Event::entered:
             enter(walk, top);
             break;
@@ -172,6 +194,22 @@ void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
     }
 }
 
+void TreeCopy::come_to_item(TreeWalk& walk)
+{
+    if (no_folder_)
+        throw *no_folder_;
+    Item item{walk.path(), walk.name(), walk.relative_path(), walk.facts()};
+    SourceItem source{walk.folder(), walk.name(), item.url};
+    DestinationItem destination{folders_->innermost(), item.name};
+    if (can_be_built_ahead(item)) {
+        build_ahead(std::move(item), std::move(source), std::move(destination));
+        return;
+    }
+    place_all();
+    if (!handle(item, source, destination))
+        walk.skip_contents();
+}
+
 /// Something else than a folder may stand where a merge needs one: only an item that is to go into
 /// it makes that an error.
 void TreeCopy::enter(const TreeWalk& walk, const OpenedDestination& top)
@@ -180,7 +218,7 @@ void TreeCopy::enter(const TreeWalk& walk, const OpenedDestination& top)
         if (folders_)
             folders_->enter(walk.name(), kept_);
         else
-            folders_.emplace(top.folder(), top.name(), kept_);
+            folders_.emplace(top.item().folder, top.item().name, kept_);
     } catch (const Error& error) {
         if (kept_)
             throw;
@@ -190,6 +228,7 @@ void TreeCopy::enter(const TreeWalk& walk, const OpenedDestination& top)
 
 void TreeCopy::leave(const TreeWalk& walk)
 {
+    place_all();
     if (no_folder_)
         no_folder_.reset();
     else
@@ -198,46 +237,84 @@ void TreeCopy::leave(const TreeWalk& walk)
 
 /// Copies the item unless it is to be left out or merged with. Says whether its contents are to
 /// follow.
-bool TreeCopy::handle(const Item& item, const DestinationFolder& destination)
+bool TreeCopy::handle(const Item& item, const SourceItem& source,
+                      const DestinationItem& destination)
 {
     request_.check_cancelled();
     kept_.reset();
-    if (is_left_out(item.source)) {
-        processed_ += item.is_folder() ? size_of_contents(item.source.url) : item.size();
+    if (is_left_out(source)) {
+        processed_ += item.is_folder() ? size_of_contents(item.url) : item.size();
         return false;
     }
-    if (!plan_.merges || !exists_in(destination, item.name))
-        copy(item, destination);
+    if (!plan_.merges || !exists(destination))
+        copy(item, source, destination);
     processed_ += item.size();
     return true;
 }
 
-void TreeCopy::copy(const Item& item, const DestinationFolder& destination)
+void TreeCopy::copy(const Item& item, const SourceItem& source, const DestinationItem& destination)
 {
     tell(item, 0);
     if (item.is_folder()) {
         pause_in_test_mode(std::chrono::milliseconds(500));
-        ItemCopier::create_folder(destination, item.name);
+        ItemCopier::create_folder(destination);
         kept_ = ModeAndTimes(item.facts);
     } else {
-        copy_file(item, destination);
+        copy_file(item, source, destination);
     }
-    if (!S_ISLNK(item.facts.stx_mode))
-        records_.add(item.relative_path);
-    tell(item, 1);
+    finish(item);
 }
 
-void TreeCopy::copy_file(const Item& item, const DestinationFolder& destination)
+void TreeCopy::copy_file(const Item& item, const SourceItem& source,
+                         const DestinationItem& destination)
 {
     if (item.size() >= long_file_size)
         request_.report_all_held();
     ProgressInterval interval;
-    copier_.copy(item.source, item.facts.stx_mode, destination, item.name, [&](float part_done) {
+    copier_.copy(source, item.facts.stx_mode, destination, [&](float part_done) {
         request_.check_cancelled();
         request_.report_held();
         if (interval.is_due())
             tell(item, part_done);
     });
+}
+
+void TreeCopy::finish(const Item& item)
+{
+    if (!S_ISLNK(item.facts.stx_mode))
+        records_.add(item.relative_path);
+    tell(item, 1);
+}
+
+bool TreeCopy::can_be_built_ahead(const Item& item) const
+{
+    return item.is_small_file() && !item.name.starts_with('.') && !plan_.merges &&
+           copier_.can_build() && !intr_test_mode();
+}
+
+void TreeCopy::build_ahead(Item item, SourceItem source, DestinationItem destination)
+{
+    if (pending_.size() >= max_files_ahead)
+        place_next();
+    ahead_->add(source, destination);
+    pending_.push_back({std::move(item), std::move(source), std::move(destination)});
+}
+
+void TreeCopy::place_next()
+{
+    const Pending next = std::move(pending_.front());
+    pending_.pop_front();
+    request_.check_cancelled();
+    tell(next.item, 0);
+    copier_.place(ahead_->take(), next.source, next.destination);
+    finish(next.item);
+    processed_ += next.item.size();
+}
+
+void TreeCopy::place_all()
+{
+    while (!pending_.empty())
+        place_next();
 }
 
 void TreeCopy::tell(const Item& item, float part_done)

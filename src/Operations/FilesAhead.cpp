@@ -1,0 +1,171 @@
+#include "Operations/FilesAhead.hpp"
+
+#include "utility/WorkerPool.hpp"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <utility>
+
+namespace orv {
+namespace {
+
+// Fewer files are built sooner than a sleeping thread wakes up.
+constexpr std::size_t worth_a_second_thread = 3;
+
+struct Job {
+    enum class State { waiting, in_work, done };
+
+    SourceItem source;
+    DestinationItem destination;
+    State state = State::waiting;
+    std::optional<PartialFile> built = {};
+    std::exception_ptr error = {};
+};
+
+} // namespace
+
+/// What both threads work on. It outlives the request's side as long as the second thread needs it.
+class FilesAhead::Shop : public std::enable_shared_from_this<FilesAhead::Shop> {
+public:
+    void add(SourceItem source, DestinationItem destination)
+    {
+        const std::lock_guard lock(mutex_);
+        jobs_.push_back({std::move(source), std::move(destination)});
+        if (++waiting_ < worth_a_second_thread)
+            return;
+        if (!has_second_thread_)
+            start_second_thread();
+        else if (second_thread_sleeps_)
+            worth_waking_.notify_one();
+    }
+
+    std::size_t size() const
+    {
+        const std::lock_guard lock(mutex_);
+        return jobs_.size();
+    }
+
+    std::optional<PartialFile> take()
+    {
+        std::unique_lock lock(mutex_);
+        while (jobs_.front().state != Job::State::done) {
+            if (Job* job = next_waiting())
+                build(*job, content_, lock);
+            else
+                job_done_.wait(lock);
+        }
+        Job job = std::move(jobs_.front());
+        jobs_.pop_front();
+        lock.unlock();
+        if (job.error)
+            std::rethrow_exception(job.error);
+        return std::move(job.built);
+    }
+
+    /// No job is begun any more, and the one that the second thread has in work is waited for.
+    void close()
+    {
+        std::unique_lock lock(mutex_);
+        closed_ = true;
+        worth_waking_.notify_one();
+        job_done_.wait(lock, [this] { return !is_any_in_work(); });
+        jobs_.clear();
+    }
+
+private:
+    void start_second_thread()
+    {
+        has_second_thread_ = true;
+        bg_async([self = shared_from_this()] { self->work(); });
+    }
+
+    void work()
+    {
+        FileContent content;
+        std::unique_lock lock(mutex_);
+        while (!closed_) {
+            if (Job* job = next_waiting())
+                build(*job, content, lock);
+            else
+                sleep(lock);
+        }
+    }
+
+    void sleep(std::unique_lock<std::mutex>& lock)
+    {
+        second_thread_sleeps_ = true;
+        {
+            const WorkerPool::Blocked blocked;
+            worth_waking_.wait(lock,
+                               [this] { return closed_ || waiting_ >= worth_a_second_thread; });
+        }
+        second_thread_sleeps_ = false;
+    }
+
+    /// Jobs are begun in their order, so those that wait are the last ones.
+    Job* next_waiting()
+    {
+        return waiting_ == 0 || closed_ ? nullptr : &jobs_[jobs_.size() - waiting_];
+    }
+
+    void build(Job& job, FileContent& content, std::unique_lock<std::mutex>& lock)
+    {
+        job.state = Job::State::in_work;
+        --waiting_;
+        lock.unlock();
+        try {
+            std::optional<PartialFile> built =
+                ItemCopier::build(job.source, job.destination, content);
+            if (built)
+                job.built.emplace(std::move(*built));
+        } catch (...) {
+            job.error = std::current_exception();
+        }
+        lock.lock();
+        job.state = Job::State::done;
+        job_done_.notify_one();
+    }
+
+    [[nodiscard]] bool is_any_in_work() const
+    {
+        return std::any_of(jobs_.begin(), jobs_.end(),
+                           [](const Job& job) { return job.state == Job::State::in_work; });
+    }
+
+    mutable std::mutex mutex_;
+    std::condition_variable worth_waking_; // for the second thread
+    std::condition_variable job_done_;     // for the first
+    std::deque<Job> jobs_;    // a deque: growing and shrinking at its ends moves no job
+    std::size_t waiting_ = 0; // the last jobs, which nobody has begun
+    bool has_second_thread_ = false;
+    bool second_thread_sleeps_ = false;
+    bool closed_ = false;
+    FileContent content_;
+};
+
+FilesAhead::FilesAhead() : shop_(std::make_shared<Shop>()) {}
+
+FilesAhead::~FilesAhead()
+{
+    shop_->close();
+}
+
+void FilesAhead::add(SourceItem source, DestinationItem destination)
+{
+    shop_->add(std::move(source), std::move(destination));
+}
+
+std::size_t FilesAhead::size() const
+{
+    return shop_->size();
+}
+
+std::optional<PartialFile> FilesAhead::take()
+{
+    return shop_->take();
+}
+
+} // namespace orv
