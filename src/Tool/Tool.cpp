@@ -1,5 +1,6 @@
 #include "Tool/Tool.hpp"
 
+#include "Misc/ItemFacts.hpp"
 #include "Tool/NoReplaceRename.hpp"
 #include "Tool/Place.hpp"
 #include "Tool/RemoveTree.hpp"
@@ -47,23 +48,23 @@ std::optional<struct stat> facts_of(const Url& url, int flags)
 
 /// Creates the folder and returns 0, or the errno.
 int create_folder(const Url& url)
-{
+try {
     const Place place = Place::of(url);
     return ::mkdirat(place.folder(), place.name(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? 0 : errno;
+} catch (const Error& error) {
+    return error.code().value_or(EIO);
 }
 
-FileItem item_of(const TreeWalk& walk)
+/// What the items have in common that lie where `walk` is; `resolved_root` is its root with links
+/// resolved.
+ItemFolder item_folder(const TreeWalk& walk, const Url& resolved_root)
 {
-    FileItem item;
-    item.url = walk.path();
-    item.is_dir = walk.is_folder();
-    item.level = walk.level();
-    item.relative_path = walk.relative_path();
-    item.name = walk.name();
-    if (S_ISREG(walk.facts().stx_mode))
-        item.size = static_cast<std::int64_t>(walk.facts().stx_size);
-    item.is_hidden = item.name.starts_with('.');
-    return item;
+    ItemFolder folder;
+    folder.url = walk.folder_path();
+    folder.relative_path = walk.relative_folder_path();
+    folder.resolved_url = resolved_root.appending(folder.relative_path);
+    folder.level = walk.level();
+    return folder;
 }
 
 TreeWalk opened_walk(const Url& root, const TreeWalkOptions& options)
@@ -124,9 +125,18 @@ void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
     options.recursion_depth = recursion_depth;
     options.include_hidden_files = include_hidden_files;
     TreeWalk walk = opened_walk(root, options);
-    for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next())
-        if (event == TreeWalk::Event::item && !consume(item_of(walk)))
+    const Url resolved_root = root.resolving_symlinks();
+    std::optional<ItemFolder> folder;
+    for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next()) {
+        if (event != TreeWalk::Event::item) {
+            folder.reset();
+            continue;
+        }
+        if (!folder)
+            folder = item_folder(walk, resolved_root);
+        if (!consume(file_item(*folder, walk.name(), walk.facts())))
             return;
+    }
 }
 
 bool Tool::create_directory(const Url& at, bool also_create_intermediates)

@@ -138,8 +138,19 @@ std::string TreeWalk::path() const
 
 std::string TreeWalk::relative_path() const
 {
-    std::string path = this->path();
-    path.erase(0, path.size() == root_path_size_ ? root_path_size_ : root_path_size_ + 1);
+    return below_root(path());
+}
+
+std::string TreeWalk::relative_folder_path() const
+{
+    return below_root(trail_.path());
+}
+
+std::string TreeWalk::below_root(std::string path) const
+{
+    path.erase(0, root_path_size_);
+    if (path.starts_with('/'))
+        path.erase(0, 1);
     return path;
 }
 

@@ -82,6 +82,8 @@ public:
     [[nodiscard]] int folder() const { return trail_.folder(); }
     [[nodiscard]] const std::string& folder_path() const { return trail_.path(); }
 
+    [[nodiscard]] std::string relative_folder_path() const;
+
     /// The full path of the item, or of the folder entered or left, and the way there from the
     /// root, which for the root itself is empty. They may be longer than any call takes.
     [[nodiscard]] std::string path() const;
@@ -94,6 +96,7 @@ private:
     Event entered();
     Event left();
     [[nodiscard]] bool passes_over(int error) const;
+    [[nodiscard]] std::string below_root(std::string path) const;
 
     TreeWalkOptions options_;
     std::vector<struct statx> folder_facts_;
