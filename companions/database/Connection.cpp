@@ -1,5 +1,7 @@
 #include "database/Connection.hpp"
 
+#include "database/DatabaseFault.hpp"
+
 #include <orv/utility/Error.hpp>
 
 #include <algorithm>
@@ -60,8 +62,27 @@ void Database::Connection::configure()
     sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     control("PRAGMA cell_size_check = ON");
-    control("PRAGMA journal_mode = WAL");
+    use_write_ahead_log();
     control("PRAGMA synchronous = NORMAL");
+}
+
+// Connections that change the mode of a new file at the same time would wait for each other for
+// ever, so SQLite refuses them at once, whatever the busy time-out is. Whoever then waits for the
+// turn of the one that got through finds the mode changed.
+void Database::Connection::use_write_ahead_log()
+{
+    constexpr int most_turns = 10;
+    for (int turn = 1;; ++turn) {
+        try {
+            control("PRAGMA journal_mode = WAL");
+            return;
+        } catch (const Error& error) {
+            if (database_fault(error) != DatabaseFault::busy || turn == most_turns)
+                throw;
+        }
+        control("BEGIN IMMEDIATE");
+        control("COMMIT");
+    }
 }
 
 void Database::Connection::execute(std::string_view sql, Arguments args)

@@ -32,6 +32,7 @@ private:
 
     void open_file(bool create_if_absent);
     void configure();
+    void use_write_ahead_log();
 
     /// Executes `sql` without the tests that keep callers within their transaction.
     void control(std::string_view sql);

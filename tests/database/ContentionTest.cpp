@@ -1,5 +1,6 @@
 #include "database/OpenDatabase.hpp"
 
+#include <array>
 #include <iostream>
 
 #include <gtest/gtest.h>
@@ -9,8 +10,9 @@
 namespace orv::test {
 namespace {
 
-constexpr int processes = 6;
-constexpr int rounds = 60;
+constexpr int processes = 12;
+constexpr int rounds = 5;
+constexpr int writes = 20;
 
 class CounterTable final : public Upgrader {
 public:
@@ -29,13 +31,14 @@ std::int64_t counter(Database& database)
     return std::stoll(texts(database, "SELECT value FROM counter").at(0));
 }
 
+/// Opens the file, which may be new, and adds twice the number of `writes`.
 void count_up(const Url& file)
 {
     Database database;
     database.open(file, true);
     CounterTable upgrader;
     database.upgrade(upgrader);
-    for (int i = 0; i < rounds; ++i) {
+    for (int i = 0; i < writes; ++i) {
         database.save_point(
             [&] { database.execute("UPDATE counter SET value = ?", {counter(database) + 1}); });
         database.read_transaction([&] { return counter(database); });
@@ -56,21 +59,55 @@ pid_t start_process(Action action)
     ::_exit(error ? 1 : 0);
 }
 
+/// Lets the processes go that wait for it, all at once.
+class StartingGate {
+public:
+    StartingGate()
+    {
+        if (::pipe(ends_.data()) != 0)
+            throw Error("no pipe could be made");
+    }
+
+    void wait() const
+    {
+        ::close(ends_[1]);
+        char byte = 0;
+        EXPECT_EQ(::read(ends_[0], &byte, 1), 0);
+    }
+
+    void open() const
+    {
+        ::close(ends_[0]);
+        ::close(ends_[1]);
+    }
+
+private:
+    std::array<int, 2> ends_{};
+};
+
 TEST(Contention, of_processes_neither_fails_nor_loses_a_write)
 {
-    const Scratch folder;
-    const Url file = folder / "a.sqlite";
-    std::vector<pid_t> started;
-    for (int i = 0; i < processes; ++i)
-        started.push_back(start_process([&] { count_up(file); }));
-    for (const pid_t process : started) {
-        int status = -1;
-        ::waitpid(process, &status, 0);
-        EXPECT_EQ(status, 0);
+    for (int round = 0; round < rounds; ++round) {
+        const Scratch folder;
+        const Url file = folder / "a.sqlite";
+        const StartingGate gate;
+        std::vector<pid_t> started;
+        for (int i = 0; i < processes; ++i)
+            started.push_back(start_process([&] {
+                gate.wait();
+                count_up(file);
+                count_up(file);
+            }));
+        gate.open();
+        for (const pid_t process : started) {
+            int status = -1;
+            ::waitpid(process, &status, 0);
+            EXPECT_EQ(status, 0);
+        }
+        Database database;
+        database.open(file, false);
+        EXPECT_EQ(counter(database), processes * 2 * 2 * writes);
     }
-    Database database;
-    database.open(file, false);
-    EXPECT_EQ(counter(database), processes * rounds * 2);
 }
 
 TEST(Contention, with_a_process_that_was_killed_ends_with_what_it_had_stored)
