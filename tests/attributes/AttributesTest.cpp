@@ -4,7 +4,6 @@
 
 #include <orv/utility/Locations.hpp>
 
-#include <algorithm>
 #include <filesystem>
 
 namespace orv::test {
@@ -77,8 +76,7 @@ Texts AttributesTest::rows()
             row += " once";
         found.push_back(row);
     }
-    std::sort(found.begin(), found.end());
-    return found;
+    return in_order(std::move(found));
 }
 
 } // namespace orv::test

@@ -4,6 +4,7 @@
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +14,12 @@
 namespace orv::test {
 
 using Texts = std::vector<std::string>;
+
+inline Texts in_order(Texts texts)
+{
+    std::sort(texts.begin(), texts.end());
+    return texts;
+}
 
 /// The base of tests of the attribute store alone: a new database for each, and a home folder that
 /// the process keeps.

@@ -47,12 +47,6 @@ Texts with_beside_a(Texts rows)
     return rows;
 }
 
-Texts sorted(Texts rows)
-{
-    std::sort(rows.begin(), rows.end());
-    return rows;
-}
-
 TEST_F(Records, of_a_tree_follow_it)
 {
     const TreeCase cases[] = {
@@ -123,14 +117,14 @@ TEST_F(Records, of_a_tree_follow_it)
         };
         start_again();
         RecCustomAttr::delete_records(key(one.from));
-        EXPECT_EQ(rows(), sorted(one.deleted)) << one.from;
+        EXPECT_EQ(rows(), in_order(one.deleted)) << one.from;
         EXPECT_FALSE(RecCustomAttr::any_records_below(key(one.from)));
 
         start_again();
         RecCustomAttr::duplicate_records(key(one.from), key(one.to));
-        EXPECT_EQ(rows(), sorted(one.duplicated)) << one.from << " to " << one.to;
+        EXPECT_EQ(rows(), in_order(one.duplicated)) << one.from << " to " << one.to;
         RecCustomAttr::finish_move(key(one.from), key(one.to));
-        EXPECT_EQ(rows(), sorted(one.moved)) << one.from << " to " << one.to;
+        EXPECT_EQ(rows(), in_order(one.moved)) << one.from << " to " << one.to;
     }
 }
 
