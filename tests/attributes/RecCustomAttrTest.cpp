@@ -39,7 +39,8 @@ struct TreeCase {
 };
 
 // Siblings of "A" whose keys lie close to its tree.
-const Texts beside_a = {"A!/x=10", "A.b=11", "A0=12", "AB/x=13", "B=14", "a/x=15"};
+const Texts beside_a = {"A =8",  "A\x01=9", "A!/x=10", "A.b=11",
+                        "A0=12", "AB/x=13", "B=14",    "a/x=15"};
 
 Texts with_beside_a(Texts rows)
 {
