@@ -89,7 +89,8 @@ CountedName counted_name(std::string_view name, bool is_whole)
 
 std::string name_with_number(const CountedName& name, std::uint64_t number)
 {
-    std::string ending = " " + std::to_string(number);
+    std::string ending(1, ' ');
+    ending += std::to_string(number);
     ending += name.ending;
     std::string result(fitting_prefix(name.stem, max_name_size - ending.size()));
     return result += ending;

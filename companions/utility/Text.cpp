@@ -1,7 +1,6 @@
 #include "utility/Text.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <new>
 
@@ -33,22 +32,26 @@ char lower_ascii(char c)
 
 icu::UnicodeString decoded(std::string_view text)
 {
-    icu::UnicodeString result;
     const auto size = static_cast<std::int32_t>(text.size());
+    icu::UnicodeString result;
+    char16_t* units = result.getBuffer(size); // never more units than bytes
+    if (!units)
+        throw std::bad_alloc();
+    std::int32_t length = 0;
     for (std::int32_t at = 0; at < size;) {
         std::int32_t next = at;
         UChar32 c = 0;
         U8_NEXT(text.data(), next, size, c);
         if (c >= 0) {
-            result.append(c);
+            U16_APPEND_UNSAFE(units, length, c);
         } else {
-            for (std::int32_t i = at; i < next; ++i) {
-                const auto byte = static_cast<unsigned char>(text[static_cast<std::size_t>(i)]);
-                result.append(static_cast<char16_t>(stray_byte + byte));
-            }
+            for (std::int32_t i = at; i < next; ++i)
+                units[length++] = static_cast<char16_t>(
+                    stray_byte + static_cast<unsigned char>(text[static_cast<std::size_t>(i)]));
         }
         at = next;
     }
+    result.releaseBuffer(length);
     return result;
 }
 
@@ -56,16 +59,15 @@ icu::UnicodeString decoded(std::string_view text)
 /// order of the bytes is that of the code points throughout.
 std::string encoded(const icu::UnicodeString& text)
 {
-    std::string result;
-    result.reserve(static_cast<std::size_t>(text.length()) + 16);
+    const char16_t* units = text.getBuffer();
+    std::string result(3 * static_cast<std::size_t>(text.length()), '\0');
+    std::size_t size = 0;
     for (std::int32_t at = 0; at < text.length();) {
-        const UChar32 c = text.char32At(at);
-        at += U16_LENGTH(c);
-        std::array<char, U8_MAX_LENGTH> bytes{};
-        std::size_t size = 0;
-        U8_APPEND_UNSAFE(bytes.data(), size, c);
-        result.append(bytes.data(), size);
+        UChar32 c = 0;
+        U16_NEXT(units, at, text.length(), c);
+        U8_APPEND_UNSAFE(result.data(), size, c);
     }
+    result.resize(size);
     return result;
 }
 
@@ -76,7 +78,9 @@ std::string unicode_fold_key(std::string_view text)
     if (U_FAILURE(status))
         throw std::bad_alloc();
     icu::UnicodeString folded = nfd->normalize(decoded(text), status);
-    folded = nfd->normalize(folded.foldCase(), status);
+    folded.foldCase();
+    if (!nfd->isNormalized(folded, status))
+        folded = nfd->normalize(folded, status);
     if (U_FAILURE(status))
         throw std::bad_alloc();
     return encoded(folded);

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 
 // Every rule becomes one key per item, worked out before the sort, whose `<` is a strict weak
@@ -83,27 +85,63 @@ Order order_by(std::size_t count, SortOrder order, const KeyOf& key_of)
     return indices;
 }
 
+/// The items' extensions as numbers, in their order.
+struct ExtensionRanks {
+    std::vector<std::size_t> folded; ///< by item; equal for extensions that differ in case only
+    std::vector<std::size_t> exact;  ///< by item
+    std::size_t count = 0;           ///< of exact ones
+};
+
+ExtensionRanks extension_ranks(const std::vector<FileItem>& items)
+{
+    struct Rank {
+        std::size_t folded = 0;
+        std::size_t exact = 0;
+    };
+    std::unordered_map<std::string_view, Rank> ranks;
+    for (const FileItem& item : items)
+        ranks.try_emplace(item.ext);
+
+    std::vector<std::pair<std::string, std::string_view>> distinct; // folded and exact
+    for (const auto& entry : ranks)
+        distinct.emplace_back(fold_key(entry.first), entry.first);
+    std::sort(distinct.begin(), distinct.end());
+    std::size_t folded = 0;
+    for (std::size_t i = 0; i < distinct.size(); ++i) {
+        if (i > 0 && distinct[i].first != distinct[i - 1].first)
+            ++folded;
+        ranks[distinct[i].second] = {folded, i};
+    }
+
+    ExtensionRanks result{{}, {}, distinct.size()};
+    for (const FileItem& item : items) {
+        const Rank& rank = ranks.at(item.ext);
+        result.folded.push_back(rank.folded);
+        result.exact.push_back(rank.exact);
+    }
+    return result;
+}
+
 /// Groups by folded extension. Inside a group, the places that the items of one exact extension
 /// hold as they came are given to these items by name: "b.jpg, x.JPG, a.jpg" becomes
 /// "a.jpg, x.JPG, b.jpg".
 Order order_by_extension(const std::vector<FileItem>& items, SortOrder order)
 {
-    const FoldedTexts exts(items, &FileItem::ext);
+    const ExtensionRanks ranks = extension_ranks(items);
     const FoldedTexts names(items, &FileItem::name);
-    const auto exact_ext = [&](std::size_t i) {
-        return std::tuple(exts[i], std::string_view(items[i].ext));
-    };
+    const Order grouped =
+        order_by(items.size(), order, [&](std::size_t i) { return ranks.folded[i]; });
+    const Order compared = order_by(
+        items.size(), order, [&](std::size_t i) { return std::tuple(ranks.exact[i], names[i]); });
 
-    const Order grouped = order_by(items.size(), order, [&](std::size_t i) { return exts[i]; });
-    const Order places =
-        order_by(items.size(), order, [&](std::size_t place) { return exact_ext(grouped[place]); });
-    const Order compared = order_by(items.size(), order, [&](std::size_t i) {
-        return std::tuple_cat(exact_ext(i), std::tuple(names[i]));
-    });
+    std::vector<std::size_t> next(ranks.count); // of each exact extension, its next in `compared`
+    for (std::size_t i = compared.size(); i-- > 0;)
+        next[ranks.exact[compared[i]]] = i;
 
-    Order result(items.size());
-    for (std::size_t i = 0; i < items.size(); ++i)
-        result[places[i]] = compared[i];
+    Order result;
+    result.reserve(items.size());
+    for (const std::size_t item : grouped)
+        result.push_back(compared[next[ranks.exact[item]]++]);
     return result;
 }
 
