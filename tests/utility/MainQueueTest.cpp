@@ -62,6 +62,31 @@ TEST(MainQueue, is_readable_exactly_then_under_load)
     EXPECT_FALSE(is_readable());
 }
 
+TEST(MainQueue, is_not_readable_once_everything_has_run)
+{
+    constexpr int rounds = 20'000;
+    std::atomic<int> round = 0;
+    std::atomic<int> pushed = 0;
+    int run = 0;
+    std::thread background([&] {
+        for (int i = 1; i <= rounds; ++i) {
+            while (round < i)
+                std::this_thread::yield();
+            main_async([&] { ++run; });
+            pushed = i;
+        }
+    });
+    for (int i = 1; i <= rounds; ++i) {
+        round = i;
+        while (run < i) // a pop may meet the push at any of its steps
+            queue().drain();
+        while (pushed < i)
+            std::this_thread::yield();
+        EXPECT_FALSE(is_readable()) << "in round " << i;
+    }
+    background.join();
+}
+
 TEST(MainQueue, a_nested_drain_runs_the_rest)
 {
     std::string log;

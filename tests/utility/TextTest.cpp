@@ -32,9 +32,11 @@ const OrderCase order_cases[] = {
     {"\u212A", std::weak_ordering::equivalent, "k"},                    // the kelvin sign
     {"a\u0307\u0323", std::weak_ordering::equivalent, "A\u0323\u0307"}, // marks in either order
     {"\u1F80", std::weak_ordering::equivalent, "\u1F88"},               // folds to two letters
-    {"\u03A3", std::weak_ordering::equivalent, "\u03C2"},               // final sigma
-    {"\uAC00", std::weak_ordering::equivalent, "\u1100\u1161"},         // Hangul
-    {"I", std::weak_ordering::less, "\u0131"}, // dotless i is another letter
+    {"\u03B1\u0345\u0301", std::weak_ordering::equivalent,
+     "\u1FB4"},                                                 // a mark that folds to a letter
+    {"\u03A3", std::weak_ordering::equivalent, "\u03C2"},       // final sigma
+    {"\uAC00", std::weak_ordering::equivalent, "\u1100\u1161"}, // Hangul
+    {"I", std::weak_ordering::less, "\u0131"},                  // dotless i is another letter
     {"\u00E9", std::weak_ordering::less, "f"},
     {"e\u0301x", std::weak_ordering::greater, "ez"},
     {"\uFF61", std::weak_ordering::less, "\U0001F600"}, // by code points, not UTF-16 units
