@@ -7,10 +7,11 @@ namespace orv {
 
 /// The background threads on which requests work.
 ///
-/// As many tasks run at once as keep the machine busy. A task that waits for the main thread or for
+/// As many tasks are started as keep the machine busy. A task that waits for the main thread or for
 /// a person's answer says so with `Blocked` and does not count, so neither any number of waiting
-/// requests nor a parent waiting for its child can stop another request. Idle threads end after a
-/// few seconds.
+/// requests nor a parent waiting for its child can stop another request. One that is done waiting
+/// goes on at once, also beside others that have started meanwhile. Idle threads end after a few
+/// seconds.
 class WorkerPool {
 public:
     /// The one pool of the process; it is never destroyed.

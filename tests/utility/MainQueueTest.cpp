@@ -64,19 +64,20 @@ TEST(MainQueue, is_readable_exactly_then_under_load)
 
 TEST(MainQueue, is_not_readable_once_everything_has_run)
 {
-    constexpr int rounds = 20'000;
+    constexpr int no_more = -1;
     std::atomic<int> round = 0;
     std::atomic<int> pushed = 0;
     int run = 0;
     std::thread background([&] {
-        for (int i = 1; i <= rounds; ++i) {
-            while (round < i)
-                std::this_thread::yield();
+        for (int i = 1; round != no_more; std::this_thread::yield()) {
+            if (round < i)
+                continue;
             main_async([&] { ++run; });
-            pushed = i;
+            pushed = i++;
         }
     });
-    for (int i = 1; i <= rounds; ++i) {
+    const auto end = std::chrono::steady_clock::now() + 1s; // on a busy machine rounds are slow
+    for (int i = 1; i <= 20'000 && std::chrono::steady_clock::now() < end; ++i) {
         round = i;
         while (run < i) // a pop may meet the push at any of its steps
             queue().drain();
@@ -84,6 +85,7 @@ TEST(MainQueue, is_not_readable_once_everything_has_run)
             std::this_thread::yield();
         EXPECT_FALSE(is_readable()) << "in round " << i;
     }
+    round = no_more;
     background.join();
 }
 
@@ -262,6 +264,7 @@ TEST(MainQueueDeathTest, misuse_ends_the_process)
 
 TEST(MainQueueDeathTest, the_thread_that_attaches_first_is_the_main_thread)
 {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // in a process whose queue is unused
     const auto attach_another = [] {
         std::thread other([] {
             queue().attach();

@@ -3,6 +3,7 @@
 #include <orv/utility/MainQueue.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -106,27 +107,37 @@ TEST(WorkerPool, parents_may_wait_for_their_children)
 
 TEST(WorkerPool, as_many_run_at_once_as_keep_the_machine_busy)
 {
-    const int task_count = 50 * most_at_once;
-    Counter running, started, gate, done;
+    Counter waiting, gate_of_waiting, back;
+    for (int i = 0; i < most_at_once; ++i)
+        bg_async([&] {
+            {
+                const WorkerPool::Blocked waits;
+                const WorkerPool::Blocked nested;
+                waiting.add();
+                gate_of_waiting.reaches(1);
+            }
+            back.add();
+        });
+    ASSERT_TRUE(waiting.reaches(most_at_once));
+
+    const int task_count = 20 * most_at_once;
+    Counter running, gate, done;
     std::atomic<int> most = 0;
     for (int i = 0; i < task_count; ++i)
         bg_async([&] {
             const int now = running.add();
             for (int seen = most; seen < now && !most.compare_exchange_weak(seen, now);)
                 continue;
-            {
-                const WorkerPool::Blocked waits;
-                const WorkerPool::Blocked nested;
-            }
-            started.add();
             gate.reaches(1);
             running.add(-1);
             done.add();
         });
-    EXPECT_TRUE(started.reaches(most_at_once));
+    EXPECT_TRUE(running.reaches(most_at_once));
     gate.add();
     EXPECT_TRUE(done.reaches(task_count));
-    EXPECT_LE(most, most_at_once);
+    EXPECT_EQ(most, most_at_once) << "tasks that wait took a place, or gave more than one";
+    gate_of_waiting.add();
+    EXPECT_TRUE(back.reaches(most_at_once));
 }
 
 } // namespace
