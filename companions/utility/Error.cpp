@@ -1,6 +1,7 @@
 #include <orv/utility/Error.hpp>
 
 #include <system_error>
+#include <utility>
 
 namespace orv {
 
@@ -12,7 +13,7 @@ struct Error::Content {
     Kind kind = Kind::request;
 };
 
-Error::Error(std::string text) : Error(Content{text, text, {}, {}, Kind::request}) {}
+Error::Error(std::string text) : Error(Content{text, std::move(text), {}, {}, Kind::request}) {}
 
 Error::Error(Content content) : content_(std::make_shared<const Content>(std::move(content))) {}
 

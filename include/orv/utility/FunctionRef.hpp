@@ -14,11 +14,12 @@ class FunctionRef;
 template <class Result, class... Arguments>
 class FunctionRef<Result(Arguments...)> {
 public:
+    // NOLINTBEGIN(google-explicit-constructor): passed as an argument
+    // NOLINTBEGIN(bugprone-forwarding-reference-overload): constrained to other types
     template <class Callable>
     requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef> &&
              std::is_invocable_r_v<Result, Callable&, Arguments...>)
-        FunctionRef(
-            Callable&& callable) // NOLINT(google-explicit-constructor): passed as an argument
+        FunctionRef(Callable&& callable)
         : callable_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),
           call_([](void* target, Arguments... arguments) -> Result {
               auto& function = *static_cast<std::remove_reference_t<Callable>*>(target);
@@ -29,6 +30,8 @@ public:
           })
     {
     }
+    // NOLINTEND(bugprone-forwarding-reference-overload)
+    // NOLINTEND(google-explicit-constructor)
 
     Result operator()(Arguments... arguments) const
     {

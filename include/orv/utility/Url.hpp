@@ -20,16 +20,14 @@ namespace orv {
 class Url {
 public:
     Url() = default;
-    Url(std::string_view path); // NOLINT(google-explicit-constructor): made from text on purpose
-    Url(const std::string& path)
-        : Url(std::string_view(path)) {}                   // NOLINT(google-explicit-constructor)
-    Url(const char* path) : Url(std::string_view(path)) {} // NOLINT(google-explicit-constructor)
-    Url(const std::filesystem::path& path)                 // NOLINT(google-explicit-constructor)
-        : Url(std::string_view(path.native()))
-    {
-    }
+    // NOLINTBEGIN(google-explicit-constructor): text and paths are meant to pass for locations
+    Url(std::string_view path);
+    Url(const std::string& path) : Url(std::string_view(path)) {}
+    Url(const char* path) : Url(std::string_view(path)) {}
+    Url(const std::filesystem::path& path) : Url(std::string_view(path.native())) {}
 
-    operator std::filesystem::path() const { return path_; } // NOLINT(google-explicit-constructor)
+    operator std::filesystem::path() const { return path_; }
+    // NOLINTEND(google-explicit-constructor)
 
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
     [[nodiscard]] bool empty() const noexcept { return path_.empty(); }

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <orv/integrations/GuardedDrain.hpp>
+#include <orv/utility/MainQueue.hpp>
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <utility>
+
+namespace orv {
+
+/// Runs the main queue's closures in Qt's event loop for as long as it lives, nested loops
+/// included. The thread that makes it becomes the main thread.
+///
+///     QApplication app(argc, argv);
+///     const orv::QtAttachment attachment;
+///     return app.exec();
+///
+/// Exceptions: none may pass through Qt's loop. What a closure throws is given to the handler; with
+/// none it ends the process, with a line that tells what was thrown. The loop goes on with the
+/// closures behind it.
+///
+/// Threading: made after the application object and ended before it, on its thread, and not from
+/// inside a closure.
+class QtAttachment {
+public:
+    explicit QtAttachment(ClosureExceptionHandler handler = {})
+        : notifier_(MainQueue::instance().fd(), QSocketNotifier::Read)
+    {
+        MainQueue::instance().attach();
+        QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_,
+                         [handler = std::move(handler)] { guarded_drain(handler); });
+    }
+
+private:
+    QSocketNotifier notifier_;
+};
+
+} // namespace orv

@@ -1,0 +1,60 @@
+#!/bin/bash
+# Installs the Debian packages that are missing; prints nothing when none is.
+#
+# install-packages.sh GROUP...    build: what the library and the command need
+#                                 test:  what the tests need besides
+#                                 check: what the format and lint checks need besides
+set -euo pipefail
+
+packages_of() {
+    case $1 in
+    build) echo g++ cmake ninja-build pkg-config libsqlite3-dev libicu-dev libcli11-dev libfmt-dev ;;
+    test) echo libgtest-dev python3 qt6-base-dev libglib2.0-dev libasio-dev libboost-dev ;;
+    check) echo clang-format-14 clang-tidy-14 ;;
+    *) echo "There is no group of packages called $1." >&2 && exit 2 ;;
+    esac
+}
+
+is_installed() {
+    dpkg-query -W -f '${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
+}
+
+missing_packages() {
+    local group package
+    for group; do
+        for package in $(packages_of "$group"); do
+            is_installed "$package" || echo "$package"
+        done
+    done
+}
+
+if ! command -v apt-get >/dev/null; then
+    echo "This is no Debian system: install what scripts/install-packages.sh lists by hand." >&2
+    exit 0
+fi
+
+mapfile -t missing < <(missing_packages "$@")
+((${#missing[@]})) || exit 0
+
+as_root=()
+if ((EUID != 0)); then
+    as_root=(sudo)
+    if ! command -v sudo >/dev/null || ! sudo -v; then
+        echo "These packages are missing, and only root or sudo may install them:" >&2
+        echo "    apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+fi
+
+echo "Installing ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+apt() {
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y \
+        -o Acquire::Retries=3 -o DPkg::Lock::Timeout=120 "$@" >>"$log" 2>&1
+}
+if ! { apt update && apt install --no-install-recommends "${missing[@]}"; }; then
+    tail -n 20 "$log" >&2
+    echo "The packages could not be installed; the lines above are apt-get's." >&2
+    exit 1
+fi
