@@ -5,6 +5,5 @@ cd "$(dirname "$0")/.."
 
 mode=(--dry-run -Werror)
 [[ ${1:-} == --fix ]] && mode=(-i)
-git ls-files -z --cached --others --exclude-standard '*.cpp' '*.hpp' |
-    while IFS= read -r -d '' file; do [[ -e $file ]] && printf '%s\0' "$file"; done |
+find include companions src apps tests examples -name '*.[ch]pp' -size +0 -print0 |
     xargs -0 -r -P "$(nproc)" -n 16 clang-format-14 "${mode[@]}"

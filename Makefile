@@ -1,0 +1,45 @@
+# CMake builds everything; these are its usual steps strung together.
+PREFIX ?= /usr/local
+JOBS := $(shell nproc)
+CONFIGURE := cmake --log-level=WARNING --preset
+
+.PHONY: help demo test format lint install clean
+
+help:
+	@echo "make demo       builds the orv command and shows it at work in a sandbox"
+	@echo "make test       builds everything and runs all tests"
+	@echo "make format     formats the C++ files"
+	@echo "make lint       checks layers, names and common faults"
+	@echo "make install    installs the library and the command under PREFIX ($(PREFIX))"
+	@echo "make clean      removes what was built"
+
+demo:
+	@scripts/install-packages.sh build
+	@$(CONFIGURE) release -DORV_BUILD_TESTS=OFF
+	@cmake --build --preset release -j$(JOBS)
+	@scripts/demo.sh build/release/apps/orv/orv
+
+test:
+	@scripts/install-packages.sh build test
+	@$(CONFIGURE) release -DORV_BUILD_TESTS=ON
+	@cmake --build --preset release -j$(JOBS)
+	@ctest --preset release -j$(JOBS)
+
+format:
+	@scripts/install-packages.sh check
+	@scripts/check-format.sh --fix
+
+lint:
+	@scripts/install-packages.sh build test check
+	@$(CONFIGURE) debug
+	@scripts/check-layers.py
+	@scripts/lint.sh build/debug
+
+install:
+	@scripts/install-packages.sh build
+	@$(CONFIGURE) release -DORV_BUILD_TESTS=OFF
+	@cmake --build --preset release -j$(JOBS)
+	@cmake --install build/release --prefix "$(PREFIX)"
+
+clean:
+	@rm -rf build

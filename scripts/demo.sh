@@ -1,0 +1,96 @@
+#!/bin/bash
+# Shows the orv command at work on real files, in a sandbox home that is removed at the end.
+#
+# demo.sh [ORV]    the command to show; default: the release build's
+set -Eeuo pipefail
+orv=$(realpath "${1:-$(dirname "$0")/../build/release/apps/orv/orv}")
+[[ -x $orv ]] || { echo "There is no command $orv: build it first, with make demo." >&2; exit 1; }
+
+home=$(mktemp -d "${TMPDIR:-/tmp}/orv-demo-XXXXXX")
+trap 'rm -rf "$home"' EXIT
+cd "$home"
+current="the sandbox"
+trap 'echo "The demo failed at: $current" >&2' ERR
+
+step() {
+    current=$1
+    printf '\n%s\n' "$current"
+}
+
+show_command() {
+    printf '  $ orv'
+    printf ' %q' "$@"
+    printf '\n'
+}
+
+run() {
+    show_command "$@"
+    "$orv" --home "$home" "$@" | sed 's/^/  /'
+}
+
+# Runs the command as on a terminal, where it draws a progress bar.
+run_with_bar() {
+    show_command "$@"
+    local line
+    printf -v line '%q ' "$orv" --home "$home" "$@"
+    if [[ -t 1 ]]; then
+        "$orv" --home "$home" "$@"
+    elif script -qec true /dev/null </dev/null >/dev/null 2>&1; then
+        # Its last two states, which one line would show after each other.
+        script -qec "stty cols 80; $line" /dev/null </dev/null | tr '\r' '\n' |
+            sed -e 's/\x1b\[[0-9;?]*[A-Za-z]//g' -e '/^[[:space:]]*$/d' -e 's/^/  /' | tail -n 2
+    else
+        "$orv" --home "$home" "$@"
+    fi
+}
+
+expect() {
+    "$@" || { echo "  That is not what was to be expected: $*" >&2; return 1; }
+}
+
+photo() {
+    head -c "$2" /dev/urandom >"$1"
+    touch -d "$3" "$1"
+}
+
+make_home() {
+    mkdir -p Documents/Letters Photos/Lake Photos/Town Backup
+    photo Photos/Lake/boat.jpg 3200000 "2024-07-02 10:12"
+    photo Photos/Lake/sunset.jpg 2750000 "2024-07-02 21:40"
+    photo Photos/Lake/swim.mp4 64000000 "2024-07-03 15:05"
+    photo Photos/Town/market.jpg 1980000 "2024-09-14 11:30"
+    printf 'Dear Ms Weber,\n\nthe heating works again.\n' >Documents/Letters/landlord.txt
+    printf 'item,amount\nrent,840\nbooks,36\n' >Documents/accounts.csv
+    printf '# Packing list\n\n- tent\n- lamp\n' >Documents/packing.md
+}
+
+make_home
+echo "A sandbox home was made in $home; all that follows happens in it."
+
+step "1. List a folder, as the engine describes its items."
+run ls --long Documents
+
+step "2. Add up the size of a folder tree."
+run du Photos
+
+step "3. Copy the tree: the request measures it first, then reports its progress."
+run_with_bar cp Photos Backup
+expect diff -r Photos Backup/Photos
+
+step "4. Copy it again: the name is taken, and the answer given in advance is to keep both."
+run cp Photos Backup --on-conflict keep-both
+run ls Backup
+expect diff -r Photos "Backup/Photos 2"
+
+step "5. Attributes are kept beside the files, and follow them."
+run attr set Documents/packing.md --protected on --order 3
+run cp Documents/packing.md Backup
+run attr get Backup/packing.md
+expect grep -qw 3 <<<"$("$orv" --home "$home" attr get Backup/packing.md)"
+
+step "6. Delete a folder with everything in it, attributes included."
+run rm Backup
+expect test ! -e Backup
+run ls .
+
+printf '\nThe sandbox is removed again. orv --help lists every command.\n'
