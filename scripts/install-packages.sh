@@ -10,7 +10,7 @@ packages_of() {
     case $1 in
     build) echo g++ cmake ninja-build pkg-config libsqlite3-dev libicu-dev libcli11-dev libfmt-dev ;;
     test) echo libgtest-dev python3 qt6-base-dev libglib2.0-dev libasio-dev libboost-dev ;;
-    check) echo clang-format-14 clang-tidy-14 ;;
+    check) echo clang-format-14 clang-tidy-16 ;;
     *) echo "There is no group of packages called $1." >&2 && exit 2 ;;
     esac
 }

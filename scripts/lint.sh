@@ -14,7 +14,7 @@ fi
 # clang-tidy counts the warnings it does not show; that line is left out.
 tidy() {
     local output
-    if ! output=$(clang-tidy-14 --quiet -p "$1" "$2" 2>&1); then
+    if ! output=$(clang-tidy-16 --quiet -p "$1" "$2" 2>&1); then
         grep -v '^[0-9]* warnings\? ' <<<"$output"
         return 1
     fi

@@ -32,12 +32,14 @@ class Arguments {
 public:
     Arguments() = default;
     Arguments(std::initializer_list<Argument> values) : values_(values.begin(), values.size()) {}
+    // NOLINTBEGIN(google-explicit-constructor): a view
     template <class List>
     requires(std::is_convertible_v<const List&, std::span<const Argument>> &&
              !std::is_same_v<List, Arguments>) Arguments(const List& values)
         : values_(values)
     {
-    } // NOLINT(google-explicit-constructor): a view
+    }
+    // NOLINTEND(google-explicit-constructor)
 
     [[nodiscard]] std::span<const Argument> values() const { return values_; }
 
