@@ -62,6 +62,7 @@ make_home() {
     printf 'Dear Ms Weber,\n\nthe heating works again.\n' >Documents/Letters/landlord.txt
     printf 'item,amount\nrent,840\nbooks,36\n' >Documents/accounts.csv
     printf '# Packing list\n\n- tent\n- lamp\n' >Documents/packing.md
+    touch -d "2024-06-28 18:05" Documents/*.*
 }
 
 make_home
@@ -86,7 +87,7 @@ step "5. Attributes are kept beside the files, and follow them."
 run attr set Documents/packing.md --protected on --order 3
 run cp Documents/packing.md Backup
 run attr get Backup/packing.md
-expect grep -qw 3 <<<"$("$orv" --home "$home" attr get Backup/packing.md)"
+expect grep -q 'order: 3' <<<"$("$orv" --home "$home" attr get Backup/packing.md)"
 
 step "6. Delete a folder with everything in it, attributes included."
 run rm Backup
