@@ -1,0 +1,83 @@
+#pragma once
+
+#include <orv/Misc/FileItem.hpp>
+#include <orv/Operations/ConflictResolver.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace orv::app {
+
+/// What is said for every command.
+struct GlobalOptions {
+    std::optional<std::string> home;
+    std::string app_id = "orv";
+    bool quiet = false;
+};
+
+struct ListCommand {
+    std::string folder;
+    bool recursive = false;
+    bool all = false;
+    std::optional<SortType> sort;
+    bool remember = false;
+    enum class Form { names, details, json } form = Form::names;
+};
+
+struct FolderSizeCommand {
+    std::string folder;
+};
+
+struct CopyCommand {
+    std::string source;
+    std::string destination;
+    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
+};
+
+struct RemoveCommand {
+    std::vector<std::string> paths;
+};
+
+struct MakeFolderCommand {
+    std::string path;
+    bool parents = false;
+};
+
+struct GetAttributesCommand {
+    std::string path;
+    bool json = false;
+};
+
+/// What is left out stays as it is.
+struct SetAttributesCommand {
+    struct Order {
+        std::optional<std::int64_t> number;
+    };
+
+    std::string path;
+    std::optional<bool> is_protected;
+    std::optional<Order> order;
+};
+
+using Command = std::variant<ListCommand, FolderSizeCommand, CopyCommand, RemoveCommand,
+                             MakeFolderCommand, GetAttributesCommand, SetAttributesCommand>;
+
+struct Invocation {
+    GlobalOptions options;
+    Command command;
+};
+
+/// The command line asks for a text only, or it is wrong: `output` goes to standard output,
+/// `complaint` to standard error.
+struct Reply {
+    int exit_code;
+    std::string output;
+    std::string complaint;
+};
+
+std::variant<Invocation, Reply> parse_command_line(int argc, const char* const* argv);
+
+} // namespace orv::app

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "CommandLine.hpp"
+
+namespace orv::app {
+
+/// How a command may use the terminal.
+struct Surroundings {
+    bool shows_progress = false;
+    bool can_ask = false;
+};
+
+/// Each carries one command out.
+///
+/// Threading: main thread.
+/// Errors: `Error` when it could not be done, `Interrupted`, and those of `LargeOutput`.
+void run(const ListCommand& command, const Surroundings& surroundings);
+void run(const FolderSizeCommand& command, const Surroundings& surroundings);
+void run(const CopyCommand& command, const Surroundings& surroundings);
+void run(const RemoveCommand& command, const Surroundings& surroundings);
+void run(const MakeFolderCommand& command, const Surroundings& surroundings);
+void run(const GetAttributesCommand& command, const Surroundings& surroundings);
+void run(const SetAttributesCommand& command, const Surroundings& surroundings);
+
+} // namespace orv::app

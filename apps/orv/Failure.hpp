@@ -1,0 +1,18 @@
+#pragma once
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Url.hpp>
+
+namespace orv::app {
+
+/// The request under way was interrupted.
+struct Interrupted {};
+
+/// The same error; where it tells no path, it gets `path`.
+[[nodiscard]] Error told_of(const Url& path, const Error& error);
+
+/// Writes "orv: sentence: path: reason" to standard error, in one line. The reason is the
+/// platform's, where it gave one.
+void print_failure(const Error& error);
+
+} // namespace orv::app

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <orv/CustomAttributes/CustomAttributes.hpp>
+#include <orv/Misc/FileItem.hpp>
+
+#include <string>
+#include <string_view>
+
+namespace orv::app {
+
+/// `bytes` as a JSON string, quotes included. A byte 0xNN that belongs to no valid UTF-8 becomes
+/// the lone surrogate \udcNN, which no valid text contains: the name can be got back from it (in
+/// Python with `os.fsencode`). Control characters are escaped.
+[[nodiscard]] std::string json_string(std::string_view bytes);
+
+/// An object with every member of `item`. Locations are "file://" URLs, dates in UTC.
+[[nodiscard]] std::string json(const FileItem& item);
+
+[[nodiscard]] std::string json(const CustomAttributes& attributes);
+
+} // namespace orv::app

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace orv::app {
+
+/// The reader of standard output has gone: there is nobody left to write for.
+struct ClosedOutput {};
+
+/// Standard output, written in large blocks.
+///
+/// Errors: `ClosedOutput`, or the platform's error when the output cannot be written.
+class LargeOutput {
+public:
+    void write(std::string_view text);
+
+    /// Writes what is still held. What is not finished is lost.
+    void finish();
+
+private:
+    std::string held_;
+};
+
+} // namespace orv::app

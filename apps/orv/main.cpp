@@ -1,0 +1,108 @@
+#include "CommandLine.hpp"
+#include "Commands.hpp"
+#include "Failure.hpp"
+#include "Interrupt.hpp"
+#include "LargeOutput.hpp"
+#include "Terminal.hpp"
+
+#include <orv/orv.hpp>
+
+#include <clocale>
+#include <csignal>
+
+#include <unistd.h>
+
+namespace orv::app {
+namespace {
+
+constexpr int done = 0;
+constexpr int failed = 1;
+
+Locations locations_for(const GlobalOptions& options)
+{
+    Locations locations;
+    locations.app_id = options.app_id;
+    if (!options.home)
+        return locations;
+    const Url home(*options.home);
+    locations.home_dir = home;
+    locations.docs_dir = home.appending("Documents");
+    locations.app_support_dir = home.appending(".local/share").appending(options.app_id);
+    locations.temp_dir = home.appending(".cache").appending(options.app_id).appending("tmp");
+    return locations;
+}
+
+/// What the engine says before it ends the process has been written by then.
+void end_after_fatal_error(std::string_view /*text*/)
+{
+    ::_exit(failed);
+}
+
+void set_up_process(const GlobalOptions& options)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // what the widths of characters are told by
+    handle_interrupts();
+    set_fatal_handler(end_after_fatal_error);
+    OrvFileManager::configure(locations_for(options));
+}
+
+Surroundings surroundings_for(const GlobalOptions& options)
+{
+    return {.shows_progress = !options.quiet && is_output_terminal(),
+            .can_ask = !options.quiet && app::can_ask()};
+}
+
+/// Does `work`, and says how it ended.
+template <class Work>
+int exit_code_of(const Work& work)
+{
+    try {
+        work();
+        return was_interrupted() ? interrupted_exit : done;
+    } catch (const Interrupted&) {
+        return interrupted_exit;
+    } catch (const ClosedOutput&) {
+        return failed;
+    } catch (const Error& error) {
+        print_failure(error);
+        return was_interrupted() ? interrupted_exit : failed;
+    } catch (const std::exception& error) {
+        print_failure(Error(error.what()));
+        return failed;
+    }
+}
+
+int carry_out(const Invocation& invocation)
+{
+    set_up_process(invocation.options);
+    const Surroundings surroundings = surroundings_for(invocation.options);
+    return exit_code_of([&] {
+        OrvFileManager::create_singleton();
+        std::visit([&](const auto& command) { run(command, surroundings); }, invocation.command);
+    });
+}
+
+int tell(const Reply& reply)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    write_message(reply.complaint);
+    const int code = exit_code_of([&] {
+        LargeOutput output;
+        output.write(reply.output);
+        output.finish();
+    });
+    return code == done ? reply.exit_code : code;
+}
+
+} // namespace
+} // namespace orv::app
+
+int main(int argc, char** argv)
+{
+    using namespace orv::app;
+    const auto parsed = parse_command_line(argc, argv);
+    return orv::match(
+        parsed, [](const Reply& reply) { return tell(reply); },
+        [](const Invocation& invocation) { return carry_out(invocation); });
+}
