@@ -29,17 +29,16 @@ std::string on_off(bool on)
 
 std::string text(const CustomAttributes& attributes)
 {
-    return fmt::format(
-        "protected: {}\norder: {}\ncustom sorted: {}\n", on_off(attributes.is_protected),
-        attributes.order_no ? fmt::format("{}", *attributes.order_no) : "none",
-        on_off(attributes.is_custom_sorted));
+    return fmt::format("protected: {}\norder: {}\ncustom sorted: {}\n",
+                       on_off(attributes.is_protected),
+                       attributes.order_no ? fmt::format("{}", *attributes.order_no) : "none",
+                       on_off(attributes.is_custom_sorted));
 }
 
 void save(const FileItem& item)
 {
-    const auto status = final_status<SaveAttrOperation>([&](auto closure) {
-        return save_all_custom_attrs({item}, false, std::move(closure));
-    });
+    const auto status = final_status<SaveAttrOperation>(
+        [&](auto closure) { return save_all_custom_attrs({item}, false, std::move(closure)); });
     match(
         status, [](const status::success&) {},
         [&](const status::error& failed) { throw told_of(item.url, failed.error); });

@@ -1,8 +1,8 @@
 #include "CommandLine.hpp"
 
-#include "Text.hpp"
-
+#include <algorithm>
 #include <charconv>
+#include <functional>
 #include <map>
 
 #include <CLI/CLI.hpp>
@@ -15,8 +15,315 @@ constexpr int usage_exit = 2;
 using OnConflict = std::optional<ConflictBehaviour>;
 using SortKey = SortType::Key;
 
-const std::map<std::string, OnConflict> conflict_words{{"ask", std::nullopt},
-                                                       {"merge", ConflictBehaviour::merge},
-                                                       {"replace", ConflictBehaviour::replace},
-                                                       {"keep-both", ConflictBehaviour::keep_both},
-                                                       {"stop", ConflictBehaviour::stop}};
+std::map<std::string, OnConflict> conflict_words()
+{
+    return {{"ask", std::nullopt},
+            {"merge", ConflictBehaviour::merge},
+            {"replace", ConflictBehaviour::replace},
+            {"keep-both", ConflictBehaviour::keep_both},
+            {"stop", ConflictBehaviour::stop}};
+}
+
+std::map<std::string, SortKey> sort_words()
+{
+    return {{"name", SortKey::name},
+            {"size", SortKey::size},
+            {"date", SortKey::modification_date},
+            {"ext", SortKey::extension},
+            {"folders", SortKey::folders_first},
+            {"custom", SortKey::custom_order}};
+}
+
+SortType sort_type(SortKey key, SortOrder order)
+{
+    switch (key) {
+    case SortKey::name:
+        return SortType::by_name(order);
+    case SortKey::size:
+        return SortType::by_size(order);
+    case SortKey::modification_date:
+        return SortType::by_modification_date(order);
+    case SortKey::extension:
+        return SortType::by_extension(order);
+    case SortKey::folders_first:
+        return SortType::by_folders_first();
+    case SortKey::custom_order:
+        break;
+    }
+    return SortType::by_custom_order();
+}
+
+/// Takes one of the keys of `words`, and says which there are when it is another.
+template <class Value>
+void take_word(const std::string& option, const std::string& word,
+               const std::map<std::string, Value>& words, const std::function<void(Value)>& take)
+{
+    if (const auto found = words.find(word); found != words.end())
+        return take(found->second);
+    std::string choices;
+    for (const auto& [choice, value] : words)
+        choices.append(choices.empty() ? "" : ", ").append(choice);
+    throw CLI::ValidationError(option, "\"" + word + "\" is none of " + choices);
+}
+
+std::optional<std::int64_t> order_number(const std::string& text)
+{
+    if (text == "none")
+        return std::nullopt;
+    std::int64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end)
+        throw CLI::ValidationError("--order",
+                                   "\"" + text + "\" is neither a whole number nor none");
+    return number;
+}
+
+std::string check_app_id(const std::string& id)
+{
+    const bool is_name =
+        !id.empty() && id != "." && id != ".." && id.find('/') == std::string::npos;
+    return is_name ? "" : "\"" + id + "\" is no name for a folder";
+}
+
+std::string check_home(const std::string& folder)
+{
+    return folder.empty() ? "an empty path is no folder" : "";
+}
+
+/// The parser, and the values that it fills in.
+class Parser {
+public:
+    Parser()
+    {
+        app_.require_subcommand(1);
+        app_.fallthrough();
+        app_.set_version_flag("--version", "orv " ORV_VERSION);
+        app_.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 130 interrupted.\n"
+                    "A name that begins with a dash is given after \"--\".");
+        add_global_options();
+        add_list();
+        add_folder_size();
+        add_copy();
+        add_remove();
+        add_make_folder();
+        add_attributes();
+    }
+
+    std::variant<Invocation, Reply> parse(std::vector<std::string> arguments)
+    {
+        try {
+            std::reverse(arguments.begin(), arguments.end());
+            app_.parse(std::move(arguments));
+            return Invocation{options_, *command_};
+        } catch (const CLI::CallForHelp&) {
+            return Reply{0, app_.help(), ""};
+        } catch (const CLI::CallForVersion& version) {
+            return Reply{0, version.what() + std::string("\n"), ""};
+        } catch (const CLI::ParseError& error) {
+            return Reply{usage_exit, "", complaint(error)};
+        }
+    }
+
+private:
+    void add_global_options()
+    {
+        app_.add_option("--home", options_.home,
+                        "Work in this home folder: every other location, the database and the "
+                        "temporary folder included, then lies in it")
+            ->type_name("DIR")
+            ->check(CLI::Validator(check_home, ""));
+        app_.add_option("--app", options_.app_id,
+                        "Work in the folders and on the attributes of this application (orv)")
+            ->type_name("ID")
+            ->check(CLI::Validator(check_app_id, ""));
+        app_.add_flag("--quiet", options_.quiet,
+                      "Show nothing but errors and what was asked for; ask no questions");
+    }
+
+    void add_list()
+    {
+        CLI::App* command = app_.add_subcommand("ls", "List a folder");
+        command->add_option("DIR", list_.folder, "The folder")->type_name("")->required();
+        command->add_flag("-r,--recursive", list_.recursive, "List the whole tree");
+        command->add_flag("-a,--all", list_.all, "List hidden items, too");
+        add_sorting(*command);
+        auto* details =
+            command->add_flag("-l,--long", list_details_, "Mode, size, date, name and attributes");
+        command->add_flag("--json", list_json_, "Everything that is known, as an array")
+            ->excludes(details);
+        command->callback([this] { command_ = list_command(); });
+    }
+
+    void add_sorting(CLI::App& command)
+    {
+        auto* sort = command.add_option_function<std::string>(
+            "--sort",
+            [this](const std::string& word) {
+                take_word<SortKey>("--sort", word, sort_words(),
+                                   [this](SortKey key) { sort_key_ = key; });
+            },
+            "Sort by this; default: as the folder is kept, or by name");
+        sort->type_name("name|size|date|ext|folders|custom");
+        command.add_flag("--desc", descending_, "Sort the other way round");
+        command
+            .add_flag("--remember", list_.remember,
+                      "Keep the choice with the folder, if attributes of it are stored")
+            ->needs(sort);
+    }
+
+    ListCommand list_command() const
+    {
+        ListCommand command = list_;
+        if (descending_ || sort_key_)
+            command.sort = sort_type(sort_key_.value_or(SortKey::name),
+                                     descending_ ? SortOrder::desc : SortOrder::asc);
+        if (list_details_)
+            command.form = ListCommand::Form::details;
+        if (list_json_)
+            command.form = ListCommand::Form::json;
+        return command;
+    }
+
+    void add_folder_size()
+    {
+        CLI::App* command = app_.add_subcommand("du", "Add up the sizes of all files in a folder");
+        command->add_option("DIR", folder_size_.folder, "The folder")->type_name("")->required();
+        command->callback([this] { command_ = folder_size_; });
+    }
+
+    void add_copy()
+    {
+        CLI::App* command = app_.add_subcommand(
+            "cp", "Copy an item, a folder with everything in it; attributes follow");
+        command->add_option("SRC", copy_.source, "What to copy")->type_name("")->required();
+        command
+            ->add_option("DEST", copy_.destination,
+                         "The copy or, when it is an existing folder, where to put the copy")
+            ->type_name("")
+            ->required();
+        command
+            ->add_option_function<std::string>(
+                "--on-conflict",
+                [this](const std::string& word) {
+                    take_word<OnConflict>(
+                        "--on-conflict", word, conflict_words(),
+                        [this](OnConflict answer) { copy_.on_conflict = answer; });
+                },
+                "What to do when the name is taken; default: ask, which without a terminal means "
+                "stop")
+            ->type_name("ask|merge|replace|keep-both|stop");
+        command->callback([this] { command_ = copy_; });
+    }
+
+    void add_remove()
+    {
+        CLI::App* command =
+            app_.add_subcommand("rm", "Delete items, folders with everything in them");
+        command->add_option("PATH", remove_.paths, "What to delete")->type_name("")->required();
+        command->callback([this] { command_ = remove_; });
+    }
+
+    void add_make_folder()
+    {
+        CLI::App* command = app_.add_subcommand("mkdir", "Create a folder");
+        command->add_option("PATH", make_folder_.path, "The folder")->type_name("")->required();
+        command->add_flag("-p,--parents", make_folder_.parents,
+                          "Create what is missing above it, too; an existing folder is no error");
+        command->callback([this] { command_ = make_folder_; });
+    }
+
+    void add_attributes()
+    {
+        CLI::App* command = app_.add_subcommand("attr", "Show or set the attributes of an item");
+        command->require_subcommand(1);
+        command->footer("A symbolic link stands for the item that it points to.");
+        add_get_attributes(*command);
+        add_set_attributes(*command);
+    }
+
+    void add_get_attributes(CLI::App& parent)
+    {
+        CLI::App* command = parent.add_subcommand("get", "Show the attributes of an item");
+        command->add_option("PATH", get_attributes_.path, "The item")->type_name("")->required();
+        command->add_flag("--json", get_attributes_.json, "As an object");
+        command->callback([this] { command_ = get_attributes_; });
+    }
+
+    void add_set_attributes(CLI::App& parent)
+    {
+        CLI::App* command = parent.add_subcommand("set", "Set those attributes that are given");
+        command->add_option("PATH", set_attributes_.path, "The item")->type_name("")->required();
+        auto* is_protected = command->add_option_function<std::string>(
+            "--protected",
+            [this](const std::string& word) {
+                take_word<bool>("--protected", word, {{"on", true}, {"off", false}},
+                                [this](bool on) { set_attributes_.is_protected = on; });
+            },
+            "Whether the item is protected");
+        is_protected->type_name("on|off");
+        auto* order = command->add_option_function<std::string>(
+            "--order",
+            [this](const std::string& text) { set_attributes_.order = {order_number(text)}; },
+            "Its place among its siblings");
+        order->type_name("N|none");
+        command->callback([this, is_protected, order] {
+            if (is_protected->count() + order->count() == 0)
+                throw CLI::RequiredError("--protected or --order");
+            command_ = set_attributes_;
+        });
+    }
+
+    /// The innermost command that was named.
+    const CLI::App& parsed_app() const
+    {
+        const CLI::App* app = &app_;
+        while (!app->get_subcommands().empty())
+            app = app->get_subcommands().front();
+        return *app;
+    }
+
+    std::string complaint(const CLI::ParseError& error) const
+    {
+        const CLI::App& app = parsed_app();
+        std::string name = app.get_name();
+        for (const CLI::App* above = app.get_parent(); above; above = above->get_parent())
+            name = above->get_name() + " " + name;
+        return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
+    }
+
+    CLI::App app_{"Lists, measures, copies and deletes files, and keeps their attributes.", "orv"};
+    GlobalOptions options_;
+    ListCommand list_;
+    std::optional<SortKey> sort_key_;
+    bool descending_ = false;
+    bool list_details_ = false;
+    bool list_json_ = false;
+    FolderSizeCommand folder_size_;
+    CopyCommand copy_;
+    RemoveCommand remove_;
+    MakeFolderCommand make_folder_;
+    GetAttributesCommand get_attributes_;
+    SetAttributesCommand set_attributes_;
+    std::optional<Command> command_;
+};
+
+/// The parser reads an argument in brackets as a list, and "++" as the end of a command; as paths,
+/// they mean the same with "./" before them.
+std::string literal(std::string argument)
+{
+    const bool is_list = argument.starts_with('[') && argument.ends_with(']');
+    return is_list || argument == "++" ? "./" + argument : argument;
+}
+
+} // namespace
+
+std::variant<Invocation, Reply> parse_command_line(int argc, const char* const* argv)
+{
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.push_back(literal(argv[i]));
+    return Parser().parse(std::move(arguments));
+}
+
+} // namespace orv::app

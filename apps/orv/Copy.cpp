@@ -63,8 +63,8 @@ public:
                     closure(status);
                 });
         };
-        const auto status = final_status<CopyOperation>(
-            start, {.tick = tick(), .question = &question_});
+        const auto status =
+            final_status<CopyOperation>(start, {.tick = tick(), .question = &question_});
         if (const auto* failed = std::get_if<status::error>(&status))
             throw told_of(source_, failed->error);
         if (std::holds_alternative<status::cancelled>(status))

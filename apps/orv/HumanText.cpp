@@ -9,10 +9,9 @@
 namespace orv::app {
 namespace {
 
-std::string formatted(const char* format, const std::tm& time)
+std::string day(const std::tm& time)
 {
-    std::array<char, 64> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), format, &time)};
+    return fmt::format("{:04}-{:02}-{:02}", time.tm_year + 1900, time.tm_mon + 1, time.tm_mday);
 }
 
 } // namespace
@@ -43,7 +42,7 @@ std::string local_date(FileItem::Date date)
         std::chrono::floor<std::chrono::seconds>(date).time_since_epoch().count();
     std::tm time{};
     ::localtime_r(&seconds, &time);
-    return formatted("%Y-%m-%d %H:%M", time);
+    return fmt::format("{} {:02}:{:02}", day(time), time.tm_hour, time.tm_min);
 }
 
 std::string utc_date(FileItem::Date date)
@@ -52,7 +51,8 @@ std::string utc_date(FileItem::Date date)
     const std::time_t seconds = whole.time_since_epoch().count();
     std::tm time{};
     ::gmtime_r(&seconds, &time);
-    return fmt::format("{}.{:09}Z", formatted("%Y-%m-%dT%H:%M:%S", time), (date - whole).count());
+    return fmt::format("{}T{:02}:{:02}:{:02}.{:09}Z", day(time), time.tm_hour, time.tm_min,
+                       time.tm_sec, (date - whole).count());
 }
 
 } // namespace orv::app

@@ -62,10 +62,11 @@ std::string json(const FileItem& item)
 
 std::string json(const CustomAttributes& attributes)
 {
-    return fmt::format(R"({{"url": {}, "is_protected": {}, "order_no": {}, "is_custom_sorted": {}, )"
-                       R"("was_custom_sorted_at_least_once": {}}})",
-                       json(attributes.url), attributes.is_protected, json(attributes.order_no),
-                       attributes.is_custom_sorted, attributes.was_custom_sorted_at_least_once);
+    return fmt::format(
+        R"({{"url": {}, "is_protected": {}, "order_no": {}, "is_custom_sorted": {}, )"
+        R"("was_custom_sorted_at_least_once": {}}})",
+        json(attributes.url), attributes.is_protected, json(attributes.order_no),
+        attributes.is_custom_sorted, attributes.was_custom_sorted_at_least_once);
 }
 
 } // namespace orv::app

@@ -24,7 +24,9 @@ std::vector<FileItem> fetch(const ListCommand& command, const Url& folder,
     return match(
         std::move(status),
         [](FetchItemsOperation::success&& found) { return std::move(found.content); },
-        [&](status::error&& failed) -> std::vector<FileItem> { throw told_of(folder, failed.error); },
+        [&](status::error&& failed) -> std::vector<FileItem> {
+            throw told_of(folder, failed.error);
+        },
         [](status::cancelled&&) -> std::vector<FileItem> { throw Interrupted(); });
 }
 

@@ -108,12 +108,10 @@ std::string details(const FileItem& item, std::size_t size_width, const Names& s
 {
     struct stat facts {};
     const bool is_there = ::lstat(item.url.path().c_str(), &facts) == 0;
-    std::string line =
-        fmt::format("{}  {:>{}}  {:16}  {}",
-                    mode_text(is_there ? std::optional(facts.st_mode) : std::nullopt),
-                    size_text(item), size_width,
-                    item.modification_date ? local_date(*item.modification_date) : "-",
-                    shown(name_of(item)));
+    std::string line = fmt::format(
+        "{}  {:>{}}  {:16}  {}", mode_text(is_there ? std::optional(facts.st_mode) : std::nullopt),
+        size_text(item), size_width,
+        item.modification_date ? local_date(*item.modification_date) : "-", shown(name_of(item)));
     if (is_there && S_ISLNK(facts.st_mode))
         line.append(" -> ").append(shown(link_target(item.url)));
     if (const std::string text = marks(item.custom_attributes); !text.empty())

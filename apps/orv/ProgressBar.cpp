@@ -82,10 +82,9 @@ std::string ProgressBar::line(std::size_t columns) const
 std::string ProgressBar::amounts() const
 {
     const double left = 1 - static_cast<double>(progress_.value);
-    const std::string time =
-        left == 0 ? human_duration(whole_seconds(elapsed_seconds()))
-        : speed_ > 0 ? human_duration(whole_seconds(left / speed_)) + " left"
-                     : "-:-- left";
+    const std::string time = left == 0    ? human_duration(whole_seconds(elapsed_seconds()))
+                             : speed_ > 0 ? human_duration(whole_seconds(left / speed_)) + " left"
+                                          : "-:-- left";
     if (!total_)
         return time;
     const auto total = static_cast<double>(*total_);

@@ -22,8 +22,8 @@ constexpr int tick_ms = 100;
 bool wait_for_events(const Meanwhile& meanwhile)
 {
     const bool is_asking = meanwhile.question && meanwhile.question->is_open();
-    std::array<pollfd, 2> events{{{MainQueue::instance().fd(), POLLIN, 0},
-                                  {is_asking ? STDIN_FILENO : -1, POLLIN, 0}}};
+    std::array<pollfd, 2> events{
+        {{MainQueue::instance().fd(), POLLIN, 0}, {is_asking ? STDIN_FILENO : -1, POLLIN, 0}}};
     ::poll(events.data(), events.size(), meanwhile.tick ? tick_ms : -1);
     return events[1].revents != 0;
 }
@@ -38,9 +38,9 @@ Meanwhile show_activity(std::string_view activity, bool shown)
     const auto tick = [start, activity = std::string(activity)] {
         const auto elapsed = std::chrono::steady_clock::now() - start;
         if (elapsed > std::chrono::milliseconds(500))
-            draw_line(fmt::format(
-                "{} {}", activity,
-                human_duration(std::chrono::floor<std::chrono::seconds>(elapsed))));
+            draw_line(
+                fmt::format("{} {}", activity,
+                            human_duration(std::chrono::floor<std::chrono::seconds>(elapsed))));
     };
     return {.tick = tick};
 }
