@@ -59,6 +59,13 @@ Error Error::because_of(const Error& cause) const
     return Error(std::move(content));
 }
 
+Error Error::with_message(std::string text) const
+{
+    Content content = *content_;
+    content.message = std::move(text);
+    return Error(std::move(content));
+}
+
 Error Error::appending_error(const Error& cause) const
 {
     Content content = *because_of(cause).content_;

@@ -11,9 +11,9 @@ void delete_one(const Url& url)
     try {
         delete_item_and_records(url);
     } catch (const Error& error) {
-        throw Error("An error occured while deleting item at url: \n" + url.description() + " \n" +
-                    error.message())
-            .because_of(error)
+        throw error
+            .with_message("An error occured while deleting item at url: \n" + url.description() +
+                          " \n" + error.message())
             .at(error.path().value_or(url));
     }
 }

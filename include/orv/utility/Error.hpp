@@ -36,6 +36,9 @@ public:
     /// The same error with the code, and if this one has none the path, of what caused it.
     Error because_of(const Error& cause) const;
 
+    /// The same error, its message replaced by `text`; the sentence stays.
+    Error with_message(std::string text) const;
+
     /// The same error, its message followed by that of `cause`; the sentence stays.
     Error appending_error(const Error& cause) const;
 
