@@ -6,6 +6,9 @@
 
 #include <orv/orv.hpp>
 
+#include <filesystem>
+#include <system_error>
+
 namespace orv::app {
 namespace {
 
@@ -122,10 +125,14 @@ private:
         if (!surroundings_.shows_progress)
             return;
         bar_->start();
-        if (OrvFileManager::singleton().is_directory(source_))
+        const Url source = source_.resolving_symlinks();
+        std::error_code no_file;
+        if (const auto size = std::filesystem::file_size(source, no_file); !no_file)
+            bar_->set_total(static_cast<std::int64_t>(size));
+        else
             measuring_ = OrvFileManager::singleton().calculate_folder_size(
-                source_.resolving_symlinks(), [bar = bar_](const FolderSizeOperation::Status& s) {
-                    if (const auto* found = std::get_if<FolderSizeOperation::success>(&s))
+                source, [bar = bar_](const FolderSizeOperation::Status& status) {
+                    if (const auto* found = std::get_if<FolderSizeOperation::success>(&status))
                         bar->set_total(found->folder_size);
                 });
     }

@@ -1,0 +1,157 @@
+#include "app/Command.hpp"
+#include "app/Pseudoterminal.hpp"
+
+#include <filesystem>
+
+namespace orv::test {
+namespace {
+
+struct CopyCase {
+    Words before;
+    Words arguments;
+    int exit_code;
+    std::string err; ///< "$W" is the work folder
+    Words after;
+};
+
+const CopyCase copy_cases[] = {
+    {{"a=1"}, {"a", "b"}, 0, "", {"a=1", "b=1"}},
+    {{"a=1", "d/"}, {"a", "d"}, 0, "", {"a=1", "d/", "d/a=1"}},
+    {{"a=1", "d/"}, {"a", "d/"}, 0, "", {"a=1", "d/", "d/a=1"}},
+    {{"a=1", "d/", "l->d"}, {"a", "l"}, 0, "", {"a=1", "d/", "d/a=1", "l->d"}},
+    {{"a=1", "l->a", "d/"}, {"l", "d"}, 0, "", {"a=1", "d/", "d/l=1", "l->a"}},
+    {{"s/a=1"}, {"s", "new/"}, 0, "", {"new/", "new/a=1", "s/", "s/a=1"}},
+    {{"s/d/a=1", "t/"}, {"s/d/.", "t"}, 0, "", {"s/", "s/d/", "s/d/a=1", "t/", "t/d/", "t/d/a=1"}},
+    {{"a=1"}, {"a", "b/"}, 1, "orv: Destination is not a folder: $W/b\n", {"a=1"}},
+    {{"a=1", "b=2"},
+     {"a", "b/", "--on-conflict", "replace"},
+     1,
+     "orv: Destination is not a folder: $W/b\n",
+     {"a=1", "b=2"}},
+    {{}, {"a", "b"}, 1, "orv: Source item doesn't exist: $W/a\n", {}},
+    {{"a=1"}, {"", "b"}, 1, "orv: Source url points to an undefined path\n", {"a=1"}},
+    {{"a=1"}, {"a", ""}, 1, "orv: Destination url points to an undefined path: $W/a\n", {"a=1"}},
+    {{}, {"/", "b"}, 1, "orv: Source url points to root directory: /\n", {}},
+    {{"d/a=1"},
+     {"d", "d/e"},
+     1,
+     "orv: Source path conflicts with destination path: $W/d\n",
+     {"d/", "d/a=1"}},
+
+    {{"a=1", "b=2"}, {"a", "b"}, 1, "orv: Destination item already exists: $W/b\n", {"a=1", "b=2"}},
+    {{"a=1", "b=2"},
+     {"a", "b", "--on-conflict", "ask"},
+     1,
+     "orv: Destination item already exists: $W/b\n",
+     {"a=1", "b=2"}},
+    {{"a=1", "b=2"},
+     {"a", "b", "--on-conflict", "stop"},
+     1,
+     "orv: Destination item already exists: $W/b\n",
+     {"a=1", "b=2"}},
+    {{"a=1", "b=2"}, {"a", "b", "--on-conflict", "replace"}, 0, "", {"a=1", "b=1"}},
+    {{"a=1", "b=2"}, {"a", "b", "--on-conflict", "keep-both"}, 0, "", {"a=1", "b 2=1", "b=2"}},
+    {{"a=1", "b=2"},
+     {"a", "b", "--on-conflict", "merge"},
+     1,
+     "orv: Only a folder can be merged, and only into another folder: $W/b\n",
+     {"a=1", "b=2"}},
+    {{"d/a=1", "e/d/b=2"},
+     {"d", "e", "--on-conflict", "replace"},
+     0,
+     "",
+     {"d/", "d/a=1", "e/", "e/d/", "e/d/a=1"}},
+    {{"d/a=1", "d/c=1", "e/d/a=2"},
+     {"d", "e", "--on-conflict", "merge"},
+     0,
+     "",
+     {"d/", "d/a=1", "d/c=1", "e/", "e/d/", "e/d/a=2", "e/d/c=1"}},
+    {{"a=1"}, {"a", "a", "--on-conflict", "replace"}, 0, "", {"a=1"}},
+};
+
+TEST_F(CommandTest, CopiesAndSettlesConflictsAsItIsTold)
+{
+    for (const CopyCase& row : copy_cases) {
+        SCOPED_TRACE(testing::PrintToString(row.arguments));
+        std::filesystem::remove_all(work());
+        make_tree(work(), row.before);
+        Words arguments = row.arguments;
+        arguments.insert(arguments.begin(), "cp");
+        const Outcome outcome = orv(arguments);
+        EXPECT_EQ(outcome.exit_code, row.exit_code);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(outcome.err, told(row.err));
+        EXPECT_EQ(tree(work()), row.after);
+        EXPECT_EQ(temporaries(), Words{});
+    }
+}
+
+struct AnswerCase {
+    Words before;
+    Words asked; ///< what is shown in turn, and typed after each
+    Words typed;
+    int exit_code;
+    Words after;
+};
+
+const AnswerCase answer_cases[] = {
+    {{"s=1", "t=2"}, {"(r)eplace"}, {"r\n"}, 0, {"s=1", "t=1"}},
+    {{"s=1", "t=2"}, {"(k)eep both"}, {" Keep both\n"}, 0, {"s=1", "t 2=1", "t=2"}},
+    {{"s=1", "t=2"}, {"(s)top"}, {"s\n"}, 1, {"s=1", "t=2"}},
+    {{"s=1", "t=2"}, {"(s)top"}, {std::string(ctrl_d)}, 1, {"s=1", "t=2"}},
+    {{"s=1", "t=2"},
+     {"exists. (r)eplace", "exists. (r)eplace", "exists. (r)"},
+     {"m\n", "\n", "k\n"},
+     0,
+     {"s=1", "t 2=1", "t=2"}},
+    {{"s/a=1", "t/s/b=2"},
+     {"exists. (m)erge"},
+     {"m\n"},
+     0,
+     {"s/", "s/a=1", "t/", "t/s/", "t/s/a=1", "t/s/b=2"}},
+};
+
+TEST_F(CommandTest, AsksOnATerminalWhatToDoAboutATakenName)
+{
+    for (const AnswerCase& row : answer_cases) {
+        SCOPED_TRACE(testing::PrintToString(row.typed));
+        std::filesystem::remove_all(work());
+        make_tree(work(), row.before);
+        Pseudoterminal terminal(command({"cp", "s", "t"}), work());
+        for (std::size_t i = 0; i < row.asked.size(); ++i) {
+            terminal.wait_for(row.asked[i]);
+            terminal.type(row.typed[i]);
+        }
+        EXPECT_EQ(terminal.finish(), row.exit_code) << terminal.shown();
+        EXPECT_EQ(tree(work()), row.after);
+    }
+}
+
+TEST_F(CommandTest, AsksNothingWhenItIsToBeQuiet)
+{
+    make_tree(work(), {"s=1", "t=2"});
+    Pseudoterminal terminal(command({"--quiet", "cp", "s", "t"}), work());
+    EXPECT_EQ(terminal.finish(), 1);
+    EXPECT_EQ(terminal.shown(), told("orv: Destination item already exists: $W/t\r\n"));
+}
+
+TEST_F(CommandTest, ShowsProgressOnATerminalOnly)
+{
+    write_file(at("d/na\nme"), std::string(1'500'000, 'x'));
+    Pseudoterminal terminal(command({"cp", "d", "e"}), work());
+    EXPECT_EQ(terminal.finish(), 0);
+    EXPECT_NE(terminal.shown().find("100% [################] 1.5 MB"), std::string::npos);
+    EXPECT_NE(terminal.shown().find("/s  0:"), std::string::npos);
+    EXPECT_NE(terminal.shown().find("na\\nme\x1b[K\r\n"), std::string::npos) << terminal.shown();
+
+    Pseudoterminal quiet(command({"cp", "d", "f", "--quiet"}), work());
+    EXPECT_EQ(quiet.finish(), 0);
+    EXPECT_EQ(quiet.shown(), "");
+
+    const Outcome outcome = orv({"cp", "d", "g"});
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(outcome.out + outcome.err, "");
+}
+
+} // namespace
+} // namespace orv::test

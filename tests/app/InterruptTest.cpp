@@ -1,0 +1,123 @@
+#include "app/Command.hpp"
+#include "app/Pseudoterminal.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <thread>
+
+#include <signal.h>
+#include <sqlite3.h>
+
+namespace orv::test {
+namespace {
+
+/// Keeps every other process from writing to a database.
+class DatabaseLock {
+public:
+    explicit DatabaseLock(const Url& file)
+    {
+        EXPECT_EQ(::sqlite3_open(file.path().c_str(), &connection_), SQLITE_OK);
+        EXPECT_EQ(::sqlite3_exec(connection_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+    }
+    ~DatabaseLock() { ::sqlite3_close(connection_); }
+    DatabaseLock(const DatabaseLock&) = delete;
+    DatabaseLock& operator=(const DatabaseLock&) = delete;
+
+private:
+    sqlite3* connection_ = nullptr;
+};
+
+TEST_F(CommandTest, StopsACopyBetweenWholeFiles)
+{
+    constexpr std::size_t count = 3000;
+    const std::string content(8192, 'x');
+    for (std::size_t i = 0; i < count; ++i)
+        write_file(at("s/" + std::to_string(i)), content);
+
+    const pid_t process = start({"cp", "s", "t"});
+    while (!std::filesystem::exists(at("t")))
+        std::this_thread::yield();
+    ::kill(process, SIGINT);
+    const Outcome outcome = finish(process);
+
+    EXPECT_EQ(outcome.exit_code, 130);
+    EXPECT_EQ(outcome.out + outcome.err, "");
+    EXPECT_EQ(tree(at("s")).size(), count);
+    const Words copied = tree(at("t"));
+    EXPECT_LT(copied.size(), count);
+    EXPECT_TRUE(std::all_of(copied.begin(), copied.end(), [&](const std::string& entry) {
+        return entry.ends_with("=" + content);
+    }));
+    EXPECT_EQ(temporaries(), Words{});
+}
+
+TEST_F(CommandTest, AnswersAnOpenQuestionWithStopWhenInterrupted)
+{
+    make_tree(work(), {"s=1", "t=2"});
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Pseudoterminal terminal(command({"cp", "s", "t"}), work());
+        terminal.wait_for("(s)top? ");
+        if (signal == SIGINT)
+            terminal.type(ctrl_c);
+        else
+            ::kill(terminal.process(), signal);
+        EXPECT_EQ(terminal.finish(), 130);
+        EXPECT_TRUE(terminal.shown().ends_with("\r\n")) << terminal.shown();
+        EXPECT_EQ(tree(work()), (Words{"s=1", "t=2"}));
+    }
+}
+
+/// A deletion that waits for the database.
+class HeldDeletion : public CommandTest {
+protected:
+    HeldDeletion()
+    {
+        make_tree(work(), {"a=1", "b=2"});
+        orv({"attr", "set", "a", "--order", "1"});
+        lock = std::make_unique<DatabaseLock>(database());
+        terminal = std::make_unique<Pseudoterminal>(command({"rm", "a", "b"}), work());
+        terminal->wait_for("Deleting 0:00");
+        terminal->type(ctrl_c);
+    }
+
+    std::unique_ptr<DatabaseLock> lock;
+    std::unique_ptr<Pseudoterminal> terminal;
+};
+
+TEST_F(HeldDeletion, IsFinishedAfterAnInterrupt)
+{
+    terminal->wait_for("Deleting 0:01");
+    lock.reset();
+    EXPECT_EQ(terminal->finish(), 130);
+    EXPECT_EQ(tree(work()), Words{});
+    make_tree(work(), {"a=1"});
+    EXPECT_NE(orv({"attr", "get", "a"}).out.find("order: none"), std::string::npos);
+}
+
+TEST_F(HeldDeletion, EndsAtOnceAtTheSecondInterrupt)
+{
+    terminal->wait_for("Deleting 0:01");
+    terminal->type(ctrl_c);
+    EXPECT_EQ(terminal->finish(), 130);
+    EXPECT_TRUE(terminal->shown().ends_with("\r\n")) << terminal->shown();
+    EXPECT_EQ(tree(work()), Words{"b=2"});
+}
+
+TEST_F(CommandTest, LeavesAnIgnoredInterruptIgnored)
+{
+    const std::string script = "trap '' INT; exec \"$@\"";
+    make_tree(work(), {"s=1", "t=2"});
+    Words words{"/bin/sh", "-c", script, "sh"};
+    const Words orv_words = command({"cp", "s", "t"});
+    words.insert(words.end(), orv_words.begin(), orv_words.end());
+    Pseudoterminal terminal(words, work());
+    terminal.wait_for("(s)top? ");
+    ::kill(terminal.process(), SIGINT);
+    terminal.type("r\n");
+    EXPECT_EQ(terminal.finish(), 0);
+    EXPECT_EQ(tree(work()), (Words{"s=1", "t=1"}));
+}
+
+} // namespace
+} // namespace orv::test
