@@ -26,15 +26,23 @@ std::int64_t saturating_sum(std::int64_t a, std::int64_t b)
     return __builtin_add_overflow(a, b, &sum) ? std::numeric_limits<std::int64_t>::max() : sum;
 }
 
-} // namespace
-
-std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled)
+void check_is_measurable(const Url& url)
 {
     check_is_folder(url, place("No item exists at given url."),
                     place("Given url must point to a folder."));
+}
+
+TreeWalk opened_walk(const Url& url)
+try {
+    return TreeWalk(url);
+} catch (const Error& error) {
+    throw enumerator_error(error);
+}
+
+std::int64_t sum_of(TreeWalk& walk, FunctionRef<void()> check_cancelled)
+{
     std::int64_t total = 0;
     CancelPoll poll(check_cancelled);
-    TreeWalk walk(url);
     for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next()) {
         if (event != TreeWalk::Event::item)
             continue;
@@ -45,6 +53,15 @@ std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled)
     return total;
 }
 
+} // namespace
+
+std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled)
+{
+    check_is_measurable(url);
+    TreeWalk walk(url);
+    return sum_of(walk, check_cancelled);
+}
+
 std::shared_ptr<FolderSizeOperation>
 calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure)
 {
@@ -52,8 +69,9 @@ calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure)
         std::move(status_closure),
         [url =
              std::move(url)](Request<FolderSizeOperation>& request) -> FolderSizeOperation::Status {
-            return FolderSizeOperation::success{
-                folder_size(url, [&] { request.check_cancelled(); })};
+            check_is_measurable(url);
+            TreeWalk walk = opened_walk(url);
+            return FolderSizeOperation::success{sum_of(walk, [&] { request.check_cancelled(); })};
         });
 }
 

@@ -15,7 +15,7 @@ calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure);
 /// and then; what it throws ends the measuring.
 ///
 /// Threading: background.
-/// Errors: those of the operation.
+/// Errors: those of the operation, but the platform's when the folder cannot be opened.
 /// Units: bytes.
 std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled);
 

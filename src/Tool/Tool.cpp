@@ -71,7 +71,7 @@ TreeWalk opened_walk(const Url& root, const TreeWalkOptions& options)
 try {
     return TreeWalk(root, options);
 } catch (const Error& error) {
-    throw walk_error("Couldn't create directory enumerator.", 118).because_of(error);
+    throw enumerator_error(error);
 }
 
 } // namespace
@@ -203,6 +203,11 @@ Error move_error(const Error& cause)
 {
     return error_msg("Couldn't move the item", source_name, "move_item(from:to:)", 234)
         .appending_error(cause);
+}
+
+Error enumerator_error(const Error& cause)
+{
+    return walk_error("Couldn't create directory enumerator.", 118).because_of(cause);
 }
 
 const Url& Tool::docs_dir()

@@ -77,4 +77,7 @@ inline constexpr Tool tool;
 /// The error of a failed move, for those that move in a way of their own.
 [[nodiscard]] Error move_error(const Error& cause);
 
+/// The error of a walk whose root cannot be opened, for those that walk in a way of their own.
+[[nodiscard]] Error enumerator_error(const Error& cause);
+
 } // namespace orv
