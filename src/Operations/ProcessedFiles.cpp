@@ -51,9 +51,15 @@ FileDescriptor lock_of_dead(int folder, const std::string& name)
 /// The path in a note; empty when the note was not finished.
 std::string announced_path(int note)
 {
-    std::array<char, PATH_MAX> text{};
-    const ssize_t length = ::pread(note, text.data(), text.size(), 0);
-    return {text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
+    std::string path;
+    std::array<char, PATH_MAX> text; // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
+    for (;;) {
+        const auto offset = static_cast<off_t>(path.size());
+        const ssize_t length = ::pread(note, text.data(), text.size(), offset);
+        if (length <= 0)
+            return path;
+        path.append(text.data(), static_cast<std::size_t>(length));
+    }
 }
 
 /// Removes what the note announces, which is nothing but a hidden item named after the note.
