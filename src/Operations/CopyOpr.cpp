@@ -88,6 +88,7 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
         return nothing_copied;
 
     const UrlLock lock({read(source)}, write(answer.destination));
+    request.check_cancelled();
     if (answer.replaces)
         remove_replaced(answer.destination);
     request.report(status::preparing{});
