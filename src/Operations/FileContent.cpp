@@ -68,6 +68,14 @@ std::optional<std::int64_t> next_data(const OpenFile& from, std::int64_t offset)
     throw platform_error(errno, from.url);
 }
 
+std::int64_t size_now(const OpenFile& file)
+{
+    struct stat status {};
+    if (::fstat(file.fd, &status) != 0)
+        throw platform_error(errno, file.url);
+    return status.st_size;
+}
+
 std::int64_t next_hole(const OpenFile& from, std::int64_t offset, std::int64_t size)
 {
     const off_t end = ::lseek(from.fd, offset, SEEK_HOLE);
@@ -109,7 +117,7 @@ void FileContent::copy_with_holes(const OpenFile& from, const OpenFile& to, std:
     while (done < size) {
         const auto begin = next_data(from, done);
         if (!begin || *begin >= size) {
-            done = size;
+            done = std::clamp(size_now(from), done, size); // it may have shrunk in the hole
             break;
         }
         const std::int64_t end = next_hole(from, *begin, size);
@@ -174,10 +182,7 @@ void FileContent::copy_unsized(const OpenFile& from, const OpenFile& to, Step st
     std::int64_t done = 0;
     while (const std::int64_t count = move_through_buffer(from, to, {done, no_end})) {
         done += count;
-        struct stat status {};
-        if (::fstat(from.fd, &status) != 0)
-            throw platform_error(errno, from.url);
-        if (status.st_size != 0)
+        if (size_now(from) != 0)
             break;
         step(done);
         pause_in_test_mode(chunk_pause);
