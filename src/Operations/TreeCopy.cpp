@@ -10,6 +10,7 @@
 #include "Operations/SnglCopyOpr.hpp"
 #include "Tool/OpenFolder.hpp"
 #include "Tool/Place.hpp"
+#include "Tool/Tool.hpp"
 #include "Tool/TreeWalk.hpp"
 #include "utility/ExtendedAttributes.hpp"
 #include "utility/FileNames.hpp"
@@ -68,16 +69,6 @@ bool is_left_out(const SourceItem& source)
     return ext == "orvresume" || ext == "jgd";
 }
 
-/// The size of all that lies in a folder, as far as it can be told.
-std::int64_t size_of_contents(const Url& folder)
-{
-    try {
-        return folder_size(folder, [] {});
-    } catch (const Error&) {
-        return 0;
-    }
-}
-
 class TreeCopy {
 public:
     TreeCopy(Request<CopyOperation>& request, const CopyPlan& plan, const CopyProgress& progress)
@@ -107,6 +98,9 @@ private:
     void leave(const TreeWalk& walk);
 
     bool handle(const Item& item, const SourceItem& source, const DestinationItem& destination);
+    void pass_over(const Item& item, const SourceItem& source);
+    bool leave_out(const Item& item, const SourceItem& source);
+    std::int64_t size_of_contents(const Url& folder);
     void copy(const Item& item, const SourceItem& source, const DestinationItem& destination);
     void copy_file(const Item& item, const SourceItem& source, const DestinationItem& destination);
     void finish(const Item& item);
@@ -196,10 +190,13 @@ void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
 
 void TreeCopy::come_to_item(TreeWalk& walk)
 {
-    if (no_folder_)
-        throw *no_folder_;
     Item item{walk.path(), walk.name(), walk.relative_path(), walk.facts()};
     SourceItem source{walk.folder(), walk.name(), item.url};
+    if (no_folder_) {
+        pass_over(item, source);
+        walk.skip_contents();
+        return;
+    }
     DestinationItem destination{folders_->innermost(), item.name};
     if (can_be_built_ahead(item)) {
         build_ahead(std::move(item), std::move(source), std::move(destination));
@@ -241,15 +238,45 @@ bool TreeCopy::handle(const Item& item, const SourceItem& source,
                       const DestinationItem& destination)
 {
     request_.check_cancelled();
+    request_.report_held();
     kept_.reset();
-    if (is_left_out(source)) {
-        processed_ += item.is_folder() ? size_of_contents(item.url) : item.size();
+    if (leave_out(item, source))
         return false;
-    }
     if (!plan_.merges || !exists(destination))
         copy(item, source, destination);
     processed_ += item.size();
     return true;
+}
+
+/// Comes to an item for which there is no folder at the destination: it can only be left out.
+void TreeCopy::pass_over(const Item& item, const SourceItem& source)
+{
+    request_.check_cancelled();
+    if (leave_out(item, source))
+        return;
+    tell(item, 0);
+    if (item.is_folder())
+        throw single_copy_place("Couldn't create destination directory.").because_of(*no_folder_);
+    throw move_error(*no_folder_);
+}
+
+/// Says whether the item is one that is not copied, and counts it if so.
+bool TreeCopy::leave_out(const Item& item, const SourceItem& source)
+{
+    if (!is_left_out(source))
+        return false;
+    processed_ += item.is_folder() ? size_of_contents(item.url) : item.size();
+    return true;
+}
+
+/// The size of all that lies in a folder, as far as it can be told.
+std::int64_t TreeCopy::size_of_contents(const Url& folder)
+{
+    try {
+        return folder_size(folder, [this] { request_.check_cancelled(); });
+    } catch (const Error&) {
+        return 0;
+    }
 }
 
 void TreeCopy::copy(const Item& item, const SourceItem& source, const DestinationItem& destination)
@@ -320,9 +347,10 @@ void TreeCopy::place_all()
 void TreeCopy::tell(const Item& item, float part_done)
 {
     const auto total = static_cast<float>(plan_.total_size);
-    const auto done = static_cast<float>(
-        processed_ + static_cast<std::int64_t>(static_cast<float>(item.size()) * part_done));
-    const float value = total > 0 ? std::clamp(done / total, 0.0F, 1.0F) : 0.0F;
+    // In double precision, in which the size of a whole item stays what it is.
+    const auto done =
+        processed_ + static_cast<std::int64_t>(static_cast<double>(item.size()) * part_done);
+    const float value = total > 0 ? std::clamp(static_cast<float>(done) / total, 0.0F, 1.0F) : 0.0F;
     progress_ = {item.name, item.is_folder(), value};
     request_.report_soon(status::progress<CopyProgress>{progress_});
 }
