@@ -348,9 +348,9 @@ void TreeCopy::tell(const Item& item, float part_done)
 {
     const auto total = static_cast<float>(plan_.total_size);
     // In double precision, in which the size of a whole item stays what it is.
-    const auto done =
-        processed_ + static_cast<std::int64_t>(static_cast<double>(item.size()) * part_done);
-    const float value = total > 0 ? std::clamp(static_cast<float>(done) / total, 0.0F, 1.0F) : 0.0F;
+    const auto done = static_cast<float>(
+        processed_ + static_cast<std::int64_t>(static_cast<double>(item.size()) * part_done));
+    const float value = total > 0 ? std::clamp(done / total, 0.0F, 1.0F) : 0.0F;
     progress_ = {item.name, item.is_folder(), value};
     request_.report_soon(status::progress<CopyProgress>{progress_});
 }
