@@ -43,6 +43,10 @@ std::string_view last_name(std::string_view path)
 
 std::optional<std::string> real_path(const std::string& path)
 {
+    if (path.size() >= PATH_MAX) { // found out by asking the disk for every name on the way
+        errno = ENAMETOOLONG;
+        return std::nullopt;
+    }
     const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
                                                                &std::free);
     if (!resolved)

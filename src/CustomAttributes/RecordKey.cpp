@@ -28,7 +28,9 @@ bool is_link(const Url& url)
     return ::readlink(url.path().c_str(), &first, 1) >= 0;
 }
 
-/// Resolves symbolic links, those on the way to an item once for each folder.
+/// Resolves symbolic links, those on the way to an item once for each folder, and a folder by its
+/// own name alone when the one that it lies in is known: what a walk comes to is resolved at the
+/// cost of one question for a folder, however deep it lies.
 class Resolver {
 public:
     Url resolve(const Url& url)
@@ -41,29 +43,48 @@ public:
     {
         check_is_defined(url);
         const std::string name = url.last_path_component();
-        if (name == "/" || name == "." || name == "..")
+        if (is_no_name(name))
             return url.resolving_symlinks();
         return resolve_folder(url.deleting_last_path_component()).appending(name);
     }
 
 private:
+    struct Folder {
+        Url url;
+        Url resolved;
+    };
+
     static void check_is_defined(const Url& url)
     {
         if (url.empty())
             throw Error("Given url points to an undefined path.");
     }
 
-    const Url& resolve_folder(const Url& folder)
+    static bool is_no_name(const std::string& name)
     {
-        if (folder != folder_) {
-            resolved_folder_ = folder.resolving_symlinks();
-            folder_ = folder;
-        }
-        return resolved_folder_;
+        return name == "/" || name == "." || name == "..";
     }
 
-    Url folder_;
-    Url resolved_folder_;
+    const Url& resolve_folder(const Url& folder)
+    {
+        const Url above = folder.deleting_last_path_component();
+        while (!way_.empty() && way_.back().url != folder && way_.back().url != above)
+            way_.pop_back();
+        if (way_.empty() || way_.back().url != folder)
+            way_.push_back({folder, resolved(folder)});
+        return way_.back().resolved;
+    }
+
+    /// The last folder of the way, if there is one, is that which `folder` lies in.
+    Url resolved(const Url& folder)
+    {
+        const std::string name = folder.last_path_component();
+        if (way_.empty() || is_no_name(name) || is_link(folder))
+            return folder.resolving_symlinks();
+        return way_.back().resolved.appending(name);
+    }
+
+    std::vector<Folder> way_; // each lies in the one before it
 };
 
 } // namespace
