@@ -1,7 +1,10 @@
 #include "support/Engine.hpp"
 
+#include "Operations/UrlLocker.hpp"
+
 #include <chrono>
 #include <filesystem>
+#include <stdexcept>
 
 namespace orv::test {
 namespace {
@@ -35,8 +38,24 @@ Places& places()
 
 void pump_until(const std::function<bool()>& predicate)
 {
-    ASSERT_TRUE(MainQueue::instance().run_until(predicate, std::chrono::seconds(30)))
-        << "nothing happened for half a minute";
+    if (!MainQueue::instance().run_until(predicate, std::chrono::seconds(30)))
+        throw std::runtime_error("nothing happened for half a minute");
+}
+
+void poll_until(const std::function<bool()>& predicate)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!predicate()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            throw std::runtime_error("it did not happen for half a minute");
+        MainQueue::instance().run_for(std::chrono::milliseconds(1));
+    }
+}
+
+void expect_no_locks()
+{
+    EXPECT_FALSE(UrlLocker::is_read_locked("/"));
+    EXPECT_FALSE(UrlLocker::is_write_locked("/"));
 }
 
 EngineTest::EngineTest()
@@ -54,6 +73,17 @@ EngineTest::EngineTest()
 EngineTest::~EngineTest()
 {
     OrvFileManager::set_test_mode(false);
+}
+
+void EngineTest::TearDown()
+{
+    EXPECT_EQ(tree(processed_files_folder()), std::vector<std::string>{});
+    expect_no_locks();
+}
+
+const Url& EngineTest::root()
+{
+    return places().root.url();
 }
 
 Url EngineTest::processed_files_folder()

@@ -11,9 +11,15 @@
 
 namespace orv::test {
 
+/// Fails the test when a location is locked.
+void expect_no_locks();
+
 /// Drives the main queue until `predicate` holds; a test failure when it does not within half a
 /// minute.
 void pump_until(const std::function<bool()>& predicate);
+
+/// The same for what no status tells, such as a file in the making: looks again and again.
+void poll_until(const std::function<bool()>& predicate);
 
 /// The base of tests that use the whole engine: a fresh folder for every test, in a home that the
 /// process keeps; the database and the temporary folder lie outside that home.
@@ -22,11 +28,17 @@ protected:
     EngineTest();
     ~EngineTest() override;
 
+    /// No request leaves a file that is being built or a lock behind.
+    void TearDown() override;
+
     [[nodiscard]] OrvFileManager& manager() const { return OrvFileManager::singleton(); }
 
     /// A location in the test's own folder.
     [[nodiscard]] Url at(std::string_view name) const { return folder_.appending(name); }
     [[nodiscard]] const Url& folder() const { return folder_; }
+
+    /// Where all that belongs to the engine of this process lies.
+    [[nodiscard]] static const Url& root();
 
     /// Where files are built; empty whenever no request is at work.
     [[nodiscard]] static Url processed_files_folder();

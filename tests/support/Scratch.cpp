@@ -7,9 +7,10 @@
 namespace orv::test {
 namespace fs = std::filesystem;
 
-Scratch::Scratch()
+Scratch::Scratch(const Url& in)
 {
-    std::string path = (fs::temp_directory_path() / "orv-test-XXXXXX").string();
+    const fs::path folder = in.empty() ? fs::temp_directory_path() : fs::path(in);
+    std::string path = (folder / "orv-test-XXXXXX").string();
     if (!::mkdtemp(path.data()))
         throw std::runtime_error("no scratch folder could be made");
     url_ = Url(path).resolving_symlinks();

@@ -7,7 +7,8 @@ namespace orv::test {
 /// A new empty folder, removed with everything in it at the end.
 class Scratch {
 public:
-    Scratch();
+    /// Made in the folder `in`, or where temporary files belong.
+    explicit Scratch(const Url& in = {});
     ~Scratch();
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 namespace orv::test {
 namespace fs = std::filesystem;
@@ -17,7 +17,9 @@ void write_file(const Url& url, std::string_view content)
 std::string read_file(const Url& url)
 {
     std::ifstream file(fs::path(url), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return std::move(content).str();
 }
 
 void make_tree(const Url& root, const std::vector<std::string>& entries)

@@ -1,0 +1,114 @@
+// The engine in a process of its own: engine_child ROOT [nobody] COMMAND ARGUMENT…
+//
+// With "nobody" it first gives up the rights of the root user. Every line that it writes is
+// complete when it is written.
+
+#include "support/Statuses.hpp"
+
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <grp.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace orv::test {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+void become_nobody()
+{
+    constexpr unsigned nobody = 65534;
+    if (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0)
+        std::_Exit(2);
+    ::prctl(PR_SET_DUMPABLE, 1);
+}
+
+void configure(const Url& root)
+{
+    Locations locations;
+    locations.home_dir = root.appending("home");
+    locations.docs_dir = root.appending("home/Documents");
+    locations.app_support_dir = root.appending("support");
+    locations.temp_dir = root.appending("tmp");
+    OrvFileManager::configure(locations);
+    OrvFileManager::create_singleton();
+}
+
+void say(const std::string& line)
+{
+    std::cout << line << std::endl;
+}
+
+template <class Status>
+void say_status(const Status& status)
+{
+    std::string line = text_of(status);
+    if (const auto* failed = std::get_if<status::error>(&status)) {
+        line += " " + std::to_string(failed->error.code().value_or(0));
+        line += " " + failed->error.path().value_or(Url()).path();
+    }
+    say(line);
+}
+
+template <class Operation>
+void wait_for(const std::shared_ptr<Operation>& operation)
+{
+    MainQueue::instance().run_until([&] { return !operation->is_busy(); });
+}
+
+void save_rows(const std::string& prefix, int count)
+{
+    for (int i = 0; i < count; ++i)
+        save_all({{.url = prefix + std::to_string(i), .order_no = i}}, false);
+    say("saved");
+}
+
+void run(const std::string& command, const Arguments& arguments)
+{
+    auto& manager = OrvFileManager::singleton();
+    const auto take = [](const auto& status) { say_status(status); };
+    const auto take_final = [](const auto& status) {
+        if (is_final(status))
+            say_status(status);
+    };
+    if (command == "start")
+        say("started");
+    else if (command == "save")
+        save_rows(arguments.at(0), std::stoi(arguments.at(1)));
+    else if (command == "copy")
+        wait_for(manager.copy(arguments.at(0), arguments.at(1), take_final));
+    else if (command == "size")
+        wait_for(manager.calculate_folder_size(arguments.at(0), take));
+    else if (command == "list")
+        wait_for(manager.fetch_items(arguments.at(0), true, {}, true, take));
+    else if (command == "delete")
+        wait_for(manager.delete_item(arguments.at(0), take));
+    else if (command == "slow-single-copy") {
+        OrvFileManager::set_test_mode(true);
+        wait_for(manager.single_copy(arguments.at(0), arguments.at(1), false, take));
+    }
+}
+
+} // namespace
+} // namespace orv::test
+
+int main(int count, char** values)
+{
+    orv::test::Arguments arguments(values + 1, values + count);
+    const orv::Url root = arguments.at(0);
+    arguments.erase(arguments.begin());
+    if (arguments.at(0) == "nobody") {
+        orv::test::become_nobody();
+        arguments.erase(arguments.begin());
+    }
+    const std::string command = arguments.at(0);
+    arguments.erase(arguments.begin());
+    orv::test::configure(root);
+    orv::test::run(command, arguments);
+    std::fflush(stdout);
+    std::_Exit(0);
+}

@@ -1,0 +1,150 @@
+#include "CustomAttributes/RecCustomAttr.hpp"
+#include "support/Engine.hpp"
+#include "support/Statuses.hpp"
+
+#include <algorithm>
+
+namespace orv::test {
+namespace {
+
+class FetchItemsTest : public EngineTest {
+protected:
+    std::vector<FetchItemsOperation::Status> fetched(const Url& inside, bool recursive,
+                                                     std::optional<SortType> sort,
+                                                     bool include_hidden_files)
+    {
+        return statuses_of<FetchItemsOperation>([&](auto take) {
+            return manager().fetch_items(inside, recursive, sort, include_hidden_files, take);
+        });
+    }
+
+    /// The sort flags stored for the test's folder: none, or two letters.
+    std::string stored_flags()
+    {
+        const auto attributes = CustomAttributes::fetch(folder());
+        if (!attributes)
+            return "none";
+        return std::string(attributes->is_custom_sorted ? "C" : "-") +
+               (attributes->was_custom_sorted_at_least_once ? "W" : "-");
+    }
+};
+
+constexpr auto by_name = SortType::by_name(SortOrder::asc);
+
+struct ListingCase {
+    const char* name;
+    const char* inside;
+    bool recursive;
+    bool include_hidden_files;
+    const char* status;
+};
+
+const ListingCase listing_cases[] = {
+    {"a folder", "", false, false, "success a b c link"},
+    {"with hidden items", "", false, true, "success .h .k a b c link"},
+    {"a tree", "", true, false, "success a b b/d b/e c link"},
+    {"a tree with hidden items", "", true, true, "success .h .h/i .k a b b/d b/e b/e/.j c link"},
+    {"an empty folder", "c", true, true, "success"},
+    {"a link to a folder", "link", false, false, "success d e"},
+    {"nothing", "nothing", false, false, "error: No item exists at given url."},
+    {"nothing in a file", "a/nothing", false, false, "error: No item exists at given url."},
+    {"a file", "a", true, true, "error: Given url must point to a folder."},
+    {"a dangling link", ".k", true, true, "error: Given url must point to a folder."},
+};
+
+TEST_F(FetchItemsTest, lists_what_was_asked_for)
+{
+    make_tree(folder(), {"a=1", "b/d=22", "b/e/.j=3", "c/", "link->b", ".h/i=4", ".k->gone"});
+    for (const ListingCase& row : listing_cases) {
+        SCOPED_TRACE(row.name);
+        auto statuses =
+            fetched(at(row.inside), row.recursive, std::nullopt, row.include_hidden_files);
+        ASSERT_EQ(statuses.size(), 1U);
+        if (auto* success = std::get_if<FetchItemsOperation::success>(&statuses[0]))
+            std::sort(success->content.begin(), success->content.end(),
+                      [](const auto& one, const auto& other) {
+                          return one.relative_path < other.relative_path;
+                      });
+        EXPECT_EQ(text_of(statuses[0]), row.status);
+    }
+}
+
+TEST_F(FetchItemsTest, a_failure_names_the_method_and_the_line)
+{
+    make_tree(folder(), {"a=1"});
+    const auto message = [&](const char* name) {
+        return std::get<status::error>(fetched(at(name), false, {}, false).back()).error.message();
+    };
+    EXPECT_EQ(message("b"),
+              "No item exists at given url. (src/Operations/FetchItemsOpr, "
+              "fetch_items(inside:recursive:sort:include_hidden_files:status_closure:), line 54)");
+    EXPECT_EQ(message("a"),
+              "Given url must point to a folder. (src/Operations/FetchItemsOpr, "
+              "fetch_items(inside:recursive:sort:include_hidden_files:status_closure:), line 50)");
+}
+
+TEST_F(FetchItemsTest, items_come_with_their_attributes_and_in_the_order_asked_for)
+{
+    make_tree(folder(), {"a=1", "b=333", "c=22", "d/"});
+    save_all({{.url = at("c"), .order_no = 0}, {.url = at("a"), .order_no = 1}}, false);
+    const auto list = [&](SortType sort) {
+        return text_of(fetched(folder(), false, sort, false).back());
+    };
+    EXPECT_EQ(list(by_name), "success a b c d");
+    EXPECT_EQ(list(SortType::by_size(SortOrder::desc)), "success b c a d");
+    EXPECT_EQ(list(SortType::by_custom_order()).substr(0, 11), "success c a");
+
+    const auto statuses = fetched(folder(), false, by_name, false);
+    const auto& items = std::get<FetchItemsOperation::success>(statuses.back()).content;
+    EXPECT_EQ(items[2].custom_attributes.order_no, 0);
+    EXPECT_EQ(items[1].custom_attributes.order_no, std::nullopt);
+}
+
+TEST_F(FetchItemsTest, the_sort_is_remembered_where_the_folder_has_a_record)
+{
+    const struct {
+        std::optional<SortType> sort;
+        std::string without_record;
+        std::string with_record;
+    } rows[] = {
+        {by_name, "none", "--"},
+        {SortType::by_custom_order(), "none", "CW"},
+        {std::nullopt, "none", "CW"},
+        {SortType::by_size(SortOrder::asc), "none", "-W"},
+        {SortType::by_folders_first(), "none", "-W"},
+    };
+    for (const auto& row : rows) {
+        fetched(folder(), false, row.sort, false);
+        EXPECT_EQ(stored_flags(), row.without_record);
+    }
+    save_all({{.url = folder(), .is_protected = true}}, false);
+    for (const auto& row : rows) {
+        fetched(folder(), false, row.sort, false);
+        EXPECT_EQ(stored_flags(), row.with_record);
+    }
+    EXPECT_TRUE(CustomAttributes::fetch(folder())->is_protected);
+}
+
+TEST_F(FetchItemsTest, a_cancel_during_the_walk_or_after_it_yields_no_part_of_the_list)
+{
+    OrvFileManager::set_test_mode(true);
+    for (const int count : {1, 8}) {
+        std::vector<std::string> entries;
+        for (int i = 0; i < count; ++i)
+            entries.push_back("f" + std::to_string(count) + "/" + std::to_string(i) + "=");
+        make_tree(folder(), entries);
+    }
+    std::vector<std::string> said;
+    const auto take = [&](const auto& status) { said.push_back(text_of(status)); };
+    const auto start = std::chrono::steady_clock::now();
+    const auto one = manager().fetch_items(at("f1"), true, by_name, false, take);
+    const auto many = manager().fetch_items(at("f8"), true, by_name, false, take);
+    one->cancel();
+    many->cancel();
+    pump_until([&] { return said.size() == 2; });
+    EXPECT_EQ(said, (std::vector<std::string>{"cancelled", "cancelled"}));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+}
+
+} // namespace
+} // namespace orv::test

@@ -1,0 +1,242 @@
+#include "support/Child.hpp"
+#include "support/Engine.hpp"
+#include "utility/Uuid.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+using Texts = std::vector<std::string>;
+
+/// The arguments of a process that works on its own in `root`.
+Texts engine(const Url& root, Texts arguments)
+{
+    arguments.insert(arguments.begin(), {ORV_ENGINE_CHILD, root.path()});
+    return arguments;
+}
+
+struct ForbiddenCase {
+    std::string name;
+    Texts before;
+    std::string forbidden; ///< the item that is without rights
+    mode_t mode;
+    Texts command; ///< its arguments are names
+    std::string line;
+    Texts after;
+};
+
+const std::string denied = "error: Permission denied. 13 ";
+
+const ForbiddenCase forbidden_cases[] = {
+    {"a file that cannot be read",
+     {"a/b=1"},
+     "a/b",
+     0,
+     {"copy", "a", "z"},
+     denied + "@a/b",
+     {"a/", "a/b=1", "z/"}},
+    {"a folder that cannot be read",
+     {"a/k/b=1"},
+     "a/k",
+     0,
+     {"copy", "a", "z"},
+     denied + "@a/k",
+     {"a/", "a/k/", "a/k/b=1", "z/", "z/k/"}},
+    {"a source that cannot be read",
+     {"a/b=1"},
+     "a",
+     0,
+     {"copy", "a", "z"},
+     denied + "@a",
+     {"a/", "a/b=1"}},
+    {"a destination that cannot be changed",
+     {"a=1", "d/"},
+     "d",
+     0555,
+     {"copy", "a", "d/z"},
+     "error: Couldn't move the item 13 @d/z",
+     {"a=1", "d/"}},
+    {"a destination that no folder can be put into",
+     {"a/b=1", "d/"},
+     "d",
+     0555,
+     {"copy", "a", "d/z"},
+     "error: Couldn't create destination directory. 13 @d/z",
+     {"a/", "a/b=1", "d/"}},
+    {"a folder that can only be read is copied with what is in it",
+     {"a/k/b=1"},
+     "a/k",
+     0555,
+     {"copy", "a", "z"},
+     "success",
+     {"a/", "a/k/", "a/k/b=1", "z/", "z/k/", "z/k/b=1"}},
+    {"measuring passes over what cannot be read",
+     {"a/b=1", "a/k/c=22"},
+     "a/k",
+     0,
+     {"size", "a"},
+     "success 1",
+     {"a/", "a/b=1", "a/k/", "a/k/c=22"}},
+    {"measuring what cannot be read",
+     {"a/b=1"},
+     "a",
+     0,
+     {"size", "a"},
+     "error: Couldn't create directory enumerator. 13 @a",
+     {"a/", "a/b=1"}},
+    {"listing passes over what cannot be read",
+     {"a/k/c=22"},
+     "a/k",
+     0,
+     {"list", "a"},
+     "success k",
+     {"a/", "a/k/", "a/k/c=22"}},
+    {"listing what cannot be read",
+     {"a/b=1"},
+     "a",
+     0,
+     {"list", "a"},
+     "error: Couldn't create directory enumerator. 13 @a",
+     {"a/", "a/b=1"}},
+    {"deleting from a folder that cannot be changed",
+     {"a/k/b=1"},
+     "a/k",
+     0555,
+     {"delete", "a"},
+     "error: Couldn't delete the item. 13 @a/k/b",
+     {"a/", "a/k/", "a/k/b=1"}},
+};
+
+class ProcessesTest : public EngineTest {};
+
+TEST_F(ProcessesTest, what_its_user_may_not_do_ends_a_request_with_the_platforms_reason)
+{
+    const bool is_root = ::geteuid() == 0;
+    const Scratch scratch;
+    const Url& root = scratch.url();
+    make_tree(root, {"home/", "support/", "tmp/"});
+    fs::permissions(root, fs::perms::others_all, fs::perm_options::add);
+    for (const ForbiddenCase& row : forbidden_cases) {
+        SCOPED_TRACE(row.name);
+        const Url home = root.appending("home");
+        make_tree(home, row.before);
+        const Url forbidden = home.appending(row.forbidden);
+        ::chmod(forbidden.path().c_str(), row.mode);
+        if (is_root) {
+            for (const char* name : {"home", "support", "tmp"})
+                EXPECT_EQ(::chown(root.appending(name).path().c_str(), 65534, 65534), 0);
+            for (const auto& item : fs::recursive_directory_iterator(root))
+                EXPECT_EQ(::lchown(item.path().c_str(), 65534, 65534), 0);
+        }
+        Texts arguments = row.command;
+        for (auto name = arguments.begin() + 1; name != arguments.end(); ++name)
+            *name = home.appending(*name).path();
+        if (is_root)
+            arguments.insert(arguments.begin(), "nobody");
+
+        std::string line = Child(engine(root, arguments)).read_line();
+        if (const auto start = line.find(home.path()); start != std::string::npos)
+            line.replace(start, home.path().size() + 1, "@");
+        EXPECT_EQ(line, row.line);
+        for (const Url& item : {forbidden, home.appending("z/k")})
+            if (manager().is_directory(item))
+                ::chmod(item.path().c_str(), 0700);
+        ::chmod(forbidden.path().c_str(), 0700);
+        EXPECT_EQ(tree(home), row.after);
+        EXPECT_EQ(tree(root.appending("tmp")), Texts{"__orv_proc_files__/"});
+        fs::remove_all(home);
+    }
+}
+
+TEST_F(ProcessesTest, what_a_killed_process_was_building_goes_at_the_next_start)
+{
+    const bool has_memory = ::access("/dev/shm", W_OK) == 0;
+    const Scratch scratch;
+    const Scratch elsewhere(has_memory ? "/dev/shm" : "");
+    const Url source = scratch / "home/source";
+    const Url built = scratch / "tmp/__orv_proc_files__";
+    write_file(source, std::string(std::size_t{20} * 102'400, 'x'));
+    const auto slow_copy = [&](const Url& to) {
+        return engine(scratch.url(), {"slow-single-copy", source.path(), to.path()});
+    };
+    const auto start = [&] { return Child(engine(scratch.url(), {"start"})).read_line(); };
+
+    Child living(slow_copy(scratch / "home/living"));
+    Child dying(slow_copy(scratch / "home/dying"));
+    Child dying_elsewhere(slow_copy(elsewhere / "dying"));
+    for (Child* child : {&living, &dying, &dying_elsewhere}) {
+        child->read_line();                                       // the start
+        EXPECT_TRUE(child->read_line().starts_with("progress ")); // somewhere in the middle
+    }
+    EXPECT_EQ(tree(built).size(), 3U);
+    const Texts beside = tree(elsewhere.url());
+    if (has_memory) {
+        ASSERT_EQ(beside.size(), 1U);
+        EXPECT_TRUE(beside[0].starts_with(".")) << beside[0].substr(0, 60);
+        EXPECT_NE(beside[0].find(".orvresume="), std::string::npos);
+    }
+    dying.kill();
+    dying_elsewhere.kill();
+    EXPECT_EQ(start(), "started");
+    EXPECT_EQ(tree(built).size(), 1U);
+    EXPECT_EQ(tree(elsewhere.url()), Texts{});
+
+    living.kill();
+    EXPECT_EQ(start(), "started");
+    EXPECT_EQ(tree(built), Texts{});
+    EXPECT_EQ(tree(scratch / "home").size(), 1U);
+}
+
+TEST_F(ProcessesTest, a_start_removes_nothing_but_leftovers)
+{
+    const Scratch scratch;
+    const std::string uuid = new_uuid();
+    const std::string hidden = "." + uuid + ".orvresume";
+    make_tree(scratch.url(), {"home/victim=1", "home/" + hidden + "=2", "home/.other.orvresume=3"});
+    const Url home = scratch / "home";
+    make_tree(
+        scratch / "tmp/__orv_proc_files__",
+        {"mine.txt=1", "mine.note=2", new_uuid() + "=partial",
+         new_uuid() + ".note=" + home.appending("victim").path(),
+         new_uuid() + ".note=" + home.appending(".other.orvresume").path(),
+         new_uuid() + ".note=", new_uuid() + ".note=" + home.appending("gone/" + hidden).path(),
+         uuid + ".note=" + home.appending(hidden).path()});
+    EXPECT_EQ(Child(engine(scratch.url(), {"start"})).read_line(), "started");
+    EXPECT_EQ(tree(scratch / "tmp/__orv_proc_files__"), (Texts{"mine.note=2", "mine.txt=1"}));
+    EXPECT_EQ(tree(home), (Texts{".other.orvresume=3", "victim=1"}));
+}
+
+TEST_F(ProcessesTest, two_of_them_share_one_database)
+{
+    constexpr int count = 60;
+    Child other(engine(root(), {"save", at("theirs").path(), std::to_string(count)}));
+    for (int i = 0; i < count; ++i)
+        save_all({{.url = at("mine" + std::to_string(i)), .order_no = i}}, false);
+    EXPECT_EQ(other.read_line(), "saved");
+    for (int i = 0; i < count; ++i)
+        for (const char* name : {"mine", "theirs"}) {
+            const auto attributes = CustomAttributes::fetch(at(name + std::to_string(i)));
+            ASSERT_TRUE(attributes) << name << i;
+            EXPECT_EQ(attributes->order_no, i);
+        }
+}
+
+TEST_F(ProcessesTest, one_without_a_folder_to_build_files_in_says_so_and_works)
+{
+    const Scratch scratch;
+    make_tree(scratch.url(), {"home/", "tmp=in the way"});
+    Child child(engine(scratch.url(), {"start"}));
+    EXPECT_EQ(child.read_line(), "⚠️ Couldn't create 'processed files' directory when "
+                                 "initializing `OrvFileManager`");
+    EXPECT_EQ(child.read_line(), "started");
+}
+
+} // namespace
+} // namespace orv::test

@@ -1,0 +1,66 @@
+#include "support/Statuses.hpp"
+
+#include <array>
+#include <cstdio>
+
+namespace orv::test {
+
+std::string text_of(const status::success&)
+{
+    return "success";
+}
+
+std::string text_of(const status::error& status)
+{
+    return "error: " + status.error.sentence();
+}
+
+std::string text_of(const status::cancelled&)
+{
+    return "cancelled";
+}
+
+std::string text_of(const status::preparing&)
+{
+    return "preparing";
+}
+
+std::string text_of(const status::progress<CopyProgress>& status)
+{
+    std::array<char, 16> value{};
+    std::snprintf(value.data(), value.size(), "%.2f", static_cast<double>(status.record.value));
+    return "progress " + status.record.item_name + (status.record.is_item_dir ? "/ " : " ") +
+           value.data();
+}
+
+std::string text_of(const status::conflict_occured& status)
+{
+    const bool mergeable = status.resolver->is_conflict_mergeable();
+    return std::string("conflict ") + (mergeable ? "mergeable " : "") +
+           status.resolver->destination_url().last_path_component();
+}
+
+std::string text_of(const NewFolderOperation::error& status)
+{
+    return match(
+        status.error,
+        [](const NewFolderOperation::other& other) { return "error: " + other.error.sentence(); },
+        [](const NewFolderOperation::item_already_exists&) {
+            return std::string("item_already_exists");
+        });
+}
+
+std::string text_of(const FolderSizeOperation::success& status)
+{
+    return "success " + std::to_string(status.folder_size);
+}
+
+std::string text_of(const FetchItemsOperation::success& status)
+{
+    std::string text = "success";
+    for (const FileItem& item : status.content)
+        text += " " + item.relative_path;
+    return text;
+}
+
+} // namespace orv::test

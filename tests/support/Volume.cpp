@@ -1,0 +1,38 @@
+#include "support/Volume.hpp"
+
+#include <filesystem>
+#include <string>
+
+#include <sys/mount.h>
+
+namespace orv::test {
+
+Volume::Volume() : url_(scratch_ / "volume")
+{
+    std::filesystem::create_directory(url_);
+}
+
+Volume::~Volume()
+{
+    ::umount2(url_.path().c_str(), MNT_DETACH);
+}
+
+std::unique_ptr<Volume> Volume::in_memory(int kibibytes)
+{
+    std::unique_ptr<Volume> volume(new Volume);
+    const std::string options = "size=" + std::to_string(kibibytes) + "k";
+    if (::mount("tmpfs", volume->url_.path().c_str(), "tmpfs", 0, options.c_str()) != 0)
+        return nullptr;
+    return volume;
+}
+
+std::unique_ptr<Volume> Volume::bound()
+{
+    std::unique_ptr<Volume> volume(new Volume);
+    const char* path = volume->url_.path().c_str();
+    if (::mount(path, path, nullptr, MS_BIND, nullptr) != 0)
+        return nullptr;
+    return volume;
+}
+
+} // namespace orv::test
