@@ -1,3 +1,4 @@
+#include "Operations/UrlLocker.hpp"
 #include "support/Engine.hpp"
 #include "support/Statuses.hpp"
 
@@ -224,17 +225,6 @@ TEST_F(CopyTest, what_is_left_out_counts_as_done)
     EXPECT_EQ(tree(at("b")), std::vector<std::string>{"k=12345"});
 }
 
-TEST_F(CopyTest, without_the_folder_to_build_files_in_it_fails)
-{
-    make_tree(folder(), {"a=1"});
-    std::filesystem::remove(processed_files_folder());
-    const Error error = failure(at("a"), at("b"));
-    std::filesystem::create_directory(processed_files_folder());
-    EXPECT_EQ(error.sentence(), "Couldn't create destination file.");
-    EXPECT_EQ(error.path(), processed_files_folder());
-    EXPECT_EQ(tree(folder()), std::vector<std::string>{"a=1"});
-}
-
 TEST_F(CopyTest, devices_end_it)
 {
     make_tree(folder(), {"a/"});
@@ -307,6 +297,26 @@ TEST_F(CopyTest, a_file_that_changes_after_it_was_announced_yields_what_is_there
         EXPECT_EQ(last, row.final_status);
         EXPECT_EQ(tree(root), row.after);
     }
+}
+
+TEST_F(CopyTest, its_locations_are_held_while_it_works_and_at_no_other_time)
+{
+    make_tree(folder(), {"a/b/c=1", "z/d=2"});
+    std::vector<std::string> locked;
+    const auto operation = manager().copy(at("a"), at("z"), [&](const auto& status) {
+        answer(status, ConflictBehaviour::merge);
+        const std::string locks = std::string(UrlLocker::is_read_locked(at("a/b")) ? "r" : "") +
+                                  (UrlLocker::is_write_locked(at("z")) ? "w" : "");
+        const std::string text = text_of(status);
+        locked.push_back(text.substr(0, text.find(' ')) + " " + locks);
+        if (!locks.empty()) {
+            EXPECT_FALSE(manager().sync_delete_item(at("a"))) << text;
+        }
+    });
+    pump_until([&] { return !operation->is_busy(); });
+    locked.erase(std::unique(locked.begin(), locked.end()), locked.end());
+    EXPECT_EQ(locked, (std::vector<std::string>{"conflict ", "preparing rw", "progress rw",
+                                                "progress ", "success "}));
 }
 
 TEST_F(CopyTest, several_copies_read_one_folder_at_a_time)

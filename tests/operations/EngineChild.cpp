@@ -3,13 +3,16 @@
 // With "nobody" it first gives up the rights of the root user. Every line that it writes is
 // complete when it is written.
 
+#include "Operations/Staging.hpp"
 #include "support/Statuses.hpp"
 
+#include <cerrno>
 #include <cstdio>
 #include <iostream>
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <grp.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -67,6 +70,18 @@ void save_rows(const std::string& prefix, int count)
     say("saved");
 }
 
+/// Builds a file for the folder under a name, as where files cannot be without one.
+void build_without_end(const Url& folder)
+{
+    const FileDescriptor opened(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Staging staging;
+    staging.can_do_otherwise(EPERM);
+    const PartialFile file = staging.create({opened.get(), folder});
+    say("building");
+    for (;;)
+        ::pause();
+}
+
 void run(const std::string& command, const Arguments& arguments)
 {
     auto& manager = OrvFileManager::singleton();
@@ -87,6 +102,8 @@ void run(const std::string& command, const Arguments& arguments)
         wait_for(manager.fetch_items(arguments.at(0), true, {}, true, take));
     else if (command == "delete")
         wait_for(manager.delete_item(arguments.at(0), take));
+    else if (command == "build-without-end")
+        build_without_end(arguments.at(0));
     else if (command == "slow-single-copy") {
         OrvFileManager::set_test_mode(true);
         wait_for(manager.single_copy(arguments.at(0), arguments.at(1), false, take));

@@ -42,16 +42,6 @@ void pump_until(const std::function<bool()>& predicate)
         throw std::runtime_error("nothing happened for half a minute");
 }
 
-void poll_until(const std::function<bool()>& predicate)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!predicate()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            throw std::runtime_error("it did not happen for half a minute");
-        MainQueue::instance().run_for(std::chrono::milliseconds(1));
-    }
-}
-
 void expect_no_locks()
 {
     EXPECT_FALSE(UrlLocker::is_read_locked("/"));

@@ -18,9 +18,6 @@ void expect_no_locks();
 /// minute.
 void pump_until(const std::function<bool()>& predicate);
 
-/// The same for what no status tells, such as a file in the making: looks again and again.
-void poll_until(const std::function<bool()>& predicate);
-
 /// The base of tests that use the whole engine: a fresh folder for every test, in a home that the
 /// process keeps; the database and the temporary folder lie outside that home.
 class EngineTest : public testing::Test {

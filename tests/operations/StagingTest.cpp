@@ -1,0 +1,148 @@
+#include "Operations/Staging.hpp"
+
+#include "support/Engine.hpp"
+#include "support/Volume.hpp"
+
+#include <cerrno>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv::test {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/// An open folder for the files of a test.
+struct Destination {
+    explicit Destination(const Url& url)
+        : opened(::open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), folder{
+                                                                                      opened.get(),
+                                                                                      url}
+    {
+    }
+
+    FileDescriptor opened;
+    DestinationFolder folder;
+};
+
+PartialFile written(PartialFile file)
+{
+    EXPECT_EQ(::write(file.fd(), "text", 4), 4);
+    struct stat facts {};
+    EXPECT_EQ(::fstat(file.fd(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777, 0600U);
+    return file;
+}
+
+class StagingTest : public EngineTest {};
+
+TEST_F(StagingTest, a_file_is_out_of_sight_until_it_is_published)
+{
+    const Destination destination(folder());
+    Staging staging;
+    {
+        const PartialFile given_up = written(staging.create(destination.folder));
+        EXPECT_EQ(tree(folder()), Texts{});
+    }
+    PartialFile file = written(staging.create(destination.folder));
+    EXPECT_EQ(file.publish(destination.folder, "a"), 0);
+    EXPECT_EQ(tree(folder()), Texts{"a=text"});
+    EXPECT_EQ(written(staging.create(destination.folder)).publish(destination.folder, "a"), EEXIST);
+    EXPECT_EQ(tree(folder()), Texts{"a=text"});
+}
+
+TEST_F(StagingTest, one_that_needs_a_name_is_in_the_processed_files_folder)
+{
+    const Destination destination(folder());
+    Staging staging;
+    EXPECT_TRUE(staging.can_do_otherwise(EPERM));
+    {
+        const PartialFile given_up = written(staging.create(destination.folder));
+        EXPECT_EQ(tree(processed_files_folder()).size(), 1U);
+        EXPECT_EQ(tree(folder()), Texts{});
+    }
+    EXPECT_EQ(tree(processed_files_folder()), Texts{});
+    EXPECT_EQ(written(staging.create(destination.folder)).publish(destination.folder, "a"), 0);
+    EXPECT_EQ(written(staging.create(destination.folder)).publish(destination.folder, "a"), EEXIST);
+    EXPECT_EQ(tree(folder()), Texts{"a=text"});
+}
+
+/// What a file built beside its destination, and its note, look like.
+void expect_hidden_and_announced(const Url& folder, const Url& processed_files)
+{
+    const Texts items = tree(folder);
+    ASSERT_EQ(items.size(), 1U);
+    const std::string uuid = items[0].substr(1, 36);
+    EXPECT_EQ(items[0], "." + uuid + ".orvresume=text");
+    EXPECT_EQ(tree(processed_files),
+              Texts{uuid + ".note=" + folder.appending("." + uuid + ".orvresume").path()});
+}
+
+TEST_F(StagingTest, one_on_another_volume_is_hidden_beside_its_destination_and_announced)
+{
+    const Scratch other(::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "");
+    const Destination destination(other.url());
+    struct stat here {};
+    struct stat there {};
+    ::stat(folder().path().c_str(), &here);
+    ::fstat(destination.folder.fd, &there);
+    if (here.st_dev == there.st_dev)
+        GTEST_SKIP() << "there is no other volume";
+
+    make_tree(other.url(), {"below/"});
+    const Destination below(other / "below");
+    {
+        Staging staging;
+        staging.can_do_otherwise(EPERM);
+        PartialFile file = written(staging.create(below.folder));
+        expect_hidden_and_announced(other / "below", processed_files_folder());
+        EXPECT_EQ(file.publish(below.folder, "a"), 0);
+
+        const PartialFile given_up = written(staging.create(destination.folder));
+        EXPECT_EQ(tree(processed_files_folder()).size(), 1U);
+    }
+    EXPECT_EQ(tree(other.url()), (Texts{"below/", "below/a=text"}));
+    EXPECT_EQ(tree(processed_files_folder()), Texts{});
+}
+
+TEST_F(StagingTest, one_that_cannot_be_moved_to_its_destination_is_built_beside_it)
+{
+    const auto volume = Volume::bound();
+    if (!volume)
+        GTEST_SKIP() << "this user may mount nothing";
+    const Destination destination(volume->url());
+    Staging staging;
+    staging.can_do_otherwise(EPERM);
+    const int code = written(staging.create(destination.folder)).publish(destination.folder, "a");
+    if (code == 0)
+        GTEST_SKIP() << "temporary files lie on another device anyway";
+    EXPECT_EQ(code, EXDEV);
+    EXPECT_TRUE(staging.can_do_otherwise(code));
+    PartialFile file = written(staging.create(destination.folder));
+    expect_hidden_and_announced(volume->url(), processed_files_folder());
+    EXPECT_EQ(file.publish(destination.folder, "a"), 0);
+    EXPECT_FALSE(staging.can_do_otherwise(EXDEV));
+    EXPECT_EQ(tree(volume->url()), Texts{"a=text"});
+}
+
+TEST_F(StagingTest, without_the_processed_files_folder_one_that_needs_a_name_cannot_be)
+{
+    const Destination destination(folder());
+    Staging staging;
+    staging.can_do_otherwise(EPERM);
+    std::filesystem::remove(processed_files_folder());
+    try {
+        const PartialFile file = staging.create(destination.folder);
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.code(), ENOENT);
+        EXPECT_EQ(error.path(), processed_files_folder());
+    }
+    std::filesystem::create_directory(processed_files_folder());
+}
+
+} // namespace
+} // namespace orv::test
