@@ -1,0 +1,238 @@
+#include "faults/Checker.hpp"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <set>
+
+namespace orv::test {
+namespace {
+
+using Problems = std::vector<std::string>;
+
+const ItemState* find(const Snapshot& items, const std::string& path)
+{
+    const auto found = items.find(path);
+    return found == items.end() ? nullptr : &found->second;
+}
+
+bool is_unfinished_name(const std::string& path)
+{
+    const std::string name = path.substr(path.rfind('/') + 1);
+    return name.starts_with('.') && name.ends_with(".orvresume") && name.size() == 47;
+}
+
+/// Whether the item is one that this request has finished. Folders are finished after their
+/// contents, links and FIFOs get their times after they were made.
+bool is_complete(const ItemState& item, const ItemState& wanted, Strictness strictness)
+{
+    if (strictness == Strictness::content || !S_ISREG(item.type))
+        return item.same_content(wanted);
+    return item.alike(wanted);
+}
+
+/// A problem with the item at `path`, or an empty text.
+std::string wrong_item(const ItemState* before, const ItemState* after, const ItemState* now,
+                       Strictness strictness)
+{
+    const bool is_to_stay = before && after && before->alike(*after);
+    if (!now)
+        return is_to_stay ? "is lost" : "";
+    if (is_to_stay)
+        return now->alike(*before) ? "" : "was to stay as it is, but is " + described(*now);
+    if (before && now->alike(*before))
+        return "";
+    if (before && S_ISDIR(now->type) && now->same_content(*before))
+        return ""; // its contents are about to go
+    if (after && is_complete(*now, *after, strictness))
+        return "";
+    return (after ? "is not complete: " : "was not asked for: ") + described(*now);
+}
+
+std::set<std::string> all_paths(const Snapshot& one, const Snapshot& two, const Snapshot& three)
+{
+    std::set<std::string> paths;
+    for (const Snapshot* items : {&one, &two, &three})
+        for (const auto& [path, item] : *items)
+            paths.insert(path);
+    return paths;
+}
+
+Problems differences(const Snapshot& wanted, const Snapshot& now)
+{
+    Problems problems;
+    for (const std::string& path : all_paths(wanted, now, {})) {
+        const ItemState* want = find(wanted, path);
+        const ItemState* have = find(now, path);
+        if (!want)
+            problems.push_back(path + ": is too much: " + described(*have));
+        else if (!have)
+            problems.push_back(path + ": is missing");
+        else if (!have->alike(*want))
+            problems.push_back(path + ": is " + described(*have) + " instead of " +
+                               described(*want));
+    }
+    return problems;
+}
+
+bool is_same(const std::string* one, const std::string* other)
+{
+    return one && other ? *one == *other : one == other;
+}
+
+/// A problem with a row, or an empty text. Rows follow their items: an item that stands has its row
+/// until it is gone, and one that is made gets its row afterwards.
+std::string wrong_row(const std::string* before, const std::string* after, const std::string* now,
+                      bool item_exists)
+{
+    if (is_same(now, before))
+        return "";
+    if (!is_same(now, after))
+        return now ? "is wrong: " + *now : "is lost";
+    if (!now && item_exists)
+        return "is lost, though its item is not";
+    if (now && !item_exists)
+        return "came before its item";
+    return "";
+}
+
+const std::string* find(const Rows& rows, const std::string& key)
+{
+    const auto found = rows.find(key);
+    return found == rows.end() ? nullptr : &found->second;
+}
+
+Problems wrong_rows(const FaultCase& request, const Rows& now, const Snapshot& items)
+{
+    std::set<std::string> keys;
+    for (const Rows* rows : {&request.before.rows, &request.after.rows, &now})
+        for (const auto& [key, row] : *rows)
+            keys.insert(key);
+    Problems problems;
+    for (const std::string& key : keys) {
+        const std::string wrong =
+            wrong_row(find(request.before.rows, key), find(request.after.rows, key), find(now, key),
+                      items.contains("home/" + key));
+        if (!wrong.empty())
+            problems.push_back("the row of " + key + " " + wrong);
+    }
+    return problems;
+}
+
+/// Failing to keep what only describes an item is no error where the user may not.
+bool may_lose_metadata(const Fault& fault, const Supervision& ending)
+{
+    const auto is = [&](const char* call) { return ending.hit.starts_with(call); };
+    return fault.kind == Fault::Kind::error && fault.code == EACCES &&
+           (is("fchmod") || is("chmod") || is("utimensat") || is("fsetxattr") || is("openat"));
+}
+
+void forget_metadata(Snapshot& items)
+{
+    for (auto& [path, item] : items) {
+        item.permissions = 0;
+        item.time.reset();
+        item.extended_attributes.clear();
+    }
+}
+
+class Check {
+public:
+    Check(const FaultCase& request, const Site& site, const Fault& fault, const Supervision& ending)
+        : request_(request), site_(site), fault_(fault), ending_(ending)
+    {
+        if (may_lose_metadata(fault, ending))
+            for (Scene* scene : {&request_.before, &request_.after})
+                forget_metadata(scene->items);
+    }
+
+    Problems run()
+    {
+        check_ending();
+        check_state(false);
+        if (!site_.start_again())
+            problems_.emplace_back("the library does not start again");
+        check_state(true);
+        if (site_.unfinished() != Site::unfinished_of_living())
+            problems_.emplace_back("unfinished files are left, or a living process lost its own");
+        return problems_;
+    }
+
+private:
+    void check_ending()
+    {
+        if (ending_.hung)
+            problems_.emplace_back("it hangs");
+        else if (fault_.kind != Fault::Kind::kill && ending_.exit_code != 0 &&
+                 ending_.exit_code != 1)
+            problems_.push_back("it ended by signal " + std::to_string(ending_.signal) +
+                                " or with code " + std::to_string(ending_.exit_code));
+        if (ending_.exit_code == 1)
+            check_error_line();
+    }
+
+    void check_error_line()
+    {
+        const std::string& text = ending_.errors;
+        const bool is_one_line = text.find('\n') == text.size() - 1;
+        const bool has_path = text.find(site_.root().path()) != std::string::npos;
+        const bool has_reason = text.find(std::strerror(fault_.code)) != std::string::npos ||
+                                text.find("(") != std::string::npos;
+        if (!is_one_line || !has_path || !has_reason)
+            problems_.push_back("the error tells too little: " + text);
+    }
+
+    void check_state(bool is_started_again)
+    {
+        Snapshot items = site_.items();
+        if (may_lose_metadata(fault_, ending_))
+            forget_metadata(items);
+        if (!is_started_again)
+            std::erase_if(items, [&](const auto& entry) {
+                return is_unfinished_name(entry.first) &&
+                       !request_.before.items.contains(entry.first);
+            });
+        add(ending_.exit_code == 0 ? differences(request_.after.items, items)
+                                   : wrong_items(request_, items));
+        try {
+            const Rows rows = site_.rows();
+            if (ending_.exit_code == 0 && rows != request_.after.rows)
+                problems_.emplace_back("the rows are not those that were to be");
+            add(wrong_rows(request_, rows, items));
+        } catch (const std::exception& error) {
+            problems_.emplace_back(error.what());
+        }
+    }
+
+    void add(const Problems& more) { problems_.insert(problems_.end(), more.begin(), more.end()); }
+
+    FaultCase request_;
+    const Site& site_;
+    const Fault& fault_;
+    const Supervision& ending_;
+    Problems problems_;
+};
+
+} // namespace
+
+std::vector<std::string> wrong_items(const FaultCase& request, const Snapshot& now,
+                                     Strictness strictness)
+{
+    Problems problems;
+    for (const std::string& path : all_paths(request.before.items, request.after.items, now)) {
+        const std::string wrong =
+            wrong_item(find(request.before.items, path), find(request.after.items, path),
+                       find(now, path), strictness);
+        if (!wrong.empty())
+            problems.push_back(path + " " + wrong);
+    }
+    return problems;
+}
+
+std::vector<std::string> wrong_after(const FaultCase& request, const Site& site, const Fault& fault,
+                                     const Supervision& ending)
+{
+    return Check(request, site, fault, ending).run();
+}
+
+} // namespace orv::test

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "faults/FaultCases.hpp"
+#include "faults/Site.hpp"
+
+#include <string>
+#include <vector>
+
+namespace orv::test {
+
+/// How strictly items are looked at.
+enum class Strictness {
+    all,     ///< a finished file is like its original in all
+    content, ///< a finished file holds what its original holds
+};
+
+/// What went wrong among the items, if anything: one that was to stay is changed, one is neither as
+/// it was nor complete, or something came up that nobody asked for. Half of the request may be
+/// done.
+[[nodiscard]] std::vector<std::string> wrong_items(const FaultCase& request, const Snapshot& now,
+                                                   Strictness strictness = Strictness::all);
+
+/// What went wrong in `site` when `request` met `fault` and ended as `ending`; starts the library
+/// once more to see what it makes of it.
+[[nodiscard]] std::vector<std::string> wrong_after(const FaultCase& request, const Site& site,
+                                                   const Fault& fault, const Supervision& ending);
+
+} // namespace orv::test

@@ -1,0 +1,194 @@
+#include "faults/FaultCases.hpp"
+
+#include "faults/Site.hpp"
+
+#include <algorithm>
+
+namespace orv::test {
+namespace {
+
+const std::string tree = "home/work/tree";
+const std::string copy = "home/dest/tree";
+
+std::string parent_of(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(0, slash);
+}
+
+/// The tree in its home, with items all around that nothing may happen to.
+Scene surroundings()
+{
+    Scene scene;
+    scene.items = {
+        {"home/dest", folder()},
+        {std::string("home/dest/") + living_hidden_file, file("being built by another process")},
+        {"home/sentinel", folder()},
+        {"home/sentinel/s", file("sentinel")},
+        {"home/work", folder()},
+        {"home/work/treetop", file("a name that begins alike")},
+        {"outside/o", file("outside")},
+    };
+    put(scene.items, tree, sample_tree());
+    scene.rows = {
+        {"sentinel", "0|NULL|1|1"},     {"sentinel/s", "1|2|0|0"},
+        {"work/tree", "0|NULL|1|1"},    {"work/tree/a.txt", "1|3|0|0"},
+        {"work/tree/empty", "0|9|0|0"}, {"work/tree/sub/c.bin", "1|NULL|0|0"},
+        {"work/treetop", "1|5|0|0"},
+    };
+    return scene;
+}
+
+/// The time of a folder is foretold by nobody once something in it has come or gone.
+void forget_times_of_changed_folders(FaultCase& request)
+{
+    const auto forget_above = [&](const std::string& path) {
+        for (Scene* scene : {&request.before, &request.after})
+            if (const auto above = scene->items.find(parent_of(path)); above != scene->items.end())
+                above->second.time.reset();
+    };
+    const Snapshot before = request.before.items;
+    const Snapshot after = request.after.items;
+    for (const auto& [path, item] : before)
+        if (const auto now = after.find(path); now == after.end() || !now->second.alike(item))
+            forget_above(path);
+    for (const auto& [path, item] : after)
+        if (!before.contains(path))
+            forget_above(path);
+}
+
+/// Adds what a copy makes of the tree and its rows, leaving alone what exists.
+void add_copy(Scene& scene)
+{
+    const Snapshot existing = scene.items;
+    put(scene.items, copy, sample_tree());
+    for (const auto& [path, item] : existing)
+        scene.items[path] = item;
+    const Rows rows = scene.rows;
+    for (const auto& [key, row] : rows)
+        if (is_at_or_below(key, "work/tree"))
+            if (const std::string to = "dest" + key.substr(4); !existing.contains("home/" + to))
+                scene.rows[to] = row;
+}
+
+FaultCase finished(FaultCase request)
+{
+    forget_times_of_changed_folders(request);
+    return request;
+}
+
+FaultCase copy_case()
+{
+    FaultCase request{
+        .name = "copy",
+        .arguments = {"cp", "@" + tree, "@home/dest"},
+        .before = surroundings(),
+        .after = surroundings(),
+        .peers = {{"cp", "-r", "@" + tree, "@" + copy}, {"rsync", "-a", "@" + tree, "@home/dest"}}};
+    add_copy(request.after);
+    return finished(std::move(request));
+}
+
+/// What stands where the copy is to go.
+Snapshot taken_place()
+{
+    return {{"", folder(0700)},
+            {"a.txt", file("older")},
+            {"own", file("only here")},
+            {"sub", folder(0711)},
+            {"sub/own", file("only here, too")}};
+}
+
+FaultCase merge_case()
+{
+    FaultCase request{.name = "merge",
+                      .arguments = {"cp", "@" + tree, "@home/dest", "--on-conflict", "merge"},
+                      .before = surroundings(),
+                      .peers = {{"cp", "-rnT", "@" + tree, "@" + copy},
+                                {"rsync", "-a", "--ignore-existing", "@" + tree, "@home/dest"}}};
+    put(request.before.items, copy, taken_place());
+    request.before.rows["dest/tree/a.txt"] = "0|1|0|0";
+    request.after = request.before;
+    add_copy(request.after);
+    return finished(std::move(request));
+}
+
+FaultCase replace_case()
+{
+    FaultCase request{.name = "replace",
+                      .arguments = {"cp", "@" + tree, "@home/dest", "--on-conflict", "replace"},
+                      .before = surroundings(),
+                      .peers = {{"cp", "-rT", "--remove-destination", "@" + tree, "@" + copy},
+                                {"rsync", "-a", "--delete", "@" + tree, "@home/dest"}}};
+    request.after = request.before;
+    add_copy(request.after);
+    put(request.before.items, copy, taken_place());
+    request.before.rows["dest/tree/a.txt"] = "0|1|0|0";
+    return finished(std::move(request));
+}
+
+FaultCase copy_across_case()
+{
+    FaultCase request{.name = "copy to another volume",
+                      .arguments = {"cp", "@" + tree, "@volume/tree"},
+                      .before = surroundings(),
+                      .needs_volume = true};
+    std::erase_if(request.before.rows,
+                  [](const auto& row) { return is_at_or_below(row.first, "work/tree"); });
+    request.after = request.before;
+    put(request.after.items, "volume/tree", sample_tree());
+    return finished(std::move(request));
+}
+
+FaultCase delete_case()
+{
+    FaultCase request{.name = "delete",
+                      .arguments = {"rm", "@" + tree},
+                      .before = surroundings(),
+                      .after = surroundings()};
+    take_away(request.after.items, tree);
+    std::erase_if(request.after.rows,
+                  [](const auto& row) { return is_at_or_below(row.first, "work/tree"); });
+    return finished(std::move(request));
+}
+
+FaultCase new_folder_case()
+{
+    FaultCase request{.name = "new folder",
+                      .arguments = {"mkdir", "-p", "@home/dest/n/e/w"},
+                      .before = surroundings(),
+                      .after = surroundings()};
+    for (const char* made : {"home/dest/n", "home/dest/n/e", "home/dest/n/e/w"}) {
+        request.after.items[made] = folder();
+        request.after.items[made].time.reset();
+    }
+    return finished(std::move(request));
+}
+
+FaultCase attributes_case()
+{
+    FaultCase request{
+        .name = "attributes",
+        .arguments = {"attr", "set", "@" + tree + "/a.txt", "--protected", "off", "--order", "8"},
+        .before = surroundings(),
+        .after = surroundings()};
+    request.after.rows["work/tree/a.txt"] = "0|8|0|0";
+    return request;
+}
+
+} // namespace
+
+const std::vector<FaultCase>& fault_cases()
+{
+    static const std::vector<FaultCase> cases{copy_case(),        merge_case(),  replace_case(),
+                                              copy_across_case(), delete_case(), new_folder_case(),
+                                              attributes_case()};
+    return cases;
+}
+
+const FaultCase& fault_case(const std::string& name)
+{
+    return *std::ranges::find(fault_cases(), name, &FaultCase::name);
+}
+
+} // namespace orv::test

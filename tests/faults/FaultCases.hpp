@@ -1,0 +1,25 @@
+#pragma once
+
+#include "faults/Scene.hpp"
+
+#include <string>
+#include <vector>
+
+namespace orv::test {
+
+/// A request with all that it may change.
+struct FaultCase {
+    std::string name;
+    std::vector<std::string> arguments; ///< of `orv`; items begin with "@"
+    Scene before;
+    Scene after = {};          ///< when it is done
+    bool needs_volume = false; ///< "volume" has to be another one than the home
+    std::vector<std::vector<std::string>> peers = {}; ///< other commands for the same
+};
+
+/// The requests that are tried with faults.
+[[nodiscard]] const std::vector<FaultCase>& fault_cases();
+
+[[nodiscard]] const FaultCase& fault_case(const std::string& name);
+
+} // namespace orv::test

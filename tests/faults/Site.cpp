@@ -1,0 +1,144 @@
+#include "faults/Site.hpp"
+
+#include "support/Tree.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* living_file = "5b9619ff-8b86-4011-b42d-00c04fc964ff";
+constexpr const char* living_note = "6f9619ff-8b86-4011-b42d-00c04fc964ff.note";
+constexpr const char* dead_file = "7c9619ff-8b86-4011-b42d-00c04fc964ff";
+constexpr const char* dead_note = "8d9619ff-8b86-4011-b42d-00c04fc964ff.note";
+
+bool is_kept_by_library(const std::string& path)
+{
+    return is_at_or_below(path, "home/.local") || is_at_or_below(path, "home/.cache");
+}
+
+void make_accessible(const fs::path& folder)
+{
+    std::error_code none;
+    for (fs::recursive_directory_iterator at(folder, none), end; at != end; at.increment(none))
+        if (at->is_directory(none) && !at->is_symlink(none))
+            fs::permissions(at->path(), fs::perms::owner_all, fs::perm_options::add, none);
+}
+
+void empty(const fs::path& folder)
+{
+    make_accessible(folder);
+    for (const auto& item : fs::directory_iterator(folder))
+        fs::remove_all(item.path());
+}
+
+} // namespace
+
+std::string orv_command()
+{
+    return ORV_COMMAND;
+}
+
+Site::Site(Scene scene) : scene_(std::move(scene))
+{
+    ::umask(022);
+    for (const char* name : {"home", "outside", "volume"})
+        fs::create_directory(root_ / name);
+    make_database();
+}
+
+void Site::make_database()
+{
+    fs::create_directory(root_ / "home/start");
+    const Supervision first = run({"ls", "@home/start"});
+    if (first.exit_code != 0)
+        throw std::runtime_error("the orv command doesn't work: " + first.errors);
+    insert_rows(database(), scene_.rows);
+    database_ = read_file(database());
+}
+
+void Site::reset()
+{
+    owned_.clear();
+    for (const char* name : {"home", "outside", "volume"})
+        empty(root_ / name);
+    build(root(), scene_.items);
+    write_file(database(), database_);
+    own_unfinished_files();
+}
+
+void Site::own_unfinished_files()
+{
+    const std::string folder = unfinished_folder().path() + "/";
+    write_file(Url(folder + dead_file), "dead");
+    write_file(Url(folder + dead_note), "/nowhere/.8d9619ff-8b86-4011-b42d-00c04fc964ff.orvresume");
+    write_file(Url(folder + living_file), "living");
+    write_file(Url(folder + living_note),
+               (root_ / "home/dest").appending(living_hidden_file).path());
+    for (const char* name : {living_file, living_note}) {
+        owned_.emplace_back(::open((folder + name).c_str(), O_RDWR | O_CLOEXEC));
+        ::flock(owned_.back().get(), LOCK_EX);
+    }
+}
+
+Supervision Site::run(const std::vector<std::string>& arguments, const Fault& fault) const
+{
+    std::vector<std::string> command{orv_command(), "--home", (root_ / "home").path()};
+    for (const std::string& argument : arguments)
+        command.push_back(argument.starts_with('@') ? (root_ / argument.substr(1)).path()
+                                                    : argument);
+    return supervise(command, root().path(), fault);
+}
+
+bool Site::start_again() const
+{
+    return run({"ls", "@home/sentinel"}).exit_code == 0;
+}
+
+Snapshot Site::items() const
+{
+    Snapshot items = snapshot_of(root());
+    std::erase_if(items, [](const auto& entry) { return is_kept_by_library(entry.first); });
+    for (const char* name : {"home", "outside", "volume"})
+        items.erase(name);
+    return items;
+}
+
+Rows Site::rows() const
+{
+    return read_rows(database());
+}
+
+std::vector<std::string> Site::unfinished() const
+{
+    std::vector<std::string> names;
+    for (const auto& item : fs::directory_iterator(unfinished_folder()))
+        names.push_back(item.path().filename());
+    std::ranges::sort(names);
+    return names;
+}
+
+std::vector<std::string> Site::unfinished_of_living()
+{
+    return {living_file, living_note};
+}
+
+Url Site::database() const
+{
+    return root_ / "home/.local/share/orv/orv_file_manager_db.sqlite";
+}
+
+Url Site::unfinished_folder() const
+{
+    return root_ / "home/.cache/orv/tmp/__orv_proc_files__";
+}
+
+} // namespace orv::test

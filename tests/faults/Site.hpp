@@ -1,0 +1,58 @@
+#pragma once
+
+#include "faults/Scene.hpp"
+#include "support/Scratch.hpp"
+#include "support/Supervisor.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <string>
+#include <vector>
+
+namespace orv::test {
+
+/// A folder in which the `orv` command works on a scene, again and again: "home" is its home,
+/// "outside" and "volume" lie beside it. A living process, this one, owns unfinished files in it,
+/// and a dead one has left some.
+class Site {
+public:
+    explicit Site(Scene scene);
+
+    [[nodiscard]] const Url& root() const { return root_.url(); }
+
+    /// Makes all as the scene has it. Another volume may be mounted at "volume"; it is emptied.
+    void reset();
+
+    /// Runs `orv` on the home; arguments that name an item begin with "@", for the root.
+    [[nodiscard]] Supervision run(const std::vector<std::string>& arguments,
+                                  const Fault& fault = {}) const;
+
+    /// Starts the library once more, as the next command does. Says whether it came up.
+    [[nodiscard]] bool start_again() const;
+
+    /// What stands below the root now, without what the library keeps for itself.
+    [[nodiscard]] Snapshot items() const;
+    [[nodiscard]] Rows rows() const;
+
+    /// The names in the folder for unfinished files, and those of them that a living process owns.
+    [[nodiscard]] std::vector<std::string> unfinished() const;
+    [[nodiscard]] static std::vector<std::string> unfinished_of_living();
+
+private:
+    [[nodiscard]] Url database() const;
+    [[nodiscard]] Url unfinished_folder() const;
+    void make_database();
+    void own_unfinished_files();
+
+    Scratch root_;
+    Scene scene_;
+    std::string database_; // the bytes of one that holds the scene's rows
+    std::vector<FileDescriptor> owned_;
+};
+
+/// The paths of the command that is tried.
+[[nodiscard]] std::string orv_command();
+
+/// The name of a hidden file that a living process builds in the folder "home/dest".
+inline constexpr const char* living_hidden_file = ".6f9619ff-8b86-4011-b42d-00c04fc964ff.orvresume";
+
+} // namespace orv::test

@@ -1,0 +1,107 @@
+#include "support/Supervisor.hpp"
+
+#include "support/SupervisedProcess.hpp"
+#include "support/WatchedCalls.hpp"
+
+#include <cerrno>
+#include <chrono>
+
+#include <linux/seccomp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+
+namespace orv::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto time_allowed = std::chrono::seconds(30);
+
+int milliseconds_until(Clock::time_point end)
+{
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    return left > 0 ? static_cast<int>(left) : 0;
+}
+
+/// Answers the calls of one process as they come.
+class Listening {
+public:
+    Listening(SupervisedProcess& process, const std::string& root, const Fault& fault,
+              Supervision& result)
+        : process_(process), root_(root), fault_(fault), result_(result)
+    {
+    }
+
+    void run()
+    {
+        const Clock::time_point end = Clock::now() + time_allowed;
+        for (;;) {
+            pollfd calls{process_.listener(), POLLIN, 0};
+            const int ready = ::poll(&calls, 1, milliseconds_until(end));
+            if (ready == 0 && !result_.hung) {
+                result_.hung = true;
+                process_.kill();
+            } else if ((calls.revents & POLLIN) != 0) {
+                take_call();
+            } else if ((calls.revents & POLLHUP) != 0) {
+                return;
+            }
+        }
+    }
+
+private:
+    void take_call()
+    {
+        seccomp_notif call{};
+        if (::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_RECV, &call) != 0)
+            return; // its thread has ended
+        seccomp_notif_resp answer{};
+        answer.id = call.id;
+        answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
+        const std::string text = call_below(root_, call);
+        if (!text.empty() && ++result_.calls == fault_.at)
+            meet(text, answer);
+        ::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_SEND, &answer);
+    }
+
+    void meet(const std::string& text, seccomp_notif_resp& answer)
+    {
+        result_.hit = text;
+        switch (fault_.kind) {
+        case Fault::Kind::none:
+            break;
+        case Fault::Kind::kill:
+            process_.kill();
+            break;
+        case Fault::Kind::error:
+            answer.flags = 0;
+            answer.error = -fault_.code;
+            break;
+        case Fault::Kind::pause:
+            fault_.hook();
+            break;
+        }
+    }
+
+    SupervisedProcess& process_;
+    const std::string& root_;
+    const Fault& fault_;
+    Supervision& result_;
+};
+
+} // namespace
+
+Supervision supervise(const std::vector<std::string>& command, const std::string& root,
+                      const Fault& fault)
+{
+    Supervision result;
+    SupervisedProcess process(command);
+    Listening(process, root, fault, result).run();
+    const auto ending = process.wait();
+    result.exit_code = ending.exit_code;
+    result.signal = ending.signal;
+    result.errors = process.errors();
+    return result;
+}
+
+} // namespace orv::test

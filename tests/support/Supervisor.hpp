@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace orv::test {
+
+/// What is done to a command at one of its calls that open or change files.
+struct Fault {
+    enum class Kind {
+        none,
+        kill,  ///< the process ends before the call happens
+        error, ///< the call does not happen and fails with `code`
+        pause, ///< the call waits until `hook` has run
+    };
+
+    Kind kind = Kind::none;
+    long at = 0; ///< the call, counted from 1 over all threads and children of the command
+    int code = 0;
+    std::function<void()> hook = {};
+};
+
+/// How a command ended that was supervised.
+struct Supervision {
+    long calls = 0;
+    std::string hit;    ///< the call that the fault met; empty when there were fewer calls
+    int exit_code = -1; ///< -1 when a signal ended it
+    int signal = 0;
+    bool hung = false;  ///< it had to be ended, since it did not within the time allowed
+    std::string errors; ///< what it wrote to standard error
+};
+
+/// Runs `command`, does what `fault` says, and waits until all its threads and children have ended.
+/// Calls count that concern files below the folder `root`. Not seen: reads, and writes to mapped
+/// memory. Needs no privileges.
+///
+/// Errors: `std::runtime_error` where the kernel lets no process be supervised.
+[[nodiscard]] Supervision supervise(const std::vector<std::string>& command,
+                                    const std::string& root, const Fault& fault = {});
+
+} // namespace orv::test

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+
+namespace orv::test {
+
+/// A filter that lets every system call pass, save those that open or change files: these wait for
+/// a listener's answer.
+[[nodiscard]] std::vector<sock_filter> filter_of_watched_calls();
+
+/// The call as a person reads it, such as "renameat2 /a/b /a/c", when it concerns a file below
+/// the folder `root`; else empty. The caller has to be held meanwhile.
+[[nodiscard]] std::string call_below(const std::string& root, const seccomp_notif& call);
+
+} // namespace orv::test
