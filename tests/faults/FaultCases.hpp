@@ -2,6 +2,7 @@
 
 #include "faults/Scene.hpp"
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,12 @@ struct FaultCase {
     bool needs_volume = false; ///< "volume" has to be another one than the home
     std::vector<std::vector<std::string>> peers = {}; ///< other commands for the same
 };
+
+/// How a failed test shows it.
+inline void PrintTo(const FaultCase& request, std::ostream* to)
+{
+    *to << request.name;
+}
 
 /// The requests that are tried with faults.
 [[nodiscard]] const std::vector<FaultCase>& fault_cases();

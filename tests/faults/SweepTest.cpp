@@ -17,6 +17,11 @@ struct FaultKind {
     int code;
 };
 
+void PrintTo(const FaultKind& kind, std::ostream* to)
+{
+    *to << kind.name;
+}
+
 const FaultKind fault_kinds[] = {
     {"kill", Fault::Kind::kill, 0},
     {"disk_full", Fault::Kind::error, ENOSPC},

@@ -1,0 +1,214 @@
+#include "faults/ChangedUnderneath.hpp"
+
+#include "faults/Checker.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string mine = "made by another program";
+const std::string source_file = "/home/work/tree/big";
+constexpr std::size_t shrunk_size = 100'000;
+constexpr std::size_t grown_size = 400'000;
+
+void shrink(const std::string& root)
+{
+    std::error_code none;
+    fs::resize_file(root + source_file, shrunk_size, none);
+}
+
+void grow(const std::string& root)
+{
+    if (fs::exists(root + source_file))
+        std::ofstream(root + source_file, std::ios::binary) << pattern(grown_size);
+}
+
+void vanish(const std::string& root)
+{
+    fs::remove(root + source_file);
+}
+
+void become_fifo(const std::string& root)
+{
+    fs::remove(root + source_file);
+    ::mkfifo((root + source_file).c_str(), 0600);
+}
+
+/// Another program creates the file `place`, unless something stands there.
+std::function<void(const std::string&)> create(const std::string& place)
+{
+    return [place](const std::string& root) {
+        const int file = ::open((root + place).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0644);
+        if (file < 0)
+            return;
+        (void)!::write(file, mine.data(), mine.size());
+        ::close(file);
+    };
+}
+
+/// Moves the folder `place` away and puts a link to the outside in its place.
+std::function<void(const std::string&)> swap_for_link(const std::string& place)
+{
+    return [place](const std::string& root) {
+        std::error_code none;
+        fs::rename(root + place, root + place + ".away", none);
+        fs::create_symlink(root + "/outside", root + place, none);
+    };
+}
+
+/// Whether `content` is all that an item of that name holds in the scenes or by the change.
+bool is_whole(const FaultCase& request, const std::string& path, const std::string& content)
+{
+    const auto name_of = [](const std::string& item) { return item.substr(item.rfind('/') + 1); };
+    const std::string name = name_of(path);
+    if (name == "big" && content.size() >= shrunk_size)
+        return pattern(grown_size).starts_with(content);
+    if (content == mine)
+        return true;
+    for (const Scene* scene : {&request.before, &request.after})
+        for (const auto& [other, item] : scene->items)
+            if (name_of(other) == name && !other.starts_with("outside/") && item.content == content)
+                return true;
+    return false;
+}
+
+std::vector<std::string> wrong_files(const FaultCase& request, const Snapshot& now)
+{
+    std::vector<std::string> problems;
+    for (const auto& [path, item] : now)
+        if (S_ISREG(item.type) && !path.starts_with("outside/") &&
+            !is_whole(request, path, item.content))
+            problems.push_back(path + " is neither whole nor known: " + described(item));
+    return problems;
+}
+
+bool is_changed_by(const Change& change, const std::string& path)
+{
+    return std::ranges::any_of(change.changed, [&](const std::string& place) {
+        return is_at_or_below(path, place) || is_at_or_below(path, place + ".away");
+    });
+}
+
+/// The problems among the items that the change leaves alone.
+std::vector<std::string> wrong_elsewhere(const Change& change, const FaultCase& request,
+                                         Snapshot now)
+{
+    FaultCase rest = request;
+    const auto forget = [&](Snapshot& items) {
+        std::erase_if(items, [&](auto& entry) {
+            if (S_ISDIR(entry.second.type) && !entry.first.starts_with("outside"))
+                entry.second.time.reset();
+            return is_changed_by(change, entry.first);
+        });
+    };
+    forget(rest.before.items);
+    forget(rest.after.items);
+    forget(now);
+    return wrong_items(rest, now);
+}
+
+std::vector<std::string> wrong_after_change(const Change& change, const FaultCase& request,
+                                            const Site& site, const Supervision& ending,
+                                            const std::string& made_in_time)
+{
+    std::vector<std::string> problems;
+    if (ending.hung || (ending.exit_code != 0 && ending.exit_code != 1))
+        problems.push_back("it hung, or ended by signal " + std::to_string(ending.signal));
+    if (!site.start_again() || site.unfinished() != Site::unfinished_of_living())
+        problems.emplace_back("unfinished files are left");
+    const Snapshot now = site.items();
+    for (const auto& wrong : {wrong_files(request, now), wrong_elsewhere(change, request, now)})
+        problems.insert(problems.end(), wrong.begin(), wrong.end());
+    const auto found = now.find(made_in_time);
+    if (!made_in_time.empty() && (found == now.end() || found->second.content != mine))
+        problems.push_back(made_in_time + " of another program was overwritten");
+    return problems;
+}
+
+/// The path of the file that another program has made, relative to the root; empty for none.
+std::string file_made(const Change& change, const Site& site)
+{
+    for (const std::string& path : change.changed) {
+        std::ifstream file(site.root().appending(path).path(), std::ios::binary);
+        if (fs::is_regular_file(site.root().appending(path).path()) &&
+            std::string(std::istreambuf_iterator<char>(file), {}) == mine)
+            return path;
+    }
+    return {};
+}
+
+Trial try_change(const Change& change, const FaultCase& request, Site& site, long at)
+{
+    site.reset();
+    std::string made;
+    const Fault fault{.kind = Fault::Kind::pause, .at = at, .hook = [&] {
+                          change.make(site.root().path());
+                          made = file_made(change, site);
+                      }};
+    const Supervision ending = site.run(request.arguments, fault);
+    return {!ending.hit.empty(), ending.hit,
+            wrong_after_change(change, request, site, ending, made)};
+}
+
+} // namespace
+
+const std::vector<Change>& changes()
+{
+    const std::string source = "home/work/tree/big";
+    const std::string copy = "home/dest/tree";
+    static const std::vector<Change> all{
+        {"source_shrinks", "copy", shrink, {source, copy + "/big"}},
+        {"source_grows", "copy", grow, {source, copy + "/big"}},
+        {"source_vanishes", "copy", vanish, {source, copy + "/big"}},
+        {"source_becomes_a_fifo", "copy", become_fifo, {source, copy + "/big"}},
+        {"source_folder_becomes_a_link",
+         "copy",
+         swap_for_link("/home/work/tree/sub"),
+         {"home/work/tree/sub", copy + "/sub"}},
+        {"destination_appears", "copy", create("/home/dest/tree"), {copy}},
+        {"file_appears_in_the_copy", "copy", create("/home/dest/tree/big"), {copy + "/big"}},
+        {"file_appears_in_a_merge", "merge", create("/home/dest/tree/big"), {copy + "/big"}},
+        {"file_appears_after_a_replace", "replace", create("/home/dest/tree/big"), {copy + "/big"}},
+        {"copy_becomes_a_link", "copy", swap_for_link("/home/dest/tree"), {copy}},
+        {"folder_of_the_copy_becomes_a_link",
+         "copy",
+         swap_for_link("/home/dest/tree/sub"),
+         {copy + "/sub"}},
+        {"folder_of_a_merge_becomes_a_link",
+         "merge",
+         swap_for_link("/home/dest/tree/sub"),
+         {copy + "/sub"}},
+        {"folder_being_deleted_becomes_a_link",
+         "delete",
+         swap_for_link("/home/work/tree/sub"),
+         {"home/work/tree/sub"}},
+        {"folder_being_replaced_becomes_a_link",
+         "replace",
+         swap_for_link("/home/dest/tree/sub"),
+         {copy + "/sub"}},
+    };
+    return all;
+}
+
+Tally sweep(const Change& change, long step)
+{
+    const FaultCase& request = fault_case(change.request);
+    const auto make_trial = [&]() -> std::function<Trial(long)> {
+        return [&, site = std::make_shared<Site>(request.before)](long at) {
+            return try_change(change, request, *site, at);
+        };
+    };
+    return sweep(make_trial, step);
+}
+
+} // namespace orv::test
