@@ -105,11 +105,10 @@ std::vector<std::string> wrong_elsewhere(const Change& change, const FaultCase& 
 {
     FaultCase rest = request;
     const auto forget = [&](Snapshot& items) {
-        std::erase_if(items, [&](auto& entry) {
-            if (S_ISDIR(entry.second.type) && !entry.first.starts_with("outside"))
-                entry.second.time.reset();
-            return is_changed_by(change, entry.first);
-        });
+        std::erase_if(items, [&](const auto& entry) { return is_changed_by(change, entry.first); });
+        for (auto& [path, item] : items)
+            if (S_ISDIR(item.type) && !path.starts_with("outside"))
+                item.time.reset();
     };
     forget(rest.before.items);
     forget(rest.after.items);

@@ -99,6 +99,15 @@ Snapshot taken_place()
             {"sub/own", file("only here, too")}};
 }
 
+/// On file systems that lack more and more, files are built in other ways.
+FaultCase lacking(FaultCase request, const Lacking& what, const std::string& name)
+{
+    request.name += name;
+    request.lacking = what;
+    request.peers.clear();
+    return request;
+}
+
 FaultCase merge_case()
 {
     FaultCase request{.name = "merge",
@@ -180,8 +189,17 @@ FaultCase attributes_case()
 
 const std::vector<FaultCase>& fault_cases()
 {
-    static const std::vector<FaultCase> cases{copy_case(),        merge_case(),  replace_case(),
-                                              copy_across_case(), delete_case(), new_folder_case(),
+    constexpr Lacking some{.unnamed_files = true};
+    constexpr Lacking more{.unnamed_files = true, .renaming_without_replacing = true};
+    static const std::vector<FaultCase> cases{copy_case(),
+                                              lacking(copy_case(), some, " by renaming"),
+                                              lacking(copy_case(), more, " by linking"),
+                                              merge_case(),
+                                              replace_case(),
+                                              copy_across_case(),
+                                              lacking(copy_across_case(), some, " by renaming"),
+                                              delete_case(),
+                                              new_folder_case(),
                                               attributes_case()};
     return cases;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "faults/Scene.hpp"
+#include "support/Supervisor.hpp"
 
 #include <ostream>
 #include <string>
@@ -13,7 +14,8 @@ struct FaultCase {
     std::string name;
     std::vector<std::string> arguments; ///< of `orv`; items begin with "@"
     Scene before;
-    Scene after = {};          ///< when it is done
+    Scene after = {}; ///< when it is done
+    Lacking lacking = {};
     bool needs_volume = false; ///< "volume" has to be another one than the home
     std::vector<std::vector<std::string>> peers = {}; ///< other commands for the same
 };

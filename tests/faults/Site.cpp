@@ -95,7 +95,7 @@ Supervision Site::run(const std::vector<std::string>& arguments, const Fault& fa
     for (const std::string& argument : arguments)
         command.push_back(argument.starts_with('@') ? (root_ / argument.substr(1)).path()
                                                     : argument);
-    return supervise(command, root().path(), fault);
+    return supervise(command, root().path(), fault, lacking_);
 }
 
 bool Site::start_again() const

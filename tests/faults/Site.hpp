@@ -17,6 +17,9 @@ class Site {
 public:
     explicit Site(Scene scene);
 
+    /// From now on the file systems seem to lack something.
+    void lack(const Lacking& lacking) { lacking_ = lacking; }
+
     [[nodiscard]] const Url& root() const { return root_.url(); }
 
     /// Makes all as the scene has it. Another volume may be mounted at "volume"; it is emptied.
@@ -45,6 +48,7 @@ private:
 
     Scratch root_;
     Scene scene_;
+    Lacking lacking_;
     std::string database_; // the bytes of one that holds the scene's rows
     std::vector<FileDescriptor> owned_;
 };

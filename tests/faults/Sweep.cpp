@@ -20,6 +20,7 @@ struct SiteOfCase {
 
     explicit SiteOfCase(const FaultCase& request) : site(request.before)
     {
+        site.lack(request.lacking);
         if (request.needs_volume)
             volume.emplace(Mount::tmpfs(site.root().appending("volume")));
     }

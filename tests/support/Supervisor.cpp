@@ -27,8 +27,8 @@ int milliseconds_until(Clock::time_point end)
 class Listening {
 public:
     Listening(SupervisedProcess& process, const std::string& root, const Fault& fault,
-              Supervision& result)
-        : process_(process), root_(root), fault_(fault), result_(result)
+              const Lacking& lacking, Supervision& result)
+        : process_(process), root_(root), fault_(fault), lacking_(lacking), result_(result)
     {
     }
 
@@ -58,10 +58,30 @@ private:
         seccomp_notif_resp answer{};
         answer.id = call.id;
         answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
+        if (is_lacking(call))
+            refuse(answer, EINVAL);
+        else
+            count(call, answer);
+        ::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_SEND, &answer);
+    }
+
+    void count(const seccomp_notif& call, seccomp_notif_resp& answer)
+    {
         const std::string text = call_below(root_, call);
         if (!text.empty() && ++result_.calls == fault_.at)
             meet(text, answer);
-        ::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_SEND, &answer);
+    }
+
+    [[nodiscard]] bool is_lacking(const seccomp_notif& call) const
+    {
+        return (lacking_.unnamed_files && makes_unnamed_file(call)) ||
+               (lacking_.renaming_without_replacing && renames_without_replacing(call));
+    }
+
+    static void refuse(seccomp_notif_resp& answer, int code)
+    {
+        answer.flags = 0;
+        answer.error = -code;
     }
 
     void meet(const std::string& text, seccomp_notif_resp& answer)
@@ -74,8 +94,7 @@ private:
             process_.kill();
             break;
         case Fault::Kind::error:
-            answer.flags = 0;
-            answer.error = -fault_.code;
+            refuse(answer, fault_.code);
             break;
         case Fault::Kind::pause:
             fault_.hook();
@@ -86,17 +105,18 @@ private:
     SupervisedProcess& process_;
     const std::string& root_;
     const Fault& fault_;
+    const Lacking& lacking_;
     Supervision& result_;
 };
 
 } // namespace
 
 Supervision supervise(const std::vector<std::string>& command, const std::string& root,
-                      const Fault& fault)
+                      const Fault& fault, const Lacking& lacking)
 {
     Supervision result;
     SupervisedProcess process(command);
-    Listening(process, root, fault, result).run();
+    Listening(process, root, fault, lacking, result).run();
     const auto ending = process.wait();
     result.exit_code = ending.exit_code;
     result.signal = ending.signal;

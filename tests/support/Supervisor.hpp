@@ -21,6 +21,12 @@ struct Fault {
     std::function<void()> hook = {};
 };
 
+/// What the file systems seem to lack while a command is supervised, as older and foreign ones do.
+struct Lacking {
+    bool unnamed_files = false; ///< files that have no name until they are linked
+    bool renaming_without_replacing = false;
+};
+
 /// How a command ended that was supervised.
 struct Supervision {
     long calls = 0;
@@ -37,6 +43,7 @@ struct Supervision {
 ///
 /// Errors: `std::runtime_error` where the kernel lets no process be supervised.
 [[nodiscard]] Supervision supervise(const std::vector<std::string>& command,
-                                    const std::string& root, const Fault& fault = {});
+                                    const std::string& root, const Fault& fault = {},
+                                    const Lacking& lacking = {});
 
 } // namespace orv::test

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 
 #include <fcntl.h>
@@ -167,6 +168,16 @@ std::vector<sock_filter> filter_of_watched_calls()
     }
     filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
     return filter;
+}
+
+bool makes_unnamed_file(const seccomp_notif& call)
+{
+    return call.data.nr == SYS_openat && (call.data.args[2] & O_TMPFILE) == O_TMPFILE;
+}
+
+bool renames_without_replacing(const seccomp_notif& call)
+{
+    return call.data.nr == SYS_renameat2 && call.data.args[4] == RENAME_NOREPLACE;
 }
 
 std::string call_below(const std::string& root, const seccomp_notif& call)

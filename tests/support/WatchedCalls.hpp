@@ -12,6 +12,9 @@ namespace orv::test {
 /// a listener's answer.
 [[nodiscard]] std::vector<sock_filter> filter_of_watched_calls();
 
+[[nodiscard]] bool makes_unnamed_file(const seccomp_notif& call);
+[[nodiscard]] bool renames_without_replacing(const seccomp_notif& call);
+
 /// The call as a person reads it, such as "renameat2 /a/b /a/c", when it concerns a file below
 /// the folder `root`; else empty. The caller has to be held meanwhile.
 [[nodiscard]] std::string call_below(const std::string& root, const seccomp_notif& call);
