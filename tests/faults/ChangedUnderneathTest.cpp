@@ -1,5 +1,7 @@
 #include "faults/ChangedUnderneath.hpp"
 
+#include "faults/Thinned.hpp"
+
 #include <gtest/gtest.h>
 
 namespace orv::test {
@@ -9,7 +11,7 @@ class ChangedUnderneath : public testing::TestWithParam<Change> {};
 
 TEST_P(ChangedUnderneath, harms_nothing_at_any_call)
 {
-    const Tally tally = sweep(GetParam());
+    const Tally tally = sweep(GetParam(), step_of_sweeps());
     EXPECT_GT(tally.injected, 0);
     for (const std::string& problem : tally.problems)
         ADD_FAILURE() << problem;

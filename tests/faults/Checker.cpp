@@ -22,13 +22,16 @@ bool is_unfinished_name(const std::string& path)
     return name.starts_with('.') && name.ends_with(".orvresume") && name.size() == 47;
 }
 
+bool is_like(const ItemState& one, const ItemState& other, Strictness strictness)
+{
+    return strictness == Strictness::all ? one.alike(other) : one.same_content(other);
+}
+
 /// Whether the item is one that this request has finished. Folders are finished after their
 /// contents, links and FIFOs get their times after they were made.
 bool is_complete(const ItemState& item, const ItemState& wanted, Strictness strictness)
 {
-    if (strictness == Strictness::content || !S_ISREG(item.type))
-        return item.same_content(wanted);
-    return item.alike(wanted);
+    return is_like(item, wanted, S_ISREG(item.type) ? strictness : Strictness::content);
 }
 
 /// A problem with the item at `path`, or an empty text.
@@ -39,8 +42,10 @@ std::string wrong_item(const ItemState* before, const ItemState* after, const It
     if (!now)
         return is_to_stay ? "is lost" : "";
     if (is_to_stay)
-        return now->alike(*before) ? "" : "was to stay as it is, but is " + described(*now);
-    if (before && now->alike(*before))
+        return is_like(*now, *before, strictness)
+                   ? ""
+                   : "was to stay as it is, but is " + described(*now);
+    if (before && is_like(*now, *before, strictness))
         return "";
     if (before && S_ISDIR(now->type) && now->same_content(*before))
         return ""; // its contents are about to go
@@ -68,7 +73,7 @@ Problems differences(const Snapshot& wanted, const Snapshot& now, Strictness str
             problems.push_back(path + ": is too much: " + described(*have));
         else if (!have)
             problems.push_back(path + ": is missing");
-        else if (!(strictness == Strictness::all ? have->alike(*want) : have->same_content(*want)))
+        else if (!is_like(*have, *want, strictness))
             problems.push_back(path + ": is " + described(*have) + " instead of " +
                                described(*want));
     }

@@ -3,6 +3,7 @@
 #include "support/Scratch.hpp"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
@@ -31,6 +32,14 @@ Mount Mount::tmpfs(const Url& at, const std::string& options)
 Mount Mount::bound(const Url& folder, const Url& at)
 {
     check(::mount(folder.path().c_str(), at.path().c_str(), nullptr, MS_BIND, nullptr), at);
+    return Mount(at);
+}
+
+Mount Mount::image(const Url& file, const Url& at, const std::string& type)
+{
+    const std::string command = "mount -o loop -t " + type + " " + file.path() + " " + at.path();
+    if (std::system(command.c_str()) != 0)
+        throw std::runtime_error("no loop device could be mounted");
     return Mount(at);
 }
 

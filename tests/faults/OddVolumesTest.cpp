@@ -1,0 +1,141 @@
+#include "faults/Checker.hpp"
+#include "faults/Mount.hpp"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <ostream>
+
+#include <gtest/gtest.h>
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Mounts something in the site, with what it needs in the spare folder.
+using MakeVolume = std::function<Mount(const Url& root, const Url& spare)>;
+
+struct OddVolume {
+    std::string name;
+    MakeVolume mount;
+    int code = 0; ///< of the error that the copy ends with; 0 when it succeeds
+    std::string request = "copy to another volume";
+    Lacking lacking = {};
+};
+
+void PrintTo(const OddVolume& volume, std::ostream* to)
+{
+    *to << volume.name;
+}
+
+MakeVolume tmpfs_at(const std::string& place, const std::string& options)
+{
+    return
+        [=](const Url& root, const Url&) { return Mount::tmpfs(root.appending(place), options); };
+}
+
+Mount read_only_volume(const Url& root, const Url&)
+{
+    Mount mount = Mount::tmpfs(root.appending("volume"));
+    mount.make_read_only();
+    return mount;
+}
+
+Mount same_volume_again(const Url& root, const Url& spare)
+{
+    return Mount::bound(spare, root.appending("volume"));
+}
+
+/// Folders and files of the sample tree that any file system can hold.
+FaultCase plain_copy()
+{
+    FaultCase request = fault_case("copy to another volume");
+    request.arguments = {"cp", "@home/work/tree/sub", "@volume/sub"};
+    take_away(request.after.items, "volume/tree");
+    for (const auto& [path, item] : sample_tree())
+        if (is_at_or_below(path, "sub"))
+            request.after.items["volume/" + path] = item;
+    return request;
+}
+
+class OddVolumes : public testing::TestWithParam<OddVolume> {
+protected:
+    void SetUp() override
+    {
+        if (const auto obstacle = Mount::obstacle())
+            GTEST_SKIP() << *obstacle;
+    }
+
+    Scratch spare_;
+};
+
+TEST_P(OddVolumes, get_all_or_a_clear_error)
+{
+    const OddVolume& odd = GetParam();
+    const FaultCase& request = fault_case(odd.request);
+    Site site(request.before);
+    site.lack(odd.lacking);
+    const Mount volume = odd.mount(site.root(), spare_.url());
+    site.reset();
+    const Supervision ending = site.run(request.arguments);
+    EXPECT_EQ(ending.exit_code, odd.code == 0 ? 0 : 1) << ending.errors;
+    const Fault told{.kind = Fault::Kind::error, .code = odd.code};
+    for (const std::string& problem : wrong_after(request, site, told, ending))
+        ADD_FAILURE() << problem;
+}
+
+const OddVolume odd_volumes[] = {
+    {"full", tmpfs_at("volume", "size=128k"), ENOSPC},
+    {"full_without_unnamed_files",
+     tmpfs_at("volume", "size=128k"),
+     ENOSPC,
+     "copy to another volume by renaming",
+     {.unnamed_files = true}},
+    {"full_home", tmpfs_at("home", "size=800k"), ENOSPC, "copy"},
+    {"without_free_inodes", tmpfs_at("volume", "nr_inodes=6"), ENOSPC},
+    {"read_only", read_only_volume, EROFS},
+    {"same_volume_again", same_volume_again},
+    {"same_volume_again_without_unnamed_files",
+     same_volume_again,
+     0,
+     "copy to another volume",
+     {.unnamed_files = true}},
+    {"same_volume_again_without_renaming",
+     same_volume_again,
+     0,
+     "copy to another volume",
+     {.unnamed_files = true, .renaming_without_replacing = true}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Volumes, OddVolumes, testing::ValuesIn(odd_volumes),
+                         [](const auto& volume) { return volume.param.name; });
+
+/// A volume that has neither links nor permissions nor extended attributes, and coarse times.
+class PoorVolume : public OddVolumes {};
+
+TEST_F(PoorVolume, gets_the_content)
+{
+    const Url image = spare_ / "image";
+    const std::string make = "mkfs.vfat -C " + image.path() + " 4096 >/dev/null 2>&1";
+    if (std::system(make.c_str()) != 0)
+        GTEST_SKIP() << "mkfs.vfat is not installed";
+    const FaultCase request = plain_copy();
+    Site site(request.before);
+    std::optional<Mount> volume;
+    try {
+        volume.emplace(Mount::image(image, site.root().appending("volume"), "vfat"));
+    } catch (const std::runtime_error& error) {
+        GTEST_SKIP() << error.what();
+    }
+    site.reset();
+    const Supervision ending = site.run(request.arguments);
+    EXPECT_EQ(ending.exit_code, 0) << ending.errors;
+    EXPECT_EQ(wrong_items(request, site.items(), Strictness::content), std::vector<std::string>());
+    EXPECT_EQ(site.items().at("volume/sub/c.bin").content, pattern(70'000));
+}
+
+} // namespace
+} // namespace orv::test

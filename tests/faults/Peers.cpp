@@ -1,0 +1,46 @@
+#include "faults/Peers.hpp"
+
+#include "faults/Checker.hpp"
+#include "support/Supervisor.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace orv::test {
+namespace {
+
+std::vector<std::string> below(const Url& root, const std::vector<std::string>& command)
+{
+    std::vector<std::string> arguments;
+    for (const std::string& argument : command)
+        arguments.push_back(argument.starts_with('@') ? root.appending(argument.substr(1)).path()
+                                                      : argument);
+    return arguments;
+}
+
+bool is_hidden(const std::string& path)
+{
+    return path.compare(path.rfind('/') + 1, 1, ".") == 0;
+}
+
+} // namespace
+
+Tally sweep_peer(const FaultCase& request, const std::vector<std::string>& command)
+{
+    const auto make_trial = [&]() -> std::function<Trial(long)> {
+        return [&, site = std::make_shared<Site>(request.before)](long at) {
+            site->reset();
+            const Supervision ending = supervise(below(site->root(), command), site->root().path(),
+                                                 {.kind = Fault::Kind::kill, .at = at});
+            Snapshot items = site->items();
+            std::erase_if(items, [&](const auto& entry) {
+                return is_hidden(entry.first) && !request.before.items.contains(entry.first);
+            });
+            return Trial{!ending.hit.empty(), ending.hit,
+                         wrong_items(request, items, Strictness::content)};
+        };
+    };
+    return sweep(make_trial);
+}
+
+} // namespace orv::test

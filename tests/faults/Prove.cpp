@@ -1,0 +1,96 @@
+/// Injects faults into requests and into other commands that do the same, and prints what was lost.
+
+#include "faults/ChangedUnderneath.hpp"
+#include "faults/Mount.hpp"
+#include "faults/Peers.hpp"
+#include "faults/Sweep.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+
+namespace {
+
+using namespace orv::test;
+
+void print_row(const std::string& family, const Tally& tally)
+{
+    std::printf("%-56s %8ld %10ld %6ld\n", family.c_str(), tally.injected, tally.survived(),
+                tally.lost);
+    std::fflush(stdout);
+}
+
+void print_problems(const Tally& tally)
+{
+    for (const std::string& problem : tally.problems)
+        std::printf("    %s\n", problem.c_str());
+}
+
+Tally prove_request(const FaultCase& request)
+{
+    const Tally killed = sweep(request, Fault::Kind::kill, 0);
+    print_row(request.name + ": killed before a call", killed);
+    Tally failed;
+    for (const int code : {ENOSPC, EIO, EACCES})
+        failed += sweep(request, Fault::Kind::error, code);
+    print_row(request.name + ": a call fails", failed);
+    Tally both = killed;
+    both += failed;
+    print_problems(both);
+    return both;
+}
+
+Tally prove_requests()
+{
+    Tally all;
+    const auto obstacle = Mount::obstacle();
+    for (const FaultCase& request : fault_cases()) {
+        if (request.needs_volume && obstacle)
+            std::printf("%s: left out, since %s\n", request.name.c_str(), obstacle->c_str());
+        else
+            all += prove_request(request);
+    }
+    return all;
+}
+
+Tally prove_changes()
+{
+    Tally all;
+    for (const Change& change : changes())
+        all += sweep(change);
+    print_row("changed underneath while a call waits", all);
+    print_problems(all);
+    return all;
+}
+
+bool is_installed(const std::string& program)
+{
+    return std::filesystem::exists("/usr/bin/" + program) ||
+           std::filesystem::exists("/bin/" + program);
+}
+
+void show_peers()
+{
+    std::printf("\nOther commands, killed before a call\n");
+    for (const FaultCase& request : fault_cases())
+        for (const auto& command : request.peers)
+            if (is_installed(command.front()))
+                print_row(request.name + ": " + command[0] + " " + command[1],
+                          sweep_peer(request, command));
+}
+
+} // namespace
+
+int main()
+try {
+    std::printf("%-56s %8s %10s %6s\n", "orv", "faults", "survived", "lost");
+    Tally all = prove_requests();
+    all += prove_changes();
+    print_row("all", all);
+    show_peers();
+    return all.lost == 0 ? 0 : 1;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "prove: %s\n", error.what());
+    return 2;
+}
