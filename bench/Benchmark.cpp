@@ -1,0 +1,132 @@
+#include "Benchmark.hpp"
+
+#include <fmt/format.h>
+
+namespace orv::bench {
+namespace {
+
+using Kind = Benchmark::Kind;
+
+const Tool orv_cp{"orv cp", "", {"{orv}", "--quiet", "cp", "{source}", "{destination}"}};
+const Tool cp_r{"cp -r", "cp", {"cp", "-r", "{source}", "{destination}"}};
+const Tool cp_a{"cp -a", "cp", {"cp", "-a", "{source}", "{destination}"}};
+
+Tool by_shell(std::string name, std::string program, std::string script)
+{
+    return {std::move(name),
+            std::move(program),
+            {"sh", "-c", std::move(script), "sh", "{source}", "{destination}"}};
+}
+
+Benchmark small_tree(const Sizes& sizes)
+{
+    return {
+        "small-tree",
+        fmt::format("Copy {} files of {} bytes in {} folders",
+                    sizes.small_folders * sizes.files_per_small_folder, sizes.small_file_bytes,
+                    sizes.small_folders),
+        Kind::copy,
+        &Data::small_tree,
+        {orv_cp,
+         cp_r,
+         cp_a,
+         {"rsync -a", "rsync", {"rsync", "-a", "{source}/", "{destination}"}},
+         by_shell("tar | tar", "tar", R"(mkdir "$2" && tar -C "$1" -cf - . | tar -C "$2" -xf -)")},
+        {{"cp -r", 0.9}, {"tar | tar", 1.0}}};
+}
+
+Benchmark big_file(const Sizes& sizes)
+{
+    return {"big-file",
+            fmt::format("Copy a file of {} MiB", sizes.big_file_bytes >> 20),
+            Kind::copy,
+            &Data::big_file,
+            {orv_cp,
+             {"cp", "cp", {"cp", "{source}", "{destination}"}},
+             {"rsync -a", "rsync", {"rsync", "-a", "{source}", "{destination}"}},
+             {"gio copy", "gio", {"gio", "copy", "{source}", "{destination}"}}},
+            {{"cp", 1.05}}};
+}
+
+Benchmark sparse_file(const Sizes& sizes)
+{
+    return {"sparse-file",
+            fmt::format("Copy a sparse file of {} MiB", sizes.big_file_bytes >> 20),
+            Kind::copy,
+            &Data::sparse_file,
+            {orv_cp,
+             {"cp", "cp", {"cp", "{source}", "{destination}"}},
+             {"rsync -aS", "rsync", {"rsync", "-aS", "{source}", "{destination}"}},
+             {"gio copy", "gio", {"gio", "copy", "{source}", "{destination}"}}},
+            {{"cp", 1.05}}};
+}
+
+Benchmark listing(std::string name, std::string title, const std::string& (Data::*source)())
+{
+    return {std::move(name),
+            std::move(title),
+            Kind::read,
+            source,
+            {{"orv ls", "", {"{orv}", "ls", "-r", "-a", "--long", "--sort", "name", "{source}"}},
+             by_shell(
+                 "find | sort", "find",
+                 R"(find "$1" -mindepth 1 -printf '%f\t%M\t%s\t%TY-%Tm-%Td %TH:%TM\t%P\n' | sort)"),
+             {"ls -lR", "ls", {"ls", "-lAR", "{source}"}}},
+            {{"find | sort", 0.8}}};
+}
+
+Benchmark folder_size(std::string name, std::string title, const std::string& (Data::*source)())
+{
+    return {std::move(name),
+            std::move(title),
+            Kind::read,
+            source,
+            {{"orv du", "", {"{orv}", "du", "{source}"}},
+             {"du -s", "du", {"du", "-s", "--apparent-size", "{source}"}}},
+            {{"du -s", 1.0}}};
+}
+
+Benchmark removal(const Sizes& sizes)
+{
+    return {"delete",
+            fmt::format("Delete {} files in {} folders",
+                        sizes.small_folders * sizes.files_per_small_folder, sizes.small_folders),
+            Kind::remove,
+            &Data::small_tree,
+            {{"orv rm", "", {"{orv}", "--quiet", "rm", "{destination}"}},
+             {"rm -rf", "rm", {"rm", "-rf", "{destination}"}}},
+            {{"rm -rf", 1.0}}};
+}
+
+Benchmark start()
+{
+    return {"start",
+            "Start and end",
+            Kind::read,
+            nullptr,
+            {{"orv --version", "", {"{orv}", "--version"}},
+             {"cp --version", "cp", {"cp", "--version"}}},
+            {{"", 0.010}}};
+}
+
+} // namespace
+
+std::vector<Benchmark> benchmarks(const Sizes& sizes)
+{
+    const int deep_entries =
+        sizes.deep_chains * sizes.folders_per_chain * (sizes.files_per_deep_folder + 1);
+    const std::string wide = fmt::format("{} entries in one folder", sizes.wide_files);
+    const std::string deep =
+        fmt::format("{} entries, {} folders deep", deep_entries, sizes.folders_per_chain);
+    return {start(),
+            listing("list-wide", "List by name: " + wide, &Data::wide_folder),
+            listing("list-deep", "List by name: " + deep, &Data::deep_tree),
+            folder_size("size-wide", "Size of " + wide, &Data::wide_folder),
+            folder_size("size-deep", "Size of " + deep, &Data::deep_tree),
+            small_tree(sizes),
+            big_file(sizes),
+            sparse_file(sizes),
+            removal(sizes)};
+}
+
+} // namespace orv::bench

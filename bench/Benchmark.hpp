@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Data.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orv::bench {
+
+/// One way to do a task.
+struct Tool {
+    std::string name;
+    std::string program; ///< what must be installed for it
+    /// The words of the command. "{orv}", "{source}" and "{destination}" stand for the paths.
+    std::vector<std::string> command;
+};
+
+/// What the first tool of a task should reach.
+struct Bar {
+    std::string peer; ///< the tool that it is measured by; empty: `most` are seconds
+    double most = 1;  ///< of the peer's time
+};
+
+/// A task, and the tools that do it; ours comes first.
+struct Benchmark {
+    /// What a run does to the disk.
+    enum class Kind {
+        read,   ///< nothing
+        copy,   ///< puts a copy of the source at "{destination}"
+        remove, ///< removes a copy of the source, which is made up front, at "{destination}"
+    };
+
+    std::string name; ///< as `--only` takes it
+    std::string title;
+    Kind kind = Kind::read;
+    const std::string& (Data::*source)() = nullptr;
+    std::vector<Tool> tools;
+    std::vector<Bar> bars = {};
+};
+
+/// All tasks, in the order in which they are to be measured: those that remove many files slow down
+/// what creates files after them.
+[[nodiscard]] std::vector<Benchmark> benchmarks(const Sizes& sizes);
+
+} // namespace orv::bench

@@ -1,0 +1,113 @@
+#include "Data.hpp"
+
+#include "Files.hpp"
+
+#include <fmt/format.h>
+
+namespace orv::bench {
+namespace {
+
+constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
+
+/// The name of the `number`th file, such as "Report 9e3779b1.pdf": neighbours in the order of
+/// creation are none in the order of names.
+std::string file_name(int number)
+{
+    static constexpr const char* words[] = {"Report", "photo", "Notes", "invoice", "übersicht"};
+    static constexpr const char* extensions[] = {"pdf", "JPG", "txt", "jpg", "tar.gz"};
+    const std::uint32_t mixed = static_cast<std::uint32_t>(number) * 2654435761U;
+    return fmt::format("{} {:08x}.{}", words[mixed % 5], mixed, extensions[mixed / 5 % 5]);
+}
+
+/// Makes `count` files without content in the folder at `path`, each of a size of its own.
+void fill_with_names(const std::string& path, int count)
+{
+    const FileDescriptor folder = make_folder(path);
+    for (int i = 0; i < count; ++i)
+        make_sparse_file(folder.get(), file_name(i), i % 10'000);
+}
+
+} // namespace
+
+Sizes Sizes::quick()
+{
+    Sizes sizes;
+    sizes.small_folders = 20;
+    sizes.big_file_bytes = 16 * mebibyte;
+    sizes.wide_files = 1000;
+    sizes.deep_chains = 2;
+    sizes.folders_per_chain = 10;
+    return sizes;
+}
+
+std::string Data::path_of(const char* name) const
+{
+    return folder_ + "/" + name;
+}
+
+const std::string& Data::small_tree()
+{
+    if (!small_tree_.empty())
+        return small_tree_;
+    small_tree_ = path_of("small tree");
+    make_folder(small_tree_).reset();
+    RandomBytes bytes(static_cast<std::size_t>(sizes_.small_file_bytes));
+    for (int i = 0; i < sizes_.small_folders; ++i) {
+        const FileDescriptor folder = make_folder(fmt::format("{}/folder {}", small_tree_, i));
+        for (int j = 0; j < sizes_.files_per_small_folder; ++j)
+            write_all(make_file(folder.get(), file_name(j)).get(), bytes.next());
+    }
+    return small_tree_;
+}
+
+const std::string& Data::big_file()
+{
+    if (!big_file_.empty())
+        return big_file_;
+    big_file_ = path_of("big file.bin");
+    RandomBytes bytes(mebibyte);
+    const FileDescriptor file = make_file(AT_FDCWD, big_file_);
+    for (std::int64_t done = 0; done < sizes_.big_file_bytes; done += mebibyte)
+        write_all(file.get(), bytes.next());
+    return big_file_;
+}
+
+const std::string& Data::sparse_file()
+{
+    if (!sparse_file_.empty())
+        return sparse_file_;
+    sparse_file_ = path_of("sparse file.bin");
+    make_sparse_file(AT_FDCWD, sparse_file_, sizes_.big_file_bytes);
+    const FileDescriptor file(::open(sparse_file_.c_str(), O_WRONLY | O_CLOEXEC));
+    RandomBytes bytes(65'536);
+    for (std::int64_t at = 0; at < sizes_.big_file_bytes; at += sizes_.big_file_bytes / 16)
+        write_all_at(file.get(), bytes.next(), at);
+    return sparse_file_;
+}
+
+const std::string& Data::wide_folder()
+{
+    if (!wide_folder_.empty())
+        return wide_folder_;
+    wide_folder_ = path_of("wide folder");
+    fill_with_names(wide_folder_, sizes_.wide_files);
+    return wide_folder_;
+}
+
+const std::string& Data::deep_tree()
+{
+    if (!deep_tree_.empty())
+        return deep_tree_;
+    deep_tree_ = path_of("deep tree");
+    make_folder(deep_tree_).reset();
+    for (int chain = 0; chain < sizes_.deep_chains; ++chain) {
+        std::string path = fmt::format("{}/chain {}", deep_tree_, chain);
+        for (int i = 0; i < sizes_.folders_per_chain; ++i) {
+            fill_with_names(path, sizes_.files_per_deep_folder);
+            path += "/folder";
+        }
+    }
+    return deep_tree_;
+}
+
+} // namespace orv::bench

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orv::bench {
+
+/// How much is measured on.
+struct Sizes {
+    int small_folders = 1000;
+    int files_per_small_folder = 20;
+    int small_file_bytes = 4096;
+    std::int64_t big_file_bytes = std::int64_t{1} << 30;
+    int wide_files = 100'000;
+    int deep_chains = 100;
+    int folders_per_chain = 50;
+    int files_per_deep_folder = 19;
+
+    /// Little enough for a test of the program itself.
+    static Sizes quick();
+};
+
+/// The files that the tools work on, below one folder. Each is made when it is first asked for, by
+/// fixed rules, so that it is the same in every run; all functions return its path.
+class Data {
+public:
+    /// `folder` must exist and be empty.
+    Data(std::string folder, const Sizes& sizes) : folder_(std::move(folder)), sizes_(sizes) {}
+
+    /// Many small files of random content in many folders.
+    const std::string& small_tree();
+    /// One large file of random content.
+    const std::string& big_file();
+    /// A file of the same size of which nearly all is holes.
+    const std::string& sparse_file();
+    /// One folder with many files, of various sizes without content.
+    const std::string& wide_folder();
+    /// As many entries in chains of folders, one inside the other.
+    const std::string& deep_tree();
+
+    [[nodiscard]] const Sizes& sizes() const { return sizes_; }
+
+private:
+    [[nodiscard]] std::string path_of(const char* name) const;
+
+    std::string folder_;
+    Sizes sizes_;
+    std::string small_tree_, big_file_, sparse_file_, wide_folder_, deep_tree_;
+};
+
+} // namespace orv::bench

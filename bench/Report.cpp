@@ -1,0 +1,94 @@
+#include "Report.hpp"
+
+#include <cstdlib>
+#include <string_view>
+#include <thread>
+
+#include <fmt/format.h>
+
+namespace orv::bench {
+namespace {
+
+/// The parts of a line of the table.
+struct Line {
+    std::string tool, median, spread, cpu, memory, ratio, bar;
+};
+
+constexpr std::string_view markdown_line = "| {} | {} | {} | {} | {} | {} | {} |\n";
+constexpr std::string_view text_line = "  {:15} {:>10}  {:>21}  {:>9}  {:>9}  {:>6}  {}\n";
+
+std::string duration(double seconds)
+{
+    if (seconds < 0.1)
+        return fmt::format("{:.2f} ms", seconds * 1e3);
+    return fmt::format("{:.3f} s", seconds);
+}
+
+std::string_view verdict(bool met)
+{
+    return met ? "met" : "missed";
+}
+
+/// What is said of the bar that `row` is the peer of; `ours` is the first tool's row.
+std::string bar_text(const Benchmark& benchmark, const Row& ours, const Row& row)
+{
+    for (const Bar& bar : benchmark.bars) {
+        if (bar.peer.empty() && &row == &ours)
+            return fmt::format("at most {}: {}", duration(bar.most),
+                               verdict(ours.figures->median <= bar.most));
+        if (bar.peer == row.tool)
+            return fmt::format("at most {:.2f}: {}", bar.most,
+                               verdict(ours.figures->median <= bar.most * row.figures->median));
+    }
+    return "";
+}
+
+Line line_of(const Benchmark& benchmark, const Row& ours, const Row& row)
+{
+    if (!row.figures)
+        return {row.tool, "not installed", "", "", "", "", ""};
+    const Summary& figures = *row.figures;
+    const bool is_ours = &row == &ours;
+    return {row.tool,
+            duration(figures.median),
+            duration(figures.min) + " to " + duration(figures.max),
+            duration(figures.median_cpu),
+            fmt::format("{:.1f} MB", static_cast<double>(figures.peak_bytes) / 1e6),
+            is_ours ? "" : fmt::format("{:.2f}", ours.figures->median / figures.median),
+            bar_text(benchmark, ours, row)};
+}
+
+std::string text_of(const Line& line, std::string_view format)
+{
+    return fmt::format(fmt::runtime(format), line.tool, line.median, line.spread, line.cpu,
+                       line.memory, line.ratio, line.bar);
+}
+
+} // namespace
+
+std::string heading(const Bench& bench, bool markdown)
+{
+    double load = 0;
+    ::getloadavg(&load, 1);
+    const std::string text =
+        fmt::format("Medians of {} runs on {} cores (load at the start: {:.1f}): time, smallest to "
+                    "largest time, processor time, largest memory. The ratio is orv's time as a "
+                    "part of the tool's.\n",
+                    bench.runs, std::thread::hardware_concurrency(), load);
+    if (!markdown)
+        return text;
+    return text + "\n| | time | smallest to largest | processor | memory | ratio | bar |\n"
+                  "|---|---:|---:|---:|---:|---:|---|\n";
+}
+
+std::string report(const Benchmark& benchmark, const std::vector<Row>& rows, bool markdown)
+{
+    std::string text =
+        markdown ? "| **" + benchmark.title + "** | | | | | | |\n" : "\n" + benchmark.title + "\n";
+    for (const Row& row : rows)
+        text +=
+            text_of(line_of(benchmark, rows.front(), row), markdown ? markdown_line : text_line);
+    return text;
+}
+
+} // namespace orv::bench
