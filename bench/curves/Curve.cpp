@@ -1,0 +1,177 @@
+#include "curves/Curve.hpp"
+
+#include "CustomAttributes/RecCustomAttr.hpp"
+#include "Database/DBManager.hpp"
+#include "Files.hpp"
+#include "utility/StopWatch.hpp"
+
+#include <orv/orv.hpp>
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace orv::bench {
+namespace {
+
+constexpr int files_per_folder = 1000;
+constexpr int rows_per_folder = 10;
+
+/// Makes the engine of a child process, which keeps its own database and files in `folder`.
+OrvFileManager& engine(const std::string& folder)
+{
+    Locations locations;
+    locations.home_dir = folder;
+    locations.app_support_dir = folder + "/support";
+    locations.temp_dir = folder + "/tmp";
+    OrvFileManager::configure(locations);
+    return OrvFileManager::singleton();
+}
+
+/// Starts a request with `start`, which is given the closure to pass on, waits for its end, and
+/// returns the seconds from one to the other.
+template <class Operation, class Start>
+double seconds_of(Start start)
+{
+    const StopWatch watch;
+    bool failed = false;
+    const auto operation = start([&](const typename Operation::Status& status) {
+        failed = failed || std::holds_alternative<status::error>(status);
+    });
+    MainQueue::instance().run_until([&] { return !operation->is_busy(); });
+    if (failed)
+        throw Error("The request failed.");
+    return watch.elapsed_time();
+}
+
+void make_files(const std::string& path, int first, int count)
+{
+    const FileDescriptor folder = make_folder(path);
+    for (int i = first; i < first + count; ++i)
+        make_file(folder.get(),
+                  fmt::format("File {:08x}.txt", 2654435761U * static_cast<unsigned>(i)))
+            .reset();
+}
+
+void make_wide_folder(const std::string& folder, int count)
+{
+    make_files(folder + "/source", 0, count);
+}
+
+void make_tree(const std::string& folder, int count)
+{
+    make_folder(folder + "/source").reset();
+    for (int first = 0; first < count; first += files_per_folder)
+        make_files(fmt::format("{}/source/{}", folder, first), first,
+                   std::min(files_per_folder, count - first));
+}
+
+double list(const std::string& folder, int)
+{
+    auto& manager = engine(folder);
+    return seconds_of<FetchItemsOperation>([&](auto closure) {
+        return manager.fetch_items(folder + "/source", true, SortType::by_name(SortOrder::asc),
+                                   true, closure);
+    });
+}
+
+double measure_size(const std::string& folder, int)
+{
+    auto& manager = engine(folder);
+    return seconds_of<FolderSizeOperation>(
+        [&](auto closure) { return manager.calculate_folder_size(folder + "/source", closure); });
+}
+
+double copy(const std::string& folder, int)
+{
+    auto& manager = engine(folder);
+    return seconds_of<CopyOperation>(
+        [&](auto closure) { return manager.copy(folder + "/source", folder + "/copy", closure); });
+}
+
+double remove(const std::string& folder, int)
+{
+    auto& manager = engine(folder);
+    return seconds_of<DeleteOperation>(
+        [&](auto closure) { return manager.delete_item(folder + "/source", closure); });
+}
+
+RecordKey folder_key(int number)
+{
+    return RecordKey(fmt::format("Documents/folder {}", number));
+}
+
+/// Fills the table with rows of items in small folders.
+void make_rows(const std::string& folder, int count)
+{
+    const auto fill = [&] {
+        engine(folder);
+        Database& database = shared_db_manager().db();
+        database.save_point([&] {
+            for (int i = 0; i < count; ++i)
+                database.execute(
+                    "INSERT INTO custom_attributes (relative_path, is_protected) VALUES (?, 1)",
+                    {fmt::format("{}/item {}", folder_key(i / rows_per_folder).text(), i)});
+        });
+        return 0.0;
+    };
+    run_in_child(fill);
+}
+
+/// Has one folder's rows follow it to another place, as a move does.
+double move_rows(const std::string& folder, int count)
+{
+    constexpr int moves = 100;
+    engine(folder);
+    const int folders = std::max(count / rows_per_folder, 1);
+    const RecordKey other("Documents/another place");
+    const auto move = [](const RecordKey& from, const RecordKey& to) {
+        shared_db_manager().db().save_point([&] {
+            RecCustomAttr::duplicate_records(from, to);
+            RecCustomAttr::finish_move(from, to);
+        });
+    };
+    const StopWatch watch;
+    for (int i = 0; i < moves; ++i) {
+        const RecordKey home = folder_key(folders * i / moves);
+        move(home, other);
+        move(other, home);
+    }
+    return watch.elapsed_time() / (2 * moves);
+}
+
+/// Asks whether anything is stored below a folder, as every copy does.
+double find_rows(const std::string& folder, int count)
+{
+    constexpr int questions = 1000;
+    engine(folder);
+    const int folders = std::max(count / rows_per_folder, 1);
+    const StopWatch watch;
+    for (int i = 0; i < questions; ++i)
+        if (RecCustomAttr::any_records_below(folder_key(i % folders)) != (count > 0))
+            throw Error("The rows are not found.");
+    return watch.elapsed_time() / questions;
+}
+
+} // namespace
+
+std::vector<Curve> curves()
+{
+    return {{"listing", "List one folder, sorted by name", make_wide_folder, list},
+            {"size", "Size of a folder", make_wide_folder, measure_size},
+            {"copy", "Copy empty files in folders of 1000", make_tree, copy},
+            {"delete", "Delete empty files in folders of 1000", make_tree, remove},
+            {"find-rows", "Ask for rows below one folder", make_rows, find_rows, true},
+            {"move-rows", "Move the ten rows below one folder", make_rows, move_rows, true}};
+}
+
+Usage run_at(const Curve& curve, int count, const std::string& folder)
+{
+    const std::string place = fmt::format("{}/{} {}", folder, curve.name, count);
+    make_folder(place).reset();
+    curve.prepare(place, count);
+    settle(place);
+    return run_in_child([&] { return curve.measure(place, count); });
+}
+
+} // namespace orv::bench
