@@ -70,7 +70,7 @@ Benchmark listing(std::string name, std::string title, const std::string& (Data:
             {{"orv ls", "", {"{orv}", "ls", "-r", "-a", "--long", "--sort", "name", "{source}"}},
              by_shell(
                  "find | sort", "find",
-                 R"(find "$1" -mindepth 1 -printf '%f\t%M\t%s\t%TY-%Tm-%Td %TH:%TM\t%P\n' | sort)"),
+                 R"(find "$1" -mindepth 1 -printf '%f\t%M\t%s\t%T+\t%P\n' | sort)"),
              {"ls -lR", "ls", {"ls", "-lAR", "{source}"}}},
             {{"find | sort", 0.8}}};
 }
