@@ -1,8 +1,8 @@
 #include "app/Command.hpp"
 #include "app/Pseudoterminal.hpp"
 
-#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <thread>
 
 #include <signal.h>
@@ -10,6 +10,8 @@
 
 namespace orv::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 /// Keeps every other process from writing to a database.
 class DatabaseLock {
@@ -30,25 +32,25 @@ private:
 
 TEST_F(CommandTest, StopsACopyBetweenWholeFiles)
 {
-    constexpr std::size_t count = 3000;
-    const std::string content(8192, 'x');
-    for (std::size_t i = 0; i < count; ++i)
-        write_file(at("s/" + std::to_string(i)), content);
+    // Many names of one file: a copy of each takes its time, the names themselves take none.
+    constexpr int count = 800;
+    const std::string content(1U << 20, 'x');
+    write_file(at("s/0"), content);
+    for (int i = 1; i < count; ++i)
+        fs::create_hard_link(at("s/0"), at("s/" + std::to_string(i)));
 
     const pid_t process = start({"cp", "s", "t"});
-    while (!std::filesystem::exists(at("t")))
+    while (!fs::exists(at("t")))
         std::this_thread::yield();
     ::kill(process, SIGINT);
     const Outcome outcome = finish(process);
 
     EXPECT_EQ(outcome.exit_code, 130);
     EXPECT_EQ(outcome.out + outcome.err, "");
-    EXPECT_EQ(tree(at("s")).size(), count);
-    const Words copied = tree(at("t"));
-    EXPECT_LT(copied.size(), count);
-    EXPECT_TRUE(std::all_of(copied.begin(), copied.end(), [&](const std::string& entry) {
-        return entry.ends_with("=" + content);
-    }));
+    EXPECT_EQ(std::distance(fs::directory_iterator(at("s")), {}), count);
+    EXPECT_LT(std::distance(fs::directory_iterator(at("t")), {}), count);
+    for (const auto& copied : fs::directory_iterator(at("t")))
+        EXPECT_TRUE(read_file(copied.path()) == content) << copied.path();
     EXPECT_EQ(temporaries(), Words{});
 }
 
