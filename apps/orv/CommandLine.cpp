@@ -4,6 +4,7 @@
 #include <charconv>
 #include <functional>
 #include <map>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
@@ -288,7 +289,7 @@ private:
         const CLI::App& app = parsed_app();
         std::string name = app.get_name();
         for (const CLI::App* above = app.get_parent(); above; above = above->get_parent())
-            name = above->get_name() + " " + name;
+            name.insert(0, above->get_name() + " ");
         return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
     }
 
@@ -310,10 +311,10 @@ private:
 
 /// The parser reads an argument in brackets as a list, and "++" as the end of a command; as paths,
 /// they mean the same with "./" before them.
-std::string literal(std::string argument)
+std::string literal(std::string_view argument)
 {
     const bool is_list = argument.starts_with('[') && argument.ends_with(']');
-    return is_list || argument == "++" ? "./" + argument : argument;
+    return std::string(is_list || argument == "++" ? "./" : "").append(argument);
 }
 
 } // namespace

@@ -95,14 +95,17 @@ int tell(const Reply& reply)
     return code == done ? reply.exit_code : code;
 }
 
+int answer(int argc, const char* const* argv)
+{
+    return match(
+        parse_command_line(argc, argv), [](const Reply& reply) { return tell(reply); },
+        [](const Invocation& invocation) { return carry_out(invocation); });
+}
+
 } // namespace
 } // namespace orv::app
 
 int main(int argc, char** argv)
 {
-    using namespace orv::app;
-    const auto parsed = parse_command_line(argc, argv);
-    return orv::match(
-        parsed, [](const Reply& reply) { return tell(reply); },
-        [](const Invocation& invocation) { return carry_out(invocation); });
+    return orv::app::answer(argc, argv);
 }
