@@ -1,6 +1,7 @@
 #include "faults/ChangedUnderneath.hpp"
 
 #include "faults/Checker.hpp"
+#include "support/Tree.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -54,6 +55,14 @@ std::function<void(const std::string&)> create(const std::string& place)
         (void)!::write(file, mine.data(), mine.size());
         ::close(file);
     };
+}
+
+/// The same in the folder that takes the place of a replaced one, which has another mode.
+void create_after_replace(const std::string& root)
+{
+    const fs::path folder = root + "/home/dest/tree";
+    if (fs::exists(folder) && fs::status(folder).permissions() == fs::perms::owner_all)
+        create("/home/dest/tree/big")(root);
 }
 
 /// Moves the folder `place` away and puts a link to the outside in its place.
@@ -138,9 +147,8 @@ std::vector<std::string> wrong_after_change(const Change& change, const FaultCas
 std::string file_made(const Change& change, const Site& site)
 {
     for (const std::string& path : change.changed) {
-        std::ifstream file(site.root().appending(path).path(), std::ios::binary);
-        if (fs::is_regular_file(site.root().appending(path).path()) &&
-            std::string(std::istreambuf_iterator<char>(file), {}) == mine)
+        const Url url = site.root().appending(path);
+        if (fs::is_regular_file(fs::symlink_status(url)) && read_file(url) == mine)
             return path;
     }
     return {};
@@ -177,7 +185,7 @@ const std::vector<Change>& changes()
         {"destination_appears", "copy", create("/home/dest/tree"), {copy}},
         {"file_appears_in_the_copy", "copy", create("/home/dest/tree/big"), {copy + "/big"}},
         {"file_appears_in_a_merge", "merge", create("/home/dest/tree/big"), {copy + "/big"}},
-        {"file_appears_after_a_replace", "replace", create("/home/dest/tree/big"), {copy + "/big"}},
+        {"file_appears_after_a_replace", "replace", create_after_replace, {copy + "/big"}},
         {"copy_becomes_a_link", "copy", swap_for_link("/home/dest/tree"), {copy}},
         {"folder_of_the_copy_becomes_a_link",
          "copy",

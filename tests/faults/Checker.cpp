@@ -171,7 +171,7 @@ private:
         const bool is_one_line = text.find('\n') == text.size() - 1;
         const bool has_path = text.find(site_.root().path()) != std::string::npos;
         const bool has_reason = text.find(std::strerror(fault_.code)) != std::string::npos ||
-                                text.find("(") != std::string::npos;
+                                text.find("database") != std::string::npos;
         if (!is_one_line || !has_path || !has_reason)
             problems_.push_back("the error tells too little: " + text);
     }

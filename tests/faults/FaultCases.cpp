@@ -92,7 +92,7 @@ FaultCase copy_case()
 /// What stands where the copy is to go.
 Snapshot taken_place()
 {
-    return {{"", folder(0700)},
+    return {{"", folder(0711)},
             {"a.txt", file("older")},
             {"own", file("only here")},
             {"sub", folder(0711)},

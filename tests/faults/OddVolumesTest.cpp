@@ -87,6 +87,23 @@ TEST_P(OddVolumes, get_all_or_a_clear_error)
         ADD_FAILURE() << problem;
 }
 
+TEST(PoorFileSystem, gets_all_but_the_attributes)
+{
+    FaultCase request = fault_case("copy");
+    for (auto& [path, item] : request.after.items)
+        if (is_at_or_below(path, "home/dest/tree"))
+            item.extended_attributes.clear();
+    Site site(request.before);
+    site.lack({.unnamed_files = true,
+               .renaming_without_replacing = true,
+               .links = true,
+               .attributes = true});
+    site.reset();
+    const Supervision ending = site.run(request.arguments);
+    EXPECT_EQ(ending.exit_code, 0) << ending.errors;
+    EXPECT_EQ(wrong_after(request, site, {}, ending), std::vector<std::string>());
+}
+
 const OddVolume odd_volumes[] = {
     {"full", tmpfs_at("volume", "size=128k"), ENOSPC},
     {"full_without_unnamed_files",

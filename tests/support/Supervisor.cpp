@@ -58,8 +58,8 @@ private:
         seccomp_notif_resp answer{};
         answer.id = call.id;
         answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
-        if (is_lacking(call))
-            refuse(answer, EINVAL);
+        if (const int code = code_of_lacking(lacking_, call))
+            refuse(answer, code);
         else
             count(call, answer);
         ::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_SEND, &answer);
@@ -70,12 +70,6 @@ private:
         const std::string text = call_below(root_, call);
         if (!text.empty() && ++result_.calls == fault_.at)
             meet(text, answer);
-    }
-
-    [[nodiscard]] bool is_lacking(const seccomp_notif& call) const
-    {
-        return (lacking_.unnamed_files && makes_unnamed_file(call)) ||
-               (lacking_.renaming_without_replacing && renames_without_replacing(call));
     }
 
     static void refuse(seccomp_notif_resp& answer, int code)

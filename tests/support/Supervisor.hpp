@@ -25,6 +25,8 @@ struct Fault {
 struct Lacking {
     bool unnamed_files = false; ///< files that have no name until they are linked
     bool renaming_without_replacing = false;
+    bool links = false; ///< second names of one file
+    bool attributes = false;
 };
 
 /// How a command ended that was supervised.

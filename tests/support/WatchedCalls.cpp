@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -170,14 +171,22 @@ std::vector<sock_filter> filter_of_watched_calls()
     return filter;
 }
 
-bool makes_unnamed_file(const seccomp_notif& call)
+int code_of_lacking(const Lacking& lacking, const seccomp_notif& call)
 {
-    return call.data.nr == SYS_openat && (call.data.args[2] & O_TMPFILE) == O_TMPFILE;
-}
-
-bool renames_without_replacing(const seccomp_notif& call)
-{
-    return call.data.nr == SYS_renameat2 && call.data.args[4] == RENAME_NOREPLACE;
+    switch (call.data.nr) {
+    case SYS_openat:
+        return lacking.unnamed_files && (call.data.args[2] & O_TMPFILE) == O_TMPFILE ? EOPNOTSUPP
+                                                                                     : 0;
+    case SYS_renameat2:
+        return lacking.renaming_without_replacing && call.data.args[4] == RENAME_NOREPLACE ? EINVAL
+                                                                                           : 0;
+    case SYS_linkat:
+        return lacking.links ? EPERM : 0;
+    case SYS_fsetxattr:
+        return lacking.attributes ? EOPNOTSUPP : 0;
+    default:
+        return 0;
+    }
 }
 
 std::string call_below(const std::string& root, const seccomp_notif& call)

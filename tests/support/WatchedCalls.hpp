@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Supervisor.hpp"
+
 #include <string>
 #include <vector>
 
@@ -12,8 +14,8 @@ namespace orv::test {
 /// a listener's answer.
 [[nodiscard]] std::vector<sock_filter> filter_of_watched_calls();
 
-[[nodiscard]] bool makes_unnamed_file(const seccomp_notif& call);
-[[nodiscard]] bool renames_without_replacing(const seccomp_notif& call);
+/// With which errno the call fails on file systems that lack something; 0 when it can be made.
+[[nodiscard]] int code_of_lacking(const Lacking& lacking, const seccomp_notif& call);
 
 /// The call as a person reads it, such as "renameat2 /a/b /a/c", when it concerns a file below
 /// the folder `root`; else empty. The caller has to be held meanwhile.
