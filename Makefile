@@ -3,12 +3,13 @@ PREFIX ?= /usr/local
 JOBS := $(shell nproc)
 CONFIGURE := cmake --log-level=WARNING --preset
 
-.PHONY: help demo test bench format lint install clean
+.PHONY: help demo test bench prove format lint install clean
 
 help:
 	@echo "make demo       builds the orv command and shows it at work in a sandbox"
 	@echo "make test       builds everything and runs all tests"
 	@echo "make bench      measures the command beside cp, rsync, find, du and others"
+	@echo "make prove      injects faults into every kind of request and counts what is lost"
 	@echo "make format     formats the C++ files"
 	@echo "make lint       checks layers, names and common faults"
 	@echo "make install    installs the library and the command under PREFIX ($(PREFIX))"
@@ -32,6 +33,12 @@ bench:
 	@$(CONFIGURE) release -DORV_BUILD_BENCH=ON -DORV_BUILD_TESTS=OFF
 	@cmake --build --preset release -j$(JOBS) --target orv_bench orv_curves orv_micro
 	@bench/run.sh build/release/bench/orv_bench $(BENCH)
+
+prove:
+	@scripts/install-packages.sh build test prove
+	@$(CONFIGURE) release -DORV_BUILD_TESTS=ON
+	@cmake --build --preset release -j$(JOBS) --target orv_prove
+	@build/release/tests/faults/orv_prove
 
 format:
 	@scripts/install-packages.sh check

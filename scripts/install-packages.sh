@@ -4,6 +4,7 @@
 # install-packages.sh GROUP...    build: what the library and the command need
 #                                 test:  what the tests need besides
 #                                 bench: what the benchmarks need besides
+#                                 prove: what the faults are also tried on
 #                                 check: what the format and lint checks need besides
 set -euo pipefail
 
@@ -12,6 +13,7 @@ packages_of() {
     build) echo g++ cmake ninja-build pkg-config libsqlite3-dev libicu-dev libcli11-dev libfmt-dev ;;
     test) echo libgtest-dev python3 qt6-base-dev libglib2.0-dev libasio-dev libboost-dev ;;
     bench) echo libbenchmark-dev ;;
+    prove) echo rsync ;;
     check) echo clang-format-14 clang-tidy-16 ;;
     *) echo "There is no group of packages called $1." >&2 && exit 2 ;;
     esac
