@@ -32,7 +32,7 @@ void fill_with_names(const std::string& path, int count)
 Sizes Sizes::quick()
 {
     Sizes sizes;
-    sizes.small_folders = 20;
+    sizes.small_folders = 5;
     sizes.big_file_bytes = 16 * mebibyte;
     sizes.wide_files = 1000;
     sizes.deep_chains = 2;

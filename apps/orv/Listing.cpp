@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <optional>
 #include <string>
 
 #include <fmt/format.h>
@@ -56,14 +55,14 @@ char type_letter(mode_t mode)
 }
 
 /// Such as "drwxr-xr-x".
-std::string mode_text(std::optional<mode_t> mode)
+std::string mode_text(mode_t mode)
 {
-    if (!mode)
+    if (mode == 0)
         return "?---------";
-    std::string text(1, type_letter(*mode));
+    std::string text(1, type_letter(mode));
     constexpr std::string_view letters = "rwxrwxrwx";
     for (std::size_t i = 0; i < letters.size(); ++i)
-        text += (*mode >> (letters.size() - 1 - i) & 1) != 0 ? letters[i] : '-';
+        text += (mode >> (letters.size() - 1 - i) & 1) != 0 ? letters[i] : '-';
     return text;
 }
 
@@ -106,13 +105,10 @@ std::size_t width_of_sizes(const std::vector<FileItem>& items)
 /// Mode, size, date, name, where a link points, attributes.
 std::string details(const FileItem& item, std::size_t size_width, const Names& shown)
 {
-    struct stat facts {};
-    const bool is_there = ::lstat(item.url.path().c_str(), &facts) == 0;
     std::string line = fmt::format(
-        "{}  {:>{}}  {:16}  {}", mode_text(is_there ? std::optional(facts.st_mode) : std::nullopt),
-        size_text(item), size_width,
+        "{}  {:>{}}  {:16}  {}", mode_text(item.mode), size_text(item), size_width,
         item.modification_date ? local_date(*item.modification_date) : "-", shown(name_of(item)));
-    if (is_there && S_ISLNK(facts.st_mode))
+    if (S_ISLNK(item.mode))
         line.append(" -> ").append(shown(link_target(item.url)));
     if (const std::string text = marks(item.custom_attributes); !text.empty())
         line.append("  [").append(text).append("]");

@@ -10,6 +10,7 @@
 #include <clocale>
 #include <csignal>
 
+#include <malloc.h>
 #include <unistd.h>
 
 namespace orv::app {
@@ -40,6 +41,8 @@ void end_after_fatal_error(std::string_view /*text*/)
 
 void set_up_process(const GlobalOptions& options)
 {
+    // A long list is made on a background thread. Its own heap would grow by single pages.
+    ::mallopt(M_ARENA_MAX, 1);
     std::signal(SIGPIPE, SIG_IGN);
     std::setlocale(LC_CTYPE, "C.UTF-8"); // what the widths of characters are told by
     handle_interrupts();

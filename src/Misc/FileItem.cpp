@@ -54,6 +54,7 @@ void set_facts(FileItem& item, const struct statx& facts)
 {
     if (!(facts.stx_mask & STATX_TYPE))
         throw item_error("Couldn't extract some resource values for url: \n", item.url, 66);
+    item.mode = facts.stx_mode;
     item.is_dir = S_ISDIR(facts.stx_mode);
     item.is_package = item.is_dir && is_package_extension(item.ext);
     if (S_ISREG(facts.stx_mode) && facts.stx_mask & STATX_SIZE)

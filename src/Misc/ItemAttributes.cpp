@@ -1,3 +1,5 @@
+#include "CustomAttributes/RecCustomAttr.hpp"
+
 #include <orv/Misc/FileItem.hpp>
 
 namespace orv {
@@ -30,6 +32,8 @@ private:
 
 void load_all_custom_attrs(std::vector<FileItem>& items)
 {
+    if (!RecCustomAttr::any_records())
+        return;
     std::vector<Url> urls;
     urls.reserve(items.size());
     for (const FileItem& item : items)

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
 
 namespace orv {
@@ -71,7 +72,7 @@ TreeWalk::Event TreeWalk::next_item()
     while (const auto entry = trail_.next_entry()) {
         if (entry->name[0] == '.' && !options_.include_hidden_files)
             continue;
-        if (look_at(entry->name))
+        if (look_at(*entry))
             return *(event_ = Event::item);
     }
     if (trail_.read_error() != 0 && !passes_over(trail_.read_error()))
@@ -79,23 +80,38 @@ TreeWalk::Event TreeWalk::next_item()
     return left();
 }
 
-bool TreeWalk::look_at(const char* name)
+bool TreeWalk::look_at(const FolderReader::Entry& entry)
 {
-    name_ = name;
+    name_ = entry.name;
     level_ = static_cast<int>(trail_.depth()) + 1;
-    if (::statx(trail_.folder(), name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
+    const bool enters_folders = options_.recursive && level_ != options_.recursion_depth;
+    // A folder is opened before it is told of: that describes it, too, in the same step.
+    if (entry.type == DT_DIR && enters_folders && open_item())
+        return true;
+    if (::statx(trail_.folder(), name_, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
                 STATX_BASIC_STATS | STATX_BTIME, &facts_) != 0) {
         if (passes_over(errno))
             return false;
         throw platform_error(errno, path());
     }
-    enters_item_ = is_folder() && options_.recursive && level_ != options_.recursion_depth;
+    enters_item_ = is_folder() && enters_folders;
     return true;
+}
+
+bool TreeWalk::open_item()
+{
+    opened_item_ = open_folder(trail_.folder(), name_);
+    enters_item_ = opened_item_.error == 0;
+    if (enters_item_)
+        facts_ = opened_item_.facts;
+    return enters_item_;
 }
 
 bool TreeWalk::enter_item()
 {
-    OpenFolder folder = open_folder(trail_.folder(), name_);
+    if (!opened_item_.descriptor)
+        opened_item_ = open_folder(trail_.folder(), name_);
+    OpenFolder folder = std::exchange(opened_item_, {});
     if (folder.error != 0) {
         if (passes_over(folder.error))
             return false;

@@ -68,7 +68,11 @@ public:
     Event next();
 
     /// The folder of the item event just told is not entered.
-    void skip_contents() { enters_item_ = false; }
+    void skip_contents()
+    {
+        enters_item_ = false;
+        opened_item_.descriptor.reset();
+    }
 
     /// The item, or the folder entered or left: its name, valid until the next event, what it is
     /// (as it was when told of as an item), and its level.
@@ -91,7 +95,8 @@ public:
 
 private:
     Event next_item();
-    bool look_at(const char* name);
+    bool look_at(const FolderReader::Entry& entry);
+    bool open_item();
     bool enter_item();
     Event entered();
     Event left();
@@ -107,6 +112,7 @@ private:
     struct statx facts_ = {};
     int level_ = 0;
     bool enters_item_ = false;
+    OpenFolder opened_item_; // an item that is to be entered is open already, if it can be
 };
 
 } // namespace orv

@@ -76,6 +76,8 @@ struct FileItem {
     std::string ext;
     std::optional<Date> creation_date;
     std::optional<Date> modification_date;
+    /// What kind of item it is and who may do what with it, as `stat` tells; 0 when not known.
+    std::uint32_t mode = 0;
     /// A folder that is shown as one file, such as a bundle.
     bool is_package = false;
     /// Its name begins with a dot.
