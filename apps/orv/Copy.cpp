@@ -72,6 +72,9 @@ public:
             throw told_of(source_, failed->error);
         if (std::holds_alternative<status::cancelled>(status))
             throw_cancelled();
+        // It began with the copy and has less to do, so this is no wait to speak of.
+        if (measuring_)
+            drive_until([this] { return !measuring_->is_busy(); }, {});
         bar_->finish();
     }
 
