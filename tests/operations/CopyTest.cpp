@@ -299,6 +299,49 @@ TEST_F(CopyTest, a_file_that_changes_after_it_was_announced_yields_what_is_there
     }
 }
 
+struct IntruderCase {
+    std::string name;
+    std::vector<std::string> before;
+    std::string moment; ///< the status in whose callback the item appears
+    std::string item;
+    std::vector<std::string> after;
+};
+
+const IntruderCase intruder_cases[] = {
+    {"a file", {"a=1"}, "preparing", "z", {"a=1", "z=other"}},
+    {"a file for a folder", {"a/b=1"}, "preparing", "z", {"a/", "a/b=1", "z=other"}},
+    {"a file inside", {"a/b=1"}, "progress b 0.00", "z/b", {"a/", "a/b=1", "z/", "z/b=other"}},
+    {"a file for a link",
+     {"a/b->c"},
+     "progress b 0.00",
+     "z/b",
+     {"a/", "a/b->c", "z/", "z/b=other"}},
+    {"a folder",
+     {"a/b/c=1"},
+     "progress b/ 0.00",
+     "z/b/x",
+     {"a/", "a/b/", "a/b/c=1", "z/", "z/b/", "z/b/x=other"}},
+};
+
+TEST_F(CopyTest, what_appears_at_the_destination_meanwhile_is_not_harmed)
+{
+    for (const IntruderCase& row : intruder_cases) {
+        SCOPED_TRACE(row.name);
+        const Url root = at(row.name);
+        make_tree(root, row.before);
+        std::string last;
+        const auto operation = manager().copy(root.appending("a"), root.appending("z"),
+                                              [&](const CopyOperation::Status& status) {
+                                                  last = text_of(status);
+                                                  if (last == row.moment)
+                                                      write_file(root.appending(row.item), "other");
+                                              });
+        pump_until([&] { return !operation->is_busy(); });
+        EXPECT_EQ(last, "error: Destination item already exists.");
+        EXPECT_EQ(tree(root), row.after);
+    }
+}
+
 TEST_F(CopyTest, its_locations_are_held_while_it_works_and_at_no_other_time)
 {
     make_tree(folder(), {"a/b/c=1", "z/d=2"});
