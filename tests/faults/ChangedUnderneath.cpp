@@ -184,6 +184,14 @@ const std::vector<Change>& changes()
          {"home/work/tree/sub", copy + "/sub"}},
         {"destination_appears", "copy", create("/home/dest/tree"), {copy}},
         {"file_appears_in_the_copy", "copy", create("/home/dest/tree/big"), {copy + "/big"}},
+        {"file_appears_before_a_rename",
+         "copy by renaming",
+         create("/home/dest/tree/big"),
+         {copy + "/big"}},
+        {"file_appears_before_a_link",
+         "copy by linking",
+         create("/home/dest/tree/big"),
+         {copy + "/big"}},
         {"file_appears_in_a_merge", "merge", create("/home/dest/tree/big"), {copy + "/big"}},
         {"file_appears_after_a_replace", "replace", create_after_replace, {copy + "/big"}},
         {"copy_becomes_a_link", "copy", swap_for_link("/home/dest/tree"), {copy}},
@@ -211,9 +219,9 @@ Tally sweep(const Change& change, long step)
 {
     const FaultCase& request = fault_case(change.request);
     const auto make_trial = [&]() -> std::function<Trial(long)> {
-        return [&, site = std::make_shared<Site>(request.before)](long at) {
-            return try_change(change, request, *site, at);
-        };
+        const auto site = std::make_shared<Site>(request.before);
+        site->lack(request.lacking);
+        return [&, site](long at) { return try_change(change, request, *site, at); };
     };
     return sweep(make_trial, step);
 }

@@ -143,6 +143,7 @@ public:
     Problems run()
     {
         check_ending();
+        check_tidiness();
         check_state(false);
         if (!site_.start_again())
             problems_.emplace_back("the library does not start again");
@@ -174,6 +175,19 @@ private:
                                 text.find("database") != std::string::npos;
         if (!is_one_line || !has_path || !has_reason)
             problems_.push_back("the error tells too little: " + text);
+    }
+
+    /// A process that ends by itself leaves no unfinished files of its own, not even for a while.
+    void check_tidiness()
+    {
+        if (fault_.kind == Fault::Kind::kill || ending_.hit.starts_with("unlink"))
+            return;
+        for (const std::string& name : site_.unfinished())
+            if (!Site::is_unfinished_from_the_start(name))
+                problems_.push_back("the unfinished file " + name + " is left");
+        for (const auto& [path, item] : site_.items())
+            if (is_unfinished_name(path) && !request_.before.items.contains(path))
+                problems_.push_back("the unfinished file " + path + " is left");
     }
 
     void check_state(bool is_started_again)

@@ -131,6 +131,12 @@ std::vector<std::string> Site::unfinished_of_living()
     return {living_file, living_note};
 }
 
+bool Site::is_unfinished_from_the_start(const std::string& name)
+{
+    const auto all = {living_file, living_note, dead_file, dead_note};
+    return std::ranges::find(all, name) != all.end();
+}
+
 Url Site::database() const
 {
     return root_ / "home/.local/share/orv/orv_file_manager_db.sqlite";

@@ -39,6 +39,8 @@ public:
     /// The names in the folder for unfinished files, and those of them that a living process owns.
     [[nodiscard]] std::vector<std::string> unfinished() const;
     [[nodiscard]] static std::vector<std::string> unfinished_of_living();
+    /// Whether another process, a living or a dead one, had left the unfinished file there.
+    [[nodiscard]] static bool is_unfinished_from_the_start(const std::string& name);
 
 private:
     [[nodiscard]] Url database() const;
