@@ -58,9 +58,18 @@ Line line_of(const Benchmark& benchmark, const Row& ours, const Row& row)
             bar_text(benchmark, ours, row)};
 }
 
-std::string text_of(const Line& line, std::string_view format)
+/// A name such as "find | sort" as it is written in a table's cell.
+std::string cell(std::string text)
 {
-    return fmt::format(fmt::runtime(format), line.tool, line.median, line.spread, line.cpu,
+    for (auto at = text.find('|'); at != std::string::npos; at = text.find('|', at + 2))
+        text.insert(at, 1, '\\');
+    return text;
+}
+
+std::string text_of(const Line& line, bool markdown)
+{
+    return fmt::format(fmt::runtime(markdown ? markdown_line : text_line),
+                       markdown ? cell(line.tool) : line.tool, line.median, line.spread, line.cpu,
                        line.memory, line.ratio, line.bar);
 }
 
@@ -86,8 +95,7 @@ std::string report(const Benchmark& benchmark, const std::vector<Row>& rows, boo
     std::string text =
         markdown ? "| **" + benchmark.title + "** | | | | | | |\n" : "\n" + benchmark.title + "\n";
     for (const Row& row : rows)
-        text +=
-            text_of(line_of(benchmark, rows.front(), row), markdown ? markdown_line : text_line);
+        text += text_of(line_of(benchmark, rows.front(), row), markdown);
     return text;
 }
 
