@@ -68,9 +68,8 @@ Benchmark listing(std::string name, std::string title, const std::string& (Data:
             Kind::read,
             source,
             {{"orv ls", "", {"{orv}", "ls", "-r", "-a", "--long", "--sort", "name", "{source}"}},
-             by_shell(
-                 "find | sort", "find",
-                 R"(find "$1" -mindepth 1 -printf '%f\t%M\t%s\t%T+\t%P\n' | sort)"),
+             by_shell("find | sort", "find",
+                      R"(find "$1" -mindepth 1 -printf '%f\t%M\t%s\t%T+\t%P\n' | sort)"),
              {"ls -lR", "ls", {"ls", "-lAR", "{source}"}}},
             {{"find | sort", 0.8}}};
 }
