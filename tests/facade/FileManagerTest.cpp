@@ -1,7 +1,10 @@
 #include "Operations/UrlLocker.hpp"
 #include "support/Engine.hpp"
 
+#include <orv/utility/Fatal.hpp>
+
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 namespace orv::test {
@@ -109,15 +112,26 @@ TEST_F(FileManagerTest, there_is_one_manager)
 
 class FileManagerDeathTest : public testing::Test {
 protected:
-    FileManagerDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    FileManagerDeathTest()
+    {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        locations.home_dir = locations.app_support_dir = locations.temp_dir = scratch.url();
+    }
+
+    /// The process that dies has a folder of its own.
+    void remove_the_folder_at_the_end()
+    {
+        set_fatal_handler([this](std::string_view) { std::filesystem::remove_all(scratch.url()); });
+    }
+
+    Scratch scratch;
+    Locations locations;
 };
 
 TEST_F(FileManagerDeathTest, locations_cannot_be_changed_once_they_are_used)
 {
-    const Scratch scratch;
-    Locations locations;
-    locations.home_dir = locations.app_support_dir = locations.temp_dir = scratch.url();
     const auto configure_twice = [&] {
+        remove_the_folder_at_the_end();
         OrvFileManager::configure(locations);
         OrvFileManager::configure(locations);
         OrvFileManager::create_singleton();
@@ -130,11 +144,9 @@ TEST_F(FileManagerDeathTest, locations_cannot_be_changed_once_they_are_used)
 
 TEST_F(FileManagerDeathTest, a_database_that_is_none_ends_the_process_with_one_line)
 {
-    const Scratch scratch;
-    Locations locations;
-    locations.home_dir = locations.app_support_dir = locations.temp_dir = scratch.url();
     write_file(scratch / "orv_file_manager_db.sqlite", std::string(5000, 'x'));
     const auto create = [&] {
+        remove_the_folder_at_the_end();
         OrvFileManager::configure(locations);
         OrvFileManager::create_singleton();
     };

@@ -38,9 +38,9 @@ TEST_F(ConflictResolverTest, the_answer_may_come_from_any_thread)
     EXPECT_EQ(tree(folder()), (std::vector<std::string>{"a=1", "b 2=1", "b=2"}));
 }
 
-TEST_F(ConflictResolverTest, only_the_first_answer_counts)
+TEST(ConflictAnswerTest, only_the_first_one_counts)
 {
-    ConflictResolver resolver(true, at("a"));
+    ConflictResolver resolver(true, "/a");
     EXPECT_EQ(resolver.selected_behaviour(), std::nullopt);
     resolver.resume(ConflictBehaviour::merge, true);
 #ifdef NDEBUG

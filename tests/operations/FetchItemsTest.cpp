@@ -128,7 +128,7 @@ TEST_F(FetchItemsTest, the_sort_is_remembered_where_the_folder_has_a_record)
 TEST_F(FetchItemsTest, a_cancel_during_the_walk_or_after_it_yields_no_part_of_the_list)
 {
     OrvFileManager::set_test_mode(true);
-    for (const int count : {1, 8}) {
+    for (const int count : {1, 40}) {
         std::vector<std::string> entries;
         for (int i = 0; i < count; ++i)
             entries.push_back("f" + std::to_string(count) + "/" + std::to_string(i) + "=");
@@ -138,12 +138,12 @@ TEST_F(FetchItemsTest, a_cancel_during_the_walk_or_after_it_yields_no_part_of_th
     const auto take = [&](const auto& status) { said.push_back(text_of(status)); };
     const auto start = std::chrono::steady_clock::now();
     const auto one = manager().fetch_items(at("f1"), true, by_name, false, take);
-    const auto many = manager().fetch_items(at("f8"), true, by_name, false, take);
+    const auto many = manager().fetch_items(at("f40"), true, by_name, false, take);
     one->cancel();
     many->cancel();
     pump_until([&] { return said.size() == 2; });
     EXPECT_EQ(said, (std::vector<std::string>{"cancelled", "cancelled"}));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
 }
 
 } // namespace
