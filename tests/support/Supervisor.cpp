@@ -40,7 +40,7 @@ public:
             const int ready = ::poll(&calls, 1, milliseconds_until(end));
             if (ready == 0 && !result_.hung) {
                 result_.hung = true;
-                process_.kill();
+                kill();
             } else if ((calls.revents & POLLIN) != 0) {
                 take_call();
             } else if ((calls.revents & POLLHUP) != 0) {
@@ -55,6 +55,8 @@ private:
         seccomp_notif call{};
         if (::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_RECV, &call) != 0)
             return; // its thread has ended
+        if (is_killed_)
+            return; // a call that is answered now would still happen
         seccomp_notif_resp answer{};
         answer.id = call.id;
         answer.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
@@ -62,7 +64,8 @@ private:
             refuse(answer, code);
         else
             count(call, answer);
-        ::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_SEND, &answer);
+        if (!is_killed_)
+            ::ioctl(process_.listener(), SECCOMP_IOCTL_NOTIF_SEND, &answer);
     }
 
     void count(const seccomp_notif& call, seccomp_notif_resp& answer)
@@ -70,6 +73,12 @@ private:
         const std::string text = call_below(root_, call);
         if (!text.empty() && ++result_.calls == fault_.at)
             meet(text, answer);
+    }
+
+    void kill()
+    {
+        is_killed_ = true;
+        process_.kill();
     }
 
     static void refuse(seccomp_notif_resp& answer, int code)
@@ -85,7 +94,7 @@ private:
         case Fault::Kind::none:
             break;
         case Fault::Kind::kill:
-            process_.kill();
+            kill();
             break;
         case Fault::Kind::error:
             refuse(answer, fault_.code);
@@ -101,6 +110,7 @@ private:
     const Fault& fault_;
     const Lacking& lacking_;
     Supervision& result_;
+    bool is_killed_ = false;
 };
 
 } // namespace
