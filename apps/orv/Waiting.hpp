@@ -30,7 +30,7 @@ typename Operation::Status final_status(const Start& start, const Meanwhile& mea
 {
     using Status = typename Operation::Status;
     std::optional<Status> last;
-    const auto operation = start([&](const Status& status) { last = status; });
+    const auto operation = start([&](Status status) { last = std::move(status); });
     const Stoppable stoppable([&] {
         if (meanwhile.question)
             meanwhile.question->stop();

@@ -5,6 +5,7 @@
 
 #include <orv/utility/Error.hpp>
 
+#include <atomic>
 #include <cerrno>
 #include <utility>
 
@@ -70,12 +71,18 @@ void PartialFile::check_written() const
 /// not.
 int PartialFile::link_to(int folder, const char* name) const
 {
-    if (::linkat(file_.get(), "", folder, name, AT_EMPTY_PATH) == 0)
-        return 0;
-    if (errno != ENOENT && errno != EPERM)
-        return errno;
+    static std::atomic<bool> links_by_itself = true;
+    if (links_by_itself) {
+        if (::linkat(file_.get(), "", folder, name, AT_EMPTY_PATH) == 0)
+            return 0;
+        if (errno != ENOENT && errno != EPERM)
+            return errno;
+    }
     const std::string path = "/proc/self/fd/" + std::to_string(file_.get());
-    return ::linkat(AT_FDCWD, path.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+    if (::linkat(AT_FDCWD, path.c_str(), folder, name, AT_SYMLINK_FOLLOW) != 0)
+        return errno;
+    links_by_itself = false;
+    return 0;
 }
 
 } // namespace orv

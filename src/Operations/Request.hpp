@@ -104,7 +104,7 @@ private:
     }
 
     std::shared_ptr<Operation> operation_;
-    StatusBatch<Status> statuses_;
+    StatusBatch<Status, typename Operation::StatusClosure> statuses_;
     std::optional<Status> closing_;
 };
 

@@ -43,6 +43,9 @@ void make_room(const Url& source, const Url& destination, bool overwrite)
         throw place("Destination item already exists.").at(destination);
     if (are_same_item(source, destination))
         throw place("Source and destination items cannot be the same.").at(source);
+    // Links may hide from the lock that the one lies in the other.
+    if (UrlLocker::do_urls_conflict(source.resolving_symlinks(), destination.resolving_symlinks()))
+        throw place("Source path conflicts with destination path.").at(source);
     try {
         Tool::remove_item(destination);
     } catch (const Error& cause) {

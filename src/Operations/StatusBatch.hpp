@@ -17,12 +17,10 @@ namespace orv {
 /// hand-over to the main thread.
 ///
 /// Threading: one background thread.
-template <class Status>
+template <class Status, class Closure>
 class StatusBatch {
 public:
-    explicit StatusBatch(std::function<void(const Status&)> closure) : closure_(std::move(closure))
-    {
-    }
+    explicit StatusBatch(Closure closure) : closure_(std::move(closure)) {}
 
     [[nodiscard]] bool has_listener() const { return static_cast<bool>(closure_); }
 
@@ -94,9 +92,9 @@ private:
     void call_closure()
     {
         while (next_ < held_.size()) {
-            const Status& status = held_[next_++];
+            Status& status = held_[next_++];
             if (closure_)
-                closure_(status);
+                closure_(std::move(status));
         }
     }
 
@@ -106,7 +104,7 @@ private:
         closure_ = nullptr;
     }
 
-    std::function<void(const Status&)> closure_;
+    Closure closure_;
     std::vector<Status> held_;
     std::size_t next_ = 0;
     std::size_t batch_size_ = 1;

@@ -93,6 +93,7 @@ public:
 private:
     void copy_top();
     void copy_contents(const Place& source, const OpenedDestination& top);
+    TreeWalk::Event next_event(TreeWalk& walk);
     void come_to_item(TreeWalk& walk);
     void enter(const TreeWalk& walk, const OpenedDestination& top);
     void leave(const TreeWalk& walk);
@@ -172,7 +173,7 @@ void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
     FilesAhead ahead;
     ahead_ = &ahead;
     for (;;) {
-        switch (walk.next()) {
+        switch (next_event(walk)) {
         case TreeWalk::Event::item:
             come_to_item(walk);
             break;
@@ -185,6 +186,17 @@ void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
         case TreeWalk::Event::end:
             return;
         }
+    }
+}
+
+/// What came before the item at which a walk fails is copied all the same.
+TreeWalk::Event TreeCopy::next_event(TreeWalk& walk)
+{
+    try {
+        return walk.next();
+    } catch (const Error&) {
+        place_all();
+        throw;
     }
 }
 

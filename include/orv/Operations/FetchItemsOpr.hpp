@@ -20,7 +20,8 @@ public:
     };
 
     using Status = std::variant<success, status::error, status::cancelled>;
-    using StatusClosure = std::function<void(const Status&)>;
+    /// Is given the status for good, so that a long list need not be copied.
+    using StatusClosure = std::function<void(Status)>;
 };
 
 /// Does nothing; a program that calls it shows that the library is linked.
