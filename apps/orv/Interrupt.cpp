@@ -27,7 +27,7 @@ std::function<void()>& stop_request()
 
 [[noreturn]] void end_process()
 {
-    end_line();
+    end_last_line();
     ::_exit(interrupted_exit);
 }
 

@@ -11,6 +11,7 @@ namespace orv::app {
 namespace {
 
 std::atomic<bool> is_line_begun = false;
+std::atomic<bool> is_drawing_over = false;
 
 } // namespace
 
@@ -43,6 +44,8 @@ void write_message(std::string_view text)
 
 void draw_line(std::string_view text)
 {
+    if (is_drawing_over)
+        return;
     is_line_begun = true;
     write_message(std::string("\r").append(text).append("\033[K"));
 }
@@ -57,6 +60,12 @@ void end_line()
 {
     if (is_line_begun.exchange(false))
         write_message("\n");
+}
+
+void end_last_line()
+{
+    is_drawing_over = true;
+    end_line();
 }
 
 } // namespace orv::app

@@ -24,8 +24,12 @@ void draw_line(std::string_view text);
 void erase_line();
 
 /// Goes on to the next line, if `draw_line` began one.
+void end_line();
+
+/// The same for the last time: nothing is drawn any more. Waits for no other thread, which may be
+/// held up by the terminal.
 ///
 /// Threading: any.
-void end_line();
+void end_last_line();
 
 } // namespace orv::app
