@@ -25,7 +25,7 @@ void fatal(std::string_view text) noexcept
 {
     std::string line = "orv: ";
     for (const char c : text)
-        line += c == '\n' ? ' ' : c;
+        line += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
     line += '\n';
     std::fputs(line.c_str(), stderr);
     if (fatal_handler())
