@@ -103,6 +103,7 @@ ExtensionRanks extension_ranks(const std::vector<FileItem>& items)
         ranks.try_emplace(item.ext);
 
     std::vector<std::pair<std::string, std::string_view>> distinct; // folded and exact
+    distinct.reserve(ranks.size());
     for (const auto& entry : ranks)
         distinct.emplace_back(fold_key(entry.first), entry.first);
     std::sort(distinct.begin(), distinct.end());
