@@ -8,7 +8,10 @@ DatabaseFault database_fault(const Error& error)
 {
     if (error.kind() != Error::Kind::database)
         return DatabaseFault::other;
-    const int primary_code = error.code().value_or(SQLITE_ERROR) & 0xFF;
+    const int code = error.code().value_or(SQLITE_ERROR);
+    if (code == SQLITE_IOERR_SHMSIZE) // the file shared with other processes could not grow
+        return DatabaseFault::full;
+    const int primary_code = code & 0xFF;
     switch (primary_code) {
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
