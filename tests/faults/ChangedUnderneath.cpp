@@ -19,8 +19,8 @@ namespace fs = std::filesystem;
 
 const std::string mine = "made by another program";
 const std::string source_file = "/home/work/tree/big";
-constexpr std::size_t shrunk_size = 100'000;
-constexpr std::size_t grown_size = 400'000;
+constexpr std::size_t shrunk_size = 40'000;
+constexpr std::size_t grown_size = 180'000;
 
 void shrink(const std::string& root)
 {

@@ -143,11 +143,15 @@ public:
     Problems run()
     {
         check_ending();
-        check_tidiness();
-        check_state(false);
+        Snapshot items = site_.items();
+        check_tidiness(items);
+        std::erase_if(items, [&](const auto& entry) {
+            return is_unfinished_name(entry.first) && !request_.before.items.contains(entry.first);
+        });
+        check_state(items);
         if (!site_.start_again())
             problems_.emplace_back("the library does not start again");
-        check_state(true);
+        check_state(site_.items());
         if (site_.unfinished() != Site::unfinished_of_living())
             problems_.emplace_back("unfinished files are left, or a living process lost its own");
         return problems_;
@@ -178,26 +182,20 @@ private:
     }
 
     /// A process that ends by itself leaves no unfinished files of its own, not even for a while.
-    void check_tidiness()
+    void check_tidiness(const Snapshot& items)
     {
         if (fault_.kind == Fault::Kind::kill || ending_.hit.starts_with("unlink"))
             return;
         for (const std::string& name : site_.unfinished())
             if (!Site::is_unfinished_from_the_start(name))
                 problems_.push_back("the unfinished file " + name + " is left");
-        for (const auto& [path, item] : site_.items())
+        for (const auto& [path, item] : items)
             if (is_unfinished_name(path) && !request_.before.items.contains(path))
                 problems_.push_back("the unfinished file " + path + " is left");
     }
 
-    void check_state(bool is_started_again)
+    void check_state(const Snapshot& items)
     {
-        Snapshot items = site_.items();
-        if (!is_started_again)
-            std::erase_if(items, [&](const auto& entry) {
-                return is_unfinished_name(entry.first) &&
-                       !request_.before.items.contains(entry.first);
-            });
         add(ending_.exit_code == 0 ? differences(request_.after.items, items, strictness_)
                                    : wrong_items(request_, items, strictness_));
         try {

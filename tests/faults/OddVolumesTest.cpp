@@ -105,13 +105,13 @@ TEST(PoorFileSystem, gets_all_but_the_attributes)
 }
 
 const OddVolume odd_volumes[] = {
-    {"full", tmpfs_at("volume", "size=128k"), ENOSPC},
+    {"full", tmpfs_at("volume", "size=64k"), ENOSPC},
     {"full_without_unnamed_files",
-     tmpfs_at("volume", "size=128k"),
+     tmpfs_at("volume", "size=64k"),
      ENOSPC,
      "copy to another volume by renaming",
      {.unnamed_files = true}},
-    {"full_home", tmpfs_at("home", "size=800k"), ENOSPC, "copy"},
+    {"full_home", tmpfs_at("home", "size=360k"), ENOSPC, "copy"},
     {"without_free_inodes", tmpfs_at("volume", "nr_inodes=6"), ENOSPC},
     {"read_only", read_only_volume, EROFS},
     {"same_volume_again", same_volume_again},
@@ -129,6 +129,32 @@ const OddVolume odd_volumes[] = {
 
 INSTANTIATE_TEST_SUITE_P(Volumes, OddVolumes, testing::ValuesIn(odd_volumes),
                          [](const auto& volume) { return volume.param.name; });
+
+class FullHome : public OddVolumes {};
+
+/// One after the other the content, a folder, a row, and the database itself find no space.
+TEST_F(FullHome, loses_nothing_wherever_space_ends)
+{
+    const FaultCase& request = fault_case("copy");
+    constexpr int room_for_scene_kib = 204;
+    constexpr int room_for_all_kib = 380;
+    for (int kib = room_for_scene_kib; kib < room_for_all_kib; kib += 4) {
+        SCOPED_TRACE(std::to_string(kib) + " KiB");
+        Site site(request.before);
+        const Mount home =
+            Mount::tmpfs(site.root().appending("home"), "size=" + std::to_string(kib) + "k");
+        site.reset();
+        const Supervision ending = site.run(request.arguments);
+        const bool cannot_start = ending.errors.find("can't be used") != std::string::npos;
+        EXPECT_TRUE(!cannot_start ||
+                    ending.errors.find("Free some space on its volume.") != std::string::npos)
+            << ending.errors;
+        const Fault told{.kind = Fault::Kind::error, .code = ENOSPC};
+        const std::vector<std::string> none;
+        EXPECT_TRUE(cannot_start || wrong_after(request, site, told, ending) == none)
+            << ending.errors;
+    }
+}
 
 /// A volume that has neither links nor permissions nor extended attributes, and coarse times.
 class PoorVolume : public OddVolumes {};
@@ -151,7 +177,7 @@ TEST_F(PoorVolume, gets_the_content)
     const Supervision ending = site.run(request.arguments);
     EXPECT_EQ(ending.exit_code, 0) << ending.errors;
     EXPECT_EQ(wrong_items(request, site.items(), Strictness::content), std::vector<std::string>());
-    EXPECT_EQ(site.items().at("volume/sub/c.bin").content, pattern(70'000));
+    EXPECT_EQ(site.items().at("volume/sub/c.bin").content, pattern(9'000));
 }
 
 } // namespace

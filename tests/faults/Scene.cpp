@@ -97,8 +97,8 @@ ItemState fifo()
 
 ItemState sparse_file()
 {
-    std::string content(64 * block, '\0');
-    content.replace(20 * block, block, pattern(block));
+    std::string content(16 * block, '\0');
+    content.replace(5 * block, block, pattern(block));
     ItemState sparse = file(std::move(content));
     sparse.has_holes = true;
     return sparse;
@@ -116,12 +116,12 @@ std::string pattern(std::size_t size)
 
 Snapshot sample_tree()
 {
-    ItemState noted = file(pattern(70'000), 0444);
+    ItemState noted = file(pattern(9'000), 0444);
     noted.extended_attributes["user.note"] = "kept";
     return {
         {"", folder(0750)},
         {"a.txt", file("alpha", 0640)},
-        {"big", file(pattern(300'000))},
+        {"big", file(pattern(120'000))},
         {"dangling", link("nowhere")},
         {"empty", file("")},
         {"fifo", fifo()},
