@@ -111,7 +111,6 @@ const OddVolume odd_volumes[] = {
      ENOSPC,
      "copy to another volume by renaming",
      {.unnamed_files = true}},
-    {"full_home", tmpfs_at("home", "size=360k"), ENOSPC, "copy"},
     {"without_free_inodes", tmpfs_at("volume", "nr_inodes=6"), ENOSPC},
     {"read_only", read_only_volume, EROFS},
     {"same_volume_again", same_volume_again},
