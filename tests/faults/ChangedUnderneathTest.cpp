@@ -7,11 +7,14 @@
 namespace orv::test {
 namespace {
 
+// `make prove` tries every call, which takes minutes.
+constexpr long usual_step = 3;
+
 class ChangedUnderneath : public testing::TestWithParam<Change> {};
 
-TEST_P(ChangedUnderneath, harms_nothing_at_any_call)
+TEST_P(ChangedUnderneath, harms_nothing_at_a_call)
 {
-    const Tally tally = sweep(GetParam(), step_of_sweeps());
+    const Tally tally = sweep(GetParam(), step_of_sweep(usual_step));
     EXPECT_GT(tally.injected, 0);
     for (const std::string& problem : tally.problems)
         ADD_FAILURE() << problem;

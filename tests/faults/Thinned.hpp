@@ -4,11 +4,11 @@
 
 namespace orv::test {
 
-/// Of how many calls a sweep tries one.
-inline long step_of_sweeps()
+/// Of how many calls a sweep tries one, when it tries one of `step` usually.
+inline long step_of_sweep(long step)
 {
     if (!ORV_IS_SANITIZED)
-        return 1;
+        return step;
     std::cout << "Every 13th call only: with a sanitizer each run takes many times as long.\n";
     return 13;
 }
