@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <exception>
 #include <mutex>
@@ -40,12 +41,6 @@ public:
             start_second_thread();
         else if (second_thread_sleeps_)
             worth_waking_.notify_one();
-    }
-
-    std::size_t size() const
-    {
-        const std::lock_guard lock(mutex_);
-        return jobs_.size();
     }
 
     std::optional<PartialFile> take()
@@ -135,7 +130,7 @@ private:
                            [](const Job& job) { return job.state == Job::State::in_work; });
     }
 
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::condition_variable worth_waking_; // for the second thread
     std::condition_variable job_done_;     // for the first
     std::deque<Job> jobs_;    // a deque: growing and shrinking at its ends moves no job
@@ -156,11 +151,6 @@ FilesAhead::~FilesAhead()
 void FilesAhead::add(SourceItem source, DestinationItem destination)
 {
     shop_->add(std::move(source), std::move(destination));
-}
-
-std::size_t FilesAhead::size() const
-{
-    return shop_->size();
 }
 
 std::optional<PartialFile> FilesAhead::take()

@@ -2,7 +2,6 @@
 
 #include "Operations/ItemCopier.hpp"
 
-#include <cstddef>
 #include <memory>
 #include <optional>
 
@@ -21,9 +20,6 @@ public:
     FilesAhead& operator=(const FilesAhead&) = delete;
 
     void add(SourceItem source, DestinationItem destination);
-
-    /// How many files wait to be taken.
-    [[nodiscard]] std::size_t size() const;
 
     /// What was made of the first file, which is no longer waiting then: what `ItemCopier::build`
     /// returned or threw.

@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string mine = "made by another program";
-const std::string source_file = "/home/work/tree/big";
+const std::string source_file = "/home/shelf/tree/big";
 constexpr std::size_t shrunk_size = 40'000;
 constexpr std::size_t grown_size = 180'000;
 
@@ -171,7 +171,7 @@ Trial try_change(const Change& change, const FaultCase& request, Site& site, lon
 
 const std::vector<Change>& changes()
 {
-    const std::string source = "home/work/tree/big";
+    const std::string source = "home/shelf/tree/big";
     const std::string copy = "home/dest/tree";
     static const std::vector<Change> all{
         {"source_shrinks", "copy", shrink, {source, copy + "/big"}},
@@ -180,8 +180,8 @@ const std::vector<Change>& changes()
         {"source_becomes_a_fifo", "copy", become_fifo, {source, copy + "/big"}},
         {"source_folder_becomes_a_link",
          "copy",
-         swap_for_link("/home/work/tree/sub"),
-         {"home/work/tree/sub", copy + "/sub"}},
+         swap_for_link("/home/shelf/tree/sub"),
+         {"home/shelf/tree/sub", copy + "/sub"}},
         {"destination_appears", "copy", create("/home/dest/tree"), {copy}},
         {"file_appears_in_the_copy", "copy", create("/home/dest/tree/big"), {copy + "/big"}},
         {"file_appears_before_a_rename",
@@ -205,8 +205,8 @@ const std::vector<Change>& changes()
          {copy + "/sub"}},
         {"folder_being_deleted_becomes_a_link",
          "delete",
-         swap_for_link("/home/work/tree/sub"),
-         {"home/work/tree/sub"}},
+         swap_for_link("/home/shelf/tree/sub"),
+         {"home/shelf/tree/sub"}},
         {"folder_being_replaced_becomes_a_link",
          "replace",
          swap_for_link("/home/dest/tree/sub"),

@@ -7,7 +7,7 @@
 namespace orv::test {
 namespace {
 
-const std::string tree = "home/work/tree";
+const std::string tree = "home/shelf/tree";
 const std::string copy = "home/dest/tree";
 
 std::string parent_of(const std::string& path)
@@ -25,16 +25,16 @@ Scene surroundings()
         {std::string("home/dest/") + living_hidden_file, file("being built by another process")},
         {"home/sentinel", folder()},
         {"home/sentinel/s", file("sentinel")},
-        {"home/work", folder()},
-        {"home/work/treetop", file("a name that begins alike")},
+        {"home/shelf", folder()},
+        {"home/shelf/treetop", file("a name that begins alike")},
         {"outside/o", file("outside")},
     };
     put(scene.items, tree, sample_tree());
     scene.rows = {
-        {"sentinel", "0|NULL|1|1"},     {"sentinel/s", "1|2|0|0"},
-        {"work/tree", "0|NULL|1|1"},    {"work/tree/a.txt", "1|3|0|0"},
-        {"work/tree/empty", "0|9|0|0"}, {"work/tree/sub/c.bin", "1|NULL|0|0"},
-        {"work/treetop", "1|5|0|0"},
+        {"sentinel", "0|NULL|1|1"},      {"sentinel/s", "1|2|0|0"},
+        {"shelf/tree", "0|NULL|1|1"},    {"shelf/tree/a.txt", "1|3|0|0"},
+        {"shelf/tree/empty", "0|9|0|0"}, {"shelf/tree/sub/c.bin", "1|NULL|0|0"},
+        {"shelf/treetop", "1|5|0|0"},
     };
     return scene;
 }
@@ -66,8 +66,9 @@ void add_copy(Scene& scene)
         scene.items[path] = item;
     const Rows rows = scene.rows;
     for (const auto& [key, row] : rows)
-        if (is_at_or_below(key, "work/tree"))
-            if (const std::string to = "dest" + key.substr(4); !existing.contains("home/" + to))
+        if (is_at_or_below(key, "shelf/tree"))
+            if (const std::string to = "dest" + key.substr(key.find('/'));
+                !existing.contains("home/" + to))
                 scene.rows[to] = row;
 }
 
@@ -143,7 +144,7 @@ FaultCase copy_across_case()
                       .before = surroundings(),
                       .needs_volume = true};
     std::erase_if(request.before.rows,
-                  [](const auto& row) { return is_at_or_below(row.first, "work/tree"); });
+                  [](const auto& row) { return is_at_or_below(row.first, "shelf/tree"); });
     request.after = request.before;
     put(request.after.items, "volume/tree", sample_tree());
     return finished(std::move(request));
@@ -157,7 +158,7 @@ FaultCase delete_case()
                       .after = surroundings()};
     take_away(request.after.items, tree);
     std::erase_if(request.after.rows,
-                  [](const auto& row) { return is_at_or_below(row.first, "work/tree"); });
+                  [](const auto& row) { return is_at_or_below(row.first, "shelf/tree"); });
     return finished(std::move(request));
 }
 
@@ -181,7 +182,7 @@ FaultCase attributes_case()
         .arguments = {"attr", "set", "@" + tree + "/a.txt", "--protected", "off", "--order", "8"},
         .before = surroundings(),
         .after = surroundings()};
-    request.after.rows["work/tree/a.txt"] = "0|8|0|0";
+    request.after.rows["shelf/tree/a.txt"] = "0|8|0|0";
     return request;
 }
 

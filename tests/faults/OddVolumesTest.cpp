@@ -53,7 +53,7 @@ Mount same_volume_again(const Url& root, const Url& spare)
 FaultCase plain_copy()
 {
     FaultCase request = fault_case("copy to another volume");
-    request.arguments = {"cp", "@home/work/tree/sub", "@volume/sub"};
+    request.arguments = {"cp", "@home/shelf/tree/sub", "@volume/sub"};
     take_away(request.after.items, "volume/tree");
     for (const auto& [path, item] : sample_tree())
         if (is_at_or_below(path, "sub"))
