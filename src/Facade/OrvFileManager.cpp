@@ -1,19 +1,27 @@
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/CopyOpr.hpp"
+#include "Operations/DataToFileOpr.hpp"
 #include "Operations/DeleteOpr.hpp"
 #include "Operations/FetchItemsOpr.hpp"
 #include "Operations/FolderSizeOpr.hpp"
+#include "Operations/MoveOpr.hpp"
+#include "Operations/MultiCopyOpr.hpp"
 #include "Operations/MultiDeleteOpr.hpp"
+#include "Operations/MultiMoveOpr.hpp"
 #include "Operations/NewFolderOpr.hpp"
 #include "Operations/ProcessedFiles.hpp"
+#include "Operations/RenameOpr.hpp"
+#include "Operations/ReserveFileUrlOpr.hpp"
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "utility/WorkerPool.hpp"
 
 #include <orv/Facade/OrvFileManager.hpp>
 #include <orv/utility/Error.hpp>
 
+#include <future>
 #include <iostream>
 
 namespace orv {
@@ -91,6 +99,44 @@ std::shared_ptr<CopyOperation> OrvFileManager::copy(Url src_url, Url dest_url,
     return copy_item(src_url, dest_url, std::move(status_closure));
 }
 
+std::shared_ptr<MultiCopyOperation>
+OrvFileManager::copy(std::vector<Url> src_urls, Url dest_folder_url,
+                     MultiCopyOperation::StatusClosure status_closure)
+{
+    return copy_items(std::move(src_urls), std::move(dest_folder_url), std::move(status_closure));
+}
+
+bool OrvFileManager::bg_copy(const Url& src_url, const Url& dest_url, ConflictBehaviour on_conflict)
+{
+    assert_bg_thread("bg_copy(src_url:dest_url:on_conflict:)");
+    const auto is_copied = std::make_shared<std::promise<bool>>();
+    copy(src_url, dest_url, [=](const CopyOperation::Status& status) {
+        match(
+            status, [](const status::progress<CopyProgress>&) {}, [](const status::preparing&) {},
+            [=](const status::conflict_occured& conflict) {
+                conflict.resolver->resume(on_conflict, false);
+            },
+            [=](const status::success&) { is_copied->set_value(true); },
+            [=](const status::error&) { is_copied->set_value(false); },
+            [=](const status::cancelled&) { is_copied->set_value(false); });
+    });
+    const WorkerPool::Blocked blocked;
+    return is_copied->get_future().get();
+}
+
+std::shared_ptr<MoveOperation> OrvFileManager::move(Url src_url, Url dest_url,
+                                                    MoveOperation::StatusClosure status_closure)
+{
+    return move_item(src_url, dest_url, std::move(status_closure));
+}
+
+std::shared_ptr<MultiMoveOperation>
+OrvFileManager::move(std::vector<Url> src_urls, Url dest_folder_url,
+                     MultiMoveOperation::StatusClosure status_closure)
+{
+    return move_items(std::move(src_urls), std::move(dest_folder_url), std::move(status_closure));
+}
+
 std::shared_ptr<DeleteOperation>
 OrvFileManager::delete_item(Url at, DeleteOperation::StatusClosure status_closure)
 {
@@ -111,6 +157,12 @@ OrvFileManager::create_new_folder(Url at, bool also_create_intermediates,
     return new_folder(std::move(at), also_create_intermediates, std::move(status_closure));
 }
 
+std::shared_ptr<RenameOperation>
+OrvFileManager::rename(Url url, std::string new_name, RenameOperation::StatusClosure status_closure)
+{
+    return rename_item(std::move(url), std::move(new_name), std::move(status_closure));
+}
+
 std::shared_ptr<FolderSizeOperation>
 OrvFileManager::calculate_folder_size(Url for_url,
                                       FolderSizeOperation::StatusClosure status_closure)
@@ -125,6 +177,25 @@ OrvFileManager::fetch_items(Url inside, bool recursive, std::optional<SortType> 
 {
     return orv::fetch_items(std::move(inside), recursive, sort, include_hidden_files,
                             std::move(status_closure));
+}
+
+std::shared_ptr<DataToFileOpr>
+OrvFileManager::generate_file(std::vector<std::byte> from, Url in,
+                              DataToFileOpr::StatusClosure status_closure)
+{
+    return data_to_file(std::move(from), std::move(in), std::move(status_closure));
+}
+
+std::shared_ptr<ReserveFileUrlOpr>
+OrvFileManager::reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure)
+{
+    return orv::reserve_file_url(std::move(url), std::move(status_closure));
+}
+
+void OrvFileManager::release_file_url(
+    const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket)
+{
+    orv::release_file_url(*reservation_ticket);
 }
 
 bool OrvFileManager::sync_delete_item(const Url& at)

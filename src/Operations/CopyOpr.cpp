@@ -3,10 +3,10 @@
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/SameItem.hpp"
+#include "Operations/TakenName.hpp"
 #include "Operations/TreeCopy.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
-#include "utility/FileNames.hpp"
 
 namespace orv {
 namespace {
@@ -31,20 +31,12 @@ void check_urls(const Url& source, const Url& destination)
         throw place("Source item doesn't exist.").at(source);
 }
 
-Url free_url(const Url& destination)
-{
-    auto url = generate_non_conflicting_file_url(destination, {});
-    if (!url)
-        throw place("Couldn't generate a non-conflicting url.").at(destination);
-    return *url;
-}
-
 Answer settle_conflict(CopyRequest& request, const Url& source, const Url& destination)
 {
     if (!Tool::item_exists(destination))
         return {destination};
     const bool is_mergeable = Tool::is_directory(source) && Tool::is_directory(destination);
-    switch (request.ask(std::make_shared<ConflictResolver>(is_mergeable, destination))) {
+    switch (ask_about(request, destination, is_mergeable)) {
     case ConflictBehaviour::merge:
         return {.destination = destination, .merges = true};
     case ConflictBehaviour::replace:
@@ -52,30 +44,19 @@ Answer settle_conflict(CopyRequest& request, const Url& source, const Url& desti
             return {.destination = destination, .nothing_to_do = true};
         return {.destination = destination, .replaces = true};
     case ConflictBehaviour::keep_both:
-        return {free_url(destination)};
+        return {free_url(destination, place("Couldn't generate a non-conflicting url."))};
     case ConflictBehaviour::stop:
         break;
     }
-    request.cancel();
     throw Exception();
 }
 
-void remove_replaced(const Url& destination)
+void make_room(const Url& source, const Url& destination)
 {
-    try {
-        Tool::remove_item(destination);
-    } catch (const Error& cause) {
-        throw place("Destination item couldn't be deleted while being overwritten.")
-            .because_of(cause);
-    }
-}
-
-std::int64_t determine_size(CopyRequest& request, const Url& source)
-{
-    if (!Tool::is_directory(source))
-        return Tool::file_size(source).value_or(0);
-    request.check_cancelled();
-    return folder_size(source, [&] { request.check_cancelled(); });
+    if (lies_inside(source, destination))
+        throw place("Source path conflicts with destination path.").at(source);
+    remove_replaced(destination,
+                    place("Destination item couldn't be deleted while being overwritten."));
 }
 
 /// Copies, and returns the last progress that was told.
@@ -90,13 +71,22 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
     const UrlLock lock({read(source)}, write(answer.destination));
     request.check_cancelled();
     if (answer.replaces)
-        remove_replaced(answer.destination);
+        make_room(source, answer.destination);
     request.report(status::preparing{});
-    const std::int64_t total = determine_size(request, source);
+    const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
     return copy_tree(request, {source, answer.destination, answer.merges, total}, nothing_copied);
 }
 
 } // namespace
+
+CopyOperation::Status copy_item(Request<CopyOperation>& request, const Url& src_url,
+                                const Url& dest_url)
+{
+    CopyProgress progress = copy(request, src_url, dest_url);
+    progress.value = 1;
+    request.set_closing(status::progress<CopyProgress>{progress});
+    return status::success{};
+}
 
 std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url,
                                          CopyOperation::StatusClosure status_closure)
@@ -104,12 +94,7 @@ std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url
     return start_request<CopyOperation>(
         std::move(status_closure),
         [source = src_url.resolving_symlinks(), destination = dest_url.resolving_symlinks()](
-            CopyRequest& request) -> CopyOperation::Status {
-            CopyProgress progress = copy(request, source, destination);
-            progress.value = 1;
-            request.set_closing(status::progress<CopyProgress>{progress});
-            return status::success{};
-        });
+            CopyRequest& request) { return copy_item(request, source, destination); });
 }
 
 } // namespace orv

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Operations/Request.hpp"
+
 #include <orv/Operations/CopyOpr.hpp>
 
 #include <memory>
@@ -10,5 +12,9 @@ namespace orv {
 /// first.
 std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url,
                                          CopyOperation::StatusClosure status_closure);
+
+/// Does the work of that request, on URLs without links.
+CopyOperation::Status copy_item(Request<CopyOperation>& request, const Url& src_url,
+                                const Url& dest_url);
 
 } // namespace orv

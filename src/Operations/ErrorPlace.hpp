@@ -12,12 +12,18 @@ struct ErrorPlace {
     std::string_view source;
     std::string_view signature;
 
-    /// The error of `sentence`, with the line that calls.
+    /// The error of `sentence`, with the line that is documented for it.
+    [[nodiscard]] Error operator()(std::string_view sentence, int line) const
+    {
+        return error_msg(sentence, source, signature, line);
+    }
+
+    /// The same with the line that calls.
     [[nodiscard]] Error
     operator()(std::string_view sentence,
                std::source_location where = std::source_location::current()) const
     {
-        return error_msg(sentence, source, signature, static_cast<int>(where.line()));
+        return (*this)(sentence, static_cast<int>(where.line()));
     }
 };
 

@@ -5,6 +5,7 @@
 #include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/Request.hpp"
+#include "Tool/Tool.hpp"
 #include "Tool/TreeWalk.hpp"
 
 #include <limits>
@@ -60,6 +61,14 @@ std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled)
     check_is_measurable(url);
     TreeWalk walk(url);
     return sum_of(walk, check_cancelled);
+}
+
+std::int64_t item_size(const Url& url, FunctionRef<void()> check_cancelled)
+{
+    if (!Tool::is_directory(url))
+        return Tool::file_size(url).value_or(0);
+    check_cancelled();
+    return folder_size(url, check_cancelled);
 }
 
 std::shared_ptr<FolderSizeOperation>

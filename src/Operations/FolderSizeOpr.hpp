@@ -19,4 +19,8 @@ calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure);
 /// Units: bytes.
 std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled);
 
+/// The size of what is to be copied from `url`: a folder's as above, else that of the item itself,
+/// or 0 where it cannot be told.
+std::int64_t item_size(const Url& url, FunctionRef<void()> check_cancelled);
+
 } // namespace orv

@@ -2,6 +2,8 @@
 
 #include <orv/Operations/OrvOperation.hpp>
 
+#include <memory>
+
 namespace orv {
 
 /// The parts of an operation that only the library uses.
@@ -16,6 +18,13 @@ public:
     ///
     /// Threading: main thread.
     static void free(OrvOperation& operation);
+
+    /// Accepts `child` as what does a part of the work of `parent`: from now on it is cancelled
+    /// with it. False, and nothing happens, when `parent` was cancelled before.
+    ///
+    /// Threading: any; off the main thread it waits for it.
+    static bool start_child(OrvOperation& parent, std::shared_ptr<OrvOperation> child);
+    static void end_child(OrvOperation& parent);
 
     /// Whether the operation was cancelled, without asking the main thread.
     ///

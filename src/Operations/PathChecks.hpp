@@ -6,17 +6,24 @@
 
 namespace orv {
 
+/// The lines that the errors of `check_path` name where they are documented.
+struct PathErrorLines {
+    int undefined = __LINE__;
+    int root = __LINE__;
+};
+
 /// Refuses the locations on which no request may work. `subject` begins the sentence: "Given",
 /// "Source" or "Destination".
 ///
 /// Errors: "… url points to an undefined path."; "… url points to root directory."
-inline void check_path(const Url& url, std::string_view subject, const ErrorPlace& place)
+inline void check_path(const Url& url, std::string_view subject, const ErrorPlace& place,
+                       PathErrorLines lines = {})
 {
     const std::string path = url.standardized().path();
     if (path.empty())
-        throw place(std::string(subject) + " url points to an undefined path.");
+        throw place(std::string(subject) + " url points to an undefined path.", lines.undefined);
     if (path == "/")
-        throw place(std::string(subject) + " url points to root directory.").at(url);
+        throw place(std::string(subject) + " url points to root directory.", lines.root).at(url);
 }
 
 } // namespace orv

@@ -7,6 +7,7 @@
 #include <orv/Operations/Status.hpp>
 
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <type_traits>
@@ -21,6 +22,19 @@ template <class Case, class Status>
 inline constexpr bool has_case = false;
 template <class Case, class... Cases>
 inline constexpr bool has_case<Case, std::variant<Cases...>> = (std::is_same_v<Case, Cases> || ...);
+
+/// Whether nothing follows the status.
+template <class... Cases>
+[[nodiscard]] bool is_final(const std::variant<Cases...>& status)
+{
+    return std::visit(
+        [](const auto& its_case) {
+            using Case = std::decay_t<decltype(its_case)>;
+            return std::is_same_v<Case, status::success> || std::is_same_v<Case, status::error> ||
+                   std::is_same_v<Case, status::cancelled>;
+        },
+        status);
+}
 
 /// One request at work: its operation, and the way to its caller.
 ///
@@ -73,8 +87,24 @@ public:
         return resolver->wait();
     }
 
+    /// Delivers `status` to the caller.
+    ///
+    /// Threading: main thread, from a status of a child.
+    void pass_on(const Status& status) { statuses_.deliver_now(status); }
+    [[nodiscard]] bool has_listener() const { return statuses_.has_listener(); }
+
+    /// Does a part of the work as a request of `Child`, on this thread. All its statuses but the
+    /// last go to `on_status`, on the main thread; the last is returned. A cancel reaches the
+    /// child, too; a request that was cancelled before throws `Exception`.
+    template <class Child, class Work>
+    typename Child::Status run_child(typename Child::StatusClosure on_status, Work work);
+
     /// What is to be delivered just before `success`.
     void set_closing(Status closing) { closing_ = std::move(closing); }
+
+    /// What takes the work back when, after its success, the request turns out to be cancelled. It
+    /// is called on the main thread, or else destroyed there before the final status.
+    void set_undo(std::function<void()> undo) { undo_ = std::move(undo); }
 
     /// Frees the operation and delivers the final status: `outcome` or, when the request was
     /// cancelled by now and can be, `cancelled`.
@@ -82,9 +112,13 @@ public:
     {
         statuses_.finish([&] {
             if constexpr (has_case<status::cancelled, Status>) {
-                if (cancelled())
+                if (cancelled()) {
+                    if (undo_)
+                        undo_();
                     outcome = status::cancelled{};
+                }
             }
+            undo_ = nullptr;
             std::vector<Status> last;
             if (closing_ && is_success(outcome))
                 last.push_back(std::move(*closing_));
@@ -106,6 +140,7 @@ private:
     std::shared_ptr<Operation> operation_;
     StatusBatch<Status, typename Operation::StatusClosure> statuses_;
     std::optional<Status> closing_;
+    std::function<void()> undo_;
 };
 
 /// The final status of a request of `Operation` that failed.
@@ -135,6 +170,26 @@ typename Operation::Status outcome_of(Request<Operation>& request, Work& work)
     } catch (const std::exception& error) {
         return error_status<Operation>(Error(error.what()));
     }
+}
+
+template <class Operation>
+template <class Child, class Work>
+typename Child::Status Request<Operation>::run_child(typename Child::StatusClosure on_status,
+                                                     Work work)
+{
+    const auto child = std::make_shared<Child>();
+    if (!OperationAccess::start_child(*operation_, child))
+        throw Exception();
+    std::optional<typename Child::Status> last;
+    Request<Child> request(child, [&, on_status = std::move(on_status)](const auto& status) {
+        if (is_final(status))
+            last = status;
+        else
+            on_status(status);
+    });
+    request.finish(outcome_of(request, work));
+    OperationAccess::end_child(*operation_);
+    return *last;
 }
 
 /// Starts a request: `work` is called in the background with its `Request<Operation>&`, and returns

@@ -35,4 +35,15 @@ bool are_same_item(const Url& one, const Url& other)
     return first && first == identity_at(other);
 }
 
+bool lies_inside(const Url& item, const Url& folder)
+{
+    const auto sought = identity_at(folder);
+    for (Url above = item; sought && above.path() != "/";) {
+        above = above.deleting_last_path_component();
+        if (identity_at(above) == sought)
+            return true;
+    }
+    return false;
+}
+
 } // namespace orv

@@ -53,6 +53,16 @@ public:
         return delivered;
     }
 
+    /// Delivers `status`, past what is held back.
+    ///
+    /// Threading: main thread, while the background thread waits for it.
+    void deliver_now(const Status& status)
+    {
+        assert_main_thread("StatusBatch::deliver_now()");
+        if (closure_)
+            closure_(status);
+    }
+
     /// Hands over what has been held back for as long as a status may be.
     void flush_if_due()
     {

@@ -187,6 +187,17 @@ bool Tool::is_directory(const Url& at)
     return facts && S_ISDIR(facts->st_mode);
 }
 
+std::optional<bool> Tool::is_volume(const Url& at)
+try {
+    const Place place = Place::of(at);
+    struct statx facts {};
+    if (::statx(place.folder(), place.name(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &facts) != 0)
+        return std::nullopt;
+    return (facts.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+} catch (const Error&) {
+    return std::nullopt;
+}
+
 void Tool::move_item(const Url& from, const Url& to)
 try {
     const Place source = Place::of(from);

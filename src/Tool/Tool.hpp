@@ -60,6 +60,9 @@ public:
     /// Whether the item is a folder, or a link that leads to one.
     [[nodiscard]] static bool is_directory(const Url& at);
 
+    /// Whether the item is the root of a mounted volume; no value when it cannot be told.
+    [[nodiscard]] static std::optional<bool> is_volume(const Url& at);
+
     /// Gives the item at `from` the location `to`, where nothing may stand.
     ///
     /// Errors: "Couldn't move the item", with the platform's error appended: code EEXIST when

@@ -2,17 +2,25 @@
 
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/CopyOpr.hpp>
+#include <orv/Operations/DataToFileOpr.hpp>
 #include <orv/Operations/DeleteOpr.hpp>
 #include <orv/Operations/FetchItemsOpr.hpp>
 #include <orv/Operations/FolderSizeOpr.hpp>
+#include <orv/Operations/MoveOpr.hpp>
+#include <orv/Operations/MultiCopyOpr.hpp>
 #include <orv/Operations/MultiDeleteOpr.hpp>
+#include <orv/Operations/MultiMoveOpr.hpp>
 #include <orv/Operations/NewFolderOpr.hpp>
+#include <orv/Operations/RenameOpr.hpp>
+#include <orv/Operations/ReserveFileUrlOpr.hpp>
 #include <orv/Operations/SnglCopyOpr.hpp>
 #include <orv/utility/Locations.hpp>
 #include <orv/utility/Url.hpp>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace orv {
@@ -59,6 +67,27 @@ public:
     std::shared_ptr<CopyOperation> copy(Url src_url, Url dest_url,
                                         CopyOperation::StatusClosure status_closure);
 
+    /// Copies the items into the folder, each under its own name, one after the other, up to the
+    /// first that fails. The list must not be empty: the process ends.
+    std::shared_ptr<MultiCopyOperation> copy(std::vector<Url> src_urls, Url dest_folder_url,
+                                             MultiCopyOperation::StatusClosure status_closure);
+
+    /// Copies like `copy`, answers a conflict with `on_conflict`, waits for the end, and says
+    /// whether the copy was made.
+    ///
+    /// Threading: background; on the main thread, which it needs, the process ends.
+    bool bg_copy(const Url& src_url, const Url& dest_url, ConflictBehaviour on_conflict);
+
+    /// Moves the item at `src_url`, and its attributes, so that it is found at `dest_url`, on
+    /// another volume, too. Symbolic links in both are resolved first.
+    std::shared_ptr<MoveOperation> move(Url src_url, Url dest_url,
+                                        MoveOperation::StatusClosure status_closure);
+
+    /// Moves the items into the folder, each under its own name, one after the other, up to the
+    /// first that fails.
+    std::shared_ptr<MultiMoveOperation> move(std::vector<Url> src_urls, Url dest_folder_url,
+                                             MultiMoveOperation::StatusClosure status_closure);
+
     /// Deletes the item at `at`, a folder with everything in it, and its attributes.
     std::shared_ptr<DeleteOperation> delete_item(Url at,
                                                  DeleteOperation::StatusClosure status_closure);
@@ -72,6 +101,10 @@ public:
     create_new_folder(Url at, bool also_create_intermediates,
                       NewFolderOperation::StatusClosure status_closure);
 
+    /// Gives the item another name in the same folder, where it must be free.
+    std::shared_ptr<RenameOperation> rename(Url url, std::string new_name,
+                                            RenameOperation::StatusClosure status_closure);
+
     /// Adds up the sizes of all files in the folder, at every depth.
     std::shared_ptr<FolderSizeOperation>
     calculate_folder_size(Url for_url, FolderSizeOperation::StatusClosure status_closure);
@@ -81,6 +114,18 @@ public:
     std::shared_ptr<FetchItemsOperation>
     fetch_items(Url inside, bool recursive, std::optional<SortType> sort, bool include_hidden_files,
                 FetchItemsOperation::StatusClosure status_closure);
+
+    /// Writes the bytes to a new file at `in`.
+    std::shared_ptr<DataToFileOpr> generate_file(std::vector<std::byte> from, Url in,
+                                                 DataToFileOpr::StatusClosure status_closure);
+
+    /// Reserves a location for a file that is yet to come: until the ticket is released, no request
+    /// reads or writes there.
+    std::shared_ptr<ReserveFileUrlOpr>
+    reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure);
+
+    /// Ends a reservation; one that was ended stays so.
+    void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
 
     /// Deletes the item and says whether it is gone. Its attributes stay stored. False for "/", and
     /// for an item that a request holds.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 
 namespace orv {
 
@@ -39,6 +40,8 @@ private:
 
     bool is_busy_ = false;                   // main thread only
     std::atomic<bool> is_cancelled_ = false; // set on the main thread only
+    /// What does a part of the request at this moment, to be cancelled with it.
+    std::shared_ptr<OrvOperation> child_; // main thread only
 };
 
 } // namespace orv

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The writing of data to a new file, which appears when it is complete.
+///
+/// Statuses: at most one `conflict_occured`, `progress` at the start and then about once a second,
+/// the final status. A cancel and an error leave no file, one that was replaced included.
+class DataToFileOpr final : public OrvOperation {
+public:
+    using Status = std::variant<status::progress<GeneralProgress>, status::conflict_occured,
+                                status::error, status::success, status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

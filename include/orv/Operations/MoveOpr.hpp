@@ -1,0 +1,23 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The move of one item, a folder with everything in it, and of its attributes.
+///
+/// Statuses: at most one `conflict_occured`, never mergeable, and the final status. A move that was
+/// begun is done to its end: cancelled meanwhile, it ends as `cancelled` although the item has been
+/// moved. An error leaves the item where it was, or whole at its destination.
+class MoveOperation final : public OrvOperation {
+public:
+    using Status =
+        std::variant<status::conflict_occured, status::error, status::success, status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

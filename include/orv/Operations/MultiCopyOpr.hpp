@@ -1,0 +1,24 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The copy of several items into one folder, one after the other, up to the first that fails. All
+/// are measured before the first is copied.
+///
+/// Statuses: `preparing`, any number of `progress` over the whole batch and of `conflict_occured`,
+/// the final status. A cancel and an error leave at the destination what was complete.
+class MultiCopyOperation final : public OrvOperation {
+public:
+    using Status =
+        std::variant<status::progress<CopyProgress>, status::conflict_occured, status::error,
+                     status::preparing, status::success, status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

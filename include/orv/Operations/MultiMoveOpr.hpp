@@ -1,0 +1,22 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The move of several items into one folder, one after the other, up to the first that fails.
+///
+/// Statuses: any number of `conflict_occured`, and the final status. What was moved before a cancel
+/// or an error stays moved.
+class MultiMoveOperation final : public OrvOperation {
+public:
+    using Status =
+        std::variant<status::conflict_occured, status::error, status::success, status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// A new name for an item in its folder; its attributes and those of everything below follow, and
+/// its modification date becomes the present time. It cannot be cancelled.
+///
+/// When only the date could not be set, it ends as an error although the item has its new name.
+class RenameOperation final : public OrvOperation {
+public:
+    using Status = std::variant<status::error, status::success>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

@@ -1,0 +1,169 @@
+#include "Operations/DataToFileOpr.hpp"
+
+#include "Global/TestMode.hpp"
+#include "Operations/PathChecks.hpp"
+#include "Operations/SnglCopyOpr.hpp"
+#include "Operations/Staging.hpp"
+#include "Operations/TakenName.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Tool/Place.hpp"
+#include "Tool/Tool.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <span>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+using DataRequest = Request<DataToFileOpr>;
+using Bytes = std::span<const std::byte>;
+
+constexpr ErrorPlace place{"src/Operations/DataToFileOpr",
+                           "generate_file(from:in:status_closure:)"};
+constexpr std::size_t chunk_size = 102'400;
+constexpr auto chunk_pause = std::chrono::milliseconds(50);
+
+/// Where the file goes after the question about a taken name, if there was one.
+struct Answer {
+    Url target;
+    bool replaces = false;
+};
+
+void check_request(Bytes data, const Url& target)
+{
+    if (data.empty())
+        throw place("Source data is empty.", 79).at(target);
+    check_path(target, "Destination", place, {.undefined = 84, .root = 87});
+}
+
+Answer settle_conflict(DataRequest& request, const Url& target)
+{
+    if (!Tool::item_exists(target))
+        return {target};
+    switch (ask_about(request, target, false)) {
+    case ConflictBehaviour::keep_both:
+        return {free_url(target, place("Couldn't generate a non-conflicting url.", 120))};
+    case ConflictBehaviour::replace:
+        return {.target = target, .replaces = true};
+    case ConflictBehaviour::merge:
+    case ConflictBehaviour::stop:
+        break;
+    }
+    return {target};
+}
+
+Error not_finalized(const Error& cause)
+{
+    return place("Couldn't finalize copying to destination.", 247).because_of(cause);
+}
+
+Place opened_folder_of(const Url& target)
+{
+    try {
+        return Place::in_opened_folder(target);
+    } catch (const Error& cause) {
+        throw not_finalized(cause);
+    }
+}
+
+/// The mode that the process gives to new files; without the information, what nearly all give.
+mode_t mode_of_new_files()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("Umask:"))
+            return 0666 & ~static_cast<mode_t>(std::stoul(line.substr(6), nullptr, 8));
+    return 0644;
+}
+
+PartialFile created_file(Staging& staging, const DestinationFolder& folder)
+{
+    try {
+        return staging.create(folder);
+    } catch (const Error& cause) {
+        // What keeps a file from being built beside its target keeps it from appearing there.
+        if (cause.path() == folder.url)
+            throw not_finalized(cause);
+        throw place("Couldn't create destination file.", 169).because_of(cause);
+    }
+}
+
+void write_chunk(int file, Bytes chunk, const Url& url)
+{
+    while (!chunk.empty()) {
+        const ssize_t written = ::write(file, chunk.data(), chunk.size());
+        if (written < 0 && errno != EINTR)
+            throw platform_error(errno, url);
+        if (written > 0)
+            chunk = chunk.subspan(static_cast<std::size_t>(written));
+    }
+}
+
+void write_data(DataRequest& request, int file, Bytes data, const Url& target,
+                GeneralProgress& progress)
+{
+    ProgressInterval interval;
+    for (std::size_t written = 0; written < data.size();) {
+        const Bytes chunk = data.subspan(written, std::min(chunk_size, data.size() - written));
+        write_chunk(file, chunk, target);
+        written += chunk.size();
+        request.check_cancelled();
+        if (interval.is_due()) {
+            progress.value = static_cast<float>(written) / static_cast<float>(data.size());
+            request.report(status::progress<GeneralProgress>{progress});
+        }
+        pause_in_test_mode(chunk_pause);
+    }
+}
+
+/// Builds the file out of sight and gives it its place.
+void build_file(DataRequest& request, Bytes data, const Url& target, GeneralProgress progress)
+{
+    const Place place_of_target = opened_folder_of(target);
+    const DestinationFolder folder{place_of_target.folder(), target.deleting_last_path_component()};
+    Staging staging;
+    for (;;) {
+        PartialFile file = created_file(staging, folder);
+        write_data(request, file.fd(), data, target, progress);
+        ::fchmod(file.fd(), mode_of_new_files());
+        const int code = file.publish(folder, place_of_target.path);
+        if (code == 0)
+            return;
+        if (!staging.can_do_otherwise(code))
+            throw not_finalized(platform_error(code, target));
+    }
+}
+
+DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
+{
+    check_request(data, url);
+    const auto [target, replaces] = settle_conflict(request, url);
+
+    const auto lock = std::make_shared<UrlLock>(write(target));
+    if (replaces)
+        remove_replaced(
+            target, place("Destination item couldn't be deleted while being overwritten.", 143));
+    const GeneralProgress progress{url, 0};
+    request.report(status::progress<GeneralProgress>{progress});
+    build_file(request, data, target, progress);
+    // The lock is kept for that: nobody else's file may be deleted.
+    request.set_undo([target = target, lock] { Tool::delete_item(target); });
+    return status::success{};
+}
+
+} // namespace
+
+std::shared_ptr<DataToFileOpr> data_to_file(std::vector<std::byte> data, Url url,
+                                            DataToFileOpr::StatusClosure status_closure)
+{
+    return start_request<DataToFileOpr>(
+        std::move(status_closure), [data = std::move(data), url = std::move(url)](
+                                       DataRequest& request) { return run(request, data, url); });
+}
+
+} // namespace orv

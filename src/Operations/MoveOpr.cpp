@@ -1,0 +1,81 @@
+#include "Operations/MoveOpr.hpp"
+
+#include "Global/TestMode.hpp"
+#include "Operations/MoveWithRecords.hpp"
+#include "Operations/PathChecks.hpp"
+#include "Operations/SameItem.hpp"
+#include "Operations/TakenName.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Tool/Tool.hpp"
+
+namespace orv {
+namespace {
+
+using MoveRequest = Request<MoveOperation>;
+
+constexpr ErrorPlace place{"src/Operations/MoveOpr", "move(src_url:dest_url:status_closure:)"};
+
+/// How the move goes on after the question about a taken name, if there was one.
+struct Answer {
+    Url destination;
+    bool replaces = false;
+    bool nothing_to_do = false;
+};
+
+void check_urls(const Url& source, const Url& destination)
+{
+    check_path(source, "Source", place);
+    check_path(destination, "Destination", place);
+    if (!Tool::item_exists(source))
+        throw place("Source item doesn't exist.").at(source);
+}
+
+Answer settle_conflict(MoveRequest& request, const Url& source, const Url& destination)
+{
+    if (!Tool::item_exists(destination))
+        return {destination};
+    const ConflictBehaviour behaviour = ask_about(request, destination, false);
+    if (behaviour == ConflictBehaviour::merge)
+        return {destination};
+    if (are_same_item(source, destination))
+        return {.destination = destination, .nothing_to_do = true};
+    if (behaviour == ConflictBehaviour::replace)
+        return {.destination = destination, .replaces = true};
+    return {free_url(destination, place("Couldn't generate a non-conflicting url."))};
+}
+
+void make_room(const Url& source, const Url& destination)
+{
+    if (lies_inside(source, destination))
+        throw place("Source path conflicts with destination path.").at(source);
+    remove_replaced(destination,
+                    place("Destination item couldn't be deleted while being overwritten."));
+}
+
+} // namespace
+
+MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const Url& dest_url)
+{
+    check_urls(src_url, dest_url);
+    const Answer answer = settle_conflict(request, src_url, dest_url);
+    if (answer.nothing_to_do)
+        return status::success{};
+
+    const UrlLock lock({read(src_url)}, write(answer.destination));
+    if (answer.replaces)
+        make_room(src_url, answer.destination);
+    pause_in_test_mode(std::chrono::seconds(1));
+    move_with_records(src_url, answer.destination);
+    return status::success{};
+}
+
+std::shared_ptr<MoveOperation> move_item(const Url& src_url, const Url& dest_url,
+                                         MoveOperation::StatusClosure status_closure)
+{
+    return start_request<MoveOperation>(
+        std::move(status_closure),
+        [source = src_url.resolving_symlinks(), destination = dest_url.resolving_symlinks()](
+            MoveRequest& request) { return move_item(request, source, destination); });
+}
+
+} // namespace orv

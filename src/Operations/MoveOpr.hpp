@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Operations/Request.hpp"
+
+#include <orv/Operations/MoveOpr.hpp>
+
+#include <memory>
+
+namespace orv {
+
+/// Starts the move of the item at `src_url` to `dest_url`, the symbolic links in both resolved
+/// first.
+std::shared_ptr<MoveOperation> move_item(const Url& src_url, const Url& dest_url,
+                                         MoveOperation::StatusClosure status_closure);
+
+/// Does the work of that request, on URLs without links.
+MoveOperation::Status move_item(Request<MoveOperation>& request, const Url& src_url,
+                                const Url& dest_url);
+
+} // namespace orv

@@ -1,0 +1,61 @@
+#include "Operations/MultiMoveOpr.hpp"
+
+#include "Operations/BatchAnswers.hpp"
+#include "Operations/ErrorPlace.hpp"
+#include "Operations/FolderChecks.hpp"
+#include "Operations/MoveOpr.hpp"
+
+namespace orv {
+namespace {
+
+using BatchRequest = Request<MultiMoveOperation>;
+
+constexpr ErrorPlace place{"src/Operations/MultiMoveOpr",
+                           "move(src_urls:dest_folder_url:status_closure:)"};
+
+void check_destination(const Url& folder)
+{
+    check_is_folder(folder, place("Destination folder doesn't exist."),
+                    place("Destination url must point to a folder."));
+}
+
+MoveOperation::Status move_one(BatchRequest& batch, BatchAnswers& answers, const Url& source,
+                               const Url& folder)
+{
+    const Url destination = folder.appending(source.last_path_component());
+    const auto pass_on = [&](const MoveOperation::Status& status) {
+        const auto& conflict = std::get<status::conflict_occured>(status);
+        answers.settle(conflict.resolver, [&] { batch.pass_on(conflict); });
+    };
+    return batch.run_child<MoveOperation>(pass_on, [&](Request<MoveOperation>& request) {
+        return move_item(request, source.resolving_symlinks(), destination.resolving_symlinks());
+    });
+}
+
+MultiMoveOperation::Status run(BatchRequest& batch, const std::vector<Url>& sources,
+                               const Url& folder)
+{
+    check_destination(folder);
+    BatchAnswers answers(how_many_conflicts_occur(sources, folder));
+    for (const Url& source : sources) {
+        const auto outcome = move_one(batch, answers, source, folder);
+        if (!std::holds_alternative<status::success>(outcome))
+            return outcome;
+        answers.item_done();
+    }
+    return status::success{};
+}
+
+} // namespace
+
+std::shared_ptr<MultiMoveOperation> move_items(std::vector<Url> src_urls, Url dest_folder_url,
+                                               MultiMoveOperation::StatusClosure status_closure)
+{
+    return start_request<MultiMoveOperation>(
+        std::move(status_closure),
+        [sources = std::move(src_urls), folder = std::move(dest_folder_url)](BatchRequest& batch) {
+            return run(batch, sources, folder);
+        });
+}
+
+} // namespace orv

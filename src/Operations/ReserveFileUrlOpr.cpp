@@ -1,0 +1,93 @@
+#include "Operations/ReserveFileUrlOpr.hpp"
+
+#include "Operations/PathChecks.hpp"
+#include "Operations/TakenName.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Tool/Tool.hpp"
+
+#include <orv/utility/MainQueue.hpp>
+
+namespace orv {
+
+/// What a ticket knows that only the library uses.
+class Reservation {
+public:
+    using Ticket = ReserveFileUrlOpr::Ticket;
+
+    /// Locks the location.
+    ///
+    /// Errors: those of `UrlLocker::lock`.
+    static std::shared_ptr<Ticket> issue(const Url& url)
+    {
+        const auto registration = UrlLocker::lock({}, write(url), false);
+        const std::shared_ptr<Ticket> ticket(new Ticket(url));
+        ticket->registration_ = static_cast<std::uint64_t>(registration);
+        return ticket;
+    }
+
+    static void release(Ticket& ticket)
+    {
+        main_sync([&] {
+            if (std::exchange(ticket.is_used_, true))
+                return;
+            UrlLocker::unlock(UrlLocker::Registration{ticket.registration_});
+        });
+    }
+};
+
+namespace {
+
+using ReserveRequest = Request<ReserveFileUrlOpr>;
+
+constexpr ErrorPlace place{"src/Operations/ReserveFileUrlOpr",
+                           "reserve_file_url(_:status_closure:)"};
+
+/// The location that is to be reserved after the question about a taken name, if there was one.
+Url settle_conflict(ReserveRequest& request, const Url& url)
+{
+    if (!Tool::item_exists(url))
+        return url;
+    switch (ask_about(request, url, false)) {
+    case ConflictBehaviour::keep_both:
+        return free_url(url, place("Couldn't generate a non-conflicting url.", 96));
+    case ConflictBehaviour::replace:
+        remove_replaced(
+            url, place("Destination item couldn't be deleted while being overwritten.", 112));
+        break;
+    case ConflictBehaviour::merge:
+    case ConflictBehaviour::stop:
+        break;
+    }
+    return url;
+}
+
+ReserveFileUrlOpr::Status run(ReserveRequest& request, const Url& url)
+{
+    check_path(url, "Destination", place, {.undefined = 60, .root = 63});
+    const Url final_url = settle_conflict(request, url);
+    const auto ticket = Reservation::issue(final_url);
+    request.set_undo([ticket] { Reservation::release(*ticket); });
+    return ReserveFileUrlOpr::success{final_url, ticket};
+}
+
+} // namespace
+
+std::shared_ptr<ReserveFileUrlOpr> reserve_file_url(Url url,
+                                                    ReserveFileUrlOpr::StatusClosure status_closure)
+{
+    return start_request<ReserveFileUrlOpr>(
+        std::move(status_closure),
+        [url = std::move(url)](ReserveRequest& request) { return run(request, url); });
+}
+
+void release_file_url(ReserveFileUrlOpr::Ticket& ticket)
+{
+    Reservation::release(ticket);
+}
+
+bool ReserveFileUrlOpr::Ticket::is_used() const
+{
+    return main_sync([this] { return is_used_; });
+}
+
+} // namespace orv
