@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orv/CustomAttributes/CustomAttributes.hpp>
+#include <orv/Facade/OrvFileBrowser.hpp>
 #include <orv/Facade/OrvFileManager.hpp>
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/SaveAttrOpr.hpp>

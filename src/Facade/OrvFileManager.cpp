@@ -106,6 +106,14 @@ OrvFileManager::copy(std::vector<Url> src_urls, Url dest_folder_url,
     return copy_items(std::move(src_urls), std::move(dest_folder_url), std::move(status_closure));
 }
 
+// Braces around one location are a list, too.
+std::shared_ptr<MultiCopyOperation>
+OrvFileManager::copy(std::initializer_list<Url> src_urls, Url dest_folder_url,
+                     MultiCopyOperation::StatusClosure status_closure)
+{
+    return copy_items(src_urls, std::move(dest_folder_url), std::move(status_closure));
+}
+
 bool OrvFileManager::bg_copy(const Url& src_url, const Url& dest_url, ConflictBehaviour on_conflict)
 {
     assert_bg_thread("bg_copy(src_url:dest_url:on_conflict:)");
@@ -135,6 +143,13 @@ OrvFileManager::move(std::vector<Url> src_urls, Url dest_folder_url,
                      MultiMoveOperation::StatusClosure status_closure)
 {
     return move_items(std::move(src_urls), std::move(dest_folder_url), std::move(status_closure));
+}
+
+std::shared_ptr<MultiMoveOperation>
+OrvFileManager::move(std::initializer_list<Url> src_urls, Url dest_folder_url,
+                     MultiMoveOperation::StatusClosure status_closure)
+{
+    return move_items(src_urls, std::move(dest_folder_url), std::move(status_closure));
 }
 
 std::shared_ptr<DeleteOperation>

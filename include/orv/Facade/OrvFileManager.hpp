@@ -18,6 +18,7 @@
 #include <orv/utility/Url.hpp>
 
 #include <cstddef>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -71,6 +72,9 @@ public:
     /// first that fails. The list must not be empty: the process ends.
     std::shared_ptr<MultiCopyOperation> copy(std::vector<Url> src_urls, Url dest_folder_url,
                                              MultiCopyOperation::StatusClosure status_closure);
+    std::shared_ptr<MultiCopyOperation> copy(std::initializer_list<Url> src_urls,
+                                             Url dest_folder_url,
+                                             MultiCopyOperation::StatusClosure status_closure);
 
     /// Copies like `copy`, answers a conflict with `on_conflict`, waits for the end, and says
     /// whether the copy was made.
@@ -86,6 +90,9 @@ public:
     /// Moves the items into the folder, each under its own name, one after the other, up to the
     /// first that fails.
     std::shared_ptr<MultiMoveOperation> move(std::vector<Url> src_urls, Url dest_folder_url,
+                                             MultiMoveOperation::StatusClosure status_closure);
+    std::shared_ptr<MultiMoveOperation> move(std::initializer_list<Url> src_urls,
+                                             Url dest_folder_url,
                                              MultiMoveOperation::StatusClosure status_closure);
 
     /// Deletes the item at `at`, a folder with everything in it, and its attributes.

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <orv/Facade/OrvFileManager.hpp>
+
+#include <concepts>
+#include <cstddef>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+/// The engine of one file-browser screen: a current folder, and the requests of `OrvFileManager`.
+///
+/// A request keeps the folder that was current when it was made. Any number of browsers may exist;
+/// all use the one manager, whose descriptions of the requests hold here, too.
+///
+/// Threading: one browser is for one thread at a time.
+class OrvFileBrowser {
+public:
+    /// Starts in the documents folder.
+    OrvFileBrowser();
+
+    [[nodiscard]] const Url& curr_dir() const { return curr_dir_; }
+
+    /// Makes `url` the current folder, symbolic links resolved. Whether it exists is not asked.
+    void change_dir(const Url& url);
+
+    /// The same for a folder inside the current one: a text is always such a name.
+    template <std::convertible_to<std::string_view> Text>
+    void change_dir(const Text& sub_folder)
+    {
+        change_dir(curr_dir_.appending(sub_folder));
+    }
+
+    /// Lists the current folder.
+    std::shared_ptr<FetchItemsOperation>
+    fetch_curr_dir_items(std::optional<SortType> sort, bool include_hidden_files,
+                         FetchItemsOperation::StatusClosure status_closure);
+
+    std::shared_ptr<CopyOperation> copy(Url src_url, Url dest_url,
+                                        CopyOperation::StatusClosure status_closure);
+    std::shared_ptr<MultiCopyOperation> copy(std::vector<Url> src_urls, Url dest_folder_url,
+                                             MultiCopyOperation::StatusClosure status_closure);
+    std::shared_ptr<MultiCopyOperation> copy(std::initializer_list<Url> src_urls,
+                                             Url dest_folder_url,
+                                             MultiCopyOperation::StatusClosure status_closure);
+    std::shared_ptr<MoveOperation> move(Url src_url, Url dest_url,
+                                        MoveOperation::StatusClosure status_closure);
+    std::shared_ptr<MultiMoveOperation> move(std::vector<Url> src_urls, Url dest_folder_url,
+                                             MultiMoveOperation::StatusClosure status_closure);
+    std::shared_ptr<MultiMoveOperation> move(std::initializer_list<Url> src_urls,
+                                             Url dest_folder_url,
+                                             MultiMoveOperation::StatusClosure status_closure);
+    std::shared_ptr<DeleteOperation> delete_item(Url at,
+                                                 DeleteOperation::StatusClosure status_closure);
+    std::shared_ptr<MultiDeleteOperation>
+    delete_items(std::vector<Url> at, MultiDeleteOperation::StatusClosure status_closure);
+    std::shared_ptr<RenameOperation> rename(Url url, std::string new_name,
+                                            RenameOperation::StatusClosure status_closure);
+    std::shared_ptr<NewFolderOperation>
+    create_new_folder(Url at, bool also_create_intermediates,
+                      NewFolderOperation::StatusClosure status_closure);
+    std::shared_ptr<FolderSizeOperation>
+    calculate_folder_size(Url for_url, FolderSizeOperation::StatusClosure status_closure);
+    std::shared_ptr<DataToFileOpr> generate_file(std::vector<std::byte> from, Url in,
+                                                 DataToFileOpr::StatusClosure status_closure);
+    std::shared_ptr<ReserveFileUrlOpr>
+    reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure);
+    void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
+
+private:
+    OrvFileManager& fm_;
+    Url curr_dir_;
+};
+
+} // namespace orv

@@ -1,0 +1,116 @@
+#include "Tool/Tool.hpp"
+
+#include <orv/Facade/OrvFileBrowser.hpp>
+
+#include <utility>
+
+namespace orv {
+
+OrvFileBrowser::OrvFileBrowser() : fm_(OrvFileManager::singleton()), curr_dir_(Tool::docs_dir()) {}
+
+void OrvFileBrowser::change_dir(const Url& url)
+{
+    curr_dir_ = url.resolving_symlinks();
+}
+
+std::shared_ptr<FetchItemsOperation>
+OrvFileBrowser::fetch_curr_dir_items(std::optional<SortType> sort, bool include_hidden_files,
+                                     FetchItemsOperation::StatusClosure status_closure)
+{
+    return fm_.fetch_items(curr_dir_, false, sort, include_hidden_files, std::move(status_closure));
+}
+
+std::shared_ptr<CopyOperation> OrvFileBrowser::copy(Url src_url, Url dest_url,
+                                                    CopyOperation::StatusClosure status_closure)
+{
+    return fm_.copy(std::move(src_url), std::move(dest_url), std::move(status_closure));
+}
+
+std::shared_ptr<MultiCopyOperation>
+OrvFileBrowser::copy(std::vector<Url> src_urls, Url dest_folder_url,
+                     MultiCopyOperation::StatusClosure status_closure)
+{
+    return fm_.copy(std::move(src_urls), std::move(dest_folder_url), std::move(status_closure));
+}
+
+std::shared_ptr<MultiCopyOperation>
+OrvFileBrowser::copy(std::initializer_list<Url> src_urls, Url dest_folder_url,
+                     MultiCopyOperation::StatusClosure status_closure)
+{
+    return fm_.copy(src_urls, std::move(dest_folder_url), std::move(status_closure));
+}
+
+std::shared_ptr<MoveOperation> OrvFileBrowser::move(Url src_url, Url dest_url,
+                                                    MoveOperation::StatusClosure status_closure)
+{
+    return fm_.move(std::move(src_url), std::move(dest_url), std::move(status_closure));
+}
+
+std::shared_ptr<MultiMoveOperation>
+OrvFileBrowser::move(std::vector<Url> src_urls, Url dest_folder_url,
+                     MultiMoveOperation::StatusClosure status_closure)
+{
+    return fm_.move(std::move(src_urls), std::move(dest_folder_url), std::move(status_closure));
+}
+
+std::shared_ptr<MultiMoveOperation>
+OrvFileBrowser::move(std::initializer_list<Url> src_urls, Url dest_folder_url,
+                     MultiMoveOperation::StatusClosure status_closure)
+{
+    return fm_.move(src_urls, std::move(dest_folder_url), std::move(status_closure));
+}
+
+std::shared_ptr<DeleteOperation>
+OrvFileBrowser::delete_item(Url at, DeleteOperation::StatusClosure status_closure)
+{
+    return fm_.delete_item(std::move(at), std::move(status_closure));
+}
+
+std::shared_ptr<MultiDeleteOperation>
+OrvFileBrowser::delete_items(std::vector<Url> at,
+                             MultiDeleteOperation::StatusClosure status_closure)
+{
+    return fm_.delete_items(std::move(at), std::move(status_closure));
+}
+
+std::shared_ptr<RenameOperation>
+OrvFileBrowser::rename(Url url, std::string new_name, RenameOperation::StatusClosure status_closure)
+{
+    return fm_.rename(std::move(url), std::move(new_name), std::move(status_closure));
+}
+
+std::shared_ptr<NewFolderOperation>
+OrvFileBrowser::create_new_folder(Url at, bool also_create_intermediates,
+                                  NewFolderOperation::StatusClosure status_closure)
+{
+    return fm_.create_new_folder(std::move(at), also_create_intermediates,
+                                 std::move(status_closure));
+}
+
+std::shared_ptr<FolderSizeOperation>
+OrvFileBrowser::calculate_folder_size(Url for_url,
+                                      FolderSizeOperation::StatusClosure status_closure)
+{
+    return fm_.calculate_folder_size(std::move(for_url), std::move(status_closure));
+}
+
+std::shared_ptr<DataToFileOpr>
+OrvFileBrowser::generate_file(std::vector<std::byte> from, Url in,
+                              DataToFileOpr::StatusClosure status_closure)
+{
+    return fm_.generate_file(std::move(from), std::move(in), std::move(status_closure));
+}
+
+std::shared_ptr<ReserveFileUrlOpr>
+OrvFileBrowser::reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure)
+{
+    return fm_.reserve_file_url(std::move(url), std::move(status_closure));
+}
+
+void OrvFileBrowser::release_file_url(
+    const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket)
+{
+    fm_.release_file_url(reservation_ticket);
+}
+
+} // namespace orv
