@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <optional>
+#include <thread>
 
 namespace orv::test {
 namespace {
@@ -102,6 +104,38 @@ TEST_F(FileManagerTest, a_single_copy_starts_in_test_mode_alone)
     pump_until([&] { return manager().file_exists(at("a")); });
     EXPECT_FALSE(called);
     EXPECT_EQ(tree(folder()), Texts{"a=1"});
+}
+
+TEST_F(FileManagerTest, background_code_copies_and_waits)
+{
+    make_tree(folder(), {"a=1", "taken=2"});
+    const struct {
+        const char* to;
+        ConflictBehaviour on_conflict;
+        bool result;
+        const char* added = nullptr;
+    } rows[] = {{"b", ConflictBehaviour::stop, true, "b=1"},
+                {"taken", ConflictBehaviour::stop, false},
+                {"taken", ConflictBehaviour::keep_both, true, "taken 2=1"},
+                {"a/c", ConflictBehaviour::replace, false}};
+    Texts expected = tree(folder());
+    for (const auto& row : rows) {
+        std::optional<bool> result;
+        std::thread background([&] {
+            const bool is_copied = manager().bg_copy(at("a"), at(row.to), row.on_conflict);
+            main_async([&, is_copied] { result = is_copied; });
+        });
+        pump_until([&] { return result.has_value(); });
+        background.join();
+        EXPECT_EQ(result, row.result) << row.to;
+        if (row.added)
+            expected.emplace_back(row.added);
+        std::sort(expected.begin(), expected.end());
+        EXPECT_EQ(tree(folder()), expected);
+    }
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(manager().bg_copy(at("a"), at("z"), ConflictBehaviour::stop),
+                 "bg_copy.src_url:dest_url:on_conflict:.");
 }
 
 TEST_F(FileManagerTest, there_is_one_manager)

@@ -1,9 +1,7 @@
-#include "CustomAttributes/RecCustomAttr.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "support/Engine.hpp"
+#include "support/Records.hpp"
 #include "support/Statuses.hpp"
-
-#include <algorithm>
 
 namespace orv::test {
 namespace {
@@ -22,27 +20,6 @@ protected:
     {
         return statuses_of<MultiDeleteOperation>(
             [&](auto take) { return manager().delete_items(std::move(urls), take); });
-    }
-
-    /// Stores a row for each item.
-    void store(const std::vector<std::string>& names)
-    {
-        std::vector<CustomAttributes> attributes;
-        for (const std::string& name : names)
-            attributes.push_back({.url = at(name), .is_protected = true});
-        save_all(attributes, false);
-    }
-
-    /// The keys of the rows in the test's folder, seen from there.
-    std::vector<std::string> stored()
-    {
-        const std::string start = record_key(folder()).text() + "/";
-        std::vector<std::string> keys;
-        for (const RecCustomAttr& record :
-             RecCustomAttr::fetch_all("substr(relative_path, 1, length(?1)) = ?1", {start}))
-            keys.push_back(record.relative_path.substr(start.size()));
-        std::sort(keys.begin(), keys.end());
-        return keys;
     }
 };
 
@@ -105,20 +82,20 @@ TEST_F(DeleteTest, refuses_locations_that_are_none)
 TEST_F(DeleteTest, rows_go_with_their_items)
 {
     make_tree(folder(), {"a/b/c=1", "a b=2", "ab=3", "link->target", "target=4"});
-    store({"a", "a/b/c", "a/gone", "a b", "ab", "target"});
+    store_rows(folder(), {"a", "a/b/c", "a/gone", "a b", "ab", "target"});
     deleted(at("a"));
-    EXPECT_EQ(stored(), (std::vector<std::string>{"a b", "ab", "target"}));
+    EXPECT_EQ(stored_rows(folder()), (std::vector<std::string>{"a b", "ab", "target"}));
     deleted(at("link"));
-    EXPECT_EQ(stored(), (std::vector<std::string>{"a b", "ab", "target"}));
+    EXPECT_EQ(stored_rows(folder()), (std::vector<std::string>{"a b", "ab", "target"}));
     EXPECT_EQ(deleted(at("a")), std::vector{missing});
     EXPECT_EQ(tree(folder()), (std::vector<std::string>{"a b=2", "ab=3", "target=4"}));
 }
 
 TEST_F(DeleteTest, rows_stay_when_nothing_was_deleted)
 {
-    store({"missing"});
+    store_rows(folder(), {"missing"});
     EXPECT_EQ(deleted(at("missing")), std::vector{missing});
-    EXPECT_EQ(stored(), std::vector<std::string>{"missing"});
+    EXPECT_EQ(stored_rows(folder()), std::vector<std::string>{"missing"});
 }
 
 TEST_F(DeleteTest, holds_its_location_while_it_is_pending_and_cannot_be_cancelled)
@@ -147,7 +124,7 @@ TEST_F(DeleteTest, holds_its_location_while_it_is_pending_and_cannot_be_cancelle
 TEST_F(DeleteTest, several_are_deleted_up_to_the_first_failure)
 {
     make_tree(folder(), {"a/b=1", "c=2", "d=3"});
-    store({"a", "a/b", "c", "d"});
+    store_rows(folder(), {"a", "a/b", "c", "d"});
     const auto statuses = all_deleted({at("a"), at("not here"), at("c")});
     ASSERT_EQ(statuses.size(), 1U);
     const Error& error = std::get<status::error>(statuses.back()).error;
@@ -158,11 +135,11 @@ TEST_F(DeleteTest, several_are_deleted_up_to_the_first_failure)
     EXPECT_TRUE(error.message().starts_with(expected)) << error.message();
     EXPECT_EQ(error.path(), at("not here"));
     EXPECT_EQ(tree(folder()), (std::vector<std::string>{"c=2", "d=3"}));
-    EXPECT_EQ(stored(), (std::vector<std::string>{"c", "d"}));
+    EXPECT_EQ(stored_rows(folder()), (std::vector<std::string>{"c", "d"}));
 
     EXPECT_EQ(texts_of(all_deleted({at("c"), at("d")})), std::vector<std::string>{"success"});
     EXPECT_EQ(tree(folder()), std::vector<std::string>{});
-    EXPECT_EQ(stored(), std::vector<std::string>{});
+    EXPECT_EQ(stored_rows(folder()), std::vector<std::string>{});
     EXPECT_EQ(texts_of(all_deleted({})), std::vector<std::string>{"success"});
 }
 

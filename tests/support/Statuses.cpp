@@ -4,6 +4,16 @@
 #include <cstdio>
 
 namespace orv::test {
+namespace {
+
+std::string two_decimals(float value)
+{
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "%.2f", static_cast<double>(value));
+    return text.data();
+}
+
+} // namespace
 
 std::string text_of(const status::success&)
 {
@@ -27,10 +37,14 @@ std::string text_of(const status::preparing&)
 
 std::string text_of(const status::progress<CopyProgress>& status)
 {
-    std::array<char, 16> value{};
-    std::snprintf(value.data(), value.size(), "%.2f", static_cast<double>(status.record.value));
     return "progress " + status.record.item_name + (status.record.is_item_dir ? "/ " : " ") +
-           value.data();
+           two_decimals(status.record.value);
+}
+
+std::string text_of(const status::progress<GeneralProgress>& status)
+{
+    return "progress " + status.record.current_item.last_path_component() + " " +
+           two_decimals(status.record.value);
 }
 
 std::string text_of(const status::conflict_occured& status)
@@ -61,6 +75,11 @@ std::string text_of(const FetchItemsOperation::success& status)
     for (const FileItem& item : status.content)
         text += " " + item.relative_path;
     return text;
+}
+
+std::string text_of(const ReserveFileUrlOpr::success& status)
+{
+    return "success " + status.final_url.last_path_component();
 }
 
 } // namespace orv::test

@@ -17,10 +17,12 @@ namespace orv::test {
 [[nodiscard]] std::string text_of(const status::cancelled& status);
 [[nodiscard]] std::string text_of(const status::preparing& status);
 [[nodiscard]] std::string text_of(const status::progress<CopyProgress>& status);
+[[nodiscard]] std::string text_of(const status::progress<GeneralProgress>& status);
 [[nodiscard]] std::string text_of(const status::conflict_occured& status);
 [[nodiscard]] std::string text_of(const NewFolderOperation::error& status);
 [[nodiscard]] std::string text_of(const FolderSizeOperation::success& status);
 [[nodiscard]] std::string text_of(const FetchItemsOperation::success& status);
+[[nodiscard]] std::string text_of(const ReserveFileUrlOpr::success& status);
 
 template <class... Cases>
 std::string text_of(const std::variant<Cases...>& status)
