@@ -10,11 +10,11 @@
 #include "Operations/MultiDeleteOpr.hpp"
 #include "Operations/MultiMoveOpr.hpp"
 #include "Operations/NewFolderOpr.hpp"
-#include "Operations/ProcessedFiles.hpp"
 #include "Operations/RenameOpr.hpp"
 #include "Operations/ReserveFileUrlOpr.hpp"
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/UrlLocker.hpp"
+#include "Tool/ProcessedFiles.hpp"
 #include "Tool/Tool.hpp"
 #include "utility/WorkerPool.hpp"
 

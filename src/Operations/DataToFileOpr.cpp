@@ -3,10 +3,10 @@
 #include "Global/TestMode.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/SnglCopyOpr.hpp"
-#include "Operations/Staging.hpp"
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Place.hpp"
+#include "Tool/Staging.hpp"
 #include "Tool/Tool.hpp"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "Operations/ItemCopier.hpp"
 
-#include "Operations/ItemMetadata.hpp"
 #include "Operations/SnglCopyOpr.hpp"
+#include "Tool/ItemMetadata.hpp"
 #include "Tool/Tool.hpp"
 
 #include <orv/utility/Error.hpp>

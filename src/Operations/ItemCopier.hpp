@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Operations/FileContent.hpp"
-#include "Operations/PartialFile.hpp"
-#include "Operations/Staging.hpp"
+#include "Tool/FileContent.hpp"
+#include "Tool/PartialFile.hpp"
+#include "Tool/Staging.hpp"
 
 #include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>

@@ -2,12 +2,12 @@
 
 #include "Global/TestMode.hpp"
 #include "Operations/ItemCopier.hpp"
-#include "Operations/ItemMetadata.hpp"
 #include "Operations/OpenedDestination.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
 #include "Operations/SameItem.hpp"
 #include "Operations/UrlLocker.hpp"
+#include "Tool/ItemMetadata.hpp"
 #include "Tool/OpenFolder.hpp"
 #include "Tool/Place.hpp"
 #include "Tool/Tool.hpp"

@@ -1,4 +1,4 @@
-#include "Operations/ProcessedFiles.hpp"
+#include "Tool/ProcessedFiles.hpp"
 #include "faults/Scene.hpp"
 #include "support/Engine.hpp"
 

@@ -1,4 +1,4 @@
-#include "Operations/Staging.hpp"
+#include "Tool/Staging.hpp"
 
 #include "support/Engine.hpp"
 #include "support/Volume.hpp"

@@ -1,4 +1,4 @@
-#include "Operations/FileContent.hpp"
+#include "Tool/FileContent.hpp"
 
 #include "Global/TestMode.hpp"
 

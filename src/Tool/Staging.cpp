@@ -1,6 +1,6 @@
-#include "Operations/Staging.hpp"
+#include "Tool/Staging.hpp"
 
-#include "Operations/ProcessedFiles.hpp"
+#include "Tool/ProcessedFiles.hpp"
 #include "utility/Uuid.hpp"
 
 #include <orv/utility/Error.hpp>

@@ -1,4 +1,4 @@
-#include "Operations/ProcessedFiles.hpp"
+#include "Tool/ProcessedFiles.hpp"
 
 #include "Tool/FolderReader.hpp"
 #include "Tool/RemoveTree.hpp"

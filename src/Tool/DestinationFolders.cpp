@@ -1,4 +1,4 @@
-#include "Operations/DestinationFolders.hpp"
+#include "Tool/DestinationFolders.hpp"
 
 #include "Tool/OpenFolder.hpp"
 

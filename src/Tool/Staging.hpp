@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Operations/PartialFile.hpp"
+#include "Tool/PartialFile.hpp"
 
 #include <string>
 

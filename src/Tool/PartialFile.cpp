@@ -1,7 +1,7 @@
-#include "Operations/PartialFile.hpp"
+#include "Tool/PartialFile.hpp"
 
-#include "Operations/ProcessedFiles.hpp"
 #include "Tool/NoReplaceRename.hpp"
+#include "Tool/ProcessedFiles.hpp"
 
 #include <orv/utility/Error.hpp>
 

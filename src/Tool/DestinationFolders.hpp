@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Operations/ItemMetadata.hpp"
-#include "Operations/PartialFile.hpp"
 #include "Tool/FolderStack.hpp"
+#include "Tool/ItemMetadata.hpp"
+#include "Tool/PartialFile.hpp"
 
 #include <optional>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "Operations/ItemMetadata.hpp"
+#include "Tool/ItemMetadata.hpp"
 
 #include <orv/utility/Error.hpp>
 
