@@ -2,7 +2,7 @@
 
 #include <orv/Operations/OrvOperation.hpp>
 
-#include <memory>
+#include <functional>
 
 namespace orv {
 
@@ -19,12 +19,12 @@ public:
     /// Threading: main thread.
     static void free(OrvOperation& operation);
 
-    /// Accepts `child` as what does a part of the work of `parent`: from now on it is cancelled
-    /// with it. False, and nothing happens, when `parent` was cancelled before.
+    /// From now on a cancel of the operation calls `cancel_part`, too, on the main thread. False,
+    /// and nothing happens, when the operation was cancelled before.
     ///
     /// Threading: any; off the main thread it waits for it.
-    static bool start_child(OrvOperation& parent, std::shared_ptr<OrvOperation> child);
-    static void end_child(OrvOperation& parent);
+    static bool begin_part(OrvOperation& operation, std::function<void()> cancel_part);
+    static void end_part(OrvOperation& operation);
 
     /// Whether the operation was cancelled, without asking the main thread.
     ///

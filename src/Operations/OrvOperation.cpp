@@ -21,8 +21,8 @@ void OrvOperation::cancel()
 {
     main_sync([this] {
         is_cancelled_ = true;
-        if (child_)
-            child_->cancel();
+        if (cancel_part_)
+            cancel_part_();
     });
 }
 
@@ -37,20 +37,19 @@ void OperationAccess::free(OrvOperation& operation)
     operation.is_busy_ = false;
 }
 
-bool OperationAccess::start_child(OrvOperation& parent, std::shared_ptr<OrvOperation> child)
+bool OperationAccess::begin_part(OrvOperation& operation, std::function<void()> cancel_part)
 {
     return main_sync([&] {
-        if (parent.is_cancelled_)
+        if (operation.is_cancelled_)
             return false;
-        activate(*child);
-        parent.child_ = std::move(child);
+        operation.cancel_part_ = std::move(cancel_part);
         return true;
     });
 }
 
-void OperationAccess::end_child(OrvOperation& parent)
+void OperationAccess::end_part(OrvOperation& operation)
 {
-    main_sync([&] { parent.child_ = nullptr; });
+    main_sync([&] { operation.cancel_part_ = nullptr; });
 }
 
 } // namespace orv

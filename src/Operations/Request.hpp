@@ -93,6 +93,11 @@ public:
     void pass_on(const Status& status) { statuses_.deliver_now(status); }
     [[nodiscard]] bool has_listener() const { return statuses_.has_listener(); }
 
+    /// Does a part of the work, which `cancel_part` stops: it is called on the main thread when the
+    /// request is cancelled meanwhile. A request that was cancelled before throws `Exception`.
+    template <class Part>
+    void do_part(std::function<void()> cancel_part, Part part);
+
     /// Does a part of the work as a request of `Child`, on this thread. All its statuses but the
     /// last go to `on_status`, on the main thread; the last is returned. A cancel reaches the
     /// child, too; a request that was cancelled before throws `Exception`.
@@ -173,13 +178,24 @@ typename Operation::Status outcome_of(Request<Operation>& request, Work& work)
 }
 
 template <class Operation>
+template <class Part>
+void Request<Operation>::do_part(std::function<void()> cancel_part, Part part)
+{
+    if (!OperationAccess::begin_part(*operation_, std::move(cancel_part)))
+        throw Exception();
+    struct End {
+        OrvOperation& operation;
+        ~End() { OperationAccess::end_part(operation); }
+    } const end{*operation_};
+    part();
+}
+
+template <class Operation>
 template <class Child, class Work>
 typename Child::Status Request<Operation>::run_child(typename Child::StatusClosure on_status,
                                                      Work work)
 {
     const auto child = std::make_shared<Child>();
-    if (!OperationAccess::start_child(*operation_, child))
-        throw Exception();
     std::optional<typename Child::Status> last;
     Request<Child> request(child, [&, on_status = std::move(on_status)](const auto& status) {
         if (is_final(status))
@@ -187,8 +203,7 @@ typename Child::Status Request<Operation>::run_child(typename Child::StatusClosu
         else
             on_status(status);
     });
-    request.finish(outcome_of(request, work));
-    OperationAccess::end_child(*operation_);
+    do_part([child] { child->cancel(); }, [&] { request.finish(outcome_of(request, work)); });
     return *last;
 }
 

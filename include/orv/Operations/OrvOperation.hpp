@@ -1,7 +1,7 @@
 #pragma once
 
 #include <atomic>
-#include <memory>
+#include <functional>
 
 namespace orv {
 
@@ -40,8 +40,8 @@ private:
 
     bool is_busy_ = false;                   // main thread only
     std::atomic<bool> is_cancelled_ = false; // set on the main thread only
-    /// What does a part of the request at this moment, to be cancelled with it.
-    std::shared_ptr<OrvOperation> child_; // main thread only
+    /// Stops what does a part of the work at this moment.
+    std::function<void()> cancel_part_; // main thread only
 };
 
 } // namespace orv
