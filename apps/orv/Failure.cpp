@@ -6,7 +6,6 @@
 #include <cctype>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 namespace orv::app {
 namespace {
@@ -27,13 +26,6 @@ std::string folded(std::string_view sentence)
     return line;
 }
 
-std::string reason_of(const Error& error)
-{
-    if (error.kind() != Error::Kind::platform || !error.code())
-        return {};
-    return std::generic_category().message(*error.code());
-}
-
 bool says(const std::string& line, const std::string& text)
 {
     return line.find(text) != std::string::npos;
@@ -50,7 +42,7 @@ void print_failure(const Error& error)
 {
     std::string line = "orv: " + printable(folded(error.sentence()));
     const std::string path = error.path() ? printable(error.path()->path()) : "";
-    for (const std::string& part : {path, reason_of(error)})
+    for (const std::string& part : {path, printable(folded(error.reason()))})
         if (!says(line, part))
             line.append(": ").append(part);
     erase_line();

@@ -11,6 +11,7 @@ struct Error::Content {
     std::optional<Url> path;
     std::optional<int> code;
     Kind kind = Kind::request;
+    std::string reason = {};
 };
 
 Error::Error(std::string text) : Error(Content{text, std::move(text), {}, {}, Kind::request}) {}
@@ -25,6 +26,11 @@ const std::string& Error::message() const noexcept
 const std::string& Error::sentence() const noexcept
 {
     return content_->sentence;
+}
+
+const std::string& Error::reason() const noexcept
+{
+    return content_->reason;
 }
 
 const std::optional<Url>& Error::path() const noexcept
@@ -54,6 +60,7 @@ Error Error::because_of(const Error& cause) const
     Content content = *content_;
     content.code = cause.code();
     content.kind = cause.kind();
+    content.reason = cause.reason().empty() ? cause.sentence() : cause.reason();
     if (!content.path)
         content.path = cause.path();
     return Error(std::move(content));

@@ -48,6 +48,16 @@ TEST(Error, keeps_code_and_path_of_its_cause)
     }
 }
 
+TEST(Error, tells_the_first_of_all_reasons)
+{
+    const Error cause = platform_error(ENOSPC, "/a");
+    EXPECT_EQ(cause.reason(), "");
+    EXPECT_EQ(Error("b").because_of(cause).reason(), "No space left on device.");
+    EXPECT_EQ(Error("c").because_of(Error("b").because_of(cause)).reason(),
+              "No space left on device.");
+    EXPECT_EQ(Error("c").because_of(Error("b")).reason(), "b");
+}
+
 TEST(FatalDeathTest, writes_one_line_and_asks_the_handler)
 {
     const auto die = [](FatalHandler handler) {

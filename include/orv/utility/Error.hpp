@@ -12,8 +12,9 @@ namespace orv {
 
 /// Why a request failed. A cheap value; it is also what the library throws.
 ///
-/// `message()` is the whole text of the error. `sentence()` is what a person is shown. `path()` and
-/// `code()` are there where they are known, also where the text leaves them out.
+/// `message()` is the whole text of the error. `sentence()` is what a person is shown, `reason()`
+/// what is behind it, where there is more to say. `path()` and `code()` are there where they are
+/// known, also where the text leaves them out.
 class [[nodiscard]] Error : public std::exception {
 public:
     /// Who gave `code()`: nobody, the operating system (an errno), or SQLite (an extended result
@@ -26,6 +27,8 @@ public:
     [[nodiscard]] const char* what() const noexcept override { return message().c_str(); }
     [[nodiscard]] const std::string& message() const noexcept;
     [[nodiscard]] const std::string& sentence() const noexcept;
+    /// A sentence, too; empty where nothing is known that `sentence()` does not say.
+    [[nodiscard]] const std::string& reason() const noexcept;
     [[nodiscard]] const std::optional<Url>& path() const noexcept;
     [[nodiscard]] std::optional<int> code() const noexcept;
     [[nodiscard]] Kind kind() const noexcept;
@@ -33,7 +36,8 @@ public:
     /// The same error, told where it happened.
     Error at(const Url& path) const;
 
-    /// The same error with the code, and if this one has none the path, of what caused it.
+    /// The same error with the code and the reason, and if this one has none the path, of what
+    /// caused it.
     Error because_of(const Error& cause) const;
 
     /// The same error, its message replaced by `text`; the sentence stays.
