@@ -1,20 +1,17 @@
 #include "Operations/DataToFileOpr.hpp"
 
 #include "Global/TestMode.hpp"
+#include "Operations/BuiltFile.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
-#include "Tool/Place.hpp"
-#include "Tool/Staging.hpp"
 #include "Tool/Tool.hpp"
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
 #include <span>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orv {
@@ -57,42 +54,6 @@ Answer settle_conflict(DataRequest& request, const Url& target)
     return {target};
 }
 
-Error not_finalized(const Error& cause)
-{
-    return place("Couldn't finalize copying to destination.", 247).because_of(cause);
-}
-
-Place opened_folder_of(const Url& target)
-{
-    try {
-        return Place::in_opened_folder(target);
-    } catch (const Error& cause) {
-        throw not_finalized(cause);
-    }
-}
-
-/// The mode that the process gives to new files; without the information, what nearly all give.
-mode_t mode_of_new_files()
-{
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.starts_with("Umask:"))
-            return 0666 & ~static_cast<mode_t>(std::stoul(line.substr(6), nullptr, 8));
-    return 0644;
-}
-
-PartialFile created_file(Staging& staging, const DestinationFolder& folder)
-{
-    try {
-        return staging.create(folder);
-    } catch (const Error& cause) {
-        // What keeps a file from being built beside its target keeps it from appearing there.
-        if (cause.path() == folder.url)
-            throw not_finalized(cause);
-        throw place("Couldn't create destination file.", 169).because_of(cause);
-    }
-}
-
 void write_chunk(int file, Bytes chunk, const Url& url)
 {
     while (!chunk.empty()) {
@@ -105,7 +66,7 @@ void write_chunk(int file, Bytes chunk, const Url& url)
 }
 
 void write_data(DataRequest& request, int file, Bytes data, const Url& target,
-                GeneralProgress& progress)
+                GeneralProgress progress)
 {
     ProgressInterval interval;
     for (std::size_t written = 0; written < data.size();) {
@@ -121,24 +82,6 @@ void write_data(DataRequest& request, int file, Bytes data, const Url& target,
     }
 }
 
-/// Builds the file out of sight and gives it its place.
-void build_file(DataRequest& request, Bytes data, const Url& target, GeneralProgress progress)
-{
-    const Place place_of_target = opened_folder_of(target);
-    const DestinationFolder folder{place_of_target.folder(), target.deleting_last_path_component()};
-    Staging staging;
-    for (;;) {
-        PartialFile file = created_file(staging, folder);
-        write_data(request, file.fd(), data, target, progress);
-        ::fchmod(file.fd(), mode_of_new_files());
-        const int code = file.publish(folder, place_of_target.path);
-        if (code == 0)
-            return;
-        if (!staging.can_do_otherwise(code))
-            throw not_finalized(platform_error(code, target));
-    }
-}
-
 DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
 {
     check_request(data, url);
@@ -150,7 +93,11 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
             target, place("Destination item couldn't be deleted while being overwritten.", 143));
     const GeneralProgress progress{url, 0};
     request.report(status::progress<GeneralProgress>{progress});
-    build_file(request, data, target, progress);
+    build_file(
+        target,
+        {.not_created = place("Couldn't create destination file.", 169),
+         .not_finalized = place("Couldn't finalize copying to destination.", 247)},
+        [&](const PartialFile& file) { write_data(request, file.fd(), data, target, progress); });
     // The lock is kept for that: nobody else's file may be deleted.
     request.set_undo([target = target, lock] { Tool::delete_item(target); });
     return status::success{};

@@ -1,0 +1,65 @@
+#include "Operations/BuiltFile.hpp"
+
+#include "Tool/Place.hpp"
+#include "Tool/Staging.hpp"
+
+#include <fstream>
+#include <string>
+
+#include <sys/stat.h>
+
+namespace orv {
+namespace {
+
+Place opened_folder_of(const Url& url, const BuiltFileErrors& errors)
+{
+    try {
+        return Place::in_opened_folder(url);
+    } catch (const Error& cause) {
+        throw errors.not_finalized.because_of(cause);
+    }
+}
+
+PartialFile created_file(Staging& staging, const DestinationFolder& folder,
+                         const BuiltFileErrors& errors)
+{
+    try {
+        return staging.create(folder);
+    } catch (const Error& cause) {
+        // What keeps a file from being built beside its destination keeps it from appearing there.
+        const bool is_destination = cause.path() == folder.url;
+        throw(is_destination ? errors.not_finalized : errors.not_created).because_of(cause);
+    }
+}
+
+/// The mode that the process gives to new files; without the information, what nearly all give.
+mode_t mode_of_new_files()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("Umask:"))
+            return 0666 & ~static_cast<mode_t>(std::stoul(line.substr(6), nullptr, 8));
+    return 0644;
+}
+
+} // namespace
+
+void build_file(const Url& url, const BuiltFileErrors& errors,
+                FunctionRef<void(const PartialFile&)> fill)
+{
+    const Place destination = opened_folder_of(url, errors);
+    const DestinationFolder folder{destination.folder(), url.deleting_last_path_component()};
+    Staging staging;
+    for (;;) {
+        PartialFile file = created_file(staging, folder, errors);
+        fill(file);
+        ::fchmod(file.fd(), mode_of_new_files());
+        const int code = file.publish(folder, destination.path);
+        if (code == 0)
+            return;
+        if (!staging.can_do_otherwise(code))
+            throw errors.not_finalized.because_of(platform_error(code, url));
+    }
+}
+
+} // namespace orv
