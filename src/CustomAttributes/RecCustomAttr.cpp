@@ -42,15 +42,6 @@ bool finds_any(std::string_view condition, Arguments args)
     return found;
 }
 
-void delete_records_without_counterpart(const RecordTree& tree, const RecordTree& counterpart)
-{
-    database().execute(sql("DELETE FROM custom_attributes WHERE ", RecordTree::condition,
-                           " AND NOT EXISTS (SELECT 1 FROM custom_attributes AS counterpart"
-                           " WHERE counterpart.relative_path = ",
-                           RecordTree::replaced_key, ")"),
-                       joined(tree.ranges(), tree.replacement(counterpart)));
-}
-
 } // namespace
 
 RecCustomAttr RecCustomAttr::from_row(const Row& row)
@@ -190,7 +181,7 @@ void RecCustomAttr::delete_records(const RecordKey& prefix)
                            tree.ranges());
 }
 
-void RecCustomAttr::finish_move(const RecordKey& from, const RecordKey& to)
+void RecCustomAttr::begin_move(const RecordKey& from, const RecordKey& to)
 {
     if (from == to)
         return;
@@ -198,9 +189,15 @@ void RecCustomAttr::finish_move(const RecordKey& from, const RecordKey& to)
     if (database().sync(both_are_empty))
         return;
     database().save_point([&] {
-        delete_records_without_counterpart(RecordTree(to), RecordTree(from));
-        delete_records(from);
+        delete_records(to);
+        duplicate_records(from, to);
     });
+}
+
+void RecCustomAttr::finish_move(const RecordKey& from, const RecordKey& to)
+{
+    if (from != to)
+        delete_records(from);
 }
 
 CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url)

@@ -85,9 +85,11 @@ struct RecCustomAttr {
     static void delete_records(const Url& whose_url_prefixed_with_url);
     static void delete_records(const RecordKey& prefix);
 
-    /// To be called when an item whose records were duplicated has been moved: deletes its records
-    /// at the old place, and at the new one those that it did not bring along, which are of items
-    /// that are gone.
+    /// To be called before an item is moved: stores its records and those of everything below it
+    /// for its new place, too. What is stored there belongs to items that are gone, and is deleted.
+    static void begin_move(const RecordKey& from, const RecordKey& to);
+
+    /// To be called when the item has been moved: deletes its records at the old place.
     static void finish_move(const RecordKey& from, const RecordKey& to);
 };
 

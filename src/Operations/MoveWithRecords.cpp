@@ -19,7 +19,7 @@ void move_with_records(const Url& from, const Url& to)
     const RecordKey old_key = record_key_of_entry(from);
     const RecordKey new_key = record_key_of_entry(to);
 
-    database.sync([&] { RecCustomAttr::duplicate_records(old_key, new_key); });
+    database.sync([&] { RecCustomAttr::begin_move(old_key, new_key); });
     Tool::move_item(from, to);
     database.sync([&] { RecCustomAttr::finish_move(old_key, new_key); });
 }

@@ -124,9 +124,22 @@ TEST_F(Records, of_a_tree_follow_it)
         start_again();
         RecCustomAttr::duplicate_records(key(one.from), key(one.to));
         EXPECT_EQ(rows(), in_order(one.duplicated)) << one.from << " to " << one.to;
+        start_again();
+        RecCustomAttr::begin_move(key(one.from), key(one.to));
         RecCustomAttr::finish_move(key(one.from), key(one.to));
         EXPECT_EQ(rows(), in_order(one.moved)) << one.from << " to " << one.to;
     }
+}
+
+TEST_F(Records, of_an_item_that_is_moved_out_of_a_folder_being_moved_stay_with_it)
+{
+    put({"A=1", "A/x=2"});
+    RecCustomAttr::begin_move(key("A/x"), key("x"));
+    RecCustomAttr::begin_move(key("A"), key("B"));
+    RecCustomAttr::finish_move(key("A"), key("B"));
+    RecCustomAttr::finish_move(key("A/x"), key("x"));
+    EXPECT_EQ(RecCustomAttr::fetch(key("x"))->order_no, 2);
+    EXPECT_EQ(RecCustomAttr::fetch(key("B"))->order_no, 1);
 }
 
 TEST_F(Records, of_a_tree_are_found_through_the_index)
