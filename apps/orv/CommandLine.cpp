@@ -4,6 +4,7 @@
 #include <charconv>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
@@ -23,6 +24,13 @@ std::map<std::string, OnConflict> conflict_words()
             {"replace", ConflictBehaviour::replace},
             {"keep-both", ConflictBehaviour::keep_both},
             {"stop", ConflictBehaviour::stop}};
+}
+
+std::map<std::string, OnConflict> conflict_words_without_merge()
+{
+    auto words = conflict_words();
+    words.erase("merge");
+    return words;
 }
 
 std::map<std::string, SortKey> sort_words()
@@ -92,6 +100,20 @@ std::string check_home(const std::string& folder)
     return folder.empty() ? "an empty path is no folder" : "";
 }
 
+/// The parser reads an argument in brackets as a list, and "++" as the end of a command; as paths,
+/// they mean the same with "./" before them.
+std::string literal(std::string_view argument)
+{
+    const bool is_list = argument.starts_with('[') && argument.ends_with(']');
+    return std::string(is_list || argument == "++" ? "./" : "").append(argument);
+}
+
+/// The name that `literal` may have made a path.
+std::string without_current_folder(const std::string& name)
+{
+    return name.starts_with("./") ? name.substr(2) : name;
+}
+
 /// The parser, and the values that it fills in.
 class Parser {
 public:
@@ -106,6 +128,9 @@ public:
         add_list();
         add_folder_size();
         add_copy();
+        add_move();
+        add_rename();
+        add_write();
         add_remove();
         add_make_folder();
         add_attributes();
@@ -196,25 +221,87 @@ private:
     void add_copy()
     {
         CLI::App* command = app_.add_subcommand(
-            "cp", "Copy an item, a folder with everything in it; attributes follow");
-        command->add_option("SRC", copy_.source, "What to copy")->type_name("")->required();
-        command
-            ->add_option("DEST", copy_.destination,
-                         "The copy or, when it is an existing folder, where to put the copy")
+            "cp", "Copy items, folders with everything in them; attributes follow");
+        add_places(*command, "What to copy", copy_.sources, copy_.destination);
+        add_on_conflict(*command, copy_.on_conflict, conflict_words(),
+                        "What to do when a name is taken; default: ask, which without a terminal "
+                        "means stop");
+        command->callback([this] { command_ = copy_; });
+    }
+
+    void add_move()
+    {
+        CLI::App* command = app_.add_subcommand(
+            "mv", "Move items, folders with everything in them; attributes follow");
+        add_places(*command, "What to move", move_.sources, move_.destination);
+        add_on_conflict(*command, move_.on_conflict, conflict_words_without_merge(),
+                        "What to do when a name is taken; default: ask, which without a terminal "
+                        "means stop");
+        command->footer("The move of an item that was begun is finished, also after Ctrl-C.");
+        command->callback([this] { command_ = move_; });
+    }
+
+    void add_rename()
+    {
+        CLI::App* command =
+            app_.add_subcommand("rename", "Give an item another name in its folder");
+        command->add_option("PATH", rename_.path, "The item")->type_name("")->required();
+        command->add_option("NEW-NAME", rename_.new_name, "Its new name, which must be free")
             ->type_name("")
             ->required();
-        command
-            ->add_option_function<std::string>(
-                "--on-conflict",
-                [this](const std::string& word) {
-                    take_word<OnConflict>(
-                        "--on-conflict", word, conflict_words(),
-                        [this](OnConflict answer) { copy_.on_conflict = answer; });
-                },
-                "What to do when the name is taken; default: ask, which without a terminal means "
-                "stop")
-            ->type_name("ask|merge|replace|keep-both|stop");
-        command->callback([this] { command_ = copy_; });
+        command->footer("Attributes follow. Of a symbolic link, the link itself is renamed.");
+        command->callback([this] {
+            rename_.new_name = without_current_folder(rename_.new_name);
+            command_ = rename_;
+        });
+    }
+
+    void add_write()
+    {
+        CLI::App* command = app_.add_subcommand(
+            "write", "Write standard input to a new file, which appears when it is complete");
+        command->add_option("FILE", write_.file, "The file")->type_name("")->required();
+        add_on_conflict(*command, write_.on_conflict, conflict_words_without_merge(),
+                        "What to do when the name is taken; default: ask on the terminal, wherever "
+                        "the input comes from, which without a terminal means stop");
+        command->footer("The input is read to its end before the file is begun.");
+        command->callback([this] { command_ = write_; });
+    }
+
+    /// Adds "SRC... DEST": what is named last is the destination.
+    static void add_places(CLI::App& command, const std::string& description,
+                           std::vector<std::string>& sources, std::string& destination)
+    {
+        const auto last = std::make_shared<CLI::Option*>();
+        const auto take = [&sources, last](std::vector<std::string> paths) {
+            if (paths.size() > 1) {
+                (*last)->add_result(paths.back());
+                paths.pop_back();
+            }
+            sources = std::move(paths);
+        };
+        command.add_option_function<std::vector<std::string>>("SRC", take, description)
+            ->type_name("")
+            ->required();
+        *last = command.add_option("DEST", destination,
+                                   "The new place or, when it is an existing folder, where to put "
+                                   "the item; of several items always the folder");
+        (*last)->type_name("")->required();
+    }
+
+    static void add_on_conflict(CLI::App& command, OnConflict& on_conflict,
+                                const std::map<std::string, OnConflict>& words,
+                                const std::string& description)
+    {
+        const auto take = [&on_conflict, words](const std::string& word) {
+            if (word == "merge" && !words.contains(word))
+                throw CLI::ValidationError("--on-conflict", "only a copy can merge folders");
+            take_word<OnConflict>("--on-conflict", word, words,
+                                  [&](OnConflict answer) { on_conflict = answer; });
+        };
+        command.add_option_function<std::string>("--on-conflict", take, description)
+            ->type_name(words.contains("merge") ? "ask|merge|replace|keep-both|stop"
+                                                : "ask|replace|keep-both|stop");
     }
 
     void add_remove()
@@ -293,7 +380,9 @@ private:
         return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
     }
 
-    CLI::App app_{"Lists, measures, copies and deletes files, and keeps their attributes.", "orv"};
+    CLI::App app_{"Lists, measures, copies, moves, writes and deletes files, and keeps "
+                  "their attributes.",
+                  "orv"};
     GlobalOptions options_;
     ListCommand list_;
     std::optional<SortKey> sort_key_;
@@ -302,20 +391,15 @@ private:
     bool list_json_ = false;
     FolderSizeCommand folder_size_;
     CopyCommand copy_;
+    MoveCommand move_;
+    RenameCommand rename_;
+    WriteCommand write_;
     RemoveCommand remove_;
     MakeFolderCommand make_folder_;
     GetAttributesCommand get_attributes_;
     SetAttributesCommand set_attributes_;
     std::optional<Command> command_;
 };
-
-/// The parser reads an argument in brackets as a list, and "++" as the end of a command; as paths,
-/// they mean the same with "./" before them.
-std::string literal(std::string_view argument)
-{
-    const bool is_list = argument.starts_with('[') && argument.ends_with(']');
-    return std::string(is_list || argument == "++" ? "./" : "").append(argument);
-}
 
 } // namespace
 

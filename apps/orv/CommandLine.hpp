@@ -32,8 +32,24 @@ struct FolderSizeCommand {
 };
 
 struct CopyCommand {
-    std::string source;
+    std::vector<std::string> sources;
     std::string destination;
+    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
+};
+
+struct MoveCommand {
+    std::vector<std::string> sources;
+    std::string destination;
+    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
+};
+
+struct RenameCommand {
+    std::string path;
+    std::string new_name;
+};
+
+struct WriteCommand {
+    std::string file;
     std::optional<ConflictBehaviour> on_conflict; ///< none: ask
 };
 
@@ -62,8 +78,9 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command = std::variant<ListCommand, FolderSizeCommand, CopyCommand, RemoveCommand,
-                             MakeFolderCommand, GetAttributesCommand, SetAttributesCommand>;
+using Command = std::variant<ListCommand, FolderSizeCommand, CopyCommand, MoveCommand,
+                             RenameCommand, WriteCommand, RemoveCommand, MakeFolderCommand,
+                             GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

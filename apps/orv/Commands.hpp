@@ -8,6 +8,7 @@ namespace orv::app {
 struct Surroundings {
     bool shows_progress = false;
     bool can_ask = false;
+    bool is_quiet = false;
 };
 
 /// Each carries one command out.
@@ -17,6 +18,9 @@ struct Surroundings {
 void run(const ListCommand& command, const Surroundings& surroundings);
 void run(const FolderSizeCommand& command, const Surroundings& surroundings);
 void run(const CopyCommand& command, const Surroundings& surroundings);
+void run(const MoveCommand& command, const Surroundings& surroundings);
+void run(const RenameCommand& command, const Surroundings& surroundings);
+void run(const WriteCommand& command, const Surroundings& surroundings);
 void run(const RemoveCommand& command, const Surroundings& surroundings);
 void run(const MakeFolderCommand& command, const Surroundings& surroundings);
 void run(const GetAttributesCommand& command, const Surroundings& surroundings);

@@ -31,22 +31,30 @@ std::chrono::seconds whole_seconds(double seconds)
 
 void ProgressBar::start()
 {
-    start_ = drawn_ = Clock::now();
+    start_ = drawn_ = now_ = clock_.now();
 }
 
 void ProgressBar::draw_if_due()
 {
-    const auto now = Clock::now();
-    if (!shown_ || !start_ || now - drawn_ < least_pause)
+    now_ = clock_.now();
+    if (!shown_ || !start_ || now_ - drawn_ < least_pause)
         return;
-    update_speed(now);
+    update_speed();
     draw();
+}
+
+std::function<void()> ProgressBar::ticker()
+{
+    if (!shown_)
+        return {};
+    return [this] { draw_if_due(); };
 }
 
 void ProgressBar::finish()
 {
     if (!shown_ || !start_)
         return;
+    now_ = clock_.now();
     progress_.value = 1;
     speed_ = 1 / std::max(elapsed_seconds(), 1e-3);
     draw();
@@ -54,13 +62,13 @@ void ProgressBar::finish()
 }
 
 /// The speed of the last seconds counts more than that of those before.
-void ProgressBar::update_speed(Clock::time_point now)
+void ProgressBar::update_speed()
 {
-    const double seconds = std::chrono::duration<double>(now - drawn_).count();
+    const double seconds = std::chrono::duration<double>(now_ - drawn_).count();
     const double latest = static_cast<double>(progress_.value - value_when_drawn_) / seconds;
     const double weight = speed_ == 0 ? 1 : 1 - std::exp(-seconds / 3);
     speed_ += weight * (latest - speed_);
-    drawn_ = now;
+    drawn_ = now_;
     value_when_drawn_ = progress_.value;
 }
 
@@ -95,7 +103,7 @@ std::string ProgressBar::amounts() const
 
 double ProgressBar::elapsed_seconds() const
 {
-    return std::chrono::duration<double>(Clock::now() - *start_).count();
+    return std::chrono::duration<double>(now_ - *start_).count();
 }
 
 } // namespace orv::app

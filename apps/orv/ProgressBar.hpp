@@ -1,17 +1,19 @@
 #pragma once
 
+#include "PausingClock.hpp"
+
 #include <orv/Operations/Progress.hpp>
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
 namespace orv::app {
 
-/// How far a copy has come, drawn on one line of the terminal: percentage, bytes, rate, remaining
-/// time and the item being copied. Draws at most ten times a second.
+/// How far the copying or writing of data has come, drawn on one line of the terminal: percentage,
+/// bytes, rate, remaining time and the item being worked on. Draws at most ten times a second.
 class ProgressBar {
 public:
     /// One that is not `shown` never draws.
@@ -28,23 +30,26 @@ public:
     /// Draws, unless it has just done so.
     void draw_if_due();
 
-    /// Draws the finished copy, and leaves it on the terminal.
+    /// Does that in the name of the bar, which must outlive it; empty when nothing is ever drawn.
+    [[nodiscard]] std::function<void()> ticker();
+
+    /// Draws the finished copy, if it was started, and leaves it on the terminal.
     void finish();
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void draw() const;
     [[nodiscard]] std::string line(std::size_t columns) const;
     [[nodiscard]] std::string amounts() const;
     [[nodiscard]] double elapsed_seconds() const;
-    void update_speed(Clock::time_point now);
+    void update_speed();
 
     bool shown_;
-    std::optional<Clock::time_point> start_;
+    PausingClock clock_;
+    PausingClock::time_point now_; ///< when it was asked to draw
+    std::optional<PausingClock::time_point> start_;
     std::optional<std::int64_t> total_;
     CopyProgress progress_;
-    Clock::time_point drawn_;
+    PausingClock::time_point drawn_;
     float value_when_drawn_ = 0;
     double speed_ = 0; ///< of the whole copy, per second
 };

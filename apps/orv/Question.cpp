@@ -7,8 +7,9 @@
 #include <cctype>
 #include <cerrno>
 #include <optional>
-#include <string_view>
+#include <sstream>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -16,13 +17,14 @@
 namespace orv::app {
 namespace {
 
-/// The answer that the first letter of `line` stands for.
-std::optional<ConflictBehaviour> answer_in(std::string_view line, bool is_mergeable)
+struct Answer {
+    ConflictBehaviour behaviour;
+    bool for_all;
+};
+
+std::optional<ConflictBehaviour> behaviour_of(char letter, bool is_mergeable)
 {
-    const std::size_t start = line.find_first_not_of(" \t");
-    if (start == std::string_view::npos)
-        return std::nullopt;
-    switch (std::tolower(static_cast<unsigned char>(line[start]))) {
+    switch (letter) {
     case 'm':
         return is_mergeable ? std::optional(ConflictBehaviour::merge) : std::nullopt;
     case 'r':
@@ -36,6 +38,28 @@ std::optional<ConflictBehaviour> answer_in(std::string_view line, bool is_mergea
     }
 }
 
+std::vector<std::string> lower_case_words(const std::string& line)
+{
+    std::istringstream text(line);
+    std::vector<std::string> words;
+    for (std::string word; text >> word; words.push_back(word))
+        for (char& c : word)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return words;
+}
+
+/// The answer that the first letter of `line` stands for; with "all" as its last word, for all.
+std::optional<Answer> answer_in(const std::string& line, const ConflictResolver& conflict)
+{
+    const std::vector<std::string> words = lower_case_words(line);
+    if (words.empty())
+        return std::nullopt;
+    const auto behaviour = behaviour_of(words.front().front(), conflict.is_conflict_mergeable());
+    if (!behaviour)
+        return std::nullopt;
+    return Answer{*behaviour, conflict.more_conflicts_exist() && words.back() == "all"};
+}
+
 } // namespace
 
 void Question::ask(std::shared_ptr<ConflictResolver> resolver)
@@ -46,9 +70,11 @@ void Question::ask(std::shared_ptr<ConflictResolver> resolver)
 
 void Question::show() const
 {
-    draw_line(fmt::format("{} already exists. {}(r)eplace, (k)eep both or (s)top? ",
-                          printable(resolver_->destination_url().path()),
-                          resolver_->is_conflict_mergeable() ? "(m)erge, " : ""));
+    draw_line(fmt::format(
+        "{} already exists. {}(r)eplace, (k)eep both or (s)top?{} ",
+        printable(resolver_->destination_url().path()),
+        resolver_->is_conflict_mergeable() ? "(m)erge, " : "",
+        resolver_->more_conflicts_exist() ? " With \"all\" after it, for all that follow:" : ""));
 }
 
 void Question::take_input()
@@ -70,10 +96,10 @@ void Question::take_input()
     }
 }
 
-void Question::take_line(std::string_view line)
+void Question::take_line(const std::string& line)
 {
-    if (const auto behaviour = answer_in(line, resolver_->is_conflict_mergeable()))
-        answer(*behaviour);
+    if (const auto given = answer_in(line, *resolver_))
+        answer(given->behaviour, given->for_all);
     else
         show();
 }
@@ -83,12 +109,12 @@ void Question::stop()
     if (!is_open())
         return;
     end_line();
-    answer(ConflictBehaviour::stop);
+    answer(ConflictBehaviour::stop, false);
 }
 
-void Question::answer(ConflictBehaviour behaviour)
+void Question::answer(ConflictBehaviour behaviour, bool for_all)
 {
-    std::exchange(resolver_, nullptr)->resume(behaviour, false);
+    std::exchange(resolver_, nullptr)->resume(behaviour, for_all);
 }
 
 } // namespace orv::app

@@ -7,7 +7,8 @@
 
 namespace orv::app {
 
-/// The question on the terminal what to do about a taken name. It never waits for the answer:
+/// The question on the terminal what to do about a taken name, and about all that follow where more
+/// are expected. It never waits for the answer:
 /// whoever drives the main queue calls `take_input()` when standard input is readable.
 ///
 /// Threading: main thread.
@@ -26,8 +27,8 @@ public:
 
 private:
     void show() const;
-    void take_line(std::string_view line);
-    void answer(ConflictBehaviour behaviour);
+    void take_line(const std::string& line);
+    void answer(ConflictBehaviour behaviour, bool for_all);
 
     std::shared_ptr<ConflictResolver> resolver_;
     std::string typed_;

@@ -1,5 +1,6 @@
 #include "Commands.hpp"
 #include "Failure.hpp"
+#include "SelfNames.hpp"
 #include "Waiting.hpp"
 
 #include <orv/orv.hpp>
@@ -7,20 +8,12 @@
 namespace orv::app {
 namespace {
 
-/// The folder itself or the one around it: whoever deletes by these names loses more than they see.
-bool is_relative_to_itself(const Url& url)
-{
-    const std::string name = url.last_path_component();
-    return name == "." || name == "..";
-}
-
 std::vector<Url> urls_to_delete(const RemoveCommand& command)
 {
     std::vector<Url> urls;
     for (const std::string& path : command.paths) {
         urls.emplace_back(path);
-        if (is_relative_to_itself(urls.back()))
-            throw Error("An item can't be deleted as \".\" or \"..\".").at(urls.back());
+        refuse_self_name(urls.back(), "deleted");
     }
     return urls;
 }

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -23,6 +24,16 @@ bool is_output_terminal()
 bool can_ask()
 {
     return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+}
+
+bool take_terminal_as_input()
+{
+    const int terminal = ::open("/dev/tty", O_RDONLY | O_CLOEXEC);
+    if (terminal < 0)
+        return false;
+    ::dup2(terminal, STDIN_FILENO);
+    ::close(terminal);
+    return can_ask();
 }
 
 std::size_t terminal_columns()

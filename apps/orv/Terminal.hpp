@@ -11,6 +11,10 @@ namespace orv::app {
 /// A question can be shown and its answer typed.
 [[nodiscard]] bool can_ask();
 
+/// Puts the terminal of this process in the place of a standard input that was read to its end.
+/// Says whether questions can be asked now.
+[[nodiscard]] bool take_terminal_as_input();
+
 /// The width of the terminal.
 [[nodiscard]] std::size_t terminal_columns();
 

@@ -1,15 +1,17 @@
 #include "Waiting.hpp"
 
 #include "HumanText.hpp"
+#include "PausingClock.hpp"
 #include "Terminal.hpp"
+#include "Text.hpp"
 
 #include <orv/utility/MainQueue.hpp>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <string>
 
-#include <fmt/format.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -28,19 +30,27 @@ bool wait_for_events(const Meanwhile& meanwhile)
     return events[1].revents != 0;
 }
 
+/// The activity and its time, in the columns that there are.
+std::string activity_line(std::string_view activity, std::chrono::seconds elapsed)
+{
+    const std::string time = " " + human_duration(elapsed);
+    const std::size_t columns = terminal_columns();
+    const std::size_t needed = time.size() + 1;
+    return cut_to(columns - std::min(columns, needed), activity) + time;
+}
+
 } // namespace
 
 Meanwhile show_activity(std::string_view activity, bool shown)
 {
     if (!shown)
         return {};
-    const auto start = std::chrono::steady_clock::now();
-    const auto tick = [start, activity = std::string(activity)] {
-        const auto elapsed = std::chrono::steady_clock::now() - start;
+    PausingClock clock;
+    const auto start = clock.now();
+    const auto tick = [clock, start, activity = printable(activity)]() mutable {
+        const auto elapsed = clock.now() - start;
         if (elapsed > std::chrono::milliseconds(500))
-            draw_line(
-                fmt::format("{} {}", activity,
-                            human_duration(std::chrono::floor<std::chrono::seconds>(elapsed))));
+            draw_line(activity_line(activity, std::chrono::floor<std::chrono::seconds>(elapsed)));
     };
     return {.tick = tick};
 }
@@ -52,7 +62,8 @@ void drive_until(const std::function<bool()>& done, const Meanwhile& meanwhile)
         MainQueue::instance().drain();
         if (has_input && meanwhile.question->is_open())
             meanwhile.question->take_input();
-        if (meanwhile.tick)
+        const bool is_asking = meanwhile.question && meanwhile.question->is_open();
+        if (meanwhile.tick && !is_asking)
             meanwhile.tick();
     }
 }

@@ -12,7 +12,7 @@ namespace orv::app {
 
 /// What goes on beside a request that is under way.
 struct Meanwhile {
-    std::function<void()> tick = {}; ///< called about ten times a second
+    std::function<void()> tick = {}; ///< called about ten times a second, save during a question
     Question* question = nullptr;    ///< gets what is typed while it is open
 };
 

@@ -1,0 +1,74 @@
+#include "Placement.hpp"
+
+#include "SelfNames.hpp"
+
+#include <orv/orv.hpp>
+
+#include <set>
+
+namespace orv::app {
+namespace {
+
+/// The item under the name that it has inside a folder.
+Url named_item(const std::string& path)
+{
+    const Url url(path);
+    return has_self_name(url) ? url.resolving_symlinks() : url;
+}
+
+/// A destination that ends with a slash has to be a folder, or to become one.
+void check_slash(const Url& source, const std::string& path)
+{
+    const auto& manager = OrvFileManager::singleton();
+    const Url destination(path);
+    if (!path.ends_with('/') || manager.is_directory(destination))
+        return;
+    if (manager.file_exists(destination) || !manager.is_directory(source))
+        throw Error("Destination is not a folder.").at(destination);
+}
+
+Url destination_of(const Url& source, const std::string& path)
+{
+    const Url destination(path);
+    if (path.empty() || !OrvFileManager::singleton().is_directory(destination))
+        return destination;
+    return destination.appending(source.last_path_component());
+}
+
+void check_path(const Url& source)
+{
+    if (source.empty())
+        throw Error("Source url points to an undefined path.").at(source);
+    if (source.standardized() == Url("/"))
+        throw Error("Source url points to root directory.").at(source);
+}
+
+void check_names(const std::vector<Url>& sources)
+{
+    std::set<std::string> names;
+    for (const Url& source : sources)
+        if (!names.insert(source.last_path_component()).second)
+            throw Error("Two of the items have this name; --on-conflict keep-both keeps both.")
+                .at(source);
+}
+
+} // namespace
+
+Placement placement_of(const std::vector<std::string>& sources, const std::string& destination,
+                       bool may_share_names)
+{
+    std::vector<Url> items;
+    for (const std::string& path : sources)
+        items.push_back(named_item(path));
+    if (items.size() == 1) {
+        check_slash(items.front(), destination);
+        return {items, destination_of(items.front(), destination)};
+    }
+    for (const Url& item : items)
+        check_path(item);
+    if (!may_share_names)
+        check_names(items);
+    return {items, destination};
+}
+
+} // namespace orv::app
