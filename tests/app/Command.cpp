@@ -51,7 +51,10 @@ pid_t CommandTest::start(const Words& arguments)
 pid_t CommandTest::start(const Words& arguments, const std::string& out)
 {
     FileActions files;
-    files.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    if (input_.empty())
+        ::posix_spawn_file_actions_addclose(&files.actions, STDIN_FILENO);
+    else
+        files.open(STDIN_FILENO, input_, O_RDONLY);
     files.open(STDOUT_FILENO, out, O_WRONLY | O_CREAT | O_TRUNC);
     files.open(STDERR_FILENO, (scratch_ / ("err" + std::to_string(starts_))).path(),
                O_WRONLY | O_CREAT | O_TRUNC);
@@ -69,6 +72,19 @@ Outcome CommandTest::finish(pid_t process)
 {
     const int exit_code = exit_code_of(process);
     return {exit_code, read_file(output(process, "out")), read_file(output(process, "err"))};
+}
+
+void CommandTest::check(const ChangeCase& row)
+{
+    SCOPED_TRACE(testing::PrintToString(row.arguments));
+    std::filesystem::remove_all(work());
+    make_tree(work(), row.before);
+    const Outcome outcome = orv(row.arguments);
+    EXPECT_EQ(outcome.exit_code, row.exit_code);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, told(row.err));
+    EXPECT_EQ(tree(work()), row.after);
+    EXPECT_EQ(temporaries(), Words{});
 }
 
 Url CommandTest::output(pid_t process, const char* kind) const

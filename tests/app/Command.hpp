@@ -20,6 +20,15 @@ struct Outcome {
     std::string err;
 };
 
+/// A command that prints nothing, and what it makes of a tree.
+struct ChangeCase {
+    Words before;
+    Words arguments;
+    int exit_code;
+    std::string err; ///< "$W" is the work folder
+    Words after;
+};
+
 /// Tests that run the built command, each in a home of its own.
 class CommandTest : public testing::Test {
 protected:
@@ -32,6 +41,12 @@ protected:
     pid_t start(const Words& arguments);
     pid_t start(const Words& arguments, const std::string& out);
     Outcome finish(pid_t process);
+
+    /// Runs a case in a work folder of its own, and checks what it says.
+    void check(const ChangeCase& row);
+
+    /// The file that later runs have as standard input; empty: it is closed.
+    void set_input(const std::string& path) { input_ = path; }
 
     /// The command line that runs it.
     [[nodiscard]] Words command(const Words& arguments) const;
@@ -53,6 +68,7 @@ private:
     [[nodiscard]] Url output(pid_t process, const char* kind) const;
 
     Scratch scratch_;
+    std::string input_ = "/dev/null";
     int starts_ = 0;
     std::vector<std::pair<pid_t, int>> started_;
 };

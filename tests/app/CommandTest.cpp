@@ -95,6 +95,12 @@ TEST_F(CommandTest, AnswersWrongUsageWithoutTouchingAnything)
         {{"cp", "a", "b", "--on-conflict", "x"},
          "orv: --on-conflict: \"x\" is none of ask, keep-both, merge, replace, stop\nSee orv cp "
          "--help.\n"},
+        {{"cp", "--on-conflict", "stop"}, "orv: SRC is required\nSee orv cp --help.\n"},
+        {{"mv", "a", "b", "--on-conflict", "merge"},
+         "orv: --on-conflict: only a copy can merge folders\nSee orv mv --help.\n"},
+        {{"write", "a", "--on-conflict", "x"},
+         "orv: --on-conflict: \"x\" is none of ask, keep-both, replace, stop\nSee orv write "
+         "--help.\n"},
         {{"rm", "a", "-r"},
          "orv: The following argument was not expected: -r\nSee orv rm --help.\n"},
         {{"attr", "set", "a"},

@@ -6,15 +6,7 @@
 namespace orv::test {
 namespace {
 
-struct CopyCase {
-    Words before;
-    Words arguments;
-    int exit_code;
-    std::string err; ///< "$W" is the work folder
-    Words after;
-};
-
-const CopyCase copy_cases[] = {
+const ChangeCase copy_cases[] = {
     {{"a=1"}, {"a", "b"}, 0, "", {"a=1", "b=1"}},
     {{"a=1", "d/"}, {"a", "d"}, 0, "", {"a=1", "d/", "d/a=1"}},
     {{"a=1", "d/"}, {"a", "d/"}, 0, "", {"a=1", "d/", "d/a=1"}},
@@ -67,22 +59,59 @@ const CopyCase copy_cases[] = {
      "",
      {"d/", "d/a=1", "d/c=1", "e/", "e/d/", "e/d/a=2", "e/d/c=1"}},
     {{"a=1"}, {"a", "a", "--on-conflict", "replace"}, 0, "", {"a=1"}},
+
+    {{"a=1", "b/c=2", "l->a", "d/"},
+     {"a", "b/.", "l", "d"},
+     0,
+     "",
+     {"a=1", "b/", "b/c=2", "d/", "d/a=1", "d/b/", "d/b/c=2", "d/l=1", "l->a"}},
+    {{"a=1", "b=2"},
+     {"a", "b", "d"},
+     1,
+     "orv: Destination folder doesn't exist: $W/d\n",
+     {"a=1", "b=2"}},
+    {{"a=1", "b=2", "d=3"},
+     {"a", "b", "d"},
+     1,
+     "orv: Destination url must point to a folder: $W/d\n",
+     {"a=1", "b=2", "d=3"}},
+    {{"a=1", "d/"},
+     {"a", "b", "d"},
+     1,
+     "orv: Source item doesn't exist. file://$W/b\n",
+     {"a=1", "d/"}},
+    {{"a=1", "d/"},
+     {"a", "/", "d"},
+     1,
+     "orv: Source url points to root directory: /\n",
+     {"a=1", "d/"}},
+    {{"a=1", "b=1", "d/b=2"},
+     {"a", "b", "d"},
+     1,
+     "orv: Destination item already exists: $W/d/b\n",
+     {"a=1", "b=1", "d/", "d/a=1", "d/b=2"}},
+    {{"a=1", "s/b=1", "d/a=2", "d/s/c=2"},
+     {"s", "a", "d", "--on-conflict", "merge"},
+     1,
+     "orv: Only a folder can be merged, and only into another folder: $W/d/a\n",
+     {"a=1", "d/", "d/a=2", "d/s/", "d/s/b=1", "d/s/c=2", "s/", "s/b=1"}},
+    {{"a=1", "s/a=2", "d/"},
+     {"a", "s/a", "d", "--on-conflict", "replace"},
+     1,
+     "orv: Two of the items have this name; --on-conflict keep-both keeps both: $W/s/a\n",
+     {"a=1", "d/", "s/", "s/a=2"}},
+    {{"a=1", "s/a=2", "d/"},
+     {"a", "s/a", "d", "--on-conflict", "keep-both"},
+     0,
+     "",
+     {"a=1", "d/", "d/a 2=2", "d/a=1", "s/", "s/a=2"}},
 };
 
 TEST_F(CommandTest, CopiesAndSettlesConflictsAsItIsTold)
 {
-    for (const CopyCase& row : copy_cases) {
-        SCOPED_TRACE(testing::PrintToString(row.arguments));
-        std::filesystem::remove_all(work());
-        make_tree(work(), row.before);
-        Words arguments = row.arguments;
-        arguments.insert(arguments.begin(), "cp");
-        const Outcome outcome = orv(arguments);
-        EXPECT_EQ(outcome.exit_code, row.exit_code);
-        EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(outcome.err, told(row.err));
-        EXPECT_EQ(tree(work()), row.after);
-        EXPECT_EQ(temporaries(), Words{});
+    for (ChangeCase row : copy_cases) {
+        row.arguments.insert(row.arguments.begin(), "cp");
+        check(row);
     }
 }
 
@@ -92,7 +121,11 @@ struct AnswerCase {
     Words typed;
     int exit_code;
     Words after;
+    Words arguments = {"cp", "s", "t"};
 };
+
+const Words conflicting{"a=1", "b=1", "c=1", "d/a=2", "d/b=2", "d/c=2"};
+const std::string more = "With \"all\" after it, for all that follow: ";
 
 const AnswerCase answer_cases[] = {
     {{"s=1", "t=2"}, {"(r)eplace"}, {"r\n"}, 0, {"s=1", "t=1"}},
@@ -109,6 +142,26 @@ const AnswerCase answer_cases[] = {
      {"m\n"},
      0,
      {"s/", "s/a=1", "t/", "t/s/", "t/s/a=1", "t/s/b=2"}},
+
+    {conflicting,
+     {"d/a already exists. (r)eplace, (k)eep both or (s)top? " + more},
+     {"Replace ALL\n"},
+     0,
+     {"a=1", "b=1", "c=1", "d/", "d/a=1", "d/b=1", "d/c=1"},
+     {"cp", "a", "b", "c", "d"}},
+    {conflicting,
+     {"d/a already exists", more, "d/c already exists. (r)eplace, (k)eep both or (s)top? "},
+     {"r\n", "k\n", "s all\n"},
+     1,
+     {"c=1", "d/", "d/a=1", "d/b 2=1", "d/b=2", "d/c=2"},
+     {"mv", "a", "b", "c", "d"}},
+    {{"a=1", "b/c=1", "d/a=2", "d/b/e=2", "f/g=1", "d/f/h=2"},
+     {"d/b already exists. (m)erge", "d/a already exists. (r)"},
+     {"m all\n", "k\n"},
+     0,
+     {"a=1", "b/", "b/c=1", "d/", "d/a 2=1", "d/a=2", "d/b/", "d/b/c=1", "d/b/e=2", "d/f/",
+      "d/f/g=1", "d/f/h=2", "f/", "f/g=1"},
+     {"cp", "b", "f", "a", "d"}},
 };
 
 TEST_F(CommandTest, AsksOnATerminalWhatToDoAboutATakenName)
@@ -117,7 +170,7 @@ TEST_F(CommandTest, AsksOnATerminalWhatToDoAboutATakenName)
         SCOPED_TRACE(testing::PrintToString(row.typed));
         std::filesystem::remove_all(work());
         make_tree(work(), row.before);
-        Pseudoterminal terminal(command({"cp", "s", "t"}), work());
+        Pseudoterminal terminal(command(row.arguments), work());
         for (std::size_t i = 0; i < row.asked.size(); ++i) {
             terminal.wait_for(row.asked[i]);
             terminal.type(row.typed[i]);
@@ -144,11 +197,17 @@ TEST_F(CommandTest, ShowsProgressOnATerminalOnly)
     EXPECT_NE(terminal.shown().find("/s  0:"), std::string::npos);
     EXPECT_NE(terminal.shown().find("na\\nme\x1b[K\r\n"), std::string::npos) << terminal.shown();
 
+    make_tree(work(), {"g/"});
+    Pseudoterminal several(command({"cp", "d", "e/na\nme", "g"}), work());
+    EXPECT_EQ(several.finish(), 0);
+    EXPECT_NE(several.shown().find("100% [################] 3.0 MB of 3.0 MB"), std::string::npos)
+        << several.shown();
+
     Pseudoterminal quiet(command({"cp", "d", "f", "--quiet"}), work());
     EXPECT_EQ(quiet.finish(), 0);
     EXPECT_EQ(quiet.shown(), "");
 
-    const Outcome outcome = orv({"cp", "d", "g"});
+    const Outcome outcome = orv({"cp", "d", "h"});
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_EQ(outcome.out + outcome.err, "");
 }

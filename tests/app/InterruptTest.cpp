@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <thread>
 
 #include <signal.h>
@@ -104,6 +105,43 @@ TEST_F(HeldDeletion, EndsAtOnceAtTheSecondInterrupt)
     EXPECT_EQ(terminal->finish(), 130);
     EXPECT_TRUE(terminal->shown().ends_with("\r\n")) << terminal->shown();
     EXPECT_EQ(tree(work()), Words{"b=2"});
+}
+
+TEST_F(CommandTest, FinishesTheMoveUnderWayAndTellsIt)
+{
+    const struct {
+        Words arguments;
+        std::string shown;
+        std::string told;
+        Words after;
+    } cases[] = {
+        {{"mv", "a", "d"},
+         "Moving a 0:00",
+         "orv: The item was moved before the interrupt took effect: $W/a\r\n",
+         {"b=2", "d/", "d/a=1"}},
+        {{"mv", "a", "b", "d"},
+         "Moving 2 items 0:00",
+         "orv: 1 of 2 items were moved before the interrupt took effect: $W/d\r\n",
+         {"b=2", "d/", "d/a=1"}},
+        {{"rename", "a", "c"},
+         "Renaming 0:00",
+         "orv: The item was renamed before the interrupt took effect: $W/a\r\n",
+         {"b=2", "c=1", "d/"}},
+    };
+    for (const auto& row : cases) {
+        fs::remove_all(work());
+        make_tree(work(), {"a=1", "b=2", "d/"});
+        orv({"attr", "set", "a", "--order", "1"});
+        std::optional<DatabaseLock> lock(database());
+        Pseudoterminal terminal(command(row.arguments), work());
+        terminal.wait_for(row.shown);
+        terminal.type(ctrl_c);
+        terminal.wait_for("0:01");
+        lock.reset();
+        EXPECT_EQ(terminal.finish(), 130);
+        EXPECT_TRUE(terminal.shown().ends_with(told(row.told))) << terminal.shown();
+        EXPECT_EQ(tree(work()), row.after);
+    }
 }
 
 TEST_F(CommandTest, LeavesAnIgnoredInterruptIgnored)
