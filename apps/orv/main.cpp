@@ -10,7 +10,6 @@
 #include <clocale>
 #include <csignal>
 
-#include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -40,20 +39,8 @@ void end_after_fatal_error(std::string_view /*text*/)
     ::_exit(failed);
 }
 
-/// A file that is opened must not come to the place of a standard stream that was closed: it would
-/// get what is written there.
-void fill_closed_streams()
-{
-    int file = 0;
-    do
-        file = ::open("/dev/null", O_RDWR);
-    while (file >= 0 && file <= STDERR_FILENO);
-    ::close(file);
-}
-
 void set_up_process(const GlobalOptions& options)
 {
-    fill_closed_streams();
     // A long list is made on a background thread. Its own heap would grow by single pages.
     ::mallopt(M_ARENA_MAX, 1);
     std::signal(SIGPIPE, SIG_IGN);

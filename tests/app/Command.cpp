@@ -51,10 +51,7 @@ pid_t CommandTest::start(const Words& arguments)
 pid_t CommandTest::start(const Words& arguments, const std::string& out)
 {
     FileActions files;
-    if (input_.empty())
-        ::posix_spawn_file_actions_addclose(&files.actions, STDIN_FILENO);
-    else
-        files.open(STDIN_FILENO, input_, O_RDONLY);
+    files.open(STDIN_FILENO, input_, O_RDONLY);
     files.open(STDOUT_FILENO, out, O_WRONLY | O_CREAT | O_TRUNC);
     files.open(STDERR_FILENO, (scratch_ / ("err" + std::to_string(starts_))).path(),
                O_WRONLY | O_CREAT | O_TRUNC);

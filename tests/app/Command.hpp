@@ -45,7 +45,7 @@ protected:
     /// Runs a case in a work folder of its own, and checks what it says.
     void check(const ChangeCase& row);
 
-    /// The file that later runs have as standard input; empty: it is closed.
+    /// The file that later runs have as standard input.
     void set_input(const std::string& path) { input_ = path; }
 
     /// The command line that runs it.

@@ -41,10 +41,8 @@ TEST_F(CommandTest, WritesMuchInput)
 
 TEST_F(CommandTest, WritesNothingWithoutInput)
 {
-    const std::string empty = "orv: Source data is empty: $W/a\n";
     const std::pair<std::string, std::string> inputs[] = {
-        {"/dev/null", empty},
-        {"", empty},
+        {"/dev/null", "orv: Source data is empty: $W/a\n"},
         {home().path(), "orv: Couldn't read the input: Is a directory\n"},
     };
     for (const auto& [input, told] : inputs) {
