@@ -28,6 +28,16 @@ run() {
     "$orv" --home "$home" "$@" | sed 's/^/  /'
 }
 
+# The same with the output of another command, a plain line of words, as its input.
+run_with_input() {
+    local input=$1
+    shift
+    printf '  $ %s | orv' "$input"
+    printf ' %q' "$@"
+    printf '\n'
+    bash -c "$input" | "$orv" --home "$home" "$@" | sed 's/^/  /'
+}
+
 # Runs the command as on a terminal, where it draws a progress bar.
 run_with_bar() {
     show_command "$@"
@@ -89,9 +99,26 @@ run cp Documents/packing.md Backup
 run attr get Backup/packing.md
 expect grep -q 'order: 3' <<<"$("$orv" --home "$home" attr get Backup/packing.md)"
 
-step "6. Delete a folder with everything in it, attributes included."
-run rm Backup
-expect test ! -e Backup
+step "6. Rename it and move the copy away: the attributes are found under every new name."
+run rename Backup/packing.md "Packing 2024.md"
+run mkdir Archive
+run mv "Backup/Packing 2024.md" Backup/Photos Archive
+run attr get "Archive/Packing 2024.md"
+expect grep -q 'order: 3' <<<"$("$orv" --home "$home" attr get "Archive/Packing 2024.md")"
+expect diff -r Photos Archive/Photos
+
+step "7. Copy several items at once, in one request with one progress."
+run_with_bar cp Photos/Lake Photos/Town Documents/Letters Archive
+expect diff -r Photos/Lake Archive/Lake
+
+step "8. Write what another program prints to a new file, which appears when it is complete."
+run_with_input "sort Documents/accounts.csv" write Archive/sorted.csv
+expect diff <(sort Documents/accounts.csv) Archive/sorted.csv
+run ls --long Archive
+
+step "9. Delete folders with everything in them, attributes included."
+run rm Backup Archive
+expect test ! -e Backup -a ! -e Archive
 run ls .
 
 printf '\nThe sandbox is removed again. orv --help lists every command.\n'
