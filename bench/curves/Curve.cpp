@@ -153,6 +153,70 @@ double find_rows(const std::string& folder, int count)
     return watch.elapsed_time() / questions;
 }
 
+/// The folders that a request is made for, evenly spread over those that have rows.
+std::vector<int> chosen_folders(int count)
+{
+    constexpr int most = 100;
+    const int folders = std::max(count / rows_per_folder, 1);
+    const int chosen = std::min(folders, most);
+    std::vector<int> numbers;
+    for (int i = 0; i < chosen; ++i)
+        numbers.push_back(static_cast<int>(std::int64_t{folders} * i / chosen));
+    return numbers;
+}
+
+/// The rows, and those folders with their files.
+void make_folders_with_rows(const std::string& folder, int count)
+{
+    make_rows(folder, count);
+    make_folder(folder + "/Documents").reset();
+    make_folder(folder + "/Elsewhere").reset();
+    for (const int number : chosen_folders(count)) {
+        const FileDescriptor made =
+            make_folder(fmt::format("{}/{}", folder, folder_key(number).text()));
+        for (int i = 0; i < rows_per_folder; ++i)
+            make_file(made.get(), fmt::format("item {}", number * rows_per_folder + i)).reset();
+    }
+}
+
+/// Makes a request for each of those folders, and returns the seconds that one takes.
+template <class Operation, class Start>
+double seconds_per_folder(const std::string& folder, int count, Start start)
+{
+    const std::vector<int> numbers = chosen_folders(count);
+    double seconds = 0;
+    for (const int number : numbers)
+        seconds += seconds_of<Operation>([&](auto closure) {
+            return start(Url(folder).appending(folder_key(number).text()), closure);
+        });
+    return seconds / static_cast<double>(numbers.size());
+}
+
+double move_folder(const std::string& folder, int count)
+{
+    auto& manager = engine(folder);
+    return seconds_per_folder<MoveOperation>(folder, count, [&](const Url& url, auto closure) {
+        const Url elsewhere(folder + "/Elsewhere");
+        return manager.move(url, elsewhere.appending(url.last_path_component()), closure);
+    });
+}
+
+double rename_folder(const std::string& folder, int count)
+{
+    auto& manager = engine(folder);
+    return seconds_per_folder<RenameOperation>(folder, count, [&](const Url& url, auto closure) {
+        return manager.rename(url, "new " + url.last_path_component(), closure);
+    });
+}
+
+double delete_folder(const std::string& folder, int count)
+{
+    auto& manager = engine(folder);
+    return seconds_per_folder<DeleteOperation>(folder, count, [&](const Url& url, auto closure) {
+        return manager.delete_item(url, closure);
+    });
+}
+
 } // namespace
 
 std::vector<Curve> curves()
@@ -162,7 +226,13 @@ std::vector<Curve> curves()
             {"copy", "Copy empty files in folders of 1000", make_tree, copy},
             {"delete", "Delete empty files in folders of 1000", make_tree, remove},
             {"find-rows", "Ask for rows below one folder", make_rows, find_rows, true},
-            {"move-rows", "Move the ten rows below one folder", make_rows, move_rows, true}};
+            {"move-rows", "Move the ten rows below one folder", make_rows, move_rows, true},
+            {"move-folder", "Move a folder of ten items that have rows", make_folders_with_rows,
+             move_folder, true},
+            {"rename-folder", "Rename a folder of ten items that have rows",
+             make_folders_with_rows, rename_folder, true},
+            {"delete-folder", "Delete a folder of ten items that have rows",
+             make_folders_with_rows, delete_folder, true}};
 }
 
 Usage run_at(const Curve& curve, int count, const std::string& folder)
