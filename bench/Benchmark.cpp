@@ -8,6 +8,8 @@ namespace {
 using Kind = Benchmark::Kind;
 
 const Tool orv_cp{"orv cp", "", {"{orv}", "--quiet", "cp", "{source}", "{destination}"}};
+const Tool orv_mv{"orv mv", "", {"{orv}", "--quiet", "mv", "{source}", "{destination}"}};
+const Tool mv{"mv", "mv", {"mv", "{source}", "{destination}"}};
 const Tool cp_r{"cp -r", "cp", {"cp", "-r", "{source}", "{destination}"}};
 const Tool cp_a{"cp -a", "cp", {"cp", "-a", "{source}", "{destination}"}};
 
@@ -97,6 +99,26 @@ Benchmark removal(const Sizes& sizes)
             {{"rm -rf", 1.0}}};
 }
 
+Benchmark move(const Sizes& sizes)
+{
+    return {"move",
+            fmt::format("Move a folder of {} files within one volume",
+                        sizes.small_folders * sizes.files_per_small_folder),
+            Kind::move,
+            &Data::small_tree,
+            {orv_mv, mv}};
+}
+
+Benchmark move_between_volumes(const Sizes& sizes)
+{
+    return {"move-between-volumes",
+            fmt::format("Move {} files in {} folders to another volume",
+                        sizes.small_folders * sizes.files_per_small_folder, sizes.small_folders),
+            Kind::move_between_volumes,
+            &Data::small_tree,
+            {orv_mv, mv, by_shell("mv, flushed", "mv", R"(mv "$1" "$2" && sync -f "$2")")}};
+}
+
 Benchmark start()
 {
     return {"start",
@@ -125,6 +147,8 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
             small_tree(sizes),
             big_file(sizes),
             sparse_file(sizes),
+            move(sizes),
+            move_between_volumes(sizes),
             removal(sizes)};
 }
 

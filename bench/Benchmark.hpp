@@ -29,6 +29,9 @@ struct Benchmark {
         read,   ///< nothing
         copy,   ///< puts a copy of the source at "{destination}"
         remove, ///< removes a copy of the source, which is made up front, at "{destination}"
+        move,   ///< moves a copy of the source, which is made up front, to "{destination}"; the
+                ///< copy's place is "{source}"
+        move_between_volumes, ///< the same with the copy on another volume
     };
 
     std::string name; ///< as `--only` takes it

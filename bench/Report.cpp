@@ -58,6 +58,12 @@ Line line_of(const Benchmark& benchmark, const Row& ours, const Row& row)
             bar_text(benchmark, ours, row)};
 }
 
+std::string title_of(const Benchmark& benchmark, bool markdown)
+{
+    return markdown ? "| **" + benchmark.title + "** | | | | | | |\n"
+                    : "\n" + benchmark.title + "\n";
+}
+
 /// A name such as "find | sort" as it is written in a table's cell.
 std::string cell(std::string text)
 {
@@ -92,11 +98,17 @@ std::string heading(const Bench& bench, bool markdown)
 
 std::string report(const Benchmark& benchmark, const std::vector<Row>& rows, bool markdown)
 {
-    std::string text =
-        markdown ? "| **" + benchmark.title + "** | | | | | | |\n" : "\n" + benchmark.title + "\n";
+    std::string text = title_of(benchmark, markdown);
     for (const Row& row : rows)
         text += text_of(line_of(benchmark, rows.front(), row), markdown);
     return text;
+}
+
+std::string skipped(const Benchmark& benchmark, const std::string& reason, bool markdown)
+{
+    const std::string text = "skipped: " + reason;
+    return title_of(benchmark, markdown) +
+           (markdown ? "| " + text + " | | | | | | |\n" : "  " + text + "\n");
 }
 
 } // namespace orv::bench

@@ -15,4 +15,8 @@ namespace orv::bench {
 [[nodiscard]] std::string report(const Benchmark& benchmark, const std::vector<Row>& rows,
                                  bool markdown);
 
+/// What is said of a task that is not measured.
+[[nodiscard]] std::string skipped(const Benchmark& benchmark, const std::string& reason,
+                                  bool markdown);
+
 } // namespace orv::bench

@@ -46,7 +46,7 @@ public:
 
     void run()
     {
-        if (benchmark_.kind == Benchmark::Kind::remove)
+        if (takes_copies())
             make_copies();
         run_round(0);
         for (Entrant& entrant : entrants_)
@@ -75,11 +75,33 @@ private:
         return fmt::format("{}/{} {}", bench_.folder, benchmark_.name, run);
     }
 
+    [[nodiscard]] bool takes_copies() const
+    {
+        return benchmark_.kind != Benchmark::Kind::read && benchmark_.kind != Benchmark::Kind::copy;
+    }
+
+    /// The place of what the run number `run` works on.
+    [[nodiscard]] std::string source(std::size_t run) const
+    {
+        switch (benchmark_.kind) {
+        case Benchmark::Kind::read:
+        case Benchmark::Kind::copy:
+            return source_;
+        case Benchmark::Kind::remove:
+            return destination(run);
+        case Benchmark::Kind::move:
+            return fmt::format("{}/{} from {}", bench_.folder, benchmark_.name, run);
+        case Benchmark::Kind::move_between_volumes:
+            break;
+        }
+        return fmt::format("{}/{} from {}", bench_.other_folder, benchmark_.name, run);
+    }
+
     void make_copies() const
     {
         const std::size_t count = entrants_.size() * static_cast<std::size_t>(bench_.runs + 1);
         for (std::size_t run = 0; run < count; ++run)
-            run_program({"cp", "-a", source_, destination(run)});
+            run_program({"cp", "-a", source_, source(run)});
     }
 
     void run_round(std::size_t round)
@@ -90,29 +112,40 @@ private:
 
     void run_tool(Entrant& entrant)
     {
-        const std::string place = destination(next_run_++);
+        const std::size_t run = next_run_++;
+        const std::string place = destination(run);
         settle(bench_.folder);
-        entrant.runs.push_back(run_program(command_of(*entrant.tool, place)));
-        check_outcome(*entrant.tool, place);
+        if (benchmark_.kind == Benchmark::Kind::move_between_volumes)
+            settle(bench_.other_folder);
+        entrant.runs.push_back(run_program(command_of(*entrant.tool, source(run), place)));
+        check_outcome(*entrant.tool, source(run), place);
         if (benchmark_.kind == Benchmark::Kind::copy && std::filesystem::is_regular_file(place))
             std::filesystem::remove(place);
     }
 
-    [[nodiscard]] std::vector<std::string> command_of(const Tool& tool,
+    [[nodiscard]] std::vector<std::string> command_of(const Tool& tool, const std::string& source,
                                                       const std::string& place) const
     {
         std::vector<std::string> command = tool.command;
         for (std::string& word : command) {
             word = replaced(std::move(word), "{orv}", bench_.orv);
-            word = replaced(std::move(word), "{source}", source_);
+            word = replaced(std::move(word), "{source}", source);
             word = replaced(std::move(word), "{destination}", place);
         }
         return command;
     }
 
-    void check_outcome(const Tool& tool, const std::string& place) const
+    void check_outcome(const Tool& tool, const std::string& source, const std::string& place) const
     {
-        const bool should_exist = benchmark_.kind == Benchmark::Kind::copy;
+        check_exists(tool, place,
+                     benchmark_.kind != Benchmark::Kind::read &&
+                         benchmark_.kind != Benchmark::Kind::remove);
+        if (takes_copies())
+            check_exists(tool, source, false);
+    }
+
+    static void check_exists(const Tool& tool, const std::string& place, bool should_exist)
+    {
         if (std::filesystem::exists(place) != should_exist)
             throw Error(fmt::format("\"{}\" ended well, but {} {}.", tool.name, place,
                                     should_exist ? "is missing" : "is still there"));

@@ -13,6 +13,7 @@ namespace orv::bench {
 struct Bench {
     std::string orv;    ///< the command under test
     std::string folder; ///< on the volume that is measured; it is filled
+    std::string other_folder = {}; ///< on another volume; empty: there is none
     int runs = 5;
 };
 

@@ -17,7 +17,7 @@ void check_space(const std::string& folder, std::int64_t needed_bytes)
     const std::uintmax_t free_bytes = std::filesystem::space(folder).available;
     if (free_bytes < static_cast<std::uintmax_t>(needed_bytes))
         throw Error(fmt::format("{} has {} MB free, but {} MB are needed; choose another folder "
-                                "with --dir.",
+                                "with --dir or --other-dir.",
                                 folder, free_bytes / 1'000'000, needed_bytes / 1'000'000));
 }
 
@@ -32,21 +32,26 @@ void set_environment(const std::string& home)
 
 } // namespace
 
-Workplace::Workplace(const std::string& folder, std::int64_t needed_bytes)
+ScratchFolder::ScratchFolder(const std::string& folder, std::int64_t needed_bytes)
 {
     const std::string parent = std::filesystem::absolute(folder).string();
     std::filesystem::create_directories(parent);
     check_space(parent, needed_bytes);
-    folder_ = parent + "/run.XXXXXX";
-    if (!::mkdtemp(folder_.data()))
+    path_ = parent + "/run.XXXXXX";
+    if (!::mkdtemp(path_.data()))
         throw platform_error(errno, parent);
-    set_environment(folder_ + "/home");
 }
 
-Workplace::~Workplace()
+ScratchFolder::~ScratchFolder()
 {
     std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+    std::filesystem::remove_all(path_, ignored);
+}
+
+Workplace::Workplace(const std::string& folder, std::int64_t needed_bytes)
+    : folder_(folder, needed_bytes)
+{
+    set_environment(folder_.path() + "/home");
 }
 
 } // namespace orv::bench
