@@ -59,16 +59,6 @@ void copy_link(const SourceItem& source, const DestinationItem& destination)
     keep_times_of_link(destination.folder.fd, destination.name, kept, destination.url());
 }
 
-/// Gives the item that the name means now its mode, even if another one takes its name meanwhile.
-void set_mode_of_node(const DestinationItem& destination, mode_t mode)
-{
-    const FileDescriptor node(
-        ::openat(destination.folder.fd, destination.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {};
-    if (node && ::fstat(node.get(), &status) == 0 && (status.st_mode & S_IFMT) == (mode & S_IFMT))
-        ::chmod(("/proc/self/fd/" + std::to_string(node.get())).c_str(), kept_mode(mode));
-}
-
 /// Makes a FIFO or a socket: it has no content, so it is complete under its final name at once.
 void copy_node(const SourceItem& source, const DestinationItem& destination)
 {
@@ -76,7 +66,7 @@ void copy_node(const SourceItem& source, const DestinationItem& destination)
     if (::mknodat(destination.folder.fd, destination.name.c_str(), kept.mode & (S_IFMT | 0777U),
                   0) != 0)
         throw placing_error(errno, destination.url());
-    set_mode_of_node(destination, kept.mode);
+    keep_mode_of_node(destination.folder.fd, destination.name, kept.mode);
     keep_times_of_link(destination.folder.fd, destination.name, kept, destination.url());
 }
 

@@ -3,31 +3,15 @@
 #include "Tool/FileContent.hpp"
 #include "Tool/PartialFile.hpp"
 #include "Tool/Staging.hpp"
+#include "Tool/TransferItems.hpp"
 
 #include <orv/utility/FunctionRef.hpp>
-#include <orv/utility/Url.hpp>
 
 #include <optional>
-#include <string>
 
 #include <sys/types.h>
 
 namespace orv {
-
-/// An item that is to be copied: its name in an open folder, and where it is found, for the errors.
-struct SourceItem {
-    int folder;
-    std::string name;
-    Url url;
-};
-
-/// Where a copy is to appear: its name in an open folder.
-struct DestinationItem {
-    DestinationFolder folder;
-    std::string name;
-
-    [[nodiscard]] Url url() const { return folder.url.appending(name); }
-};
 
 /// Copies single items. Each is complete at its destination or not there at all, and none is
 /// replaced. Links are copied as links, FIFOs and sockets are made anew.

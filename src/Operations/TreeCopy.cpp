@@ -227,7 +227,7 @@ void TreeCopy::enter(const TreeWalk& walk, const OpenedDestination& top)
         if (folders_)
             folders_->enter(walk.name(), kept_);
         else
-            folders_.emplace(top.item().folder, top.item().name, kept_);
+            folders_.emplace(top.item().folder, top.item().name, top.item().url(), kept_);
     } catch (const Error& error) {
         if (kept_)
             throw;

@@ -1,41 +1,47 @@
 #include "Tool/DestinationFolders.hpp"
 
+#include "Tool/Flush.hpp"
 #include "Tool/OpenFolder.hpp"
 
 #include <orv/utility/Error.hpp>
 
+#include <utility>
+
 namespace orv {
 namespace {
 
-OpenFolder opened(const DestinationFolder& parent, const std::string& name)
+OpenFolder opened(int parent, const std::string& name, const Url& url)
 {
-    OpenFolder folder = open_folder(parent.fd, name.c_str());
+    OpenFolder folder = open_folder(parent, name.c_str());
     if (folder.error != 0)
-        throw platform_error(folder.error, parent.url.appending(name));
+        throw platform_error(folder.error, url);
     return folder;
 }
 
 } // namespace
 
 DestinationFolders::DestinationFolders(const DestinationFolder& parent, const std::string& name,
-                                       const Kept& kept)
-    : stack_(opened(parent, name)), kept_{kept}, url_(parent.url.appending(name))
+                                       Url url, const Kept& kept)
+    : stack_(opened(parent.fd, name, url)), kept_{kept}, url_(std::move(url))
 {
 }
 
 void DestinationFolders::enter(const std::string& name, const Kept& kept)
 {
-    stack_.enter(opened(innermost(), name));
+    Url url = url_.appending(name);
+    stack_.enter(opened(stack_.folder(), name, url));
     kept_.push_back(kept);
-    url_ = url_.appending(name);
+    url_ = std::move(url);
 }
 
-void DestinationFolders::leave(int source)
+void DestinationFolders::leave(int source, bool flushes)
 {
     if (const Kept& kept = kept_.back()) {
         keep_extended_attributes(source, stack_.folder(), url_);
         keep_mode_and_times(stack_.folder(), *kept, url_);
     }
+    if (flushes)
+        flush(stack_.folder(), url_);
     if (stack_.depth() > 0)
         go_up();
     else

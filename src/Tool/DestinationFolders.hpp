@@ -18,10 +18,11 @@ public:
     /// original's mode and times, one that was there before stays as it is.
     using Kept = std::optional<ModeAndTimes>;
 
-    /// Opens the folder `name` in `parent`.
+    /// Opens the folder `name` in `parent`, which is shown as `url`.
     ///
     /// Errors: the platform's.
-    DestinationFolders(const DestinationFolder& parent, const std::string& name, const Kept& kept);
+    DestinationFolders(const DestinationFolder& parent, const std::string& name, Url url,
+                       const Kept& kept);
 
     /// The innermost folder.
     [[nodiscard]] DestinationFolder innermost() const { return {stack_.folder(), url_}; }
@@ -31,11 +32,11 @@ public:
     /// Errors: the platform's; then nothing has changed.
     void enter(const std::string& name, const Kept& kept);
 
-    /// Finishes the innermost folder, whose original is open as `source`, and goes back to the one
-    /// above.
+    /// Finishes the innermost folder, whose original is open as `source`, flushes it to the disk if
+    /// that is wanted, and goes back to the one above.
     ///
     /// Errors: the platform's.
-    void leave(int source);
+    void leave(int source, bool flushes = false);
 
     /// Gives up a copy: finishes all folders as far as that is possible without their originals.
     void abandon() noexcept;

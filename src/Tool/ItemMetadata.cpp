@@ -1,5 +1,7 @@
 #include "Tool/ItemMetadata.hpp"
 
+#include "utility/FileDescriptor.hpp"
+
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
@@ -107,6 +109,14 @@ void keep_times_of_link(int folder, const std::string& name, const ModeAndTimes&
 {
     const timespec times[] = {kept.access, kept.modification};
     check(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW), url);
+}
+
+void keep_mode_of_node(int folder, const std::string& name, mode_t mode)
+{
+    const FileDescriptor node(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (node && ::fstat(node.get(), &status) == 0 && (status.st_mode & S_IFMT) == (mode & S_IFMT))
+        ::chmod(("/proc/self/fd/" + std::to_string(node.get())).c_str(), kept_mode(mode));
 }
 
 } // namespace orv

@@ -34,4 +34,11 @@ OpenFolder open_folder_following_links(int folder, const char* name)
     return opened(folder, name, 0);
 }
 
+bool is_mounted(const struct statx& facts, const Identity& above)
+{
+    if ((facts.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0)
+        return (facts.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return facts.stx_dev_major != above.device_major || facts.stx_dev_minor != above.device_minor;
+}
+
 } // namespace orv

@@ -22,4 +22,8 @@ struct OpenFolder {
 /// Opens the folder that the path `name`, seen from `folder`, leads to; links are followed.
 [[nodiscard]] OpenFolder open_folder_following_links(int folder, const char* name);
 
+/// Whether a volume is mounted at the item that is described as `facts` and lies in the folder
+/// `above`.
+[[nodiscard]] bool is_mounted(const struct statx& facts, const Identity& above);
+
 } // namespace orv

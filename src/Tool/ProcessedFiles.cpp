@@ -107,6 +107,15 @@ bool create_processed_files_folder()
     return Tool::create_directory(processed_files_folder(), true);
 }
 
+FileDescriptor open_processed_files_folder()
+{
+    FileDescriptor folder(
+        ::open(processed_files_folder().path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder)
+        throw platform_error(errno, processed_files_folder());
+    return folder;
+}
+
 void remove_leftovers()
 {
     const FileDescriptor folder(
@@ -131,6 +140,18 @@ FileDescriptor create_owned_file(int folder, const std::string& name, const Url&
         if (!is_gone(file.get()))
             return file;
     }
+}
+
+FileDescriptor create_nameless_file()
+{
+    const FileDescriptor folder = open_processed_files_folder();
+    FileDescriptor file(::openat(folder.get(), ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
+    if (!file) {
+        const std::string name = new_uuid();
+        file = create_owned_file(folder.get(), name, processed_files_folder().appending(name));
+        ::unlinkat(folder.get(), name.c_str(), 0);
+    }
+    return file;
 }
 
 std::string hidden_name(const std::string& uuid)

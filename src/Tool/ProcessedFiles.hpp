@@ -19,6 +19,11 @@ namespace orv {
 /// Creates the folder and says whether it stands.
 bool create_processed_files_folder();
 
+/// Opens the folder.
+///
+/// Errors: the platform's.
+[[nodiscard]] FileDescriptor open_processed_files_folder();
+
 /// Removes what dead processes have left in the folder and what their notes announce. What cannot
 /// be removed stays for the next time.
 void remove_leftovers();
@@ -28,6 +33,12 @@ void remove_leftovers();
 ///
 /// Errors: the platform's, at `url`; EEXIST when the name is taken.
 FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url);
+
+/// A new file on the volume of the processed-files folder that has no name and ends with its
+/// descriptor.
+///
+/// Errors: the platform's.
+[[nodiscard]] FileDescriptor create_nameless_file();
 
 /// The name of a hidden item that a copy leaves out, and of the note that announces it.
 [[nodiscard]] std::string hidden_name(const std::string& uuid);

@@ -22,15 +22,6 @@ namespace {
 // program may add some: a folder that is not empty then is read again, but not for ever.
 constexpr int max_readings_again = 1000;
 
-bool is_mounted(const OpenFolder& folder, const Identity& above)
-{
-    if ((folder.facts.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0)
-        return (folder.facts.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-    const Identity identity = folder.identity();
-    return identity.device_major != above.device_major ||
-           identity.device_minor != above.device_minor;
-}
-
 /// Removes what is no folder and returns 0, or the errno; EISDIR for a folder.
 int unlink_item(int folder, const char* name)
 {
@@ -75,7 +66,7 @@ private:
         OpenFolder folder = open_folder(trail_.folder(), name);
         if (folder.error == ENOENT)
             return;
-        if (folder.error == 0 && is_mounted(folder, trail_.identity()))
+        if (folder.error == 0 && is_mounted(folder.facts, trail_.identity()))
             folder.error = EBUSY;
         if (folder.error != 0)
             throw platform_error(folder.error, trail_.path_of(name));
@@ -117,7 +108,7 @@ void remove_folder(int parent, const char* name, const Url& shown)
         throw platform_error(errno, shown);
     for (int readings = 0; readings <= max_readings_again; ++readings) {
         OpenFolder folder = open_folder(parent, name);
-        if (folder.error == 0 && is_mounted(folder, identity_of(above)))
+        if (folder.error == 0 && is_mounted(folder.facts, identity_of(above)))
             folder.error = EBUSY;
         if (folder.error != 0)
             throw platform_error(folder.error, shown);

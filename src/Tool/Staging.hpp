@@ -1,8 +1,9 @@
 #pragma once
 
+#include "Tool/HiddenName.hpp"
 #include "Tool/PartialFile.hpp"
 
-#include <string>
+#include <optional>
 
 namespace orv {
 
@@ -15,7 +16,6 @@ namespace orv {
 class Staging {
 public:
     Staging() = default;
-    ~Staging();
     Staging(const Staging&) = delete;
     Staging& operator=(const Staging&) = delete;
 
@@ -37,13 +37,11 @@ private:
 
     void open_processed_files(const DestinationFolder& destination);
     void announce(const DestinationFolder& destination);
-    void withdraw_note();
 
     Way way_ = Way::unnamed;
     FileDescriptor processed_files_fd_;
     DestinationFolder processed_files_{-1, {}};
-    FileDescriptor note_; // holds the note's lock
-    std::string note_uuid_;
+    std::optional<HiddenName> hidden_name_; // that which files get in the announced folder
     Url announced_folder_;
 };
 

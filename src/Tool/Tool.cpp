@@ -5,6 +5,7 @@
 #include "Tool/Place.hpp"
 #include "Tool/RemoveTree.hpp"
 #include "Tool/TreeWalk.hpp"
+#include "Tool/VolumeMove.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -53,6 +54,17 @@ try {
     return ::mkdirat(place.folder(), place.name(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? 0 : errno;
 } catch (const Error& error) {
     return error.code().value_or(EIO);
+}
+
+/// Renames the item and returns 0, or the errno.
+int rename_item(const Url& from, const Url& to)
+try {
+    const Place source = Place::of(from);
+    const Place destination = Place::of(to);
+    return rename_no_replace(source.folder(), source.name(), destination.folder(),
+                             destination.name());
+} catch (const Error& error) {
+    throw move_error(error);
 }
 
 /// What the items have in common that lie where `walk` is; `resolved_root` is its root with links
@@ -199,15 +211,12 @@ try {
 }
 
 void Tool::move_item(const Url& from, const Url& to)
-try {
-    const Place source = Place::of(from);
-    const Place destination = Place::of(to);
-    const int error =
-        rename_no_replace(source.folder(), source.name(), destination.folder(), destination.name());
-    if (error != 0)
-        throw platform_error(error, error == EEXIST ? to : from);
-} catch (const Error& error) {
-    throw move_error(error);
+{
+    const int error = rename_item(from, to);
+    if (error == EXDEV)
+        move_across_volumes(from, to);
+    else if (error != 0)
+        throw move_error(platform_error(error, error == EEXIST ? to : from));
 }
 
 Error move_error(const Error& cause)

@@ -65,8 +65,15 @@ public:
 
     /// Gives the item at `from` the location `to`, where nothing may stand.
     ///
+    /// To another volume it is copied, on the disk and out of sight until it is complete, and then
+    /// removed where it was; that may take long, and nothing interrupts it. Kept is what a copy
+    /// keeps, and that files are one under several names. A failure leaves the source whole and
+    /// nothing at the destination, unless it says that the destination is complete: then only what
+    /// could not be removed, or was changed or added meanwhile, stays at the source.
+    ///
     /// Errors: "Couldn't move the item", with the platform's error appended: code EEXIST when
-    /// something stands at `to`, EXDEV when it lies on another volume.
+    /// something stands at `to`. To another volume, before anything is copied of it, also for what
+    /// could not be removed: a mounted volume (EBUSY), a folder or file that may not be changed.
     static void move_item(const Url& from, const Url& to);
 
     /// The user's documents folder, created when it is missing.

@@ -1,0 +1,316 @@
+#include "Tool/ExactCopy.hpp"
+
+#include "Tool/DestinationFolders.hpp"
+#include "Tool/FileContent.hpp"
+#include "Tool/Flush.hpp"
+#include "Tool/HardLinks.hpp"
+#include "Tool/ItemMetadata.hpp"
+#include "Tool/OpenFolder.hpp"
+#include "Tool/TreeWalk.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <ctime>
+#include <optional>
+#include <tuple>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+/// Where one item of the copy is made, and how that is shown.
+struct Target {
+    int folder;
+    const std::string& name;
+    Url url;
+};
+
+/// An item that is open, and what it was then.
+struct OpenedItem {
+    FileDescriptor descriptor;
+    struct stat status {};
+};
+
+OpenedItem open_item(const SourceItem& source, mode_t type, int flags)
+{
+    OpenedItem item{
+        FileDescriptor(::openat(source.folder, source.name.c_str(),
+                                flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)),
+        {}};
+    if (!item.descriptor || ::fstat(item.descriptor.get(), &item.status) != 0)
+        throw platform_error(errno, source.url);
+    if ((item.status.st_mode & S_IFMT) != type)
+        throw changed_while_moved(source.url);
+    return item;
+}
+
+/// Within one tick of the clock that stamps files a further change leaves no trace. A file that was
+/// changed in this very tick is looked at when that is over.
+void let_tick_pass(OpenedItem& file)
+{
+    timespec now{};
+    timespec tick{};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    ::clock_getres(CLOCK_REALTIME_COARSE, &tick);
+    const timespec& changed = file.status.st_ctim;
+    const auto stamp = [](const timespec& time) { return std::tuple(time.tv_sec, time.tv_nsec); };
+    const bool is_of_another_clock = changed.tv_sec > now.tv_sec + 1;
+    if (stamp(changed) < stamp(now) || is_of_another_clock)
+        return;
+    ::clock_nanosleep(CLOCK_MONOTONIC, 0, &tick, nullptr);
+    ::fstat(file.descriptor.get(), &file.status);
+}
+
+void close_written(FileDescriptor file, const Url& url)
+{
+    if (::close(file.release()) != 0 && errno != EINTR)
+        throw platform_error(errno, url);
+}
+
+void make_folder(const Target& target)
+{
+    if (::mkdirat(target.folder, target.name.c_str(), S_IRWXU) != 0)
+        throw platform_error(errno, target.url);
+}
+
+/// Refuses a folder out of which nothing may be taken.
+void check_can_take_from(int folder, const Url& url)
+{
+    if (::faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0)
+        throw platform_error(errno, url);
+}
+
+struct statx facts_of(int folder, const char* name, const Url& url)
+{
+    struct statx facts {};
+    if (::statx(folder, name, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
+                STATX_BASIC_STATS, &facts) != 0)
+        throw platform_error(errno, url);
+    return facts;
+}
+
+/// In a folder like /tmp only the owner of an item may take it away.
+bool may_take(const struct statx& item, const struct statx& folder)
+{
+    const uid_t user = ::geteuid();
+    return (folder.stx_mode & S_ISVTX) == 0 || user == 0 || user == item.stx_uid ||
+           user == folder.stx_uid;
+}
+
+class ExactCopy {
+public:
+    ExactCopy(const DestinationItem& destination, const Url& shown, CopyRecord& record)
+        : destination_(destination), shown_(shown), record_(record), links_(destination.folder.fd),
+          destination_folder_(identity_of(facts_of(destination.folder.fd, "", shown)))
+    {
+    }
+
+    void run(const SourceItem& source)
+    {
+        const struct statx facts = facts_of(source.folder, source.name.c_str(), source.url);
+        const struct statx above = facts_of(source.folder, "", source.url);
+        source_folder_ = identity_of(above);
+        check_can_take_from(source.folder, source.url.deleting_last_path_component());
+        check_can_be_moved(facts, source.url);
+        if (!may_take(facts, above))
+            throw platform_error(EPERM, source.url);
+
+        const Target top{destination_.folder.fd, destination_.name, shown_};
+        if (!S_ISDIR(facts.stx_mode))
+            return copy(source, facts.stx_mode, top);
+        flushes_each_ = !can_flush_volume(destination_.folder.fd);
+        make_folder(top);
+        copy_contents(source);
+        if (!flushes_each_)
+            flush_volume(destination_.folder.fd, shown_);
+    }
+
+private:
+    void copy_contents(const SourceItem& source)
+    {
+        OpenFolder folder = open_folder(source.folder, source.name.c_str());
+        if (folder.error != 0)
+            throw platform_error(folder.error, source.url);
+        TreeWalk walk(std::move(folder), source.url,
+                      {.unreadable = TreeWalkOptions::Unreadable::fail});
+        for (;;) {
+            switch (walk.next()) {
+            case TreeWalk::Event::item:
+                come_to_item(walk);
+                break;
+            case TreeWalk::Event::entered:
+                enter(walk);
+                break;
+            case TreeWalk::Event::left:
+                leave(walk);
+                break;
+            case TreeWalk::Event::end:
+                return;
+            }
+        }
+    }
+
+    void come_to_item(const TreeWalk& walk)
+    {
+        if (std::exchange(is_first_in_folder_, false))
+            check_can_take_from(walk.folder(), walk.folder_path());
+        const SourceItem source{walk.folder(), walk.name(), walk.path()};
+        check_can_be_moved(walk.facts(), source.url);
+        const DestinationFolder folder = folders_->innermost();
+        const Target target{folder.fd, source.name, folder.url.appending(source.name)};
+        if (walk.is_folder())
+            make_folder(target);
+        else if (walk.facts().stx_nlink == 1 || !S_ISREG(walk.facts().stx_mode))
+            copy(source, walk.facts().stx_mode, target);
+        else
+            copy_linked_file(source, target, destination_.name + "/" + walk.relative_path());
+    }
+
+    void enter(const TreeWalk& walk)
+    {
+        const ModeAndTimes kept(walk.facts());
+        if (folders_)
+            folders_->enter(walk.name(), kept);
+        else
+            folders_.emplace(destination_.folder, destination_.name, shown_, kept);
+        struct stat status {};
+        if (::fstat(walk.folder(), &status) != 0)
+            throw platform_error(errno, walk.path());
+        record_.add_entered(walk.name(), ItemVersion(status));
+        is_first_in_folder_ = true;
+    }
+
+    void leave(const TreeWalk& walk)
+    {
+        is_first_in_folder_ = false;
+        folders_->leave(walk.folder(), flushes_each_);
+        record_.add_left();
+    }
+
+    void check_can_be_moved(const struct statx& facts, const Url& url) const
+    {
+        constexpr auto fixed = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
+        if (is_mounted(facts, source_folder_))
+            throw platform_error(EBUSY, url);
+        if ((facts.stx_attributes & fixed) != 0)
+            throw platform_error(EPERM, url);
+        if (identity_of(facts) == destination_folder_)
+            throw platform_error(EINVAL, url);
+    }
+
+    /// Copies what is no folder.
+    void copy(const SourceItem& source, mode_t mode, const Target& target)
+    {
+        if (S_ISREG(mode))
+            copy_file(source, target);
+        else if (S_ISLNK(mode))
+            copy_link(source, target);
+        else if (S_ISFIFO(mode) || S_ISSOCK(mode))
+            copy_node(source, target);
+        else
+            throw Error("device files can't be moved to another volume.").at(source.url);
+    }
+
+    struct stat copy_file(const SourceItem& source, const Target& target)
+    {
+        OpenedItem original = open_item(source, S_IFREG, O_RDONLY);
+        let_tick_pass(original);
+        FileDescriptor file(::openat(target.folder, target.name.c_str(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                     S_IRUSR | S_IWUSR));
+        if (!file)
+            throw platform_error(errno, target.url);
+        const int from = original.descriptor.get();
+        content_.copy({from, source.url}, {file.get(), target.url}, original.status,
+                      [](std::int64_t) {});
+        keep_extended_attributes(from, file.get(), target.url);
+        keep_mode_and_times(file.get(), ModeAndTimes(original.status), target.url);
+        if (flushes_each_)
+            flush(file.get(), target.url);
+        close_written(std::move(file), target.url);
+        check_unchanged(original, source.url);
+        record_.add_item(source.name, ItemVersion(original.status));
+        return original.status;
+    }
+
+    static void check_unchanged(const OpenedItem& original, const Url& url)
+    {
+        struct stat now {};
+        if (::fstat(original.descriptor.get(), &now) != 0)
+            throw platform_error(errno, url);
+        if (ItemVersion(now) != ItemVersion(original.status))
+            throw changed_while_moved(url);
+    }
+
+    void copy_linked_file(const SourceItem& source, const Target& target, std::string path)
+    {
+        struct stat status {};
+        if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+            throw platform_error(errno, source.url);
+        if (links_.make(status, target.folder, target.name))
+            record_.add_item(source.name, ItemVersion(status));
+        else
+            links_.add(copy_file(source, target), std::move(path));
+    }
+
+    void copy_link(const SourceItem& source, const Target& target)
+    {
+        const OpenedItem original = open_item(source, S_IFLNK, O_PATH);
+        std::array<char, PATH_MAX> text{};
+        if (::readlinkat(original.descriptor.get(), "", text.data(), text.size() - 1) < 0)
+            throw platform_error(errno, source.url);
+        if (::symlinkat(text.data(), target.folder, target.name.c_str()) != 0)
+            throw platform_error(errno, target.url);
+        keep_times_of_link(target.folder, target.name, ModeAndTimes(original.status), target.url);
+        record_.add_item(source.name, ItemVersion(original.status));
+    }
+
+    void copy_node(const SourceItem& source, const Target& target)
+    {
+        struct stat status {};
+        if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+            throw platform_error(errno, source.url);
+        if (!S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode))
+            throw changed_while_moved(source.url);
+        if (::mknodat(target.folder, target.name.c_str(), status.st_mode & (S_IFMT | 0777U), 0) !=
+            0)
+            throw platform_error(errno, target.url);
+        keep_mode_of_node(target.folder, target.name, status.st_mode);
+        keep_times_of_link(target.folder, target.name, ModeAndTimes(status), target.url);
+        record_.add_item(source.name, ItemVersion(status));
+    }
+
+    const DestinationItem& destination_;
+    const Url& shown_;
+    CopyRecord& record_;
+    FileContent content_;
+    HardLinks links_;
+    std::optional<DestinationFolders> folders_;
+    Identity destination_folder_;
+    Identity source_folder_;
+    bool flushes_each_ = true;
+    bool is_first_in_folder_ = false;
+};
+
+} // namespace
+
+void copy_exactly(const SourceItem& source, const DestinationItem& destination, const Url& shown,
+                  CopyRecord& record)
+{
+    ExactCopy(destination, shown, record).run(source);
+}
+
+Error changed_while_moved(const Url& url)
+{
+    const std::string sentence = "it was changed while it was being moved.";
+    return Error(sentence).with_message(sentence + " (" + url.path() + ")").at(url);
+}
+
+} // namespace orv

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Tool/CopyRecord.hpp"
+#include "Tool/TransferItems.hpp"
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Url.hpp>
+
+namespace orv {
+
+/// Copies an item with everything in it, as a move needs it: nothing is left out, all of it is on
+/// the disk in the end, and `record` tells what was copied. Links are copied as links, FIFOs and
+/// sockets are made anew, files that are one under several names stay one.
+///
+/// `destination` is a name that nobody looks at yet; in errors it is shown as `shown`. What stands
+/// there after an error is the caller's.
+///
+/// Errors: the platform's; that something was changed during the copy, or is of a kind that is not
+/// copied. What could not be removed from the source afterwards is found out here: EBUSY for a
+/// mounted volume, EROFS, EACCES or EPERM for what may not be changed; and EINVAL when the
+/// destination lies in the source.
+void copy_exactly(const SourceItem& source, const DestinationItem& destination, const Url& shown,
+                  CopyRecord& record);
+
+/// That the item at `url` is not any more what was copied.
+[[nodiscard]] Error changed_while_moved(const Url& url);
+
+} // namespace orv

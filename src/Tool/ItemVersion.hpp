@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+
+#include <sys/stat.h>
+
+namespace orv {
+
+/// What an item was at some moment. Whatever changes its content or its attributes, or puts another
+/// item in its place, gives it another version.
+struct ItemVersion {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t mode = 0;
+    std::uint64_t links = 0;
+    std::int64_t size = 0;
+    std::int64_t modified_s = 0;
+    std::int64_t modified_ns = 0;
+    std::int64_t changed_s = 0;
+    std::int64_t changed_ns = 0;
+
+    ItemVersion() = default;
+    explicit ItemVersion(const struct stat& status)
+        : device(status.st_dev), inode(status.st_ino), mode(status.st_mode), links(status.st_nlink),
+          size(status.st_size), modified_s(status.st_mtim.tv_sec),
+          modified_ns(status.st_mtim.tv_nsec), changed_s(status.st_ctim.tv_sec),
+          changed_ns(status.st_ctim.tv_nsec)
+    {
+    }
+
+    bool operator==(const ItemVersion&) const = default;
+
+    [[nodiscard]] bool is_same_item(const ItemVersion& other) const
+    {
+        return device == other.device && inode == other.inode;
+    }
+
+    /// The same, but for other links to the file that have gone since, which counts as a change of
+    /// its attributes.
+    [[nodiscard]] bool is_same_with_fewer_links(ItemVersion later) const
+    {
+        if (later.links < links) {
+            later.links = links;
+            later.changed_s = changed_s;
+            later.changed_ns = changed_ns;
+        }
+        return *this == later;
+    }
+};
+
+} // namespace orv

@@ -1,0 +1,203 @@
+#include "Tool/RecordedSource.hpp"
+
+#include "Tool/ExactCopy.hpp"
+#include "Tool/FolderStack.hpp"
+#include "Tool/OpenFolder.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cerrno>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+/// Where one is in the source: in the folder that holds it, or somewhere inside it.
+class Position {
+public:
+    explicit Position(const SourceItem& source)
+        : outside_(source.folder), path_(source.url.deleting_last_path_component().path())
+    {
+        if (path_ == "/")
+            path_.clear();
+    }
+
+    [[nodiscard]] int folder() const { return stack_ ? stack_->folder() : outside_; }
+    [[nodiscard]] Url url_of(const std::string& name) const { return path_ + "/" + name; }
+
+    /// Goes into the folder `name`, opened as `folder`.
+    void enter(OpenFolder folder, const std::string& name)
+    {
+        if (stack_)
+            stack_->enter(std::move(folder));
+        else
+            stack_.emplace(std::move(folder));
+        path_.append("/").append(name);
+    }
+
+    /// Goes back and returns the name of the folder left.
+    std::string leave()
+    {
+        const std::size_t slash = path_.rfind('/');
+        std::string name = path_.substr(slash + 1);
+        path_.resize(slash);
+        if (stack_->depth() == 0)
+            stack_.reset();
+        else if (const int error = stack_->leave())
+            throw error == ESTALE ? changed_while_moved(path_) : platform_error(error, path_);
+        return name;
+    }
+
+private:
+    int outside_;
+    std::string path_;
+    std::optional<FolderStack> stack_;
+};
+
+bool is_gone(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
+/// The item as it is now.
+///
+/// Errors: that it was changed, when it is gone; the platform's.
+ItemVersion version_now(const Position& position, const std::string& name)
+{
+    struct stat status {};
+    if (::fstatat(position.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
+        return ItemVersion(status);
+    const Url url = position.url_of(name);
+    throw is_gone(errno) ? changed_while_moved(url) : platform_error(errno, url);
+}
+
+/// The folder, opened.
+///
+/// Errors: that it was changed, when it is another one; the platform's.
+OpenFolder opened_folder(const Position& position, const std::string& name,
+                         const ItemVersion& version)
+{
+    OpenFolder folder = open_folder(position.folder(), name.c_str());
+    const Url url = position.url_of(name);
+    if (folder.error != 0)
+        throw is_gone(folder.error) ? changed_while_moved(url) : platform_error(folder.error, url);
+    struct stat status {};
+    if (::fstat(folder.descriptor.get(), &status) != 0)
+        throw platform_error(errno, url);
+    if (!version.is_same_item(ItemVersion(status)))
+        throw changed_while_moved(url);
+    return folder;
+}
+
+class Removal {
+public:
+    explicit Removal(const SourceItem& source) : position_(source) {}
+
+    void run(const CopyRecord& record)
+    {
+        CopyRecord::Reader reader(record);
+        while (reader.next()) {
+            switch (reader.step()) {
+            case CopyRecord::Step::item:
+                if (skipped_levels_ == 0)
+                    attempt([&] { remove_item(reader.name(), reader.version()); });
+                break;
+            case CopyRecord::Step::entered:
+                if (skipped_levels_ > 0 ||
+                    !attempt([&] { enter(reader.name(), reader.version()); }))
+                    ++skipped_levels_;
+                break;
+            case CopyRecord::Step::left:
+                if (skipped_levels_ > 0)
+                    --skipped_levels_;
+                else if (!leave())
+                    throw *first_error_;
+                break;
+            }
+        }
+        if (first_error_)
+            throw *first_error_;
+    }
+
+private:
+    /// Does `step`, says whether it succeeded, and keeps the first error.
+    template <class Step>
+    bool attempt(Step step)
+    {
+        try {
+            step();
+            return true;
+        } catch (const Error& error) {
+            if (!first_error_)
+                first_error_ = error;
+            return false;
+        }
+    }
+
+    void remove_item(const std::string& name, const ItemVersion& version)
+    {
+        if (!version.is_same_with_fewer_links(version_now(position_, name)))
+            throw changed_while_moved(position_.url_of(name));
+        if (::unlinkat(position_.folder(), name.c_str(), 0) != 0)
+            throw platform_error(errno, position_.url_of(name));
+    }
+
+    void enter(const std::string& name, const ItemVersion& version)
+    {
+        position_.enter(opened_folder(position_, name, version), name);
+    }
+
+    /// Leaves the folder and removes it. Says whether the way back was found.
+    bool leave()
+    {
+        std::string name;
+        if (!attempt([&] { name = position_.leave(); }))
+            return false;
+        attempt([&] { remove_emptied_folder(name); });
+        return true;
+    }
+
+    void remove_emptied_folder(const std::string& name)
+    {
+        if (::unlinkat(position_.folder(), name.c_str(), AT_REMOVEDIR) == 0)
+            return;
+        const Url url = position_.url_of(name);
+        throw errno == ENOTEMPTY || errno == EEXIST ? changed_while_moved(url)
+                                                    : platform_error(errno, url);
+    }
+
+    Position position_;
+    int skipped_levels_ = 0; // below a folder that could not be entered
+    std::optional<Error> first_error_;
+};
+
+} // namespace
+
+void check_unchanged(const SourceItem& source, const CopyRecord& record)
+{
+    Position position(source);
+    CopyRecord::Reader reader(record);
+    while (reader.next()) {
+        if (reader.step() == CopyRecord::Step::left) {
+            position.leave();
+            continue;
+        }
+        if (version_now(position, reader.name()) != reader.version())
+            throw changed_while_moved(position.url_of(reader.name()));
+        if (reader.step() == CopyRecord::Step::entered)
+            position.enter(opened_folder(position, reader.name(), reader.version()), reader.name());
+    }
+}
+
+void remove_copied(const SourceItem& source, const CopyRecord& record)
+{
+    Removal(source).run(record);
+}
+
+} // namespace orv
