@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,6 +30,7 @@ public:
     }
 
     [[nodiscard]] int folder() const { return stack_ ? stack_->folder() : outside_; }
+    [[nodiscard]] Url url() const { return path_; }
     [[nodiscard]] Url url_of(const std::string& name) const { return path_ + "/" + name; }
 
     /// Goes into the folder `name`, opened as `folder`.
@@ -65,16 +67,25 @@ bool is_gone(int error)
     return error == ENOENT || error == ENOTDIR || error == ELOOP;
 }
 
-/// The item as it is now.
+ItemVersion version_of(int folder, const Url& url)
+{
+    struct stat status {};
+    if (::fstat(folder, &status) != 0)
+        throw platform_error(errno, url);
+    return ItemVersion(status);
+}
+
+/// The item as it is now; no value when it is gone.
 ///
-/// Errors: that it was changed, when it is gone; the platform's.
-ItemVersion version_now(const Position& position, const std::string& name)
+/// Errors: the platform's.
+std::optional<ItemVersion> version_now(const Position& position, const std::string& name)
 {
     struct stat status {};
     if (::fstatat(position.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
         return ItemVersion(status);
-    const Url url = position.url_of(name);
-    throw is_gone(errno) ? changed_while_moved(url) : platform_error(errno, url);
+    if (is_gone(errno))
+        return std::nullopt;
+    throw platform_error(errno, position.url_of(name));
 }
 
 /// The folder, opened.
@@ -87,10 +98,7 @@ OpenFolder opened_folder(const Position& position, const std::string& name,
     const Url url = position.url_of(name);
     if (folder.error != 0)
         throw is_gone(folder.error) ? changed_while_moved(url) : platform_error(folder.error, url);
-    struct stat status {};
-    if (::fstat(folder.descriptor.get(), &status) != 0)
-        throw platform_error(errno, url);
-    if (!version.is_same_item(ItemVersion(status)))
+    if (!version.is_same_item(version_of(folder.descriptor.get(), url)))
         throw changed_while_moved(url);
     return folder;
 }
@@ -142,9 +150,12 @@ private:
 
     void remove_item(const std::string& name, const ItemVersion& version)
     {
-        if (!version.is_same_with_fewer_links(version_now(position_, name)))
+        const auto now = version_now(position_, name);
+        if (!now)
+            return;
+        if (!version.is_same_with_fewer_links(*now))
             throw changed_while_moved(position_.url_of(name));
-        if (::unlinkat(position_.folder(), name.c_str(), 0) != 0)
+        if (::unlinkat(position_.folder(), name.c_str(), 0) != 0 && !is_gone(errno))
             throw platform_error(errno, position_.url_of(name));
     }
 
@@ -165,7 +176,7 @@ private:
 
     void remove_emptied_folder(const std::string& name)
     {
-        if (::unlinkat(position_.folder(), name.c_str(), AT_REMOVEDIR) == 0)
+        if (::unlinkat(position_.folder(), name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT)
             return;
         const Url url = position_.url_of(name);
         throw errno == ENOTEMPTY || errno == EEXIST ? changed_while_moved(url)
@@ -182,16 +193,26 @@ private:
 void check_unchanged(const SourceItem& source, const CopyRecord& record)
 {
     Position position(source);
+    std::vector<ItemVersion> folders; // those that one is in
     CopyRecord::Reader reader(record);
     while (reader.next()) {
-        if (reader.step() == CopyRecord::Step::left) {
-            position.leave();
-            continue;
-        }
-        if (version_now(position, reader.name()) != reader.version())
-            throw changed_while_moved(position.url_of(reader.name()));
-        if (reader.step() == CopyRecord::Step::entered)
+        switch (reader.step()) {
+        case CopyRecord::Step::item:
+            if (version_now(position, reader.name()) != reader.version())
+                throw changed_while_moved(position.url_of(reader.name()));
+            break;
+        case CopyRecord::Step::entered:
             position.enter(opened_folder(position, reader.name(), reader.version()), reader.name());
+            folders.push_back(reader.version());
+            break;
+        case CopyRecord::Step::left:
+            // An item that is told of says more than the folder in which it was changed.
+            if (version_of(position.folder(), position.url()) != folders.back())
+                throw changed_while_moved(position.url());
+            folders.pop_back();
+            position.leave();
+            break;
+        }
     }
 }
 
