@@ -215,7 +215,7 @@ private:
         else if (S_ISFIFO(mode) || S_ISSOCK(mode))
             copy_node(source, target);
         else
-            throw Error("device files can't be moved to another volume.").at(source.url);
+            throw Error("Device files can't be moved to another volume.").at(source.url);
     }
 
     struct stat copy_file(const SourceItem& source, const Target& target)
@@ -309,7 +309,7 @@ void copy_exactly(const SourceItem& source, const DestinationItem& destination, 
 
 Error changed_while_moved(const Url& url)
 {
-    const std::string sentence = "it was changed while it was being moved.";
+    const std::string sentence = "It was changed while it was being moved.";
     return Error(sentence).with_message(sentence + " (" + url.path() + ")").at(url);
 }
 

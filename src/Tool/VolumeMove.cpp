@@ -124,31 +124,17 @@ void check_is_named(const Place& place, const Url& url)
         throw platform_error(EBUSY, url);
 }
 
-/// The error of a move of which the sentence alone tells too little.
-Error move_error_saying(const std::string& what, const Error& cause)
-{
-    return Error("Couldn't move the item: " + what)
-        .with_message(move_error(Error(what).appending_error(cause)).message())
-        .because_of(cause);
-}
-
-Error unpublished_error(const Error& cause)
-{
-    if (cause.kind() == Error::Kind::platform)
-        return move_error(cause);
-    return Error("Couldn't move the item: " + cause.sentence())
-        .with_message(move_error(cause).message())
-        .because_of(cause);
-}
-
+/// The error of a move that has reached its destination: without saying so it would mislead.
 Error remaining_error(const Error& cause)
 {
     const bool is_changed = cause.kind() != Error::Kind::platform;
-    return move_error_saying(std::string("it is complete at its destination, but ") +
-                                 (is_changed
-                                      ? "what was changed or added meanwhile stays where it was"
-                                      : "not all of it could be removed where it was"),
-                             cause);
+    const std::string what = std::string("it is complete at its destination, but ") +
+                             (is_changed ? "what was changed or added meanwhile stays where it was"
+                                         : "not all of it could be removed where it was");
+    const Error told = move_error(Error(what).appending_error(cause));
+    return Error("Couldn't move the item: " + what + ".")
+        .with_message(told.message())
+        .because_of(cause);
 }
 
 } // namespace
@@ -167,7 +153,7 @@ void move_across_volumes(const Url& from, const Url& to)
         check_unchanged(*source, record);
         copy.publish();
     } catch (const Error& cause) {
-        throw unpublished_error(cause);
+        throw move_error(cause);
     }
     try {
         remove_copied(*source, record);
