@@ -4,7 +4,6 @@
 #include <charconv>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
@@ -17,19 +16,14 @@ constexpr int usage_exit = 2;
 using OnConflict = std::optional<ConflictBehaviour>;
 using SortKey = SortType::Key;
 
-std::map<std::string, OnConflict> conflict_words()
+std::map<std::string, OnConflict> conflict_words(bool can_merge)
 {
-    return {{"ask", std::nullopt},
-            {"merge", ConflictBehaviour::merge},
-            {"replace", ConflictBehaviour::replace},
-            {"keep-both", ConflictBehaviour::keep_both},
-            {"stop", ConflictBehaviour::stop}};
-}
-
-std::map<std::string, OnConflict> conflict_words_without_merge()
-{
-    auto words = conflict_words();
-    words.erase("merge");
+    std::map<std::string, OnConflict> words{{"ask", std::nullopt},
+                                            {"replace", ConflictBehaviour::replace},
+                                            {"keep-both", ConflictBehaviour::keep_both},
+                                            {"stop", ConflictBehaviour::stop}};
+    if (can_merge)
+        words["merge"] = ConflictBehaviour::merge;
     return words;
 }
 
@@ -223,7 +217,7 @@ private:
         CLI::App* command = app_.add_subcommand(
             "cp", "Copy items, folders with everything in them; attributes follow");
         add_places(*command, "What to copy", copy_.sources, copy_.destination);
-        add_on_conflict(*command, copy_.on_conflict, conflict_words(),
+        add_on_conflict(*command, copy_.on_conflict, true,
                         "What to do when a name is taken; default: ask, which without a terminal "
                         "means stop");
         command->callback([this] { command_ = copy_; });
@@ -234,7 +228,7 @@ private:
         CLI::App* command = app_.add_subcommand(
             "mv", "Move items, folders with everything in them; attributes follow");
         add_places(*command, "What to move", move_.sources, move_.destination);
-        add_on_conflict(*command, move_.on_conflict, conflict_words_without_merge(),
+        add_on_conflict(*command, move_.on_conflict, false,
                         "What to do when a name is taken; default: ask, which without a terminal "
                         "means stop");
         command->footer("The move of an item that was begun is finished, also after Ctrl-C.");
@@ -261,7 +255,7 @@ private:
         CLI::App* command = app_.add_subcommand(
             "write", "Write standard input to a new file, which appears when it is complete");
         command->add_option("FILE", write_.file, "The file")->type_name("")->required();
-        add_on_conflict(*command, write_.on_conflict, conflict_words_without_merge(),
+        add_on_conflict(*command, write_.on_conflict, false,
                         "What to do when the name is taken; default: ask on the terminal, wherever "
                         "the input comes from, which without a terminal means stop");
         command->footer("The input is read to its end before the file is begun.");
@@ -272,10 +266,9 @@ private:
     static void add_places(CLI::App& command, const std::string& description,
                            std::vector<std::string>& sources, std::string& destination)
     {
-        const auto last = std::make_shared<CLI::Option*>();
-        const auto take = [&sources, last](std::vector<std::string> paths) {
+        const auto take = [&sources, &command](std::vector<std::string> paths) {
             if (paths.size() > 1) {
-                (*last)->add_result(paths.back());
+                command.get_option("DEST")->add_result(paths.back());
                 paths.pop_back();
             }
             sources = std::move(paths);
@@ -283,25 +276,26 @@ private:
         command.add_option_function<std::vector<std::string>>("SRC", take, description)
             ->type_name("")
             ->required();
-        *last = command.add_option("DEST", destination,
-                                   "The new place or, when it is an existing folder, where to put "
-                                   "the item; of several items always the folder");
-        (*last)->type_name("")->required();
+        command
+            .add_option("DEST", destination,
+                        "The new place or, when it is an existing folder, where to put the item; "
+                        "of several items always the folder")
+            ->type_name("")
+            ->required();
     }
 
-    static void add_on_conflict(CLI::App& command, OnConflict& on_conflict,
-                                const std::map<std::string, OnConflict>& words,
+    static void add_on_conflict(CLI::App& command, OnConflict& on_conflict, bool can_merge,
                                 const std::string& description)
     {
-        const auto take = [&on_conflict, words](const std::string& word) {
-            if (word == "merge" && !words.contains(word))
+        const auto take = [&on_conflict, can_merge](const std::string& word) {
+            if (word == "merge" && !can_merge)
                 throw CLI::ValidationError("--on-conflict", "only a copy can merge folders");
-            take_word<OnConflict>("--on-conflict", word, words,
+            take_word<OnConflict>("--on-conflict", word, conflict_words(can_merge),
                                   [&](OnConflict answer) { on_conflict = answer; });
         };
         command.add_option_function<std::string>("--on-conflict", take, description)
-            ->type_name(words.contains("merge") ? "ask|merge|replace|keep-both|stop"
-                                                : "ask|replace|keep-both|stop");
+            ->type_name(can_merge ? "ask|merge|replace|keep-both|stop"
+                                  : "ask|replace|keep-both|stop");
     }
 
     void add_remove()

@@ -4,7 +4,7 @@
 
 namespace orv::app {
 
-PausingClock::time_point PausingClock::now()
+PausingClock::TimePoint PausingClock::now()
 {
     constexpr std::chrono::seconds longest_interval(1);
     const auto now = std::chrono::steady_clock::now();

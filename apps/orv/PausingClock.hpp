@@ -8,12 +8,12 @@ namespace orv::app {
 /// it was not for longer, as while a person is asked, it stood still.
 class PausingClock {
 public:
-    using time_point = std::chrono::steady_clock::time_point;
+    using TimePoint = std::chrono::steady_clock::time_point;
 
-    [[nodiscard]] time_point now();
+    [[nodiscard]] TimePoint now();
 
 private:
-    time_point read_ = std::chrono::steady_clock::now();
+    TimePoint read_ = std::chrono::steady_clock::now();
     std::chrono::steady_clock::duration pauses_{0};
 };
 

@@ -4,6 +4,7 @@
 
 #include <orv/orv.hpp>
 
+#include <algorithm>
 #include <set>
 
 namespace orv::app {
@@ -57,9 +58,8 @@ void check_names(const std::vector<Url>& sources)
 Placement placement_of(const std::vector<std::string>& sources, const std::string& destination,
                        bool may_share_names)
 {
-    std::vector<Url> items;
-    for (const std::string& path : sources)
-        items.push_back(named_item(path));
+    std::vector<Url> items(sources.size());
+    std::transform(sources.begin(), sources.end(), items.begin(), named_item);
     if (items.size() == 1) {
         check_slash(items.front(), destination);
         return {items, destination_of(items.front(), destination)};

@@ -45,11 +45,11 @@ private:
 
     bool shown_;
     PausingClock clock_;
-    PausingClock::time_point now_; ///< when it was asked to draw
-    std::optional<PausingClock::time_point> start_;
+    PausingClock::TimePoint now_; ///< when it was asked to draw
+    std::optional<PausingClock::TimePoint> start_;
     std::optional<std::int64_t> total_;
     CopyProgress progress_;
-    PausingClock::time_point drawn_;
+    PausingClock::TimePoint drawn_;
     float value_when_drawn_ = 0;
     double speed_ = 0; ///< of the whole copy, per second
 };
