@@ -14,7 +14,7 @@ from pathlib import Path
 # From the bottom up. Layers on one line do not know each other.
 RANKS = [
     ["utility"],
-    ["database", "integrations"],
+    ["database", "archive", "integrations"],
     ["Global"],
     ["Database"],
     ["CustomAttributes"],
@@ -33,7 +33,8 @@ PUBLIC_ROOT = "include/orv"
 # Headers of other libraries, and the layers that may know them.
 LIBRARIES = {
     r"sqlite3\.h": {"database"},
-    r"unicode/.*": {"utility"},
+    r"unicode/.*": {"utility", "archive"},
+    r"(zip|zlib|libdeflate)\.h": {"archive"},
     r"(CLI|fmt)/.*": {"apps"},
 }
 STANDARD = re.compile(r"[a-z_]+")

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "archive/Job.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <time.h>
+
+namespace orv::archive {
+
+/// An archive open for reading.
+struct ArchiveToRead {
+    FileDescriptor file;
+    Url url;
+    std::uint64_t size;
+};
+
+/// Errors: `Zip::Error` when nothing is there; the platform's.
+[[nodiscard]] ArchiveToRead open_archive(const Url& url);
+
+/// What the directory at an archive's end tells of one entry. None of it can be trusted.
+struct Entry {
+    std::string name; ///< UTF-8, unless it is exact
+    std::uint64_t size = 0;
+    std::uint64_t packed_size = 0;
+    std::uint64_t offset = 0; ///< of its header in the file
+    std::uint32_t number = 0; ///< among the entries
+    std::uint32_t crc = 0;
+    std::uint32_t attributes = 0; ///< their meaning depends on `host`
+    std::uint16_t method = 0;
+    std::uint16_t inner_method = 0; ///< of what is encrypted; else the same
+    std::uint16_t flags = 0;
+    std::uint8_t host = 0;
+    bool has_checksum = true;
+    bool has_exact_name = false; ///< the name is what its bytes are on this platform
+    std::optional<timespec> time;
+
+    [[nodiscard]] bool is_encrypted() const { return (flags & 1) != 0; }
+};
+
+inline constexpr std::uint16_t stored_method = 0;
+inline constexpr std::uint16_t deflated_method = 8;
+inline constexpr std::uint16_t aes_method = 99;
+
+inline constexpr std::string_view entry_header_mark = "PK\3\4";
+inline constexpr std::size_t entry_header_size = 30;
+
+struct ArchiveDirectory {
+    std::vector<Entry> entries;
+    std::uint64_t offset; ///< of the directory in the file, where all content has ended
+
+    /// Where in the file it says of entries encrypted with AES that they are not packed besides.
+    std::vector<std::uint64_t> stored_aes_positions;
+};
+
+/// Reads the directory of the archive, whatever stands before or after it.
+///
+/// Errors: the archive is damaged or no archive; it has more than `max_entries`; the platform's.
+[[nodiscard]] ArchiveDirectory read_directory(const ArchiveToRead& archive,
+                                              std::uint64_t max_entries, const Job& job);
+
+/// An error of the archive, or of one of its entries.
+Error archive_error(std::string_view sentence, const Url& archive, std::string_view entry = {});
+Error damaged(const Url& archive, std::string_view entry = {});
+
+} // namespace orv::archive

@@ -1,0 +1,274 @@
+#include "archive/EntryReader.hpp"
+
+#include "archive/LittleEndian.hpp"
+#include "archive/ReadAt.hpp"
+
+#include <algorithm>
+#include <new>
+
+#include <libdeflate.h>
+#include <zlib.h>
+
+namespace orv::archive {
+namespace {
+
+// Up to this size an entry is unpacked by one call, which no cancel interrupts.
+constexpr std::uint64_t max_size_at_once = 4 << 20;
+constexpr std::size_t part_size = 256 * 1024;
+
+class Inflater {
+public:
+    Inflater()
+    {
+        if (::inflateInit2(&stream_, -MAX_WBITS) != Z_OK)
+            throw std::bad_alloc();
+    }
+    ~Inflater() { ::inflateEnd(&stream_); }
+    Inflater(const Inflater&) = delete;
+    Inflater& operator=(const Inflater&) = delete;
+
+    void begin() { ::inflateReset(&stream_); }
+    void feed(ByteView input)
+    {
+        stream_.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(input.data()));
+        stream_.avail_in = static_cast<uInt>(input.size());
+    }
+
+    enum class Outcome { goes_on, wants_input, ended, failed };
+    struct Step {
+        Outcome outcome;
+        std::size_t size; ///< of what was put into the output
+    };
+    Step unpack_into(Bytes& output)
+    {
+        stream_.next_out = reinterpret_cast<Bytef*>(output.data());
+        stream_.avail_out = static_cast<uInt>(output.size());
+        const int code = ::inflate(&stream_, Z_NO_FLUSH);
+        const std::size_t size = output.size() - stream_.avail_out;
+        if (code == Z_STREAM_END)
+            return {Outcome::ended, size};
+        if (code != Z_OK && code != Z_BUF_ERROR)
+            return {Outcome::failed, size};
+        return {stream_.avail_in == 0 && stream_.avail_out > 0 ? Outcome::wants_input
+                                                               : Outcome::goes_on,
+                size};
+    }
+
+private:
+    z_stream stream_{};
+};
+
+struct FreeDecompressor {
+    void operator()(libdeflate_decompressor* decompressor) const noexcept
+    {
+        libdeflate_free_decompressor(decompressor);
+    }
+};
+
+} // namespace
+
+struct EntryReader::Workspace {
+    Workspace() : decompressor(libdeflate_alloc_decompressor())
+    {
+        if (!decompressor)
+            throw std::bad_alloc();
+    }
+
+    Bytes input;
+    Bytes output;
+    Inflater inflater;
+    const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> decompressor;
+};
+
+/// What comes out of an entry, measured on its way to the consumer.
+class EntryReader::Content {
+public:
+    Content(const ArchiveToRead& archive, const Entry& entry, const Job& job, Consumer consume)
+        : archive_(archive), entry_(entry), job_(job), consume_(consume)
+    {
+    }
+
+    void add(ByteView part)
+    {
+        job_.check();
+        if (part.size() > entry_.size - size_)
+            fail();
+        size_ += part.size();
+        crc_ = libdeflate_crc32(crc_, part.data(), part.size());
+        consume_(part);
+    }
+
+    void check() const
+    {
+        if (size_ != entry_.size || (entry_.has_checksum && crc_ != entry_.crc))
+            fail();
+    }
+    /// A password of the old encryption is checked by a single byte, so a wrong one may come as far
+    /// as to make nonsense of the content.
+    [[noreturn]] void fail() const
+    {
+        if (entry_.is_encrypted())
+            throw archive_error("The password is wrong.", archive_.url, entry_.name);
+        throw damaged(archive_.url, entry_.name);
+    }
+
+private:
+    const ArchiveToRead& archive_;
+    const Entry& entry_;
+    const Job& job_;
+    const Consumer consume_;
+    std::uint64_t size_ = 0;
+    std::uint32_t crc_ = 0;
+};
+
+EntryReader::EntryReader(const ArchiveToRead& archive, const ArchiveDirectory& directory,
+                         const std::optional<std::string>& password, const Job& job)
+    : archive_(archive), directory_(directory), job_(job),
+      libzip_archives_([&archive, &directory, password] {
+          return std::make_unique<LibzipArchive>(archive, directory, password);
+      })
+{
+}
+
+EntryReader::~EntryReader() = default;
+
+bool EntryReader::can_read(const Entry& entry)
+{
+    constexpr std::uint16_t strong_encryption = 1 << 6;
+    if ((entry.flags & strong_encryption) != 0)
+        return false;
+    if (entry.method == aes_method && (!entry.is_encrypted() || entry.inner_method == aes_method))
+        return false;
+    if (entry.method == aes_method && entry.inner_method != stored_method)
+        return entry.inner_method == deflated_method;
+    return zip_compression_method_supported(entry.inner_method, 0) != 0;
+}
+
+void EntryReader::read(const Entry& entry, Consumer consume)
+{
+    Content content(archive_, entry, job_, consume);
+    const std::uint64_t position = content_position(entry);
+    if (entry.is_encrypted() ||
+        (entry.method != stored_method && entry.method != deflated_method)) {
+        read_by_libzip(entry, content);
+    } else if (entry.method == stored_method) {
+        read_stored(entry, position, content);
+    } else if (std::max(entry.size, entry.packed_size) <= max_size_at_once) {
+        read_deflated_at_once(entry, position, content);
+    } else {
+        read_deflated(entry, position, content);
+    }
+    content.check();
+}
+
+/// The header before the content says again how long the name is, and has fields of its own.
+std::uint64_t EntryReader::content_position(const Entry& entry) const
+{
+    std::string text(entry_header_size, '\0');
+    read_exactly(entry, entry.offset, std::as_writable_bytes(std::span(text)));
+    LittleEndian header(text);
+    const bool is_header = header.text(entry_header_mark.size()) == entry_header_mark;
+    header.text(2 + 2); // the version needed, the flags
+    const std::uint16_t method = header.u16();
+    header.text(2 + 2 + 4 + 4 + 4); // the time, the checksum, the sizes
+    const std::uint64_t position =
+        entry.offset + entry_header_size + std::uint64_t{header.u16()} + header.u16();
+    if (!is_header || method != entry.method || position > directory_.offset ||
+        entry.packed_size > directory_.offset - position)
+        throw damaged(archive_.url, entry.name);
+    return position;
+}
+
+void EntryReader::read_exactly(const Entry& entry, std::uint64_t position,
+                               std::span<std::byte> buffer) const
+{
+    if (read_at(archive_.file.get(), position, buffer, archive_.url) != buffer.size())
+        throw damaged(archive_.url, entry.name);
+}
+
+void EntryReader::read_by_libzip(const Entry& entry, Content& content)
+{
+    const Lending<LibzipArchive>::Loan archive(libzip_archives_);
+    const Lending<Workspace>::Loan workspace(workspaces_);
+    Bytes& buffer = entry.inner_method == deflated_method ? workspace->input : workspace->output;
+    buffer.resize(part_size);
+    const auto next_part = [&] { return ByteView(buffer).first(archive->read(buffer)); };
+    archive->open(entry);
+    try {
+        if (entry.inner_method == deflated_method)
+            inflate(next_part, *workspace, content);
+        for (ByteView part = next_part(); !part.empty(); part = next_part())
+            content.add(part);
+    } catch (...) {
+        archive->close();
+        throw;
+    }
+    archive->close();
+}
+
+void EntryReader::read_stored(const Entry& entry, std::uint64_t position, Content& content)
+{
+    if (entry.packed_size != entry.size)
+        content.fail();
+    const Lending<Workspace>::Loan workspace(workspaces_);
+    for (std::uint64_t done = 0; done < entry.size; done += workspace->output.size()) {
+        workspace->output.resize(
+            static_cast<std::size_t>(std::min<std::uint64_t>(part_size, entry.size - done)));
+        read_exactly(entry, position + done, workspace->output);
+        content.add(workspace->output);
+    }
+}
+
+void EntryReader::read_deflated_at_once(const Entry& entry, std::uint64_t position,
+                                        Content& content)
+{
+    const Lending<Workspace>::Loan workspace(workspaces_);
+    workspace->input.resize(static_cast<std::size_t>(entry.packed_size));
+    workspace->output.resize(static_cast<std::size_t>(entry.size));
+    read_exactly(entry, position, workspace->input);
+    if (libdeflate_deflate_decompress(workspace->decompressor.get(), workspace->input.data(),
+                                      workspace->input.size(), workspace->output.data(),
+                                      workspace->output.size(), nullptr) != LIBDEFLATE_SUCCESS)
+        content.fail();
+    content.add(workspace->output);
+}
+
+void EntryReader::read_deflated(const Entry& entry, std::uint64_t position, Content& content)
+{
+    const Lending<Workspace>::Loan workspace(workspaces_);
+    std::uint64_t done = 0;
+    const auto next_input = [&]() -> ByteView {
+        workspace->input.resize(
+            static_cast<std::size_t>(std::min<std::uint64_t>(part_size, entry.packed_size - done)));
+        read_exactly(entry, position + done, workspace->input);
+        done += workspace->input.size();
+        return workspace->input;
+    };
+    inflate(next_input, *workspace, content);
+}
+
+/// Inflates all that comes; empty input is the end.
+void EntryReader::inflate(FunctionRef<ByteView()> next_input, Workspace& workspace,
+                          Content& content)
+{
+    Inflater& inflater = workspace.inflater;
+    inflater.begin();
+    inflater.feed({});
+    workspace.output.resize(part_size);
+    for (;;) {
+        const Inflater::Step step = inflater.unpack_into(workspace.output);
+        if (step.outcome == Inflater::Outcome::failed)
+            content.fail();
+        content.add(ByteView(workspace.output).first(step.size));
+        if (step.outcome == Inflater::Outcome::ended)
+            return;
+        if (step.outcome == Inflater::Outcome::goes_on)
+            continue;
+        const ByteView input = next_input();
+        if (input.empty())
+            content.fail();
+        inflater.feed(input);
+    }
+}
+
+} // namespace orv::archive

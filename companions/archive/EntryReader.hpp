@@ -1,0 +1,57 @@
+#pragma once
+
+#include "archive/ArchiveDirectory.hpp"
+#include "archive/Deflate.hpp"
+#include "archive/Lending.hpp"
+#include "archive/LibzipArchive.hpp"
+
+#include <orv/utility/FunctionRef.hpp>
+
+#include <optional>
+#include <string>
+
+namespace orv::archive {
+
+/// Reads the content of an archive's entries, and checks it.
+///
+/// Threading: any number at the same time.
+class EntryReader {
+public:
+    EntryReader(const ArchiveToRead& archive, const ArchiveDirectory& directory,
+                const std::optional<std::string>& password, const Job& job);
+    ~EntryReader();
+
+    /// Called with one part after the other; each is valid during the call only.
+    using Consumer = FunctionRef<void(ByteView part)>;
+
+    /// Hands the content of the entry to `consume`. It is as long as the entry says, never longer;
+    /// only when this returns it is known to be right.
+    ///
+    /// Errors: the content is damaged, the password is wrong; the platform's; `Exception` when
+    /// cancelled.
+    void read(const Entry& entry, Consumer consume);
+
+    /// Whether `read` knows how the entry is packed.
+    [[nodiscard]] static bool can_read(const Entry& entry);
+
+private:
+    class Content;
+    struct Workspace;
+
+    void read_by_libzip(const Entry& entry, Content& content);
+    void inflate(FunctionRef<ByteView()> next_input, Workspace& workspace, Content& content);
+    void read_stored(const Entry& entry, std::uint64_t position, Content& content);
+    void read_deflated(const Entry& entry, std::uint64_t position, Content& content);
+    void read_deflated_at_once(const Entry& entry, std::uint64_t position, Content& content);
+    [[nodiscard]] std::uint64_t content_position(const Entry& entry) const;
+    void read_exactly(const Entry& entry, std::uint64_t position,
+                      std::span<std::byte> buffer) const;
+
+    const ArchiveToRead& archive_;
+    const ArchiveDirectory& directory_;
+    const Job& job_;
+    Lending<Workspace> workspaces_;
+    Lending<LibzipArchive> libzip_archives_;
+};
+
+} // namespace orv::archive

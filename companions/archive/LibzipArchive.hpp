@@ -1,0 +1,59 @@
+#pragma once
+
+#include "archive/ArchiveDirectory.hpp"
+#include "archive/Deflate.hpp"
+
+#include <exception>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include <zip.h>
+
+namespace orv::archive {
+
+/// The archive as libzip sees it, for entries that are encrypted or packed in a rare way.
+///
+/// Threading: one thread at a time.
+class LibzipArchive {
+public:
+    LibzipArchive(const ArchiveToRead& archive, const ArchiveDirectory& directory,
+                  const std::optional<std::string>& password);
+    ~LibzipArchive();
+    LibzipArchive(const LibzipArchive&) = delete;
+    LibzipArchive& operator=(const LibzipArchive&) = delete;
+
+    /// Begins to read the content of the entry. What is deflated comes as it stands, decrypted.
+    ///
+    /// Errors: as `EntryReader::read`.
+    void open(const Entry& entry);
+
+    /// The next bytes; none at the end, when all of them were found to be right.
+    std::size_t read(std::span<std::byte> buffer);
+
+    void close();
+
+private:
+    static zip_int64_t serve(void* self, void* data, zip_uint64_t size, zip_source_cmd_t command);
+    zip_int64_t handle(void* data, zip_uint64_t size, zip_source_cmd_t command);
+    void show_stored_as_deflated(std::span<std::byte> part, std::uint64_t position) const;
+    [[noreturn]] void fail(zip_error_t* error);
+
+    struct Discard {
+        void operator()(zip_t* archive) const noexcept { zip_discard(archive); }
+    };
+    struct CloseFile {
+        void operator()(zip_file_t* file) const noexcept { zip_fclose(file); }
+    };
+
+    const ArchiveToRead& archive_;
+    const ArchiveDirectory& directory_;
+    std::uint64_t position_ = 0;
+    std::exception_ptr failure_;
+    const Entry* entry_ = nullptr;
+    std::unique_ptr<zip_t, Discard> zip_;
+    std::unique_ptr<zip_file_t, CloseFile> file_;
+};
+
+} // namespace orv::archive

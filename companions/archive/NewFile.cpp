@@ -1,0 +1,140 @@
+#include "archive/NewFile.hpp"
+
+#include "utility/FileNames.hpp"
+#include "utility/Uuid.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv::archive {
+namespace {
+
+// Smaller parts are no holes worth the calls.
+constexpr std::size_t min_hole = 64 * 1024;
+constexpr int max_names_tried = 100;
+
+/// An empty file without a name; none where the file system has no such files.
+FileDescriptor unnamed_file(const NewItemFolder& folder)
+{
+    FileDescriptor file(
+        ::openat(folder.descriptor.get(), ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, 0666));
+    if (!file && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL && errno != ENOENT)
+        throw platform_error(errno, folder.url);
+    return file;
+}
+
+/// Renames without replacing anything; by a second link where the file system cannot do so at once.
+int rename_no_replace(int folder, const char* from, const char* to)
+{
+    if (::renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return errno;
+    if (::linkat(folder, from, folder, to, 0) != 0)
+        return errno;
+    return ::unlinkat(folder, from, 0) == 0 ? 0 : errno;
+}
+
+} // namespace
+
+void apply(const Keepsakes& keepsakes, int fd)
+{
+    if (keepsakes.mode)
+        static_cast<void>(::fchmod(fd, *keepsakes.mode));
+    if (keepsakes.time) {
+        const timespec times[] = {{0, UTIME_OMIT}, *keepsakes.time};
+        ::futimens(fd, times);
+    }
+}
+
+NewFile::NewFile(std::shared_ptr<const NewItemFolder> folder)
+    : folder_(std::move(folder)), file_(unnamed_file(*folder_))
+{
+    if (file_)
+        return;
+    hidden_name_ = "." + new_uuid() + ".orvresume";
+    file_ = FileDescriptor(::openat(folder_->descriptor.get(), hidden_name_.c_str(),
+                                    O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+    if (!file_)
+        throw platform_error(errno, folder_->url.appending(std::exchange(hidden_name_, {})));
+}
+
+NewFile::~NewFile()
+{
+    if (!hidden_name_.empty())
+        ::unlinkat(folder_->descriptor.get(), hidden_name_.c_str(), 0);
+}
+
+void NewFile::write(ByteView part)
+{
+    ends_with_hole_ = part.size() >= min_hole && is_zeros(part);
+    for (; !ends_with_hole_ && !part.empty();) {
+        const ssize_t written =
+            ::pwrite(file_.get(), part.data(), part.size(), static_cast<off_t>(size_));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            fail(written < 0 ? errno : ENOSPC);
+        part = part.subspan(static_cast<std::size_t>(written));
+        size_ += static_cast<std::uint64_t>(written);
+    }
+    size_ += part.size();
+}
+
+void NewFile::publish(std::string name, const Keepsakes& keepsakes)
+{
+    finish(keepsakes);
+    int code = place(name);
+    for (int tried = 0; code == EEXIST && tried < max_names_tried; ++tried) {
+        const auto free = generate_non_conflicting_file_url(folder_->url.appending(name), {});
+        if (!free)
+            break;
+        name = free->last_path_component();
+        code = place(name);
+    }
+    if (code != 0)
+        throw platform_error(code, folder_->url.appending(name));
+    hidden_name_.clear();
+}
+
+/// Some file systems tell only when a descriptor is closed that they could not keep what was
+/// written. The file's own descriptor has to stay open; closing a second one tells as well.
+void NewFile::finish(const Keepsakes& keepsakes)
+{
+    if (ends_with_hole_ && ::ftruncate(file_.get(), static_cast<off_t>(size_)) != 0)
+        fail(errno);
+    apply(keepsakes, file_.get());
+    const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
+    if (second < 0 || ::close(second) != 0)
+        fail(errno);
+}
+
+int NewFile::place(const std::string& name)
+{
+    const int folder = folder_->descriptor.get();
+    if (!hidden_name_.empty())
+        return rename_no_replace(folder, hidden_name_.c_str(), name.c_str());
+    // Linking a descriptor by itself takes a privilege; by its name in /proc it does not.
+    if (::linkat(file_.get(), "", folder, name.c_str(), AT_EMPTY_PATH) == 0)
+        return 0;
+    if (errno != ENOENT && errno != EPERM)
+        return errno;
+    const std::string path = "/proc/self/fd/" + std::to_string(file_.get());
+    return ::linkat(AT_FDCWD, path.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
+                                                                                          : errno;
+}
+
+void NewFile::fail(int code) const
+{
+    throw platform_error(code, folder_->url);
+}
+
+} // namespace orv::archive

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "archive/Deflate.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Url.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <time.h>
+
+namespace orv::archive {
+
+/// An open folder in which items are created, and where it is found, for the errors.
+struct NewItemFolder {
+    FileDescriptor descriptor;
+    Url url;
+};
+
+/// What an item keeps beside its content.
+struct Keepsakes {
+    std::optional<std::uint32_t> mode;
+    std::optional<timespec> time;
+};
+
+/// Gives an open file or folder what it keeps. A file system that cannot hold it is no error.
+void apply(const Keepsakes& keepsakes, int fd);
+
+/// A file that is being written, out of sight. Unless it is published, nothing of it remains.
+class NewFile {
+public:
+    /// Errors: the platform's.
+    explicit NewFile(std::shared_ptr<const NewItemFolder> folder);
+    ~NewFile();
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    /// Adds to the end. A part that is all zeros takes no space where the file system can do so.
+    ///
+    /// Errors: the platform's.
+    void write(ByteView part);
+
+    /// Gives the complete file its name, or a free one like it. It replaces nothing.
+    ///
+    /// Errors: the platform's.
+    void publish(std::string name, const Keepsakes& keepsakes);
+
+private:
+    void finish(const Keepsakes& keepsakes);
+    [[nodiscard]] int place(const std::string& name);
+    [[noreturn]] void fail(int code) const;
+
+    const std::shared_ptr<const NewItemFolder> folder_;
+    std::string hidden_name_; // empty for a file without a name
+    FileDescriptor file_;
+    std::uint64_t size_ = 0;
+    bool ends_with_hole_ = false;
+};
+
+} // namespace orv::archive

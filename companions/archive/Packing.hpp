@@ -1,0 +1,22 @@
+#pragma once
+
+#include "archive/ArchiveFile.hpp"
+#include "archive/Job.hpp"
+
+#include <optional>
+#include <string>
+
+namespace orv::archive {
+
+/// How the items of an archive are written.
+struct PackingStyle {
+    ZipCompression compression;
+    std::optional<std::string> password;
+};
+
+/// Packs what stands at `paths` into `archive`, and finishes it.
+///
+/// Errors: `Zip::Error` for a path where nothing is; the platform's.
+void pack(const std::vector<Url>& paths, ArchiveFile& archive, const PackingStyle& style, Job& job);
+
+} // namespace orv::archive

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "archive/FolderCursor.hpp"
+#include "archive/Job.hpp"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace orv::archive {
+
+enum class ItemKind { file, folder, link };
+
+/// One item to be packed.
+struct SourceItem {
+    std::string name; ///< in the archive: the path from the root's name on
+    std::uint32_t root;
+    ItemKind kind;
+    mode_t mode;
+    timespec time;
+    std::uint64_t size; ///< when the tree was looked at
+};
+
+/// What a request packs, by what stands on the disk when it is made. Every folder stands before
+/// what is in it.
+///
+/// Threading: one thread at a time.
+class SourceTree {
+public:
+    /// Looks at everything below `paths`. The archive itself, which is `archive`, is left out.
+    ///
+    /// Errors: `Zip::Error` for a path where nothing is; the platform's; sockets, pipes, devices.
+    SourceTree(const std::vector<Url>& paths, const struct stat& archive, const Job& job);
+
+    [[nodiscard]] const std::vector<SourceItem>& items() const { return items_; }
+    [[nodiscard]] Url url_of(const SourceItem& item) const;
+
+    /// Opens the file for reading. A link or anything else in its place is refused.
+    ///
+    /// Errors: the platform's.
+    FileDescriptor open_file(const SourceItem& item);
+
+    /// The text of the link.
+    std::string link_target(const SourceItem& item);
+
+private:
+    struct Root {
+        Url url;
+        std::string name;
+    };
+    struct Place {
+        int folder;
+        std::string name;
+    };
+
+    void add_root(const Url& path);
+    std::string free_name(const Url& path) const;
+    void add_contents(std::uint32_t root);
+    void add(std::uint32_t root, std::string name, const struct stat& facts);
+    std::string_view path_in_root(const SourceItem& item) const;
+    FolderCursor& cursor_in(std::uint32_t root);
+    Place place_of(const SourceItem& item);
+
+    const struct stat archive_;
+    const Job& job_;
+    std::vector<Root> roots_;
+    std::unordered_set<std::string> root_names_;
+    std::vector<SourceItem> items_;
+    std::unique_ptr<FolderCursor> cursor_;
+    std::uint32_t cursor_root_ = 0;
+};
+
+} // namespace orv::archive

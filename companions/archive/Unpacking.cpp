@@ -1,0 +1,210 @@
+#include "archive/Unpacking.hpp"
+
+#include "archive/Ahead.hpp"
+#include "archive/FolderCursor.hpp"
+#include "archive/NewFile.hpp"
+#include "utility/FileNames.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace orv::archive {
+namespace {
+
+constexpr std::size_t max_files_ahead = 32;
+constexpr std::chrono::milliseconds moment(20);
+
+FileDescriptor open_destination(const Url& url)
+{
+    FileDescriptor folder(::open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder)
+        throw platform_error(errno, url);
+    return folder;
+}
+
+Keepsakes keepsakes_of(const PlannedItem& item)
+{
+    return {item.mode, item.entry ? item.entry->time : std::nullopt};
+}
+
+class Unpacking {
+public:
+    Unpacking(const UnpackingPlan& plan, EntryReader& reader, const Url& destination, Job& job)
+        : plan_(plan), reader_(reader), job_(job), destination_(destination),
+          cursor_(open_destination(destination), destination),
+          ahead_(job.test_mode() ? 0 : std::max(1U, std::thread::hardware_concurrency()))
+    {
+    }
+
+    void run()
+    {
+        check_space();
+        create_folders_and_files();
+        create_links();
+        complete_folders();
+    }
+
+private:
+    /// A file that is being written by another thread.
+    struct FileAhead {
+        const PlannedItem* item;
+        Ahead::Handle task;
+    };
+
+    void check_space()
+    {
+        struct statvfs facts {};
+        if (::fstatvfs(cursor_.go_to(""), &facts) != 0)
+            throw platform_error(errno, destination_);
+        const std::uint64_t free = std::uint64_t{facts.f_bavail} * facts.f_frsize;
+        if (facts.f_blocks != 0 && plan_.bytes > free)
+            throw platform_error(ENOSPC, destination_);
+    }
+
+    void create_folders_and_files()
+    {
+        const std::size_t wanted = job_.test_mode() ? 1 : max_files_ahead;
+        for (const PlannedItem& item : plan_.items) {
+            job_.check();
+            if (item.kind == ItemKind::folder) {
+                create_folder(item);
+            } else if (item.kind == ItemKind::file) {
+                files_.push_back({&item, begin_file(item)});
+                while (files_.size() >= wanted)
+                    finish_first_file();
+            }
+        }
+        while (!files_.empty())
+            finish_first_file();
+    }
+
+    /// A folder's own permissions may not allow to fill it, so they come last.
+    void create_folder(const PlannedItem& item)
+    {
+        const PathParts parts = path_parts(item.path());
+        const mode_t mode = item.mode ? 0700 : 0777;
+        const int above = cursor_.go_to(parts.folder);
+        if (::mkdirat(above, std::string(parts.name).c_str(), mode) != 0 && errno != EEXIST)
+            throw platform_error(errno, cursor_.url_of(item.path()));
+        cursor_.go_to(item.path()); // which fails when something else stands there
+        if (item.entry)
+            finish_item(item);
+    }
+
+    Ahead::Handle begin_file(const PlannedItem& item)
+    {
+        const PathParts parts = path_parts(item.path());
+        if (!folder_ || folder_->url != cursor_.url_of(parts.folder))
+            folder_ = open_folder(parts.folder);
+        return ahead_.add([this, &item, name = std::string(parts.name), folder = folder_] {
+            job_.check();
+            NewFile file(folder);
+            reader_.read(*item.entry, [&](ByteView part) {
+                file.write(part);
+                job_.add(part.size());
+                job_.report_if_due(folder->url.appending(name));
+            });
+            file.publish(name, keepsakes_of(item));
+        });
+    }
+
+    std::shared_ptr<const NewItemFolder> open_folder(std::string_view path)
+    {
+        const Url url = cursor_.url_of(path);
+        FileDescriptor copy(::fcntl(cursor_.go_to(path), F_DUPFD_CLOEXEC, 0));
+        if (!copy)
+            throw platform_error(errno, url);
+        return std::make_shared<const NewItemFolder>(NewItemFolder{std::move(copy), url});
+    }
+
+    void finish_first_file()
+    {
+        const FileAhead file = files_.front();
+        while (!ahead_.done_within(file.task, moment)) {
+            job_.check();
+            job_.report_if_due(cursor_.url_of(file.item->path()));
+        }
+        files_.pop_front();
+        finish_item(*file.item);
+    }
+
+    void finish_item(const PlannedItem& item)
+    {
+        job_.add(1);
+        job_.report(cursor_.url_of(item.path()));
+        job_.pause();
+    }
+
+    /// After all files, so that nothing is ever written through one.
+    void create_links()
+    {
+        for (const PlannedItem& item : plan_.items) {
+            if (item.kind != ItemKind::link)
+                continue;
+            job_.check();
+            const PathParts parts = path_parts(item.path());
+            const int folder = cursor_.go_to(parts.folder);
+            const std::string name = create_link(item, folder, std::string(parts.name));
+            if (item.entry->time) {
+                const timespec times[] = {{0, UTIME_OMIT}, *item.entry->time};
+                ::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW);
+            }
+            job_.add(item.entry->size);
+            finish_item(item);
+        }
+    }
+
+    /// The name under which the link stands.
+    std::string create_link(const PlannedItem& item, int folder, std::string name)
+    {
+        const char* target = item.link_target.c_str();
+        while (::symlinkat(target, folder, name.c_str()) != 0) {
+            const int code = errno;
+            const Url url = cursor_.url_of(path_parts(item.path()).folder).appending(name);
+            const auto free =
+                code == EEXIST ? generate_non_conflicting_file_url(url, {url}) : std::nullopt;
+            if (!free)
+                throw platform_error(code, url);
+            name = free->last_path_component();
+        }
+        return name;
+    }
+
+    /// What is in a folder has to be there before it gets its time, and its permissions.
+    void complete_folders()
+    {
+        for (auto item = plan_.items.rbegin(); item != plan_.items.rend(); ++item) {
+            if (item->kind != ItemKind::folder || !item->entry)
+                continue;
+            job_.check();
+            apply(keepsakes_of(*item), cursor_.go_to(item->path()));
+        }
+    }
+
+    const UnpackingPlan& plan_;
+    EntryReader& reader_;
+    Job& job_;
+    const Url& destination_;
+    FolderCursor cursor_;
+    std::shared_ptr<const NewItemFolder> folder_;
+    std::deque<FileAhead> files_;
+    Ahead ahead_; // last, so that nobody works on what is gone
+};
+
+} // namespace
+
+void unpack(const UnpackingPlan& plan, EntryReader& reader, const Url& destination, Job& job)
+{
+    Unpacking(plan, reader, destination, job).run();
+}
+
+} // namespace orv::archive

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "archive/EntryReader.hpp"
+#include "archive/Job.hpp"
+#include "archive/UnpackingPlan.hpp"
+
+namespace orv::archive {
+
+/// Creates what is planned in the folder at `destination`.
+///
+/// Errors: those of `EntryReader::read`; the platform's.
+void unpack(const UnpackingPlan& plan, EntryReader& reader, const Url& destination, Job& job);
+
+} // namespace orv::archive

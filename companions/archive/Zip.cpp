@@ -1,0 +1,106 @@
+#include "archive/Zip.hpp"
+
+#include "archive/ArchiveDirectory.hpp"
+#include "archive/ArchiveFile.hpp"
+#include "archive/EntryReader.hpp"
+#include "archive/Job.hpp"
+#include "archive/Packing.hpp"
+#include "archive/Unpacking.hpp"
+#include "archive/UnpackingPlan.hpp"
+
+#include <orv/utility/FunctionRef.hpp>
+
+#include <mutex>
+#include <utility>
+
+namespace orv {
+namespace {
+
+using archive::Job;
+
+std::mutex limits_mutex;
+Zip::ExpansionLimits limits_in_force;
+
+/// Runs `work` and throws its errors as those of a request of this kind.
+void run(Zip::Error::Case kind, FunctionRef<void()> work)
+{
+    try {
+        work();
+    } catch (const Exception&) {
+        throw Zip::Error(Zip::Error::Case::cancelled, Error("The request was cancelled."));
+    } catch (const Error& error) {
+        throw Zip::Error(kind, error);
+    } catch (const archive::CallbackThrew& callback) {
+        std::rethrow_exception(callback.what);
+    }
+}
+
+/// The password that there is: an empty one is none.
+std::optional<std::string> usable(const std::optional<std::string>& password)
+{
+    if (!password || password->empty())
+        return std::nullopt;
+    if (password->find('\0') != std::string::npos)
+        throw Error("The password holds a character that no password can have.");
+    return password;
+}
+
+/// One unit for every byte and item.
+std::uint64_t total_of(const archive::UnpackingPlan& plan)
+{
+    std::uint64_t total = plan.bytes;
+    for (const archive::PlannedItem& item : plan.items)
+        total += item.entry ? 1 : 0;
+    return total;
+}
+
+} // namespace
+
+void Zip::set_expansion_limits(const ExpansionLimits& limits)
+{
+    const std::lock_guard lock(limits_mutex);
+    limits_in_force = limits;
+}
+
+Zip::ExpansionLimits Zip::expansion_limits()
+{
+    const std::lock_guard lock(limits_mutex);
+    return limits_in_force;
+}
+
+void Zip::zipFiles(const std::vector<Url>& paths, const Url& zipFilePath,
+                   const std::optional<std::string>& password, ZipCompression compression,
+                   const std::shared_ptr<Canceller>& canceller, bool test_mode,
+                   const Progress& progress)
+{
+    run(Error::Case::zip_failed, [&] {
+        Job job(canceller, test_mode, progress);
+        job.check();
+        archive::ArchiveFile file(zipFilePath);
+        archive::pack(paths, file, {compression, usable(password)}, job);
+    });
+}
+
+void Zip::unzipFile(const Url& archive, const Url& destination,
+                    const std::optional<std::string>& password,
+                    const std::shared_ptr<Canceller>& canceller, bool test_mode,
+                    const Progress& progress)
+{
+    run(Error::Case::unzip_failed, [&] {
+        Job job(canceller, test_mode, progress);
+        job.check();
+        const ExpansionLimits limits = expansion_limits();
+        const std::optional<std::string> used_password = usable(password);
+        const archive::ArchiveToRead file = archive::open_archive(archive);
+        archive::ArchiveDirectory directory = archive::read_directory(file, limits.max_items, job);
+        archive::EntryReader reader(file, directory, used_password, job);
+        const archive::UnpackingPlan plan = archive::make_plan(
+            file, directory, reader, destination, used_password.has_value(), limits, job);
+        job.set_total(total_of(plan));
+        archive::unpack(plan, reader, destination, job);
+        if (plan.items.empty())
+            job.report(destination);
+    });
+}
+
+} // namespace orv

@@ -1,0 +1,245 @@
+#include "archive/RawZip.hpp"
+#include "archive/ZipCalls.hpp"
+#include "support/Scratch.hpp"
+#include "support/Tree.hpp"
+#include "support/Volume.hpp"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+namespace orv::test {
+namespace {
+
+using Entries = std::vector<RawEntry>;
+using Listing = std::vector<std::string>;
+
+constexpr std::uint32_t link = 0120777;
+constexpr std::uint32_t folder = 040755;
+
+const char* const outside = "unzip: The archive holds a name that leads outside of it.";
+const char* const outside_link = "unzip: The archive holds a link that leads outside of it.";
+const char* const two_kinds =
+    "unzip: The archive holds a file and a folder of one name, or an item "
+    "inside a file or a link.";
+const char* const device = "unzip: The archive holds a socket, a pipe or a device.";
+const char* const damaged = "unzip: The archive is damaged.";
+const char* const overlap = "unzip: The archive's items overlap.";
+const char* const no_archive = "unzip: This is no zip archive, or its end is missing.";
+const char* const unknown_way =
+    "unzip: The archive is packed or encrypted in a way that is not known.";
+
+struct Case {
+    const char* name;
+    Entries entries;
+    std::string outcome;
+    Listing after = {};
+};
+
+std::string repeated(const char* text, int times)
+{
+    std::string result;
+    for (int i = 0; i < times; ++i)
+        result += text;
+    return result;
+}
+
+/// Each of them stands with a harmless item before it, of which nothing may be left.
+const Case refused_archives[] = {
+    {"up", {{"../evil", "x"}}, outside},
+    {"up inside", {{"a/../../evil", "x"}}, outside},
+    {"up and back", {{"a/../b", "x"}}, outside},
+    {"up at the end", {{"a/..", "", folder}}, outside},
+    {"only up", {{"..", "", folder}}, outside},
+    {"absolute", {{"/tmp/evil", "x"}}, outside},
+    {"up by backslashes", {{"..\\evil", "x"}}, outside},
+    {"up by backslashes from Windows", {{"a\\..\\..\\evil", "x", 0, 0}}, outside},
+    {"absolute by a backslash", {{"\\evil", "x"}}, outside},
+    {"a share", {{"\\\\server\\share\\evil", "x", 0, 10}}, outside},
+    {"a drive", {{"C:/evil", "x"}}, outside},
+    {"a drive and a backslash", {{"c:\\evil", "x"}}, outside},
+    {"a drive from Windows", {{"C:evil", "x", 0, 0}}, outside},
+    {"no name", {{"", "x"}}, outside},
+    {"a file that is all there is", {{".", "x"}}, outside},
+    {"a NUL",
+     {{std::string("a\0b", 3), "x"}},
+     "unzip: The archive holds a name that no item can have."},
+    {"a long name",
+     {{std::string(256, 'n'), "x"}},
+     "unzip: The archive holds a name that is too long."},
+    {"an absolute link", {{"l", "/etc", link}}, outside_link},
+    {"a link up", {{"a/l", "../../etc", link}}, outside_link},
+    {"a link up through what is not there", {{"l", "missing/../../etc", link}}, outside_link},
+    {"links that lead outside together",
+     {{"a/b/back", "..", link}, {"l", "a/b/back/../../etc", link}},
+     outside_link},
+    {"links that lead outside together, the last first",
+     {{"l", "a/b/back/../../etc", link}, {"a/b/back", "..", link}},
+     outside_link},
+    {"an item in a link", {{"l", ".", link}, {"l/x", "x"}}, two_kinds},
+    {"a link around an item", {{"l/x", "x"}, {"l", ".", link}}, two_kinds},
+    {"an item in a file", {{"f", "x"}, {"f/x", "x"}}, two_kinds},
+    {"a file and a folder", {{"f", "x"}, {"f/", "", folder}}, two_kinds},
+    {"a folder and a file", {{"f/", "", folder}, {"f", "x"}}, two_kinds},
+    {"a link without a target", {{"l", "", link}}, damaged},
+    {"a link to a NUL", {{"l", std::string("a\0b", 3), link}}, damaged},
+    {"a link to a long path", {{"l", std::string(5000, 'n'), link}}, damaged},
+    {"a pipe", {{"p", "", 010644}}, device},
+    {"a socket", {{"p", "", 0140644}}, device},
+    {"a block device", {{"p", "", 060644}}, device},
+    {"a character device", {{"p", "", 020644}}, device},
+    {"a folder with content", {{"f/", "x", folder}}, damaged},
+    {"a wrong checksum", {{"f", "x", 0100644, 3, 0, 0, {}, {}, 7}}, damaged},
+    {"a size too large", {{"f", "x", 0100644, 3, 0, 0, 2}}, damaged},
+    {"content past the end", {{"f", "x", 0100644, 3, 0, 0, 9000, 9000}}, damaged},
+    {"no deflated data", {{"f", "\xFF\xFF\xFF", 0100644, 3, 0, 8, 100}}, damaged},
+    {"an unknown method", {{"f", "x", 0100644, 3, 0, 97}}, unknown_way},
+    {"strong encryption", {{"f", "x", 0100644, 3, 0x41}}, unknown_way},
+    {"no password",
+     {{"f", repeated("x", 20).c_str(), 0100644, 3, 1}},
+     "unzip: The archive needs a password."},
+    {"content for two", {{"f", "x"}, {"g", "x", 0100644, 3, 0, 0, {}, {}, {}, {}, false}}, overlap},
+    {"sizes that overflow",
+     {{"f", "x", 0100644, 3, 0, 8, 0xFFFFFFFF, {}, {}, extra_field(1, repeated("\xFF", 8))}},
+     damaged},
+    {"more than is allowed",
+     {{"f",
+       "x",
+       0100644,
+       3,
+       0,
+       8,
+       0xFFFFFFFF,
+       {},
+       {},
+       extra_field(1, little_endian(1ULL << 40, 8))}},
+     "unzip: The archive unfolds to more than is allowed."},
+    {"numbers that are missing",
+     {{"f", "x", 0100644, 3, 0, 8, 0xFFFFFFFF, {}, {}, extra_field(1, "")}},
+     damaged},
+};
+
+TEST(HostileArchives, are_refused_and_harm_nothing)
+{
+    for (const Case& row : refused_archives) {
+        const Scratch root;
+        make_tree(root.url(), {"in/", "evil=mine", "etc=mine"});
+        Entries entries{{"harmless", "y"}};
+        entries.insert(entries.end(), row.entries.begin(), row.entries.end());
+        write_file(root / "a.zip", raw_zip(entries));
+        EXPECT_EQ(unzip(root / "a.zip", root / "in"), row.outcome) << row.name;
+        std::filesystem::remove(root / "in/harmless");
+        std::filesystem::remove(root / "a.zip");
+        EXPECT_EQ(tree(root.url()), (Listing{"etc=mine", "evil=mine", "in/"})) << row.name;
+    }
+}
+
+const Case accepted_archives[] = {
+    {"duplicates",
+     {{"f.txt", "1"}, {"f.txt", "2"}, {"f 2.txt", "3"}, {"f.txt", "4"}, {"f.txt", "l", link}},
+     success,
+     {"f 2.txt=2", "f 3.txt=3", "f 4.txt=4", "f 5.txt->l", "f.txt=1"}},
+    {"a folder twice",
+     {{"d/x", "1"}, {"d/", "", folder}, {"d/", "", folder}},
+     success,
+     {"d/", "d/x=1"}},
+    {"odd ways to write a path",
+     {{"./a//b/./c", "1"}, {"./", "", folder}},
+     success,
+     {"a/", "a/b/", "a/b/c=1"}},
+    {"backslashes from Windows",
+     {{"a\\b", "1", 0, 0}, {"d\\", "", 0, 10}},
+     success,
+     {"a/", "a/b=1", "d/"}},
+    {"a backslash and a colon from here",
+     {{"a\\b", "1"}, {"c:d", "2"}},
+     success,
+     {"a\\b=1", "c:d=2"}},
+    {"exact names",
+     {{"..\\a", "1", 0100644, 3, 0, 0, {}, {}, {}, extra_field(0x766F, "")},
+      {"\xFF\x82", "2", 0100644, 3, 0, 0, {}, {}, {}, extra_field(0x766F, "")}},
+     success,
+     {"..\\a=1", "\xFF\x82=2"}},
+    {"links that stay inside",
+     {{"a/l", "../b/./x", link}, {"loop", "loop", link}, {"b/x", "1"}, {"m", "none/x", link}},
+     success,
+     {"a/", "a/l->../b/./x", "b/", "b/x=1", "loop->loop", "m->none/x"}},
+};
+
+TEST(OddArchives, are_unpacked)
+{
+    for (const Case& row : accepted_archives) {
+        const Scratch root;
+        make_tree(root.url(), {"in/"});
+        write_file(root / "a.zip", raw_zip(row.entries, "a comment"));
+        EXPECT_EQ(unzip(root / "a.zip", root / "in"), row.outcome) << row.name;
+        Listing expected = row.after;
+        std::sort(expected.begin(), expected.end());
+        EXPECT_EQ(tree(root / "in"), expected) << row.name;
+    }
+}
+
+TEST(HostileArchives, an_archive_cut_or_changed_anywhere_does_no_harm)
+{
+    const Scratch root;
+    const std::string whole =
+        raw_zip({{"d/", "", folder}, {"d/f", "content"}, {"l", "d/f", link}}, "comment");
+    const Url archive = root / "a.zip";
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        const Scratch destination;
+        write_file(archive, whole.substr(0, i));
+        EXPECT_EQ(unzip(archive, destination.url()), no_archive) << i;
+        EXPECT_EQ(tree(destination.url()), Listing{}) << i;
+
+        std::string changed = whole;
+        changed[i] = static_cast<char>(changed[i] ^ 0x55);
+        write_file(archive, changed);
+        static_cast<void>(unzip(archive, destination.url()));
+    }
+    EXPECT_EQ(tree(root.url()).size(), 1U);
+}
+
+TEST(HostileArchives, archives_with_something_before_and_after_are_read)
+{
+    const Scratch root;
+    const std::string archive = raw_zip({{"f", "1"}});
+    for (const std::string& bytes :
+         {"#!/bin/sh\n" + archive, archive + "\n", "x" + archive + "x"}) {
+        const Scratch destination;
+        write_file(root / "a.zip", bytes);
+        EXPECT_EQ(unzip(root / "a.zip", destination.url()), success);
+        EXPECT_EQ(tree(destination.url()), Listing{"f=1"});
+    }
+}
+
+TEST(HostileArchives, what_does_not_fit_the_volume_is_refused_before_the_first_byte)
+{
+    const auto volume = Volume::in_memory(256);
+    if (!volume)
+        GTEST_SKIP() << "this user may mount nothing";
+    const Scratch root;
+    write_file(root / "a.zip", raw_zip({{"f", "x"}, {"g", std::string(300 * 1024, 'x')}}));
+    EXPECT_EQ(unzip(root / "a.zip", volume->url()), "unzip: No space left on device.");
+    EXPECT_EQ(tree(volume->url()), Listing{});
+}
+
+TEST(HostileArchives, an_application_sets_the_limits)
+{
+    const Scratch root;
+    write_file(root / "a.zip", raw_zip({{"a/b/c", std::string(5000, 'x')}}));
+    const Zip::ExpansionLimits before = Zip::expansion_limits();
+    const std::pair<Zip::ExpansionLimits, std::string> rows[] = {
+        {{3, 5000, 1}, success},
+        {{3, 4999, 1}, success},
+        {{2, 5000, 1}, "unzip: The archive holds too many items."},
+    };
+    for (const auto& [limits, outcome] : rows) {
+        const Scratch destination;
+        Zip::set_expansion_limits(limits);
+        EXPECT_EQ(unzip(root / "a.zip", destination.url()), outcome);
+    }
+    Zip::set_expansion_limits(before);
+}
+
+} // namespace
+} // namespace orv::test
