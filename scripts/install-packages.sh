@@ -5,6 +5,7 @@
 #                                 test:  what the tests need besides
 #                                 bench: what the benchmarks need besides
 #                                 prove: what the faults are also tried on
+#                                 fuzz:  what feeding made-up input needs besides
 #                                 check: what the format and lint checks need besides
 set -euo pipefail
 
@@ -14,6 +15,7 @@ packages_of() {
     test) echo libgtest-dev python3 zip unzip p7zip-full libarchive-tools qt6-base-dev libglib2.0-dev libasio-dev libboost-dev ;;
     bench) echo libbenchmark-dev ;;
     prove) echo rsync ;;
+    fuzz) echo clang-14 libclang-rt-14-dev ;;
     check) echo clang-format-14 clang-tidy-16 ;;
     *) echo "There is no group of packages called $1." >&2 && exit 2 ;;
     esac

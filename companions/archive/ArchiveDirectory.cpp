@@ -176,12 +176,13 @@ std::optional<timespec> dos_time(std::uint16_t time, std::uint16_t date)
     return seconds == -1 ? std::nullopt : std::optional(timespec{seconds, 0});
 }
 
-/// The sizes of the three texts that follow an entry.
-struct TextSizes {
-    std::size_t name, fields, comment;
+/// What stands before the texts of an entry and is needed to read them.
+struct FixedPart {
+    std::uint16_t time, date;
+    std::size_t name_size, fields_size, comment_size;
 };
 
-TextSizes read_fixed_part(LittleEndian& record, Entry& entry)
+FixedPart read_fixed_part(LittleEndian& record, Entry& entry)
 {
     record.take<std::uint8_t>(); // the version made by
     entry.host = record.take<std::uint8_t>();
@@ -189,18 +190,19 @@ TextSizes read_fixed_part(LittleEndian& record, Entry& entry)
     entry.flags = record.u16();
     entry.method = record.u16();
     entry.inner_method = entry.method;
-    const std::uint16_t time = record.u16();
-    entry.time = dos_time(time, record.u16());
+    FixedPart fixed{};
+    fixed.time = record.u16();
+    fixed.date = record.u16();
     entry.crc = record.u32();
     entry.packed_size = record.u32();
     entry.size = record.u32();
-    const std::size_t name = record.u16();
-    const std::size_t fields = record.u16();
-    const std::size_t comment = record.u16();
+    fixed.name_size = record.u16();
+    fixed.fields_size = record.u16();
+    fixed.comment_size = record.u16();
     record.u32(); // the disk, the kind of text
     entry.attributes = record.u32();
     entry.offset = record.u32();
-    return {name, fields, comment};
+    return fixed;
 }
 
 /// Adds what the entry's fields tell.
@@ -215,8 +217,7 @@ ToldByFields apply_fields(std::string_view fields, Entry& entry, const Url& arch
     entry.packed_size = told.packed_size.value_or(entry.packed_size);
     entry.offset = told.offset.value_or(entry.offset);
     entry.has_exact_name = told.is_exact_name;
-    if (told.time)
-        entry.time = told.time;
+    entry.time = told.time;
     if (told.name)
         entry.name = *told.name;
     if (told.aes && entry.method == aes_method) {
@@ -236,14 +237,17 @@ bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& direc
         throw damaged(archive);
     Entry& entry = directory.entries.emplace_back();
     entry.number = static_cast<std::uint32_t>(directory.entries.size() - 1);
-    const TextSizes sizes = read_fixed_part(record, entry);
-    const std::size_t size = sizes.name + sizes.fields + sizes.comment;
-    const std::uint64_t fields_position = text.position() + sizes.name;
+    const FixedPart fixed = read_fixed_part(record, entry);
+    const std::size_t size = fixed.name_size + fixed.fields_size + fixed.comment_size;
+    const std::uint64_t fields_position = text.position() + fixed.name_size;
     const std::string_view texts = text.take(size);
     if (texts.size() != size)
         throw damaged(archive);
-    entry.name = texts.substr(0, sizes.name);
-    const ToldByFields told = apply_fields(texts.substr(sizes.name, sizes.fields), entry, archive);
+    entry.name = texts.substr(0, fixed.name_size);
+    const ToldByFields told =
+        apply_fields(texts.substr(fixed.name_size, fixed.fields_size), entry, archive);
+    if (!entry.time)
+        entry.time = dos_time(fixed.time, fixed.date);
     if (told.aes && entry.method == aes_method && entry.inner_method == stored_method)
         directory.stored_aes_positions.push_back(fields_position + told.aes->method_position);
     return !told.is_exact_name && !is_utf8(entry.name);
