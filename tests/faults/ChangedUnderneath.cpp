@@ -45,6 +45,14 @@ void become_fifo(const std::string& root)
     ::mkfifo((root + source_file).c_str(), 0600);
 }
 
+/// Another program writes a file anew that is being moved. One that is about to go, since its copy
+/// is in place, may be lost with what is written into it in its last moment.
+void overwrite(const std::string& root)
+{
+    if (fs::exists(root + source_file) && !fs::exists(root + "/home/disk/moved"))
+        std::ofstream(root + source_file, std::ios::binary) << mine;
+}
+
 /// Another program creates the file `place`, unless something stands there.
 std::function<void(const std::string&)> create(const std::string& place)
 {
@@ -125,6 +133,17 @@ std::vector<std::string> wrong_elsewhere(const Change& change, const FaultCase& 
     return wrong_items(rest, now);
 }
 
+/// Whether what another program has made is still where it was; a move may have taken it along.
+bool holds_made(const Change& change, const FaultCase& request, const Snapshot& now,
+                const std::string& made)
+{
+    const auto is_made_at = [&](const std::string& path) {
+        const auto found = now.find(path);
+        return found != now.end() && found->second.content == mine;
+    };
+    return is_made_at(made) || (request.moves && std::ranges::any_of(change.changed, is_made_at));
+}
+
 std::vector<std::string> wrong_after_change(const Change& change, const FaultCase& request,
                                             const Site& site, const Supervision& ending,
                                             const std::string& made_in_time)
@@ -137,9 +156,8 @@ std::vector<std::string> wrong_after_change(const Change& change, const FaultCas
     const Snapshot now = site.items();
     for (const auto& wrong : {wrong_files(request, now), wrong_elsewhere(change, request, now)})
         problems.insert(problems.end(), wrong.begin(), wrong.end());
-    const auto found = now.find(made_in_time);
-    if (!made_in_time.empty() && (found == now.end() || found->second.content != mine))
-        problems.push_back(made_in_time + " of another program was overwritten");
+    if (!made_in_time.empty() && !holds_made(change, request, now, made_in_time))
+        problems.push_back(made_in_time + " of another program was lost");
     return problems;
 }
 
@@ -173,6 +191,8 @@ const std::vector<Change>& changes()
 {
     const std::string source = "home/shelf/tree/big";
     const std::string copy = "home/dest/tree";
+    const std::string moved = "home/disk/moved";
+    const std::string across = "move to another volume";
     static const std::vector<Change> all{
         {"source_shrinks", "copy", shrink, {source, copy + "/big"}},
         {"source_grows", "copy", grow, {source, copy + "/big"}},
@@ -203,6 +223,16 @@ const std::vector<Change>& changes()
          "merge",
          swap_for_link("/home/dest/tree/sub"),
          {copy + "/sub"}},
+        {"file_of_a_move_is_changed", across, overwrite, {source, moved + "/big"}},
+        {"file_appears_in_a_move",
+         across,
+         create("/home/shelf/tree/sub/new"),
+         {"home/shelf/tree/sub/new", moved + "/sub/new"}},
+        {"destination_of_a_move_appears", across, create("/home/disk/moved"), {moved}},
+        {"folder_of_a_move_becomes_a_link",
+         across,
+         swap_for_link("/home/shelf/tree/sub"),
+         {"home/shelf/tree/sub", moved + "/sub"}},
         {"folder_being_deleted_becomes_a_link",
          "delete",
          swap_for_link("/home/shelf/tree/sub"),
@@ -219,9 +249,8 @@ Tally sweep(const Change& change, long step)
 {
     const FaultCase& request = fault_case(change.request);
     const auto make_trial = [&]() -> std::function<Trial(long)> {
-        const auto site = std::make_shared<Site>(request.before);
-        site->lack(request.lacking);
-        return [&, site](long at) { return try_change(change, request, *site, at); };
+        const auto place = std::make_shared<SiteOfCase>(request);
+        return [&, place](long at) { return try_change(change, request, place->site, at); };
     };
     return sweep(make_trial, step);
 }

@@ -1,8 +1,10 @@
 #include "faults/Checker.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <set>
 
 namespace orv::test {
@@ -16,10 +18,13 @@ const ItemState* find(const Snapshot& items, const std::string& path)
     return found == items.end() ? nullptr : &found->second;
 }
 
-bool is_unfinished_name(const std::string& path)
+/// Whether the item is one that is being built out of sight, or lies in one.
+bool is_unfinished(const std::filesystem::path& path)
 {
-    const std::string name = path.substr(path.rfind('/') + 1);
-    return name.starts_with('.') && name.ends_with(".orvresume") && name.size() == 47;
+    return std::ranges::any_of(path, [](const std::filesystem::path& part) {
+        const std::string& name = part.native();
+        return name.starts_with('.') && name.ends_with(".orvresume") && name.size() == 47;
+    });
 }
 
 bool is_like(const ItemState& one, const ItemState& other, Strictness strictness)
@@ -88,15 +93,17 @@ bool is_same(const std::string* one, const std::string* other)
 /// A problem with a row, or an empty text. Rows follow their items: an item that stands has its row
 /// until it is gone, and one that is made gets its row afterwards.
 std::string wrong_row(const std::string* before, const std::string* after, const std::string* now,
-                      bool item_exists)
+                      bool item_exists, bool moves)
 {
+    if (moves && !before && item_exists && !now)
+        return "is missing, though its item has come";
     if (is_same(now, before))
         return "";
     if (!is_same(now, after))
         return now ? "is wrong: " + *now : "is lost";
     if (!now && item_exists)
         return "is lost, though its item is not";
-    if (now && !item_exists)
+    if (now && !item_exists && !moves)
         return "came before its item";
     return "";
 }
@@ -117,7 +124,7 @@ Problems wrong_rows(const FaultCase& request, const Rows& now, const Snapshot& i
     for (const std::string& key : keys) {
         const std::string wrong =
             wrong_row(find(request.before.rows, key), find(request.after.rows, key), find(now, key),
-                      items.contains("home/" + key));
+                      items.contains("home/" + key), request.moves);
         if (!wrong.empty())
             problems.push_back("the row of " + key + " " + wrong);
     }
@@ -146,7 +153,7 @@ public:
         Snapshot items = site_.items();
         check_tidiness(items);
         std::erase_if(items, [&](const auto& entry) {
-            return is_unfinished_name(entry.first) && !request_.before.items.contains(entry.first);
+            return is_unfinished(entry.first) && !request_.before.items.contains(entry.first);
         });
         check_state(items);
         if (!site_.start_again())
@@ -190,7 +197,7 @@ private:
             if (!Site::is_unfinished_from_the_start(name))
                 problems_.push_back("the unfinished file " + name + " is left");
         for (const auto& [path, item] : items)
-            if (is_unfinished_name(path) && !request_.before.items.contains(path))
+            if (is_unfinished(path) && !request_.before.items.contains(path))
                 problems_.push_back("the unfinished file " + path + " is left");
     }
 
@@ -198,6 +205,8 @@ private:
     {
         add(ending_.exit_code == 0 ? differences(request_.after.items, items, strictness_)
                                    : wrong_items(request_, items, strictness_));
+        if (request_.moves)
+            add(wrong_order(request_, items, strictness_));
         try {
             const Rows rows = site_.rows();
             if (ending_.exit_code == 0 && rows != request_.after.rows)
@@ -232,6 +241,27 @@ std::vector<std::string> wrong_items(const FaultCase& request, const Snapshot& n
             problems.push_back(path + " " + wrong);
     }
     return problems;
+}
+
+std::vector<std::string> wrong_order(const FaultCase& request, const Snapshot& now,
+                                     Strictness strictness)
+{
+    const Snapshot& before = request.before.items;
+    const Snapshot& after = request.after.items;
+    Problems gone;
+    Problems come;
+    Problems missing;
+    for (const auto& [path, item] : before)
+        if (!after.contains(path) && !now.contains(path))
+            gone.push_back(path + " is gone before all is at the destination");
+    for (const auto& [path, item] : after)
+        if (!before.contains(path))
+            (now.contains(path) && is_like(now.at(path), item, strictness) ? come : missing)
+                .push_back(path + " is complete before the rest");
+    if (missing.empty())
+        return {};
+    gone.insert(gone.end(), come.begin(), come.end());
+    return gone;
 }
 
 std::vector<std::string> wrong_after(const FaultCase& request, const Site& site, const Fault& fault,

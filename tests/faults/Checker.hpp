@@ -20,6 +20,10 @@ enum class Strictness {
 [[nodiscard]] std::vector<std::string> wrong_items(const FaultCase& request, const Snapshot& now,
                                                    Strictness strictness = Strictness::all);
 
+/// What is there or gone too early, while not all of a move is at its destination.
+[[nodiscard]] std::vector<std::string> wrong_order(const FaultCase& request, const Snapshot& now,
+                                                   Strictness strictness);
+
 /// What went wrong in `site` when `request` met `fault` and ended as `ending`; starts the library
 /// once more to see what it makes of it.
 [[nodiscard]] std::vector<std::string> wrong_after(const FaultCase& request, const Site& site,

@@ -150,6 +150,29 @@ FaultCase copy_across_case()
     return finished(std::move(request));
 }
 
+FaultCase move_across_case(const std::string& name, const std::string& below = {})
+{
+    const std::string from = tree + below;
+    const std::string to = "home/disk/moved";
+    FaultCase request{.name = name,
+                      .arguments = {"mv", "@" + from, "@" + to},
+                      .before = surroundings(),
+                      .after = surroundings(),
+                      .needs_volume = true,
+                      .moves = true,
+                      .peers = {{"mv", "@" + from, "@" + to}}};
+    for (const auto& [path, item] : request.before.items)
+        if (is_at_or_below(path, from))
+            request.after.items[to + path.substr(from.size())] = item;
+    take_away(request.after.items, from);
+    for (const auto& [key, row] : request.before.rows)
+        if (is_at_or_below("home/" + key, from)) {
+            request.after.rows.erase(key);
+            request.after.rows["disk/moved" + ("home/" + key).substr(from.size())] = row;
+        }
+    return finished(std::move(request));
+}
+
 FaultCase delete_case()
 {
     FaultCase request{.name = "delete",
@@ -192,16 +215,19 @@ const std::vector<FaultCase>& fault_cases()
 {
     constexpr Lacking some{.unnamed_files = true};
     constexpr Lacking more{.unnamed_files = true, .renaming_without_replacing = true};
-    static const std::vector<FaultCase> cases{copy_case(),
-                                              lacking(copy_case(), some, " by renaming"),
-                                              lacking(copy_case(), more, " by linking"),
-                                              merge_case(),
-                                              replace_case(),
-                                              copy_across_case(),
-                                              lacking(copy_across_case(), some, " by renaming"),
-                                              delete_case(),
-                                              new_folder_case(),
-                                              attributes_case()};
+    static const std::vector<FaultCase> cases{
+        copy_case(),
+        lacking(copy_case(), some, " by renaming"),
+        lacking(copy_case(), more, " by linking"),
+        merge_case(),
+        replace_case(),
+        copy_across_case(),
+        lacking(copy_across_case(), some, " by renaming"),
+        move_across_case("move to another volume"),
+        move_across_case("move of a file to another volume", "/sub/c.bin"),
+        delete_case(),
+        new_folder_case(),
+        attributes_case()};
     return cases;
 }
 

@@ -16,7 +16,9 @@ struct FaultCase {
     Scene before;
     Scene after = {}; ///< when it is done
     Lacking lacking = {};
-    bool needs_volume = false; ///< "volume" has to be another one than the home
+    bool needs_volume = false; ///< "volume" and "home/disk" have to be other ones than the home
+    /// What comes to its place comes there in one step, its rows before it; nothing goes before.
+    bool moves = false;
     std::vector<std::vector<std::string>> peers = {}; ///< other commands for the same
 };
 

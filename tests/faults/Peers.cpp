@@ -28,16 +28,20 @@ bool is_hidden(const std::string& path)
 Tally sweep_peer(const FaultCase& request, const std::vector<std::string>& command)
 {
     const auto make_trial = [&]() -> std::function<Trial(long)> {
-        return [&, site = std::make_shared<Site>(request.before)](long at) {
-            site->reset();
+        return [&, place = std::make_shared<SiteOfCase>(request)](long at) {
+            const Site* site = &place->site;
+            place->site.reset();
             const Supervision ending = supervise(below(site->root(), command), site->root().path(),
                                                  {.kind = Fault::Kind::kill, .at = at});
             Snapshot items = site->items();
             std::erase_if(items, [&](const auto& entry) {
                 return is_hidden(entry.first) && !request.before.items.contains(entry.first);
             });
-            return Trial{!ending.hit.empty(), ending.hit,
-                         wrong_items(request, items, Strictness::content)};
+            auto problems = wrong_items(request, items, Strictness::content);
+            if (request.moves)
+                for (const std::string& problem : wrong_order(request, items, Strictness::content))
+                    problems.push_back(problem);
+            return Trial{!ending.hit.empty(), ending.hit, problems};
         };
     };
     return sweep(make_trial);

@@ -3,6 +3,7 @@
 #include "support/Tree.hpp"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <stdexcept>
 
@@ -20,6 +21,9 @@ constexpr const char* living_note = "6f9619ff-8b86-4011-b42d-00c04fc964ff.note";
 constexpr const char* dead_file = "7c9619ff-8b86-4011-b42d-00c04fc964ff";
 constexpr const char* dead_note = "8d9619ff-8b86-4011-b42d-00c04fc964ff.note";
 
+/// The folders that every site has.
+constexpr std::array folders{"home", "home/disk", "outside", "volume"};
+
 bool is_kept_by_library(const std::string& path)
 {
     return is_at_or_below(path, "home/.local") || is_at_or_below(path, "home/.cache");
@@ -36,8 +40,9 @@ void make_accessible(const fs::path& folder)
 void empty(const fs::path& folder)
 {
     make_accessible(folder);
+    std::error_code none; // a mounted volume is emptied, but not removed
     for (const auto& item : fs::directory_iterator(folder))
-        fs::remove_all(item.path());
+        fs::remove_all(item.path(), none);
 }
 
 } // namespace
@@ -50,7 +55,7 @@ std::string orv_command()
 Site::Site(Scene scene) : scene_(std::move(scene))
 {
     ::umask(022);
-    for (const char* name : {"home", "outside", "volume"})
+    for (const char* name : folders)
         fs::create_directory(root_ / name);
     make_database();
 }
@@ -68,8 +73,10 @@ void Site::make_database()
 void Site::reset()
 {
     owned_.clear();
-    for (const char* name : {"home", "outside", "volume"})
+    for (const char* name : folders) {
+        fs::create_directory(root_ / name);
         empty(root_ / name);
+    }
     build(root(), scene_.items);
     write_file(database(), database_);
     own_unfinished_files();
@@ -107,7 +114,7 @@ Snapshot Site::items() const
 {
     Snapshot items = snapshot_of(root());
     std::erase_if(items, [](const auto& entry) { return is_kept_by_library(entry.first); });
-    for (const char* name : {"home", "outside", "volume"})
+    for (const char* name : folders)
         items.erase(name);
     return items;
 }

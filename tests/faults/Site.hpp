@@ -11,8 +11,8 @@
 namespace orv::test {
 
 /// A folder in which the `orv` command works on a scene, again and again: "home" is its home,
-/// "outside" and "volume" lie beside it. A living process, this one, owns unfinished files in it,
-/// and a dead one has left some.
+/// "outside" and "volume" lie beside it, and in it "disk". A living process, this one, owns
+/// unfinished files in it, and a dead one has left some.
 class Site {
 public:
     explicit Site(Scene scene);
@@ -22,7 +22,8 @@ public:
 
     [[nodiscard]] const Url& root() const { return root_.url(); }
 
-    /// Makes all as the scene has it. Another volume may be mounted at "volume"; it is emptied.
+    /// Makes all as the scene has it. Other volumes may be mounted at "volume" and "home/disk";
+    /// they are emptied.
     void reset();
 
     /// Runs `orv` on the home; arguments that name an item begin with "@", for the root.

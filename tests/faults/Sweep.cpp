@@ -1,30 +1,15 @@
 #include "faults/Sweep.hpp"
 
 #include "faults/Checker.hpp"
-#include "faults/Mount.hpp"
 
 #include <algorithm>
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <thread>
 
 namespace orv::test {
 namespace {
-
-/// A site with another volume, where the request needs one.
-struct SiteOfCase {
-    Site site;
-    std::optional<Mount> volume;
-
-    explicit SiteOfCase(const FaultCase& request) : site(request.before)
-    {
-        site.lack(request.lacking);
-        if (request.needs_volume)
-            volume.emplace(Mount::tmpfs(site.root().appending("volume")));
-    }
-};
 
 class Sweeping {
 public:
@@ -78,6 +63,14 @@ private:
 };
 
 } // namespace
+
+SiteOfCase::SiteOfCase(const FaultCase& request) : site(request.before)
+{
+    site.lack(request.lacking);
+    if (request.needs_volume)
+        for (const char* place : {"volume", "home/disk"})
+            volumes.push_back(Mount::tmpfs(site.root().appending(place)));
+}
 
 Tally& Tally::operator+=(const Tally& other)
 {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "faults/FaultCases.hpp"
+#include "faults/Mount.hpp"
+#include "faults/Site.hpp"
 #include "support/Supervisor.hpp"
 
 #include <functional>
@@ -8,6 +10,14 @@
 #include <vector>
 
 namespace orv::test {
+
+/// A site, with other volumes where the request needs some.
+struct SiteOfCase {
+    explicit SiteOfCase(const FaultCase& request);
+
+    Site site;
+    std::vector<Mount> volumes;
+};
 
 /// What came of the same fault at one call after the other.
 struct Tally {

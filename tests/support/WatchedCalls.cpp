@@ -61,6 +61,7 @@ const WatchedCall watched_calls[] = {
     {SYS_fallocate, "fallocate", fd_in(0)},
     {SYS_fsync, "fsync", fd_in(0)},
     {SYS_fdatasync, "fdatasync", fd_in(0)},
+    {SYS_syncfs, "syncfs", fd_in(0)},
     {SYS_copy_file_range, "copy_file_range", fd_in(0), fd_in(2)},
     {SYS_sendfile, "sendfile", fd_in(0), fd_in(1)},
     {SYS_splice, "splice", fd_in(0), fd_in(2)},
