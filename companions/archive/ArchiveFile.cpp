@@ -38,7 +38,7 @@ ArchiveFile::ArchiveFile(Url url) : url_(std::move(url))
     file_ = FileDescriptor(::open(path, flags | O_CREAT | O_EXCL, 0666));
     is_own_ = static_cast<bool>(file_);
     if (!file_ && errno == EEXIST)
-        file_ = FileDescriptor(::open(path, flags));
+        file_ = FileDescriptor(::open(path, flags & ~O_NOFOLLOW)); // it may be one of /proc
     if (!file_ || ::fstat(file_.get(), &facts_) != 0)
         throw platform_error(errno, url_);
     if (!is_own_ && (!S_ISREG(facts_.st_mode) || facts_.st_size != 0))

@@ -20,6 +20,24 @@ OrvFileBrowser::fetch_curr_dir_items(std::optional<SortType> sort, bool include_
     return fm_.fetch_items(curr_dir_, false, sort, include_hidden_files, std::move(status_closure));
 }
 
+std::shared_ptr<ZipOperation> OrvFileBrowser::zip(std::vector<Url> item_urls, std::string zip_name,
+                                                  std::optional<std::string> password,
+                                                  ZipOperation::StatusClosure status_closure)
+{
+    if (!zip_name.ends_with(".zip"))
+        zip_name += ".zip";
+    return fm_.zip(std::move(item_urls), curr_dir_.appending(zip_name), std::move(password),
+                   ConflictBehaviour::keep_both, std::move(status_closure));
+}
+
+std::shared_ptr<UnzipOperation> OrvFileBrowser::unzip(Url archive_url,
+                                                      std::optional<std::string> password,
+                                                      UnzipOperation::StatusClosure status_closure)
+{
+    return fm_.unzip(std::move(archive_url), curr_dir_, std::move(password),
+                     std::move(status_closure));
+}
+
 std::shared_ptr<CopyOperation> OrvFileBrowser::copy(Url src_url, Url dest_url,
                                                     CopyOperation::StatusClosure status_closure)
 {

@@ -13,7 +13,9 @@
 #include "Operations/RenameOpr.hpp"
 #include "Operations/ReserveFileUrlOpr.hpp"
 #include "Operations/SnglCopyOpr.hpp"
+#include "Operations/UnzipOpr.hpp"
 #include "Operations/UrlLocker.hpp"
+#include "Operations/ZipOpr.hpp"
 #include "Tool/ProcessedFiles.hpp"
 #include "Tool/Tool.hpp"
 #include "utility/WorkerPool.hpp"
@@ -192,6 +194,23 @@ OrvFileManager::fetch_items(Url inside, bool recursive, std::optional<SortType> 
 {
     return orv::fetch_items(std::move(inside), recursive, sort, include_hidden_files,
                             std::move(status_closure));
+}
+
+std::shared_ptr<ZipOperation> OrvFileManager::zip(std::vector<Url> item_urls, Url to,
+                                                  std::optional<std::string> password,
+                                                  ConflictBehaviour on_conflict,
+                                                  ZipOperation::StatusClosure status_closure)
+{
+    return zip_items(std::move(item_urls), std::move(to), std::move(password), on_conflict,
+                     std::move(status_closure));
+}
+
+std::shared_ptr<UnzipOperation> OrvFileManager::unzip(Url archive_url, Url to,
+                                                      std::optional<std::string> password,
+                                                      UnzipOperation::StatusClosure status_closure)
+{
+    return unzip_archive(std::move(archive_url), std::move(to), std::move(password),
+                         std::move(status_closure));
 }
 
 std::shared_ptr<DataToFileOpr>

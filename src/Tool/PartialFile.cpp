@@ -58,6 +58,11 @@ int PartialFile::publish(const DestinationFolder& folder, const std::string& nam
     return code;
 }
 
+Url PartialFile::reachable_url() const
+{
+    return has_name() ? url_ : Url(proc_path());
+}
+
 /// Some file systems tell only when a descriptor is closed that they could not keep what was
 /// written. The file's own descriptor has to stay open; closing a second one tells as well.
 void PartialFile::check_written() const
@@ -65,6 +70,11 @@ void PartialFile::check_written() const
     const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
     if (second < 0 || ::close(second) != 0)
         throw platform_error(errno, url_);
+}
+
+std::string PartialFile::proc_path() const
+{
+    return "/proc/self/fd/" + std::to_string(file_.get());
 }
 
 /// Linking a descriptor by itself takes a privilege on older systems; by its name in /proc it does
@@ -78,8 +88,7 @@ int PartialFile::link_to(int folder, const char* name) const
         if (errno != ENOENT && errno != EPERM)
             return errno;
     }
-    const std::string path = "/proc/self/fd/" + std::to_string(file_.get());
-    if (::linkat(AT_FDCWD, path.c_str(), folder, name, AT_SYMLINK_FOLLOW) != 0)
+    if (::linkat(AT_FDCWD, proc_path().c_str(), folder, name, AT_SYMLINK_FOLLOW) != 0)
         return errno;
     links_by_itself = false;
     return 0;

@@ -37,6 +37,9 @@ public:
 
     [[nodiscard]] int fd() const { return file_.get(); }
 
+    /// Where this process can open the file, though it may have no name.
+    [[nodiscard]] Url reachable_url() const;
+
     /// Gives the finished file its place under `name` in `folder`. It replaces nothing.
     ///
     /// Errors: returns 0 or, when it stays as it was, the errno: EEXIST when the name is taken,
@@ -49,6 +52,7 @@ private:
 
     [[nodiscard]] bool has_name() const { return !name_.empty(); }
     void check_written() const;
+    [[nodiscard]] std::string proc_path() const;
     [[nodiscard]] int link_to(int folder, const char* name) const;
 
     int folder_;

@@ -14,6 +14,8 @@
 #include <orv/Operations/RenameOpr.hpp>
 #include <orv/Operations/ReserveFileUrlOpr.hpp>
 #include <orv/Operations/SnglCopyOpr.hpp>
+#include <orv/Operations/UnzipOpr.hpp>
+#include <orv/Operations/ZipOpr.hpp>
 #include <orv/utility/Locations.hpp>
 #include <orv/utility/Url.hpp>
 
@@ -121,6 +123,20 @@ public:
     std::shared_ptr<FetchItemsOperation>
     fetch_items(Url inside, bool recursive, std::optional<SortType> sort, bool include_hidden_files,
                 FetchItemsOperation::StatusClosure status_closure);
+
+    /// Packs the items, folders with everything in them, into a new zip archive at `to`; with a
+    /// password their contents are encrypted. What happens when the name is taken is said by
+    /// `on_conflict`, of which `merge` fails: archives are not merged.
+    std::shared_ptr<ZipOperation> zip(std::vector<Url> item_urls, Url to,
+                                      std::optional<std::string> password,
+                                      ConflictBehaviour on_conflict,
+                                      ZipOperation::StatusClosure status_closure);
+
+    /// Unpacks the archive into a new folder inside the folder `to`, named like the archive or
+    /// with a free name.
+    std::shared_ptr<UnzipOperation> unzip(Url archive_url, Url to,
+                                          std::optional<std::string> password,
+                                          UnzipOperation::StatusClosure status_closure);
 
     /// Writes the bytes to a new file at `in`.
     std::shared_ptr<DataToFileOpr> generate_file(std::vector<std::byte> from, Url in,

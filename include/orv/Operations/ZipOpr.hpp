@@ -1,0 +1,22 @@
+#pragma once
+
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+
+namespace orv {
+
+/// The packing of items into a new zip archive, which appears when it is complete.
+///
+/// Statuses: any number of `progress`, the final status. A cancel and an error leave no archive,
+/// one that was replaced included.
+class ZipOperation final : public OrvOperation {
+public:
+    using Status = std::variant<status::progress<GeneralProgress>, status::error, status::success,
+                                status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+} // namespace orv

@@ -1,0 +1,136 @@
+#include "Operations/ZipOpr.hpp"
+
+#include "Global/TestMode.hpp"
+#include "Operations/BuiltFile.hpp"
+#include "Operations/PathChecks.hpp"
+#include "Operations/Request.hpp"
+#include "Operations/TakenName.hpp"
+#include "Operations/UrlLocker.hpp"
+#include "Operations/ZipErrors.hpp"
+#include "Tool/Tool.hpp"
+#include "archive/Zip.hpp"
+
+namespace orv {
+namespace {
+
+using ZipRequest = Request<ZipOperation>;
+
+constexpr ErrorPlace place{"src/Operations/ZipOpr",
+                           "zip(item_urls:to:password:on_conflict:status_closure:)"};
+
+/// What is to be packed, and with what.
+struct Content {
+    std::vector<Url> items;
+    std::optional<std::string> password;
+};
+
+void check_items(const std::vector<Url>& items, const Url& archive)
+{
+    if (items.empty())
+        throw place("Item urls cannot be empty.", 81);
+    for (const Url& item : items) {
+        if (item.standardized().empty())
+            throw place("Item url points to an undefined path. \n" + item.description(), 85);
+        if (item == archive)
+            throw place("Item url cannot be the same with archive url.", 88).at(item);
+    }
+}
+
+/// Where the archive goes, and whether what stands there is to be deleted.
+struct Target {
+    Url url;
+    bool replaces = false;
+};
+
+Target settle_conflict(const Url& archive, ConflictBehaviour on_conflict)
+{
+    if (!Tool::item_exists(archive))
+        return {archive};
+    switch (on_conflict) {
+    case ConflictBehaviour::merge:
+        break;
+    case ConflictBehaviour::replace:
+        return {.url = archive, .replaces = true};
+    case ConflictBehaviour::keep_both:
+        return {free_url(archive, place("Couldn't generate a non-conflicting url.", 115))};
+    case ConflictBehaviour::stop:
+        throw place("Destination item already exists.", 120).at(archive);
+    }
+    return {archive};
+}
+
+std::vector<LockType> read_locks(const std::vector<Url>& items)
+{
+    std::vector<LockType> locks;
+    for (const Url& item : items)
+        locks.push_back(read(item));
+    return locks;
+}
+
+void check_items_exist(const std::vector<Url>& items)
+{
+    for (const Url& item : items)
+        if (!Tool::item_exists(item))
+            throw place("Source item doesn't exist. \n" + item.description(), 138).at(item);
+}
+
+void pack(ZipRequest& request, const Content& content, const Url& file)
+{
+    const auto canceller = std::make_shared<Zip::Canceller>();
+    const auto tell = [&](float value, const Url& item) {
+        request.report(status::progress<GeneralProgress>{{item, value}});
+    };
+    request.do_part([canceller] { canceller->cancel(); },
+                    [&] {
+                        Zip::zipFiles(content.items, file, content.password,
+                                      ZipCompression::default_compression, canceller,
+                                      intr_test_mode(), tell);
+                    });
+}
+
+void build_archive(ZipRequest& request, const Content& content, const Url& archive)
+{
+    const Error failure = place("Zip operation failed.", 191);
+    build_file(archive,
+               {.not_created = failure,
+                .not_finalized = place("Couldn't finalize zipping operation.", 209)},
+               [&](const PartialFile& file) {
+                   with_zip_errors(Zip::Error::Case::zip_failed, failure,
+                                   [&] { pack(request, content, file.reachable_url()); });
+               });
+}
+
+ZipOperation::Status run(ZipRequest& request, const Content& content, const Url& archive,
+                         ConflictBehaviour on_conflict)
+{
+    check_items(content.items, archive);
+    check_path(archive, "Archive", place, {.undefined = 98, .root = 101});
+    const Target target = settle_conflict(archive, on_conflict);
+
+    const auto lock = std::make_shared<UrlLock>(read_locks(content.items), write(target.url));
+    check_items_exist(content.items);
+    if (target.replaces)
+        remove_replaced(
+            target.url,
+            place("Destination item couldn't be deleted while being overwritten.", 145));
+    build_archive(request, content, target.url);
+    // The lock is kept for that: nobody else's archive may be deleted.
+    request.set_undo([url = target.url, lock] { Tool::delete_item(url); });
+    return status::success{};
+}
+
+} // namespace
+
+std::shared_ptr<ZipOperation> zip_items(std::vector<Url> item_urls, Url archive_url,
+                                        std::optional<std::string> password,
+                                        ConflictBehaviour on_conflict,
+                                        ZipOperation::StatusClosure status_closure)
+{
+    return start_request<ZipOperation>(
+        std::move(status_closure),
+        [content = Content{std::move(item_urls), std::move(password)},
+         archive = std::move(archive_url),
+         on_conflict](ZipRequest& request) { return run(request, content, archive, on_conflict); });
+}
+
+} // namespace orv
