@@ -1,0 +1,275 @@
+#include "utility/FoldedKeyword.hpp"
+
+#include "utility/Utf8.hpp"
+
+#include <algorithm>
+#include <new>
+#include <optional>
+
+#include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
+#include <unicode/uniset.h>
+#include <unicode/utf16.h>
+
+namespace orv {
+namespace {
+
+constexpr char32_t dotless_i = 0x0131;
+constexpr UChar32 first_hangul_syllable = 0xAC00;
+constexpr UChar32 last_hangul_syllable = 0xD7A3;
+
+void check(UErrorCode status)
+{
+    if (U_FAILURE(status))
+        throw std::bad_alloc();
+}
+
+const icu::Normalizer2& composition()
+{
+    static const icu::Normalizer2& nfc = [&]() -> const icu::Normalizer2& {
+        UErrorCode status = U_ZERO_ERROR;
+        const icu::Normalizer2* instance = icu::Normalizer2::getNFCInstance(status);
+        check(status);
+        return *instance;
+    }();
+    return nfc;
+}
+
+char32_t code_point_at(std::u16string_view text, std::size_t at)
+{
+    const bool is_pair = U16_IS_LEAD(text[at]) && at + 1 < text.size();
+    return is_pair ? static_cast<char32_t>(U16_GET_SUPPLEMENTARY(text[at], text[at + 1]))
+                   : text[at];
+}
+
+std::u32string code_points(std::u16string_view text)
+{
+    std::u32string result;
+    for (std::size_t at = 0; at < text.size();
+         at += static_cast<std::size_t>(U16_LENGTH(result.back())))
+        result += code_point_at(text, at);
+    return result;
+}
+
+/// The characters that folding or decomposing changes, without ASCII and Hangul.
+icu::UnicodeSet changed_characters()
+{
+    UErrorCode status = U_ZERO_ERROR;
+    icu::UnicodeSet set;
+    set.applyIntPropertyValue(UCHAR_NFD_QUICK_CHECK, UNORM_NO, status);
+    const USet* folding = u_getBinaryPropertySet(UCHAR_CHANGES_WHEN_CASEFOLDED, &status);
+    check(status);
+    set.addAll(*icu::UnicodeSet::fromUSet(folding));
+    set.remove(0, 0x7F);
+    set.remove(first_hangul_syllable, last_hangul_syllable);
+    return set;
+}
+
+/// `c` by itself, folded; none when it becomes too long to be handled.
+std::optional<FoldedCharacter> folded_alone(UChar32 c, FoldingRules rules)
+{
+    const std::u32string characters = code_points(folded(utf8_of(static_cast<char32_t>(c)), rules));
+    if (characters.size() > FoldedCharacter::max_size)
+        return std::nullopt;
+    FoldedCharacter result;
+    for (const char32_t character : characters)
+        result.characters[result.size++] = character;
+    return result;
+}
+
+} // namespace
+
+bool begins_composed(char32_t c)
+{
+    constexpr char32_t first_mark = 0x0300;
+    return c < first_mark || composition().hasBoundaryBefore(static_cast<UChar32>(c)) != 0;
+}
+
+FoldedKeyword::FoldedKeyword(std::string_view keyword, FoldingRules rules)
+    : rules_(rules), folded_(orv::folded(keyword, rules)), text_(code_points(folded_))
+{
+    for (const char32_t c : text_)
+        begins_.push_back(orv::begins_composed(c));
+    find_variants();
+}
+
+void FoldedKeyword::find_variants()
+{
+    const auto add = [this](UChar32 c) {
+        const auto folded = folded_alone(c, rules_);
+        if (folded && std::any_of(folded->begin(), folded->end(), [this](char32_t part) {
+                return text_.find(part) != std::u32string::npos;
+            }))
+            variants_.push_back({static_cast<char32_t>(c), *folded});
+    };
+    const icu::UnicodeSet changed = changed_characters();
+    for (std::int32_t range = 0; range < changed.getRangeCount(); ++range)
+        for (UChar32 c = changed.getRangeStart(range); c <= changed.getRangeEnd(range); ++c)
+            add(c);
+    for (std::size_t i = 0; i + 1 < text_.size(); ++i) {
+        const auto at = [this](std::size_t index) { return static_cast<UChar32>(text_[index]); };
+        const UChar32 syllable = composition().composePair(at(i), at(i + 1));
+        if (syllable < first_hangul_syllable || syllable > last_hangul_syllable)
+            continue;
+        add(syllable);
+        if (i + 2 < text_.size())
+            if (const UChar32 full = composition().composePair(syllable, at(i + 2)); full >= 0)
+                add(full);
+    }
+    std::sort(variants_.begin(), variants_.end(),
+              [](const Variant& a, const Variant& b) { return a.character < b.character; });
+}
+
+FoldedCharacter FoldedKeyword::folded(char32_t c) const
+{
+    if (c == 'I' && rules_.turkic)
+        return {{dotless_i}, 1};
+    if (c < 0x80)
+        return {{c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c}, 1};
+    const auto found = std::lower_bound(
+        variants_.begin(), variants_.end(), c,
+        [](const Variant& variant, char32_t character) { return variant.character < character; });
+    if (found != variants_.end() && found->character == c)
+        return found->folded;
+    return {{c}, 1};
+}
+
+bool FoldedKeyword::may_provide(const FoldedCharacter& folded, std::size_t index) const
+{
+    for (std::size_t i = 0; i < folded.size; ++i)
+        if (folded.characters[i] == text_[index] &&
+            fits(folded, static_cast<std::ptrdiff_t>(index) - static_cast<std::ptrdiff_t>(i)))
+            return true;
+    return false;
+}
+
+/// Whether `folded` may stand at `index` and after it, or before the keyword where that is
+/// negative. Marks may stand in another order than in the text, and with others among them.
+bool FoldedKeyword::fits(const FoldedCharacter& folded, std::ptrdiff_t index) const
+{
+    for (std::size_t i = 0; i < folded.size; ++i, ++index) {
+        const char32_t c = folded.characters[i];
+        if (index < 0)
+            continue;
+        const auto place = static_cast<std::size_t>(index);
+        if (place == text_.size())
+            return orv::begins_composed(c);
+        if (c == text_[place])
+            continue;
+        return !begins_[place] &&
+               std::all_of(folded.begin() + i, folded.end(), [this](char32_t mark) {
+                   return orv::begins_composed(mark) || text_.find(mark) != std::u32string::npos;
+               });
+    }
+    return true;
+}
+
+FoldedKeyword::Verdict FoldedKeyword::verdict(std::string_view text, std::size_t at,
+                                              std::size_t index) const
+{
+    if (!begins_character(text, at))
+        return Verdict::no;
+    const FoldedCharacter first = folded(code_point(text, at, character_at(text, at).code_point));
+    Verdict result = Verdict::no;
+    for (std::size_t i = 0; i < first.size && result != Verdict::yes; ++i) {
+        if (first.characters[i] != text_[index])
+            continue;
+        const auto begin = static_cast<std::ptrdiff_t>(index) - static_cast<std::ptrdiff_t>(i);
+        result = std::max(result, std::min(forward(text, at, begin), backward(text, at, begin)));
+    }
+    return result;
+}
+
+bool FoldedKeyword::stands_in_folded(std::string_view text) const
+{
+    if (folded_.empty())
+        return false;
+    const std::u16string whole = orv::folded(text, rules_);
+    for (std::size_t at = whole.find(folded_); at != std::u16string::npos;
+         at = whole.find(folded_, at + 1)) {
+        const bool cuts_pair = at > 0 && U16_IS_LEAD(whole[at - 1]);
+        const std::size_t end = at + folded_.size();
+        if (!cuts_pair && (end == whole.size() || orv::begins_composed(code_point_at(whole, end))))
+            return true;
+    }
+    return false;
+}
+
+char32_t FoldedKeyword::code_point(std::string_view text, std::size_t at, int decoded) const
+{
+    constexpr char32_t stray_byte = 0xDC00;
+    if (decoded >= 0)
+        return static_cast<char32_t>(decoded);
+    return (rules_.stray_bytes_are_latin_1 ? 0 : stray_byte) + static_cast<unsigned char>(text[at]);
+}
+
+/// Whether what `c`, which ends at `end`, becomes depends on its neighbours: a mark may change
+/// places with others, and an i have its dot after it.
+bool FoldedKeyword::depends_on_neighbours(std::string_view text, char32_t c, std::size_t end) const
+{
+    return !orv::begins_composed(c) || (rules_.turkic && c == 'I' && end < text.size() &&
+                                        static_cast<unsigned char>(text[end]) >= 0x80);
+}
+
+/// What it means that another character stands in the place of that at `index`.
+FoldedKeyword::Verdict FoldedKeyword::mismatch(std::ptrdiff_t index) const
+{
+    return begins_[static_cast<std::size_t>(index)] ? Verdict::no : Verdict::unsure;
+}
+
+/// What it means that the keyword stands in front of `at`, or in front of the last part of the
+/// character there.
+FoldedKeyword::Verdict FoldedKeyword::ending(std::string_view text, std::size_t at) const
+{
+    if (at == text.size())
+        return Verdict::yes;
+    const char32_t next = code_point(text, at, character_at(text, at).code_point);
+    return orv::begins_composed(next) ? Verdict::yes : Verdict::unsure;
+}
+
+/// Whether the keyword from `index` on stands at `at`. Where `index` is negative, the keyword
+/// begins inside of what the character there becomes.
+FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t at,
+                                              std::ptrdiff_t index) const
+{
+    const auto size = static_cast<std::ptrdiff_t>(text_.size());
+    while (index < size) {
+        if (at == text.size())
+            return Verdict::no;
+        const Utf8Character character = character_at(text, at);
+        const char32_t c = code_point(text, at, character.code_point);
+        at = character.end;
+        if (depends_on_neighbours(text, c, at))
+            return Verdict::unsure;
+        for (const char32_t part : folded(c)) {
+            if (index == size)
+                return orv::begins_composed(part) ? ending(text, at) : Verdict::unsure;
+            if (index >= 0 && part != text_[static_cast<std::size_t>(index)])
+                return mismatch(index);
+            ++index;
+        }
+    }
+    return ending(text, at);
+}
+
+/// Whether the keyword up to `index` stands before `at`.
+FoldedKeyword::Verdict FoldedKeyword::backward(std::string_view text, std::size_t at,
+                                               std::ptrdiff_t index) const
+{
+    while (index > 0) {
+        if (at == 0)
+            return Verdict::no;
+        const Utf8Character character = character_before(text, at);
+        at = character.begin;
+        const char32_t c = code_point(text, at, character.code_point);
+        if (depends_on_neighbours(text, c, character.end))
+            return Verdict::unsure;
+        const FoldedCharacter parts = folded(c);
+        for (std::size_t i = parts.size; i-- > 0 && index > 0; --index)
+            if (parts.characters[i] != text_[static_cast<std::size_t>(index - 1)])
+                return mismatch(index - 1);
+    }
+    return Verdict::yes;
+}
+
+} // namespace orv
