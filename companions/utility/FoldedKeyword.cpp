@@ -90,7 +90,8 @@ FoldedKeyword::FoldedKeyword(std::string_view keyword, FoldingRules rules)
 {
     for (const char32_t c : text_)
         begins_.push_back(orv::begins_composed(c));
-    find_variants();
+    if (!text_.empty())
+        find_variants();
 }
 
 void FoldedKeyword::find_variants()

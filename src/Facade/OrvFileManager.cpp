@@ -12,6 +12,7 @@
 #include "Operations/NewFolderOpr.hpp"
 #include "Operations/RenameOpr.hpp"
 #include "Operations/ReserveFileUrlOpr.hpp"
+#include "Operations/SearchItemsOpr.hpp"
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/UnzipOpr.hpp"
 #include "Operations/UrlLocker.hpp"
@@ -230,6 +231,16 @@ void OrvFileManager::release_file_url(
     const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket)
 {
     orv::release_file_url(*reservation_ticket);
+}
+
+std::shared_ptr<SearchItemsOperation>
+OrvFileManager::search_items(Url inside, std::string keyword, bool recursive,
+                             bool include_hidden_files,
+                             std::vector<SearchItemsOperation::Criteria> criterias,
+                             SearchItemsOperation::StatusClosure status_closure)
+{
+    return orv::search_items(std::move(inside), std::move(keyword), recursive, include_hidden_files,
+                             std::move(criterias), std::move(status_closure));
 }
 
 bool OrvFileManager::sync_delete_item(const Url& at)

@@ -5,8 +5,7 @@
 #include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/Request.hpp"
-#include "Tool/Tool.hpp"
-#include "Tool/TreeWalk.hpp"
+#include "Tool/WalkedFolder.hpp"
 
 #include <limits>
 
@@ -31,13 +30,6 @@ void check_is_measurable(const Url& url)
 {
     check_is_folder(url, place("No item exists at given url."),
                     place("Given url must point to a folder."));
-}
-
-TreeWalk opened_walk(const Url& url)
-try {
-    return TreeWalk(url);
-} catch (const Error& error) {
-    throw enumerator_error(error);
 }
 
 std::int64_t sum_of(TreeWalk& walk, FunctionRef<void()> check_cancelled)
@@ -79,7 +71,7 @@ calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure)
         [url =
              std::move(url)](Request<FolderSizeOperation>& request) -> FolderSizeOperation::Status {
             check_is_measurable(url);
-            TreeWalk walk = opened_walk(url);
+            TreeWalk walk = item_walk(url, {});
             return FolderSizeOperation::success{sum_of(walk, [&] { request.check_cancelled(); })};
         });
 }

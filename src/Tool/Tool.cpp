@@ -1,11 +1,10 @@
 #include "Tool/Tool.hpp"
 
-#include "Misc/ItemFacts.hpp"
 #include "Tool/NoReplaceRename.hpp"
 #include "Tool/Place.hpp"
 #include "Tool/RemoveTree.hpp"
-#include "Tool/TreeWalk.hpp"
 #include "Tool/VolumeMove.hpp"
+#include "Tool/WalkedFolder.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -67,25 +66,6 @@ try {
     throw move_error(error);
 }
 
-/// What the items have in common that lie where `walk` is; `resolved_root` is its root with links
-/// resolved.
-ItemFolder item_folder(const TreeWalk& walk, const Url& resolved_root)
-{
-    ItemFolder folder;
-    folder.url = walk.folder_path();
-    folder.relative_path = walk.relative_folder_path();
-    folder.resolved_url = resolved_root.appending(folder.relative_path);
-    folder.level = walk.level();
-    return folder;
-}
-
-TreeWalk opened_walk(const Url& root, const TreeWalkOptions& options)
-try {
-    return TreeWalk(root, options);
-} catch (const Error& error) {
-    throw enumerator_error(error);
-}
-
 } // namespace
 
 const Tool& Tool::singleton()
@@ -136,7 +116,7 @@ void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
     options.recursive = recursive;
     options.recursion_depth = recursion_depth;
     options.include_hidden_files = include_hidden_files;
-    TreeWalk walk = opened_walk(root, options);
+    TreeWalk walk = item_walk(root, options);
     const Url resolved_root = root.resolving_symlinks();
     std::optional<ItemFolder> folder;
     for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next()) {

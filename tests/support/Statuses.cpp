@@ -13,6 +13,13 @@ std::string two_decimals(float value)
     return text.data();
 }
 
+std::string named(std::string text, const std::vector<FileItem>& items)
+{
+    for (const FileItem& item : items)
+        text += " " + item.relative_path;
+    return text;
+}
+
 } // namespace
 
 std::string text_of(const status::success&)
@@ -71,10 +78,17 @@ std::string text_of(const FolderSizeOperation::success& status)
 
 std::string text_of(const FetchItemsOperation::success& status)
 {
-    std::string text = "success";
-    for (const FileItem& item : status.content)
-        text += " " + item.relative_path;
-    return text;
+    return named("success", status.content);
+}
+
+std::string text_of(const SearchItemsOperation::currently_fetched& status)
+{
+    return named("fetched", status.items);
+}
+
+std::string text_of(const SearchItemsOperation::completed& status)
+{
+    return named("completed", status.all_items);
 }
 
 std::string text_of(const ReserveFileUrlOpr::success& status)

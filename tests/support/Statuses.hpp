@@ -23,6 +23,8 @@ namespace orv::test {
 [[nodiscard]] std::string text_of(const FolderSizeOperation::success& status);
 [[nodiscard]] std::string text_of(const FetchItemsOperation::success& status);
 [[nodiscard]] std::string text_of(const ReserveFileUrlOpr::success& status);
+[[nodiscard]] std::string text_of(const SearchItemsOperation::currently_fetched& status);
+[[nodiscard]] std::string text_of(const SearchItemsOperation::completed& status);
 
 template <class... Cases>
 std::string text_of(const std::variant<Cases...>& status)
@@ -44,7 +46,8 @@ template <class... Cases>
 bool is_final(const std::variant<Cases...>& status)
 {
     const std::string text = text_of(status);
-    return !text.starts_with("progress ") && !text.starts_with("conflict ") && text != "preparing";
+    return !text.starts_with("progress ") && !text.starts_with("conflict ") &&
+           !text.starts_with("fetched") && text != "preparing";
 }
 
 /// Answers the question, if the status is one.

@@ -13,6 +13,7 @@
 #include <orv/Operations/NewFolderOpr.hpp>
 #include <orv/Operations/RenameOpr.hpp>
 #include <orv/Operations/ReserveFileUrlOpr.hpp>
+#include <orv/Operations/SearchItemsOpr.hpp>
 #include <orv/Operations/SnglCopyOpr.hpp>
 #include <orv/Operations/UnzipOpr.hpp>
 #include <orv/Operations/ZipOpr.hpp>
@@ -149,6 +150,13 @@ public:
 
     /// Ends a reservation; one that was ended stays so.
     void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
+
+    /// Searches the folder `inside` or, with `recursive`, the whole tree below it for items that
+    /// contain `keyword` where one of `criterias` says.
+    std::shared_ptr<SearchItemsOperation>
+    search_items(Url inside, std::string keyword, bool recursive, bool include_hidden_files,
+                 std::vector<SearchItemsOperation::Criteria> criterias,
+                 SearchItemsOperation::StatusClosure status_closure);
 
     /// Deletes the item and says whether it is gone. Its attributes stay stored. False for "/", and
     /// for an item that a request holds.

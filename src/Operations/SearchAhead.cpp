@@ -1,0 +1,297 @@
+#include "Operations/SearchAhead.hpp"
+
+#include "utility/ContentSearch.hpp"
+#include "utility/WorkerPool.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+constexpr std::size_t max_items = 64;
+/// Less is read sooner than a sleeping thread wakes up.
+constexpr std::size_t worth_another_thread = 64 * 1024;
+constexpr auto longest_wait = std::chrono::milliseconds(100);
+
+struct Job {
+    enum class State { waiting, in_work, done };
+
+    SearchedItem item;
+    State state = State::waiting;
+    std::exception_ptr error = {};
+
+    /// How much work it is, in bytes.
+    [[nodiscard]] std::size_t weight() const
+    {
+        constexpr std::uint64_t opening = 4096;
+        return static_cast<std::size_t>(
+            opening + std::min<std::uint64_t>(item.facts.stx_size, worth_another_thread));
+    }
+};
+
+Error error_of(const SearchedItem& item, int code)
+{
+    return platform_error(code, item.folder->items.url.appending(item.name));
+}
+
+/// The file, opened; none when it is no regular one any more or cannot be opened.
+FileDescriptor opened(const SearchedItem& item)
+{
+    FileDescriptor file(::openat(item.folder->descriptor.get(), item.name.c_str(),
+                                 O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file && (errno == EMFILE || errno == ENFILE || errno == ENOMEM))
+        throw error_of(item, errno);
+    return file;
+}
+
+/// Reads a file to its end, as far as that can be read.
+class FileInput {
+public:
+    /// `size` is what the file is said to have. One of which nothing is said is read until nothing
+    /// more comes.
+    FileInput(int file, std::size_t size) : file_(file), left_(size), is_size_known_(size > 0) {}
+
+    std::size_t read(char* to, std::size_t size)
+    {
+        if (is_size_known_ && left_ == 0)
+            return 0;
+        ssize_t count = 0;
+        do
+            count = ::read(file_, to, size);
+        while (count < 0 && errno == EINTR);
+        const std::size_t got = count > 0 ? static_cast<std::size_t>(count) : 0;
+        left_ -= std::min(left_, got);
+        return got;
+    }
+
+private:
+    int file_;
+    std::size_t left_;
+    bool is_size_known_;
+};
+
+/// `check` is called before each piece is read; what it throws ends the search.
+bool is_found(const SearchedItem& item, ContentSearch& search, FunctionRef<void()> check)
+{
+    const FileDescriptor file = opened(item);
+    struct stat facts {};
+    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode))
+        return false;
+    FileInput input(file.get(), static_cast<std::size_t>(facts.st_size));
+    return search.found_in([&](char* to, std::size_t size) {
+        check();
+        return input.read(to, size);
+    });
+}
+
+} // namespace
+
+/// What all threads work on. It outlives the request's side as long as the others need it.
+class SearchAhead::Shop : public std::enable_shared_from_this<SearchAhead::Shop> {
+public:
+    Shop(TextSearch search, FunctionRef<void()> meanwhile)
+        : search_(std::move(search)), meanwhile_(meanwhile), own_(search_)
+    {
+    }
+
+    // Only the calling thread adds and takes, so their number is no secret to it.
+    [[nodiscard]] std::size_t count() const { return jobs_.size(); }
+
+    [[nodiscard]] bool is_first_done()
+    {
+        const std::lock_guard lock(mutex_);
+        return jobs_.front().state == Job::State::done;
+    }
+
+    void add(SearchedItem item)
+    {
+        const std::lock_guard lock(mutex_);
+        const bool is_done = item.is_found;
+        jobs_.push_back({std::move(item), is_done ? Job::State::done : Job::State::waiting});
+        if (is_done)
+            return;
+        waiting_.push_back(&jobs_.back());
+        waiting_weight_ += jobs_.back().weight();
+        call_helper();
+    }
+
+    SearchedItem take()
+    {
+        std::unique_lock lock(mutex_);
+        while (jobs_.front().state != Job::State::done) {
+            if (Job* job = next_waiting()) {
+                call_helper();
+                work_on(*job, own_, meanwhile_, lock);
+                if (job->error)
+                    std::rethrow_exception(job->error);
+            } else {
+                wait(lock);
+            }
+        }
+        Job job = std::move(jobs_.front());
+        jobs_.pop_front();
+        lock.unlock();
+        if (job.error)
+            std::rethrow_exception(job.error);
+        return std::move(job.item);
+    }
+
+    /// No job is begun any more; those that others have in work are given up and waited for.
+    void close()
+    {
+        closed_ = true;
+        std::unique_lock lock(mutex_);
+        worth_waking_.notify_all();
+        job_done_.wait(lock, [this] { return in_work_ == 0; });
+        jobs_.clear();
+    }
+
+private:
+    void wait(std::unique_lock<std::mutex>& lock)
+    {
+        job_done_.wait_for(lock, longest_wait);
+        lock.unlock();
+        meanwhile_();
+        lock.lock();
+    }
+
+    void call_helper()
+    {
+        if (waiting_weight_ < worth_another_thread)
+            return;
+        if (sleeping_ > 0)
+            worth_waking_.notify_one();
+        else if (helpers_ < max_helpers_)
+            start_helper();
+    }
+
+    void start_helper()
+    {
+        ++helpers_;
+        bg_async([self = shared_from_this()] { self->help(); });
+    }
+
+    void help()
+    {
+        ContentSearch search(search_);
+        std::unique_lock lock(mutex_);
+        while (!closed_) {
+            if (Job* job = next_waiting())
+                work_on(
+                    *job, search, [this] { check_open(); }, lock);
+            else
+                sleep(lock);
+        }
+    }
+
+    void sleep(std::unique_lock<std::mutex>& lock)
+    {
+        ++sleeping_;
+        {
+            const WorkerPool::Blocked blocked;
+            worth_waking_.wait(
+                lock, [this] { return closed_ || waiting_weight_ >= worth_another_thread; });
+        }
+        --sleeping_;
+    }
+
+    void check_open() const
+    {
+        if (closed_)
+            throw Exception();
+    }
+
+    Job* next_waiting()
+    {
+        if (waiting_.empty() || closed_)
+            return nullptr;
+        Job* job = waiting_.front();
+        waiting_.pop_front();
+        waiting_weight_ -= job->weight();
+        return job;
+    }
+
+    void work_on(Job& job, ContentSearch& search, FunctionRef<void()> check,
+                 std::unique_lock<std::mutex>& lock)
+    {
+        job.state = Job::State::in_work;
+        ++in_work_;
+        lock.unlock();
+        try {
+            job.item.is_found = is_found(job.item, search, check);
+        } catch (...) {
+            job.error = std::current_exception();
+        }
+        lock.lock();
+        job.state = Job::State::done;
+        --in_work_;
+        job_done_.notify_one();
+    }
+
+    const TextSearch search_;
+    FunctionRef<void()> meanwhile_;
+    ContentSearch own_; // of the calling thread
+    const std::size_t max_helpers_ = std::max(1U, std::thread::hardware_concurrency()) - 1;
+
+    std::mutex mutex_;
+    std::condition_variable worth_waking_; // for the helpers
+    std::condition_variable job_done_;     // for the calling thread
+    std::deque<Job> jobs_; // a deque: growing and shrinking at its ends moves no job
+    std::deque<Job*> waiting_;
+    std::size_t waiting_weight_ = 0;
+    std::size_t in_work_ = 0;
+    std::size_t helpers_ = 0;
+    std::size_t sleeping_ = 0;
+    std::atomic<bool> closed_ = false;
+};
+
+SearchAhead::SearchAhead(TextSearch search, FunctionRef<void()> meanwhile)
+    : shop_(std::make_shared<Shop>(std::move(search), meanwhile))
+{
+}
+
+SearchAhead::~SearchAhead()
+{
+    shop_->close();
+}
+
+bool SearchAhead::is_empty() const
+{
+    return shop_->count() == 0;
+}
+
+bool SearchAhead::is_full() const
+{
+    return shop_->count() >= max_items;
+}
+
+bool SearchAhead::is_first_done() const
+{
+    return shop_->is_first_done();
+}
+
+void SearchAhead::add(SearchedItem item)
+{
+    shop_->add(std::move(item));
+}
+
+SearchedItem SearchAhead::take()
+{
+    return shop_->take();
+}
+
+} // namespace orv

@@ -1,0 +1,24 @@
+#include "Tool/WalkedFolder.hpp"
+
+#include "Tool/Tool.hpp"
+
+namespace orv {
+
+ItemFolder item_folder(const TreeWalk& walk, const Url& resolved_root)
+{
+    ItemFolder folder;
+    folder.url = walk.folder_path();
+    folder.relative_path = walk.relative_folder_path();
+    folder.resolved_url = resolved_root.appending(folder.relative_path);
+    folder.level = walk.level();
+    return folder;
+}
+
+TreeWalk item_walk(const Url& root, const TreeWalkOptions& options)
+try {
+    return TreeWalk(root, options);
+} catch (const Error& error) {
+    throw enumerator_error(error);
+}
+
+} // namespace orv
