@@ -3,6 +3,7 @@
 #include "Operations/CopyOpr.hpp"
 #include "Operations/DataToFileOpr.hpp"
 #include "Operations/DeleteOpr.hpp"
+#include "Operations/FetchByAttrOpr.hpp"
 #include "Operations/FetchItemsOpr.hpp"
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/MoveOpr.hpp"
@@ -231,6 +232,14 @@ void OrvFileManager::release_file_url(
     const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket)
 {
     orv::release_file_url(*reservation_ticket);
+}
+
+std::shared_ptr<FetchByAttrOperation>
+OrvFileManager::fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
+                                         std::optional<SortType> sort,
+                                         FetchByAttrOperation::StatusClosure status_closure)
+{
+    return orv::fetch_items_by_attribute(attribute, sort, std::move(status_closure));
 }
 
 std::shared_ptr<SearchItemsOperation>

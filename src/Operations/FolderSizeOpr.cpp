@@ -5,6 +5,7 @@
 #include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/Request.hpp"
+#include "Tool/Tool.hpp"
 #include "Tool/WalkedFolder.hpp"
 
 #include <limits>

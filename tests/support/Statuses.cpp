@@ -81,6 +81,14 @@ std::string text_of(const FetchItemsOperation::success& status)
     return named("success", status.content);
 }
 
+std::string text_of(const FetchByAttrOperation::success& status)
+{
+    std::string text = "success";
+    for (const FileItem& item : status.content)
+        text += " " + item.name;
+    return text;
+}
+
 std::string text_of(const SearchItemsOperation::currently_fetched& status)
 {
     return named("fetched", status.items);

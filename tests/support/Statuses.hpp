@@ -23,6 +23,7 @@ namespace orv::test {
 [[nodiscard]] std::string text_of(const FolderSizeOperation::success& status);
 [[nodiscard]] std::string text_of(const FetchItemsOperation::success& status);
 [[nodiscard]] std::string text_of(const ReserveFileUrlOpr::success& status);
+[[nodiscard]] std::string text_of(const FetchByAttrOperation::success& status);
 [[nodiscard]] std::string text_of(const SearchItemsOperation::currently_fetched& status);
 [[nodiscard]] std::string text_of(const SearchItemsOperation::completed& status);
 

@@ -4,6 +4,7 @@
 #include <orv/Operations/CopyOpr.hpp>
 #include <orv/Operations/DataToFileOpr.hpp>
 #include <orv/Operations/DeleteOpr.hpp>
+#include <orv/Operations/FetchByAttrOpr.hpp>
 #include <orv/Operations/FetchItemsOpr.hpp>
 #include <orv/Operations/FolderSizeOpr.hpp>
 #include <orv/Operations/MoveOpr.hpp>
@@ -150,6 +151,13 @@ public:
 
     /// Ends a reservation; one that was ended stays so.
     void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
+
+    /// Lists all items whose stored attributes include `attribute`, in no particular order without
+    /// `sort`.
+    std::shared_ptr<FetchByAttrOperation>
+    fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
+                             std::optional<SortType> sort,
+                             FetchByAttrOperation::StatusClosure status_closure);
 
     /// Searches the folder `inside` or, with `recursive`, the whole tree below it for items that
     /// contain `keyword` where one of `criterias` says.

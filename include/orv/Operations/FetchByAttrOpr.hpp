@@ -1,0 +1,30 @@
+#pragma once
+
+#include <orv/Misc/FileItem.hpp>
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+
+#include <functional>
+#include <variant>
+#include <vector>
+
+namespace orv {
+
+/// The listing of all items that carry an attribute, wherever they lie.
+///
+/// It cannot be cancelled. An item that was deleted outside of the library while its attributes
+/// are still stored makes it fail.
+class FetchByAttrOperation final : public OrvOperation {
+public:
+    enum class Attribute { is_protected };
+
+    struct success {
+        std::vector<FileItem> content;
+    };
+
+    using Status = std::variant<success, status::error>;
+    /// Is given the status for good, so that a long list need not be copied.
+    using StatusClosure = std::function<void(Status)>;
+};
+
+} // namespace orv

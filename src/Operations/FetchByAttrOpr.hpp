@@ -1,0 +1,15 @@
+#pragma once
+
+#include <orv/Operations/FetchByAttrOpr.hpp>
+
+#include <memory>
+#include <optional>
+
+namespace orv {
+
+/// Starts the listing of the items that carry `attribute`.
+std::shared_ptr<FetchByAttrOperation>
+fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute, std::optional<SortType> sort,
+                         FetchByAttrOperation::StatusClosure status_closure);
+
+} // namespace orv
