@@ -94,20 +94,6 @@ std::string check_home(const std::string& folder)
     return folder.empty() ? "an empty path is no folder" : "";
 }
 
-/// The parser reads an argument in brackets as a list, and "++" as the end of a command; as paths,
-/// they mean the same with "./" before them.
-std::string literal(std::string_view argument)
-{
-    const bool is_list = argument.starts_with('[') && argument.ends_with(']');
-    return std::string(is_list || argument == "++" ? "./" : "").append(argument);
-}
-
-/// The name that `literal` may have made a path.
-std::string without_current_folder(const std::string& name)
-{
-    return name.starts_with("./") ? name.substr(2) : name;
-}
-
 /// The parser, and the values that it fills in.
 class Parser {
 public:
@@ -120,6 +106,8 @@ public:
                     "A name that begins with a dash is given after \"--\".");
         add_global_options();
         add_list();
+        add_find();
+        add_protected();
         add_folder_size();
         add_copy();
         add_move();
@@ -132,6 +120,8 @@ public:
 
     std::variant<Invocation, Reply> parse(std::vector<std::string> arguments)
     {
+        std::transform(arguments.begin(), arguments.end(), arguments.begin(),
+                       [this](const std::string& argument) { return literal(argument); });
         try {
             std::reverse(arguments.begin(), arguments.end());
             app_.parse(std::move(arguments));
@@ -167,7 +157,12 @@ private:
         command->add_option("DIR", list_.folder, "The folder")->type_name("")->required();
         command->add_flag("-r,--recursive", list_.recursive, "List the whole tree");
         command->add_flag("-a,--all", list_.all, "List hidden items, too");
-        add_sorting(*command);
+        auto* sort =
+            add_sorting(*command, "Sort by this; default: as the folder is kept, or by name");
+        command
+            ->add_flag("--remember", list_.remember,
+                       "Keep the choice with the folder, if attributes of it are stored")
+            ->needs(sort);
         auto* details =
             command->add_flag("-l,--long", list_details_, "Mode, size, date, name and attributes");
         command->add_flag("--json", list_json_, "Everything that is known, as an array")
@@ -175,7 +170,7 @@ private:
         command->callback([this] { command_ = list_command(); });
     }
 
-    void add_sorting(CLI::App& command)
+    CLI::Option* add_sorting(CLI::App& command, const std::string& help)
     {
         auto* sort = command.add_option_function<std::string>(
             "--sort",
@@ -183,26 +178,61 @@ private:
                 take_word<SortKey>("--sort", word, sort_words(),
                                    [this](SortKey key) { sort_key_ = key; });
             },
-            "Sort by this; default: as the folder is kept, or by name");
+            help);
         sort->type_name("name|size|date|ext|folders|custom");
         command.add_flag("--desc", descending_, "Sort the other way round");
-        command
-            .add_flag("--remember", list_.remember,
-                      "Keep the choice with the folder, if attributes of it are stored")
-            ->needs(sort);
+        return sort;
+    }
+
+    std::optional<SortType> chosen_sort() const
+    {
+        if (!descending_ && !sort_key_)
+            return std::nullopt;
+        return sort_type(sort_key_.value_or(SortKey::name),
+                         descending_ ? SortOrder::desc : SortOrder::asc);
     }
 
     ListCommand list_command() const
     {
         ListCommand command = list_;
-        if (descending_ || sort_key_)
-            command.sort = sort_type(sort_key_.value_or(SortKey::name),
-                                     descending_ ? SortOrder::desc : SortOrder::asc);
+        command.sort = chosen_sort();
         if (list_details_)
             command.form = ListCommand::Form::details;
         if (list_json_)
             command.form = ListCommand::Form::json;
         return command;
+    }
+
+    void add_find()
+    {
+        CLI::App* command =
+            app_.add_subcommand("find", "Find the items in a folder whose names contain a keyword");
+        command->add_option("DIR", find_.folder, "The folder")->type_name("")->required();
+        command->add_option("KEYWORD", find_.keyword, "What to look for; case does not count")
+            ->type_name("")
+            ->required();
+        command->add_flag("--content", find_.in_contents,
+                          "Find files whose text contains the keyword, too");
+        command->add_flag("-r,--recursive", find_.recursive, "Search the whole tree");
+        command->add_flag("-a,--all", find_.all, "Search hidden items, too");
+        command->add_flag("--json", find_.json, "Everything that is known, as an array");
+        command->footer("Each item is told as it is found, by the way to it from DIR.");
+        command->callback([this] {
+            find_.keyword = as_typed(find_.keyword);
+            command_ = find_;
+        });
+    }
+
+    void add_protected()
+    {
+        CLI::App* command =
+            app_.add_subcommand("protected", "List all protected items, wherever they lie");
+        add_sorting(*command, "Sort by this; default: by name");
+        command->add_flag("--json", protected_.json, "Everything that is known, as an array");
+        command->callback([this] {
+            protected_.sort = chosen_sort();
+            command_ = protected_;
+        });
     }
 
     void add_folder_size()
@@ -245,7 +275,7 @@ private:
             ->required();
         command->footer("Attributes follow. Of a symbolic link, the link itself is renamed.");
         command->callback([this] {
-            rename_.new_name = without_current_folder(rename_.new_name);
+            rename_.new_name = as_typed(rename_.new_name);
             command_ = rename_;
         });
     }
@@ -356,6 +386,25 @@ private:
         });
     }
 
+    /// The parser reads an argument in brackets as a list, and "++" as the end of a command; as
+    /// paths, they mean the same with "./" before them.
+    std::string literal(const std::string& argument)
+    {
+        const bool is_list = argument.starts_with('[') && argument.ends_with(']');
+        if (!is_list && argument != "++")
+            return argument;
+        std::string path = "./" + argument;
+        typed_[path] = argument;
+        return path;
+    }
+
+    /// Of an argument that is no path, what it was.
+    std::string as_typed(const std::string& argument) const
+    {
+        const auto found = typed_.find(argument);
+        return found == typed_.end() ? argument : found->second;
+    }
+
     /// The innermost command that was named.
     const CLI::App& parsed_app() const
     {
@@ -374,7 +423,7 @@ private:
         return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
     }
 
-    CLI::App app_{"Lists, measures, copies, moves, writes and deletes files, and keeps "
+    CLI::App app_{"Lists, finds, measures, copies, moves, writes and deletes files, and keeps "
                   "their attributes.",
                   "orv"};
     GlobalOptions options_;
@@ -383,6 +432,8 @@ private:
     bool descending_ = false;
     bool list_details_ = false;
     bool list_json_ = false;
+    FindCommand find_;
+    ProtectedCommand protected_;
     FolderSizeCommand folder_size_;
     CopyCommand copy_;
     MoveCommand move_;
@@ -393,6 +444,7 @@ private:
     GetAttributesCommand get_attributes_;
     SetAttributesCommand set_attributes_;
     std::optional<Command> command_;
+    std::map<std::string, std::string> typed_; // by what was made of it
 };
 
 } // namespace
@@ -401,7 +453,7 @@ std::variant<Invocation, Reply> parse_command_line(int argc, const char* const* 
 {
     std::vector<std::string> arguments;
     for (int i = 1; i < argc; ++i)
-        arguments.push_back(literal(argv[i]));
+        arguments.emplace_back(argv[i]);
     return Parser().parse(std::move(arguments));
 }
 

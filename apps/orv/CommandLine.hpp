@@ -27,6 +27,20 @@ struct ListCommand {
     enum class Form { names, details, json } form = Form::names;
 };
 
+struct FindCommand {
+    std::string folder;
+    std::string keyword;
+    bool in_contents = false; ///< besides names
+    bool recursive = false;
+    bool all = false;
+    bool json = false;
+};
+
+struct ProtectedCommand {
+    std::optional<SortType> sort;
+    bool json = false;
+};
+
 struct FolderSizeCommand {
     std::string folder;
 };
@@ -78,9 +92,9 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command = std::variant<ListCommand, FolderSizeCommand, CopyCommand, MoveCommand,
-                             RenameCommand, WriteCommand, RemoveCommand, MakeFolderCommand,
-                             GetAttributesCommand, SetAttributesCommand>;
+using Command = std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand,
+                             CopyCommand, MoveCommand, RenameCommand, WriteCommand, RemoveCommand,
+                             MakeFolderCommand, GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

@@ -16,6 +16,8 @@ struct Surroundings {
 /// Threading: main thread.
 /// Errors: `Error` when it could not be done, `Interrupted`, and those of `LargeOutput`.
 void run(const ListCommand& command, const Surroundings& surroundings);
+void run(const FindCommand& command, const Surroundings& surroundings);
+void run(const ProtectedCommand& command, const Surroundings& surroundings);
 void run(const FolderSizeCommand& command, const Surroundings& surroundings);
 void run(const CopyCommand& command, const Surroundings& surroundings);
 void run(const MoveCommand& command, const Surroundings& surroundings);

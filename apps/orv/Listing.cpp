@@ -115,13 +115,6 @@ std::string details(const FileItem& item, std::size_t size_width, const Names& s
     return line;
 }
 
-void write_names(LargeOutput& output, const std::vector<FileItem>& items)
-{
-    const Names shown;
-    for (const FileItem& item : items)
-        output.write(shown(name_of(item)) + "\n");
-}
-
 void write_details(LargeOutput& output, const std::vector<FileItem>& items)
 {
     const Names shown;
@@ -130,15 +123,11 @@ void write_details(LargeOutput& output, const std::vector<FileItem>& items)
         output.write(details(item, size_width, shown) + "\n");
 }
 
-void write_json(LargeOutput& output, const std::vector<FileItem>& items)
+void write_all(LargeOutput& output, const std::vector<FileItem>& items, ItemStream::Form form)
 {
-    std::string_view separator = "[";
-    for (const FileItem& item : items) {
-        output.write(separator);
-        output.write(json(item));
-        separator = ",\n";
-    }
-    output.write(items.empty() ? "[]\n" : "]\n");
+    ItemStream stream(output, form);
+    stream.write(items);
+    stream.finish();
 }
 
 } // namespace
@@ -147,12 +136,31 @@ void write_listing(LargeOutput& output, const std::vector<FileItem>& items, List
 {
     switch (form) {
     case ListCommand::Form::names:
-        return write_names(output, items);
+        return write_all(output, items, ItemStream::Form::ways);
     case ListCommand::Form::details:
         return write_details(output, items);
     case ListCommand::Form::json:
-        return write_json(output, items);
+        return write_all(output, items, ItemStream::Form::json);
     }
+}
+
+void ItemStream::write(std::span<const FileItem> items)
+{
+    const Names shown;
+    for (const FileItem& item : items) {
+        if (form_ == Form::json)
+            output_.write((is_empty_ ? "[" : ",\n") + json(item));
+        else
+            output_.write(shown(form_ == Form::paths ? item.url.path() : name_of(item)) + "\n");
+        is_empty_ = false;
+    }
+}
+
+void ItemStream::finish()
+{
+    if (form_ == Form::json)
+        output_.write(is_empty_ ? "[]\n" : "]\n");
+    output_.finish();
 }
 
 } // namespace orv::app

@@ -5,6 +5,7 @@
 
 #include <orv/Misc/FileItem.hpp>
 
+#include <span>
 #include <vector>
 
 namespace orv::app {
@@ -14,5 +15,25 @@ namespace orv::app {
 ///
 /// Errors: those of `output`.
 void write_listing(LargeOutput& output, const std::vector<FileItem>& items, ListCommand::Form form);
+
+/// Writes items in the same way, some at a time. JSON is one array in the end.
+///
+/// Errors: those of the output.
+class ItemStream {
+public:
+    enum class Form { ways, paths, json };
+
+    ItemStream(LargeOutput& output, Form form) : output_(output), form_(form) {}
+
+    void write(std::span<const FileItem> items);
+
+    /// To be called when all items were written; what is not finished is no valid JSON.
+    void finish();
+
+private:
+    LargeOutput& output_;
+    Form form_;
+    bool is_empty_ = true;
+};
 
 } // namespace orv::app
