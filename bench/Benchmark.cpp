@@ -76,6 +76,48 @@ Benchmark listing(std::string name, std::string title, const std::string& (Data:
             {{"find | sort", 0.8}}};
 }
 
+Benchmark name_search(const std::string& where)
+{
+    return {"find-names",
+            "Find names with a word: " + where,
+            Kind::read,
+            &Data::deep_tree,
+            {{"orv find", "", {"{orv}", "find", "-r", "-a", "{source}", "invoice 7"}},
+             {"fdfind", "fdfind", {"fdfind", "-u", "-F", "-i", "invoice 7", "{source}"}},
+             {"find -iname", "find", {"find", "{source}", "-iname", "*invoice 7*"}}},
+            {{"fdfind", 1.0}, {"find -iname", 1.0}}};
+}
+
+Benchmark content_search(std::string name, const Sizes& sizes, const std::string& keyword)
+{
+    const auto rg = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), "rg");
+        options.insert(options.end(), {"-uu", "-i", "-l", "-F", keyword, "{source}"});
+        return options;
+    };
+    const int files = sizes.text_folders * sizes.texts_per_folder;
+    return {std::move(name),
+            fmt::format("Find {} in {} texts of {} kB", keyword, files, sizes.text_bytes / 1000),
+            Kind::read,
+            &Data::texts,
+            {{"orv find", "", {"{orv}", "find", "-r", "-a", "--content", "{source}", keyword}},
+             {"rg -i -l", "rg", rg({})},
+             {"rg -j1 -i -l", "rg", rg({"-j1"})}},
+            {{"rg -i -l", 1.0}, {"rg -j1 -i -l", 1.0}}};
+}
+
+Benchmark sorted_names(const std::string& where)
+{
+    return {"sort-names",
+            "Names without regard to case: " + where,
+            Kind::read,
+            &Data::wide_folder,
+            {{"orv ls", "", {"{orv}", "ls", "-a", "--sort", "name", "{source}"}},
+             by_shell("find | sort -f", "find",
+                      R"(find "$1" -mindepth 1 -printf '%f\n' | sort -f)")},
+            {{"find | sort -f", 1.0}}};
+}
+
 Benchmark folder_size(std::string name, std::string title, const std::string& (Data::*source)())
 {
     return {std::move(name),
@@ -142,6 +184,10 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
     return {start(),
             listing("list-wide", "List by name: " + wide, &Data::wide_folder),
             listing("list-deep", "List by name: " + deep, &Data::deep_tree),
+            sorted_names(wide),
+            name_search(deep),
+            content_search("find-ascii", sizes, Data::rare_word),
+            content_search("find-umlauts", sizes, Data::rare_umlaut_word),
             folder_size("size-wide", "Size of " + wide, &Data::wide_folder),
             folder_size("size-deep", "Size of " + deep, &Data::deep_tree),
             small_tree(sizes),

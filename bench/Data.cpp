@@ -2,6 +2,10 @@
 
 #include "Files.hpp"
 
+#include <array>
+#include <random>
+#include <string_view>
+
 #include <fmt/format.h>
 
 namespace orv::bench {
@@ -27,6 +31,37 @@ void fill_with_names(const std::string& path, int count)
         make_sparse_file(folder.get(), file_name(i), i % 10'000);
 }
 
+/// Words of a language, the same ones in every run of the program.
+class RandomWords {
+public:
+    /// About `size` bytes of the language number `language`.
+    std::string text(std::size_t language, std::size_t size)
+    {
+        const auto& words = languages[language % languages.size()];
+        std::string text;
+        while (text.size() < size) {
+            text += words[random_() % words.size()];
+            text += random_() % 12 == 0 ? ".\n" : " ";
+        }
+        return text;
+    }
+
+private:
+    using Words = std::array<std::string_view, 24>;
+    static constexpr std::array<Words, 3> languages{
+        {{"the",   "of",   "and",  "folder", "needs",  "working", "between", "Sunday",
+          "under", "over", "with", "people", "thing",  "without", "letter",  "answer",
+          "large", "home", "each", "school", "number", "believe", "nothing", "weather"},
+         {"der",    "die",  "und",    "über",  "größer",  "Straße",  "möglich", "Sonntag",
+          "unter",  "mit",  "Träger", "Menge", "zwischen", "ohne",    "Antwort", "Wetter",
+          "schön",  "fünf", "Schule", "für",   "nichts",  "glauben", "Fläche",  "heißt"},
+         {"и",       "в",     "не",    "папка",  "большой", "между",   "воскресенье", "под",
+          "над",     "с",     "люди",  "вещь",   "без",     "письмо",  "ответ",       "дом",
+          "каждый",  "школа", "число", "верить", "ничего",  "погода",  "это",         "год"}}};
+
+    std::mt19937 random_;
+};
+
 } // namespace
 
 Sizes Sizes::quick()
@@ -37,6 +72,7 @@ Sizes Sizes::quick()
     sizes.wide_files = 1000;
     sizes.deep_chains = 2;
     sizes.folders_per_chain = 10;
+    sizes.text_folders = 2;
     return sizes;
 }
 
@@ -108,6 +144,26 @@ const std::string& Data::deep_tree()
         }
     }
     return deep_tree_;
+}
+
+const std::string& Data::texts()
+{
+    if (!texts_.empty())
+        return texts_;
+    texts_ = path_of("texts");
+    make_folder(texts_).reset();
+    RandomWords words;
+    for (int i = 0; i < sizes_.text_folders; ++i) {
+        const FileDescriptor folder = make_folder(fmt::format("{}/folder {}", texts_, i));
+        for (int j = 0; j < sizes_.texts_per_folder; ++j) {
+            std::string text = words.text(static_cast<std::size_t>(j),
+                                          static_cast<std::size_t>(sizes_.text_bytes));
+            if (j == 0)
+                text += fmt::format("{} {}\n", rare_word, rare_umlaut_word);
+            write_all(make_file(folder.get(), file_name(j)).get(), text);
+        }
+    }
+    return texts_;
 }
 
 } // namespace orv::bench

@@ -15,6 +15,9 @@ struct Sizes {
     int deep_chains = 100;
     int folders_per_chain = 50;
     int files_per_deep_folder = 19;
+    int text_folders = 100;
+    int texts_per_folder = 100;
+    int text_bytes = 30'000;
 
     /// Little enough for a test of the program itself.
     static Sizes quick();
@@ -37,6 +40,11 @@ public:
     const std::string& wide_folder();
     /// As many entries in chains of folders, one inside the other.
     const std::string& deep_tree();
+    /// Many texts in English, German and Russian. One in a hundred has the words `rare_word` and
+    /// `rare_umlaut_word`.
+    const std::string& texts();
+    static constexpr const char* rare_word = "Needlework";
+    static constexpr const char* rare_umlaut_word = "Übergrößenträger";
 
     [[nodiscard]] const Sizes& sizes() const { return sizes_; }
 
@@ -45,7 +53,7 @@ private:
 
     std::string folder_;
     Sizes sizes_;
-    std::string small_tree_, big_file_, sparse_file_, wide_folder_, deep_tree_;
+    std::string small_tree_, big_file_, sparse_file_, wide_folder_, deep_tree_, texts_;
 };
 
 } // namespace orv::bench

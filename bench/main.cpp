@@ -42,19 +42,26 @@ void add_options(CLI::App& app, Options& options, const std::vector<std::string>
     app.add_flag("--markdown", options.markdown, "Print a table for a web page");
 }
 
+constexpr std::int64_t block = 4096;
+
 /// What the given number of copies of the small tree needs, for each run of each tool.
 std::int64_t tree_bytes(const Sizes& sizes, int runs, int copies_per_run)
 {
-    constexpr std::int64_t block = 4096;
     const std::int64_t tree = block * sizes.small_folders * (sizes.files_per_small_folder + 1);
     return copies_per_run * (runs + 2) * tree;
+}
+
+std::int64_t texts_bytes(const Sizes& sizes)
+{
+    return (sizes.text_bytes + block) * sizes.text_folders * sizes.texts_per_folder;
 }
 
 /// What all that is measured may need at most.
 std::int64_t needed_bytes(const Sizes& sizes, int runs)
 {
     constexpr int copies_per_run = 12; // by five tools; to delete two, to move five
-    return 3 * sizes.big_file_bytes + tree_bytes(sizes, runs, copies_per_run);
+    return 3 * sizes.big_file_bytes + texts_bytes(sizes) +
+           tree_bytes(sizes, runs, copies_per_run);
 }
 
 void print(const std::string& text)
