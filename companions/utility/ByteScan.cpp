@@ -44,7 +44,8 @@ public:
             return step;
         std::array<unsigned char, step> hits{};
         std::memcpy(hits.data(), hits_.data(), step);
-        return static_cast<std::size_t>(std::find(hits.begin(), hits.end(), 0xFF) - hits.begin());
+        const void* hit = std::memchr(hits.data(), 0xFF, step);
+        return static_cast<std::size_t>(static_cast<const unsigned char*>(hit) - hits.data());
     }
 
 private:

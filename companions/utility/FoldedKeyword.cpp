@@ -77,6 +77,11 @@ std::optional<FoldedCharacter> folded_alone(UChar32 c, FoldingRules rules)
     return result;
 }
 
+char32_t lower_ascii(char32_t c)
+{
+    return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c;
+}
+
 } // namespace
 
 bool begins_composed(char32_t c)
@@ -126,7 +131,7 @@ FoldedCharacter FoldedKeyword::folded(char32_t c) const
     if (c == 'I' && rules_.turkic)
         return {{dotless_i}, 1};
     if (c < 0x80)
-        return {{c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c}, 1};
+        return {{lower_ascii(c)}, 1};
     const auto found = std::lower_bound(
         variants_.begin(), variants_.end(), c,
         [](const Variant& variant, char32_t character) { return variant.character < character; });
@@ -237,6 +242,14 @@ FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t
     while (index < size) {
         if (at == text.size())
             return Verdict::no;
+        const auto byte = static_cast<unsigned char>(text[at]);
+        if (byte < 0x80 && byte != 'I' && index >= 0) { // nearly always
+            if (lower_ascii(byte) != text_[static_cast<std::size_t>(index)])
+                return mismatch(index);
+            ++at;
+            ++index;
+            continue;
+        }
         const Utf8Character character = character_at(text, at);
         const char32_t c = code_point(text, at, character.code_point);
         at = character.end;

@@ -45,7 +45,7 @@ double frequency(const Byte& byte)
     if (byte.mask == any_byte.mask)
         return 1000;
     if (byte.is_high())
-        return byte == high_byte ? 100 : 30;
+        return byte == high_byte ? 100 : 10;
     if (byte.value == ' ')
         return 150;
     const std::size_t letter = letters.find(static_cast<char>(byte.value | 0x20));
@@ -170,7 +170,7 @@ double cost_of(const std::vector<AnchorForm>& forms)
 {
     double cost = 0;
     for (const AnchorForm& form : forms)
-        cost += frequency(form.bytes.first) * frequency(form.bytes.second) + 300;
+        cost += frequency(form.bytes.first) * frequency(form.bytes.second) + 100;
     return cost;
 }
 

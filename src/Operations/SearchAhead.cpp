@@ -23,8 +23,8 @@ namespace orv {
 namespace {
 
 constexpr std::size_t max_items = 64;
-/// Less is read sooner than a sleeping thread wakes up.
-constexpr std::size_t worth_another_thread = 64 * 1024;
+// Fewer files are read sooner than a sleeping thread wakes up, unless they are large.
+constexpr std::size_t worth_another_thread = 3;
 constexpr auto longest_wait = std::chrono::milliseconds(100);
 
 struct Job {
@@ -33,14 +33,6 @@ struct Job {
     SearchedItem item;
     State state = State::waiting;
     std::exception_ptr error = {};
-
-    /// How much work it is, in bytes.
-    [[nodiscard]] std::size_t weight() const
-    {
-        constexpr std::uint64_t opening = 4096;
-        return static_cast<std::size_t>(
-            opening + std::min<std::uint64_t>(item.facts.stx_size, worth_another_thread));
-    }
 };
 
 Error error_of(const SearchedItem& item, int code)
@@ -84,15 +76,16 @@ private:
     bool is_size_known_;
 };
 
-/// `check` is called before each piece is read; what it throws ends the search.
-bool is_found(const SearchedItem& item, ContentSearch& search, FunctionRef<void()> check)
+/// Searches the content of `item`. `check` is called before each piece is read; what it throws
+/// ends the search.
+void look_into(SearchedItem& item, ContentSearch& search, FunctionRef<void()> check)
 {
     const FileDescriptor file = opened(item);
-    struct stat facts {};
-    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode))
-        return false;
-    FileInput input(file.get(), static_cast<std::size_t>(facts.st_size));
-    return search.found_in([&](char* to, std::size_t size) {
+    if (!file || ::statx(file.get(), "", AT_EMPTY_PATH, item_facts_mask, &item.facts) != 0 ||
+        !S_ISREG(item.facts.stx_mode))
+        return;
+    FileInput input(file.get(), item.facts.stx_size);
+    item.is_found = search.found_in([&](char* to, std::size_t size) {
         check();
         return input.read(to, size);
     });
@@ -125,8 +118,8 @@ public:
         if (is_done)
             return;
         waiting_.push_back(&jobs_.back());
-        waiting_weight_ += jobs_.back().weight();
-        call_helper();
+        if (waiting_.size() >= worth_another_thread)
+            call_helper();
     }
 
     SearchedItem take()
@@ -134,7 +127,8 @@ public:
         std::unique_lock lock(mutex_);
         while (jobs_.front().state != Job::State::done) {
             if (Job* job = next_waiting()) {
-                call_helper();
+                if (!waiting_.empty())
+                    call_helper();
                 work_on(*job, own_, meanwhile_, lock);
                 if (job->error)
                     std::rethrow_exception(job->error);
@@ -171,8 +165,6 @@ private:
 
     void call_helper()
     {
-        if (waiting_weight_ < worth_another_thread)
-            return;
         if (sleeping_ > 0)
             worth_waking_.notify_one();
         else if (helpers_ < max_helpers_)
@@ -203,8 +195,7 @@ private:
         ++sleeping_;
         {
             const WorkerPool::Blocked blocked;
-            worth_waking_.wait(
-                lock, [this] { return closed_ || waiting_weight_ >= worth_another_thread; });
+            worth_waking_.wait(lock, [this] { return closed_ || !waiting_.empty(); });
         }
         --sleeping_;
     }
@@ -221,7 +212,6 @@ private:
             return nullptr;
         Job* job = waiting_.front();
         waiting_.pop_front();
-        waiting_weight_ -= job->weight();
         return job;
     }
 
@@ -232,7 +222,7 @@ private:
         ++in_work_;
         lock.unlock();
         try {
-            job.item.is_found = is_found(job.item, search, check);
+            look_into(job.item, search, check);
         } catch (...) {
             job.error = std::current_exception();
         }
@@ -252,7 +242,6 @@ private:
     std::condition_variable job_done_;     // for the calling thread
     std::deque<Job> jobs_; // a deque: growing and shrinking at its ends moves no job
     std::deque<Job*> waiting_;
-    std::size_t waiting_weight_ = 0;
     std::size_t in_work_ = 0;
     std::size_t helpers_ = 0;
     std::size_t sleeping_ = 0;

@@ -24,12 +24,12 @@ struct SearchedFolder {
 struct SearchedItem {
     std::shared_ptr<const SearchedFolder> folder;
     std::string name;
-    struct statx facts = {};
     bool is_found = false;
+    struct statx facts = {}; ///< of one that is found
 };
 
-/// Searches the contents of files before their turn, on the calling thread and, when there is much
-/// to read, on others. The items come back in the order in which they were added.
+/// Searches the contents of files before their turn, on the calling thread and, when there are
+/// several, on others. The items come back in the order in which they were added.
 ///
 /// Threading: one thread adds and takes.
 class SearchAhead {

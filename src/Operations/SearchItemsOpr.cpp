@@ -20,6 +20,9 @@ namespace {
 
 using Criteria = SearchItemsOperation::Criteria;
 
+constexpr struct statx no_facts {
+};
+
 constexpr ErrorPlace place{
     "src/Operations/SearchItemsOpr",
     "search_items(inside:keyword:recursive:include_hidden_files:criterias:status_closure:)"};
@@ -104,13 +107,14 @@ private:
         return rules;
     }
 
-    void look_at(const TreeWalk& walk, const Url& resolved_root)
+    void look_at(TreeWalk& walk, const Url& resolved_root)
     {
-        const bool is_found = checks_names_ && names_.found_in(walk.name());
+        const bool is_found = checks_names_ && names_.found_in(walk.name()) && walk.describe();
         const bool has_content = checks_contents_ && S_ISREG(walk.facts().stx_mode);
         if (!is_found && !has_content)
             return;
-        ahead_.add({folder_of(walk, resolved_root), walk.name(), walk.facts(), is_found});
+        ahead_.add({folder_of(walk, resolved_root), walk.name(), is_found,
+                    is_found ? walk.facts() : no_facts});
         while (!ahead_.is_empty() &&
                (ahead_.is_first_done() || ahead_.is_full() || intr_test_mode()))
             keep(ahead_.take());
@@ -160,6 +164,7 @@ search_items(Url inside, std::string keyword, bool recursive, bool include_hidde
             TreeWalkOptions options;
             options.recursive = recursive;
             options.include_hidden_files = include_hidden_files;
+            options.describes_all = false;
             Search search(request, keyword, criterias);
             return SearchItemsOperation::completed{search.run(inside, options)};
         });

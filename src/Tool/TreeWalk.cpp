@@ -88,13 +88,28 @@ bool TreeWalk::look_at(const FolderReader::Entry& entry)
     // A folder is opened before it is told of: that describes it, too, in the same step.
     if (entry.type == DT_DIR && enters_folders && open_item())
         return true;
+    facts_ = {};
+    if (!options_.describes_all && entry.type != DT_UNKNOWN && entry.type != DT_DIR) {
+        facts_.stx_mode = static_cast<std::uint16_t>(DTTOIF(entry.type));
+        enters_item_ = false;
+        return true;
+    }
+    if (!describe())
+        return false;
+    enters_item_ = is_folder() && enters_folders;
+    return true;
+}
+
+bool TreeWalk::describe()
+{
+    if (facts_.stx_mask != 0)
+        return true;
     if (::statx(trail_.folder(), name_, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
                 STATX_BASIC_STATS | STATX_BTIME, &facts_) != 0) {
         if (passes_over(errno))
             return false;
-        throw platform_error(errno, path());
+        throw platform_error(errno, trail_.path_of(name_));
     }
-    enters_item_ = is_folder() && enters_folders;
     return true;
 }
 

@@ -24,6 +24,9 @@ struct TreeWalkOptions {
     /// Without them, a hidden folder is left out with all that is in it.
     bool include_hidden_files = true;
     Unreadable unreadable = Unreadable::pass_over;
+    /// Without it, of what is no folder only the type is told where the folder tells it, until
+    /// `describe()` is called.
+    bool describes_all = true;
     std::size_t max_open_folders = FolderStack::default_max_open;
 };
 
@@ -73,6 +76,12 @@ public:
         enters_item_ = false;
         opened_item_.descriptor.reset();
     }
+
+    /// Looks at an item of which only the type was told. False when it is passed over, since it
+    /// vanished.
+    ///
+    /// Errors: the platform's with the path, as the options say.
+    bool describe();
 
     /// The item, or the folder entered or left: its name, valid until the next event, what it is
     /// (as it was when told of as an item), and its level.
