@@ -15,6 +15,7 @@ constexpr std::size_t doubtful_stretch = 1024;
 ByteScan scan_for(const std::vector<AnchorForm>& anchor)
 {
     std::vector<BytePair> pairs;
+    pairs.reserve(anchor.size());
     for (const AnchorForm& form : anchor)
         pairs.push_back(form.bytes);
     return ByteScan(pairs);

@@ -158,7 +158,9 @@ search_items(Url inside, std::string keyword, bool recursive, bool include_hidde
 {
     return start_request<SearchItemsOperation>(
         std::move(status_closure),
-        [=](Request<SearchItemsOperation>& request) -> SearchItemsOperation::Status {
+        [inside = std::move(inside), keyword = std::move(keyword), recursive, include_hidden_files,
+         criterias = std::move(criterias)](
+            Request<SearchItemsOperation>& request) -> SearchItemsOperation::Status {
             check_is_folder(inside, place("No item exists at given url."),
                             place("Given url must point to a folder."));
             TreeWalkOptions options;

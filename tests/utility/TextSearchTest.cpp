@@ -196,7 +196,8 @@ TEST(ContentSearch, finds_across_the_borders_of_what_it_holds)
     constexpr std::size_t held = 256 * 1024;
     for (const auto& [keyword, text, found] : rows) {
         const TextSearch search(keyword, in_contents);
-        for (std::size_t before = held - 10; before < held + 2 * search.reach(); ++before) {
+        for (std::size_t before = held + search.reach() - 10; before < held + 2 * search.reach();
+             ++before) {
             const std::string content = std::string(before, '.') + text + std::string(9000, '.');
             ASSERT_EQ(found_in_pieces(search, content, content.size()), found)
                 << text << " after " << before;
