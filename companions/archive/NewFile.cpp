@@ -22,12 +22,12 @@ constexpr std::size_t min_hole = 64 * 1024;
 constexpr int max_names_tried = 100;
 
 /// An empty file without a name; none where the file system has no such files.
-FileDescriptor unnamed_file(const NewItemFolder& folder)
+FileDescriptor unnamed_file(const NewItemFolder& folder, const std::string& name)
 {
     FileDescriptor file(
         ::openat(folder.descriptor.get(), ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, 0666));
     if (!file && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL && errno != ENOENT)
-        throw platform_error(errno, folder.url);
+        throw platform_error(errno, folder.url.appending(name));
     return file;
 }
 
@@ -55,16 +55,19 @@ void apply(const Keepsakes& keepsakes, int fd)
     }
 }
 
-NewFile::NewFile(std::shared_ptr<const NewItemFolder> folder)
-    : folder_(std::move(folder)), file_(unnamed_file(*folder_))
+NewFile::NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name)
+    : folder_(std::move(folder)), name_(std::move(name)), file_(unnamed_file(*folder_, name_))
 {
     if (file_)
         return;
     hidden_name_ = "." + new_uuid() + ".orvresume";
     file_ = FileDescriptor(::openat(folder_->descriptor.get(), hidden_name_.c_str(),
                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-    if (!file_)
-        throw platform_error(errno, folder_->url.appending(std::exchange(hidden_name_, {})));
+    if (!file_) {
+        const int code = errno;
+        hidden_name_.clear();
+        fail(code);
+    }
 }
 
 NewFile::~NewFile()
@@ -89,19 +92,19 @@ void NewFile::write(ByteView part)
     size_ += part.size();
 }
 
-void NewFile::publish(std::string name, const Keepsakes& keepsakes)
+void NewFile::publish(const Keepsakes& keepsakes)
 {
     finish(keepsakes);
-    int code = place(name);
+    int code = place();
     for (int tried = 0; code == EEXIST && tried < max_names_tried; ++tried) {
-        const auto free = generate_non_conflicting_file_url(folder_->url.appending(name), {});
+        const auto free = generate_non_conflicting_file_url(folder_->url.appending(name_), {});
         if (!free)
             break;
-        name = free->last_path_component();
-        code = place(name);
+        name_ = free->last_path_component();
+        code = place();
     }
     if (code != 0)
-        throw platform_error(code, folder_->url.appending(name));
+        fail(code);
     hidden_name_.clear();
 }
 
@@ -117,24 +120,24 @@ void NewFile::finish(const Keepsakes& keepsakes)
         fail(errno);
 }
 
-int NewFile::place(const std::string& name)
+int NewFile::place()
 {
     const int folder = folder_->descriptor.get();
     if (!hidden_name_.empty())
-        return rename_no_replace(folder, hidden_name_.c_str(), name.c_str());
+        return rename_no_replace(folder, hidden_name_.c_str(), name_.c_str());
     // Linking a descriptor by itself takes a privilege; by its name in /proc it does not.
-    if (::linkat(file_.get(), "", folder, name.c_str(), AT_EMPTY_PATH) == 0)
+    if (::linkat(file_.get(), "", folder, name_.c_str(), AT_EMPTY_PATH) == 0)
         return 0;
     if (errno != ENOENT && errno != EPERM)
         return errno;
     const std::string path = "/proc/self/fd/" + std::to_string(file_.get());
-    return ::linkat(AT_FDCWD, path.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
-                                                                                          : errno;
+    return ::linkat(AT_FDCWD, path.c_str(), folder, name_.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
+                                                                                           : errno;
 }
 
 void NewFile::fail(int code) const
 {
-    throw platform_error(code, folder_->url);
+    throw platform_error(code, folder_->url.appending(name_));
 }
 
 } // namespace orv::archive

@@ -32,28 +32,25 @@ void apply(const Keepsakes& keepsakes, int fd);
 /// A file that is being written, out of sight. Unless it is published, nothing of it remains.
 class NewFile {
 public:
-    /// Errors: the platform's.
-    explicit NewFile(std::shared_ptr<const NewItemFolder> folder);
+    /// Errors: the platform's, as everywhere here, at the place where it is to stand.
+    NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name);
     ~NewFile();
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
     /// Adds to the end. A part that is all zeros takes no space where the file system can do so.
-    ///
-    /// Errors: the platform's.
     void write(ByteView part);
 
     /// Gives the complete file its name, or a free one like it. It replaces nothing.
-    ///
-    /// Errors: the platform's.
-    void publish(std::string name, const Keepsakes& keepsakes);
+    void publish(const Keepsakes& keepsakes);
 
 private:
     void finish(const Keepsakes& keepsakes);
-    [[nodiscard]] int place(const std::string& name);
+    [[nodiscard]] int place();
     [[noreturn]] void fail(int code) const;
 
     const std::shared_ptr<const NewItemFolder> folder_;
+    std::string name_;
     std::string hidden_name_; // empty for a file without a name
     FileDescriptor file_;
     std::uint64_t size_ = 0;

@@ -107,13 +107,13 @@ private:
             folder_ = open_folder(parts.folder);
         return ahead_.add([this, &item, name = std::string(parts.name), folder = folder_] {
             job_.check();
-            NewFile file(folder);
+            NewFile file(folder, name);
             reader_.read(*item.entry, [&](ByteView part) {
                 file.write(part);
                 job_.add(part.size());
                 job_.report_if_due(folder->url.appending(name));
             });
-            file.publish(name, keepsakes_of(item));
+            file.publish(keepsakes_of(item));
         });
     }
 

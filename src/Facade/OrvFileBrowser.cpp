@@ -112,6 +112,24 @@ OrvFileBrowser::calculate_folder_size(Url for_url,
     return fm_.calculate_folder_size(std::move(for_url), std::move(status_closure));
 }
 
+std::shared_ptr<FetchByAttrOperation>
+OrvFileBrowser::fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
+                                         std::optional<SortType> sort,
+                                         FetchByAttrOperation::StatusClosure status_closure)
+{
+    return fm_.fetch_items_by_attribute(attribute, sort, std::move(status_closure));
+}
+
+std::shared_ptr<SearchItemsOperation>
+OrvFileBrowser::search_items(Url inside, std::string keyword, bool recursive,
+                             bool include_hidden_files,
+                             std::vector<SearchItemsOperation::Criteria> criterias,
+                             SearchItemsOperation::StatusClosure status_closure)
+{
+    return fm_.search_items(std::move(inside), std::move(keyword), recursive, include_hidden_files,
+                            std::move(criterias), std::move(status_closure));
+}
+
 std::shared_ptr<DataToFileOpr>
 OrvFileBrowser::generate_file(std::vector<std::byte> from, Url in,
                               DataToFileOpr::StatusClosure status_closure)

@@ -45,6 +45,8 @@ const Tool tools[] = {
      "unzip -tq $A && unzip -q $A"},
     {"7z", "7z i", "7z a -tzip -snl $A d", "7z t $A && 7z x $A", true,
      "7z a -tzip -mem=AES256 -psecret $A d", "7z x -psecret $A"},
+    {"7z without packing", "7z i", "7z a -tzip -mx0 $A d", "7z t $A && 7z x $A", true,
+     "7z a -tzip -mx0 -mem=AES256 -psecret $A d"},
     {"bsdtar", "bsdtar --version", "bsdtar --format zip -cf $A d", "bsdtar -xf $A", true,
      "bsdtar --format zip --options zip:encryption=aes256 --passphrase secret -cf $A d",
      "bsdtar --passphrase secret -xf $A"},

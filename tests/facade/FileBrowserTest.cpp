@@ -63,6 +63,16 @@ TEST_F(FileBrowserTest, passes_requests_on)
     const auto sizes = statuses_of<FolderSizeOperation>(
         [&](auto take) { return browser.calculate_folder_size(folder(), take); });
     EXPECT_EQ(text_of(sizes.back()), "success 1");
+    const auto found = statuses_of<SearchItemsOperation>([&](auto take) {
+        return browser.search_items(folder(), "X", true, false,
+                                    {SearchItemsOperation::Criteria::file_content}, take);
+    });
+    EXPECT_EQ(std::get<SearchItemsOperation::completed>(found.back()).all_items.size(), 1U);
+    const auto kept = statuses_of<FetchByAttrOperation>([&](auto take) {
+        return browser.fetch_items_by_attribute(FetchByAttrOperation::Attribute::is_protected, {},
+                                                take);
+    });
+    EXPECT_EQ(std::get<FetchByAttrOperation::success>(kept.back()).content.size(), 0U);
     const auto reserved = statuses_of<ReserveFileUrlOpr>(
         [&](auto take) { return browser.reserve_file_url(at("r"), take); });
     const auto& success = std::get<ReserveFileUrlOpr::success>(reserved.back());

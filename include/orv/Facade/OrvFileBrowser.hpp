@@ -76,6 +76,14 @@ public:
                       NewFolderOperation::StatusClosure status_closure);
     std::shared_ptr<FolderSizeOperation>
     calculate_folder_size(Url for_url, FolderSizeOperation::StatusClosure status_closure);
+    std::shared_ptr<FetchByAttrOperation>
+    fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
+                             std::optional<SortType> sort,
+                             FetchByAttrOperation::StatusClosure status_closure);
+    std::shared_ptr<SearchItemsOperation>
+    search_items(Url inside, std::string keyword, bool recursive, bool include_hidden_files,
+                 std::vector<SearchItemsOperation::Criteria> criterias,
+                 SearchItemsOperation::StatusClosure status_closure);
     std::shared_ptr<DataToFileOpr> generate_file(std::vector<std::byte> from, Url in,
                                                  DataToFileOpr::StatusClosure status_closure);
     std::shared_ptr<ReserveFileUrlOpr>
