@@ -1,5 +1,6 @@
 #include "Operations/BuiltFile.hpp"
 
+#include "Tool/ItemMetadata.hpp"
 #include "Tool/Place.hpp"
 #include "Tool/Staging.hpp"
 
@@ -42,6 +43,16 @@ mode_t mode_of_new_files()
     return 0644;
 }
 
+/// Until then a file is its owner's alone.
+void open_to_others(const PartialFile& file, const Url& url, const BuiltFileErrors& errors)
+{
+    try {
+        keep_mode(file.fd(), mode_of_new_files(), url);
+    } catch (const Error& cause) {
+        throw errors.not_finalized.because_of(cause);
+    }
+}
+
 } // namespace
 
 void build_file(const Url& url, const BuiltFileErrors& errors,
@@ -53,7 +64,7 @@ void build_file(const Url& url, const BuiltFileErrors& errors,
     for (;;) {
         PartialFile file = created_file(staging, folder, errors);
         fill(file);
-        ::fchmod(file.fd(), mode_of_new_files());
+        open_to_others(file, url, errors);
         const int code = file.publish(folder, destination.path);
         if (code == 0)
             return;

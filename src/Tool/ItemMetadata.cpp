@@ -97,9 +97,14 @@ void keep_extended_attributes(int from, int to, const Url& to_url)
     }
 }
 
+void keep_mode(int to, mode_t mode, const Url& to_url)
+{
+    check(::fchmod(to, kept_mode(mode)), to_url);
+}
+
 void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url)
 {
-    check(::fchmod(to, kept_mode(kept.mode)), to_url);
+    keep_mode(to, kept.mode, to_url);
     const timespec times[] = {kept.access, kept.modification};
     check(::futimens(to, times), to_url);
 }

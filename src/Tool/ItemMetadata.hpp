@@ -25,8 +25,13 @@ struct ModeAndTimes {
 /// Errors: the platform's, at `to_url`.
 void keep_extended_attributes(int from, int to, const Url& to_url);
 
-/// Gives the open item `to` the mode, without set-user and set-group bits, and the times, as far as
-/// its file system can keep them.
+/// Gives the open item `to` the mode, without set-user and set-group bits, as far as its file
+/// system can keep it.
+///
+/// Errors: the platform's, at `to_url`.
+void keep_mode(int to, mode_t mode, const Url& to_url);
+
+/// The same with the times.
 ///
 /// Errors: the platform's, at `to_url`.
 void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url);
