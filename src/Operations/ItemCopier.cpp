@@ -152,7 +152,8 @@ void ItemCopier::place(std::optional<PartialFile> built, const SourceItem& sourc
         const int code = built->publish(destination.folder, destination.name);
         if (code == 0)
             return;
-        if (!staging_.can_do_otherwise(code) && can_build())
+        const bool was_built_elsewhere = code == EXDEV;
+        if (!was_built_elsewhere && !staging_.can_do_otherwise(code) && can_build())
             throw placing_error(code, destination.url());
     }
     copy_file(source, destination, [](float) {});

@@ -37,7 +37,8 @@ public:
     static std::optional<PartialFile>
     build(const SourceItem& source, const DestinationItem& destination, FileContent& content);
 
-    /// Puts what `build` has made of `source` into its place; what could not be made so is copied.
+    /// Puts what `build` has made of `source` into its place; what could not be made so, or on
+    /// another volume, is copied.
     void place(std::optional<PartialFile> built, const SourceItem& source,
                const DestinationItem& destination);
 

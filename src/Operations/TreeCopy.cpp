@@ -13,12 +13,18 @@
 #include "Tool/Tool.hpp"
 #include "Tool/TreeWalk.hpp"
 #include "utility/ExtendedAttributes.hpp"
+#include "utility/FileDescriptor.hpp"
 #include "utility/FileNames.hpp"
+
+#include <orv/utility/Match.hpp>
 
 #include <algorithm>
 #include <cerrno>
 #include <deque>
+#include <memory>
 #include <optional>
+#include <utility>
+#include <variant>
 
 #include <fcntl.h>
 
@@ -28,9 +34,9 @@ namespace {
 // A file from this size on may take long enough for statuses held back before it to be late.
 constexpr std::int64_t long_file_size = 1 << 20;
 
-// Building more files ahead than the second thread gets done while the first one puts one into its
-// place and looks for more only costs descriptors.
-constexpr std::size_t max_files_ahead = 32;
+// Going further ahead than keeps the second thread at work while the first one makes folders and
+// waits for the caller only costs descriptors.
+constexpr std::size_t max_steps_ahead = 32;
 
 /// An item that the copy has come to, without its folders, which may change until its turn.
 struct Item {
@@ -50,6 +56,31 @@ struct Item {
     }
 };
 
+/// A folder of the source that is kept open for what waits for its turn.
+struct SourceFolder {
+    FileDescriptor descriptor;
+    Url destination;
+
+    [[nodiscard]] SourceItem source(const Item& item) const
+    {
+        return {descriptor.get(), item.name, item.url};
+    }
+};
+
+/// What the walk has come to before its turn.
+struct ItemAhead {
+    Item item;
+    std::shared_ptr<const SourceFolder> folder;
+    bool is_built; // or is being built
+};
+struct EntryAhead {
+    std::string name;
+};
+struct EndAhead {
+    std::shared_ptr<const SourceFolder> folder;
+};
+using StepAhead = std::variant<ItemAhead, EntryAhead, EndAhead>;
+
 bool exists(const DestinationItem& item)
 {
     struct stat status {};
@@ -67,6 +98,11 @@ bool is_left_out(const SourceItem& source)
         return true;
     const auto ext = name_parts(source.name).ext;
     return ext == "orvresume" || ext == "jgd";
+}
+
+FileDescriptor duplicate(int fd)
+{
+    return FileDescriptor(::fcntl(fd, F_DUPFD_CLOEXEC, 0));
 }
 
 class TreeCopy {
@@ -95,8 +131,10 @@ private:
     void copy_contents(const Place& source, const OpenedDestination& top);
     TreeWalk::Event next_event(TreeWalk& walk);
     void come_to_item(TreeWalk& walk);
-    void enter(const TreeWalk& walk, const OpenedDestination& top);
-    void leave(const TreeWalk& walk);
+    void come_to_contents(const TreeWalk& walk, const OpenedDestination& top);
+    void come_to_end(const TreeWalk& walk);
+    void enter(const std::string& name, const OpenedDestination& top);
+    void leave(int source);
 
     bool handle(const Item& item, const SourceItem& source, const DestinationItem& destination);
     void pass_over(const Item& item, const SourceItem& source);
@@ -108,17 +146,13 @@ private:
     void tell(const Item& item, float part_done);
     void settle_after_failure() noexcept;
 
-    [[nodiscard]] bool can_be_built_ahead(const Item& item) const;
-    void build_ahead(Item item, SourceItem source, DestinationItem destination);
-    void place_next();
-    void place_all();
-
-    /// A file that is being built ahead.
-    struct Pending {
-        Item item;
-        SourceItem source;
-        DestinationItem destination;
-    };
+    [[nodiscard]] bool can_go_ahead() const;
+    bool keep_open(const TreeWalk& walk);
+    void go_ahead(Item item);
+    void add(StepAhead step);
+    void take_next();
+    void take_all();
+    void take(const ItemAhead& ahead);
 
     Request<CopyOperation>& request_;
     const CopyPlan& plan_;
@@ -133,8 +167,13 @@ private:
     /// Set while the walk is in a folder to which none corresponds at the destination.
     std::optional<Error> no_folder_;
 
-    std::deque<Pending> pending_; // in the order of `ahead_`
-    FilesAhead* ahead_ = nullptr; // lives as long as the walk, whose open folders it uses
+    std::deque<StepAhead> steps_;       // in the order of the walk
+    FilesAhead* files_ahead_ = nullptr; // lives as long as the walk
+    /// The folder that the walk is in, once something in it waits for its turn.
+    std::shared_ptr<const SourceFolder> walked_folder_;
+    /// Files are built ahead in the top folder of the copy, which exists already. Those below it
+    /// will lie on its volume and hand down to their files what they have got from it.
+    FileDescriptor building_folder_;
 };
 
 Item top_item(const Place& place, const CopyPlan& plan)
@@ -171,19 +210,20 @@ void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
     TreeWalk walk(std::move(folder), plan_.source,
                   {.unreadable = TreeWalkOptions::Unreadable::fail});
     FilesAhead ahead;
-    ahead_ = &ahead;
+    files_ahead_ = &ahead;
     for (;;) {
         switch (next_event(walk)) {
         case TreeWalk::Event::item:
             come_to_item(walk);
             break;
         case TreeWalk::Event::entered:
-            enter(walk, top);
+            come_to_contents(walk, top);
             break;
         case TreeWalk::Event::left:
-            leave(walk);
+            come_to_end(walk);
             break;
         case TreeWalk::Event::end:
+            take_all();
             return;
         }
     }
@@ -195,7 +235,7 @@ TreeWalk::Event TreeCopy::next_event(TreeWalk& walk)
     try {
         return walk.next();
     } catch (const Error&) {
-        place_all();
+        take_all();
         throw;
     }
 }
@@ -209,25 +249,48 @@ void TreeCopy::come_to_item(TreeWalk& walk)
         walk.skip_contents();
         return;
     }
-    DestinationItem destination{folders_->innermost(), item.name};
-    if (can_be_built_ahead(item)) {
-        build_ahead(std::move(item), std::move(source), std::move(destination));
+    if (!item.name.starts_with('.') && can_go_ahead() && keep_open(walk)) {
+        go_ahead(std::move(item));
         return;
     }
-    place_all();
-    if (!handle(item, source, destination))
+    take_all();
+    if (!handle(item, source, {folders_->innermost(), item.name}))
         walk.skip_contents();
+}
+
+void TreeCopy::come_to_contents(const TreeWalk& walk, const OpenedDestination& top)
+{
+    walked_folder_.reset();
+    if (can_go_ahead()) {
+        add(EntryAhead{walk.name()});
+        return;
+    }
+    take_all();
+    enter(walk.name(), top);
+}
+
+void TreeCopy::come_to_end(const TreeWalk& walk)
+{
+    if (can_go_ahead() && keep_open(walk)) {
+        add(EndAhead{std::exchange(walked_folder_, {})});
+        return;
+    }
+    walked_folder_.reset();
+    take_all();
+    leave(walk.folder());
 }
 
 /// Something else than a folder may stand where a merge needs one: only an item that is to go into
 /// it makes that an error.
-void TreeCopy::enter(const TreeWalk& walk, const OpenedDestination& top)
+void TreeCopy::enter(const std::string& name, const OpenedDestination& top)
 {
     try {
-        if (folders_)
-            folders_->enter(walk.name(), kept_);
-        else
+        if (folders_) {
+            folders_->enter(name, kept_);
+        } else {
             folders_.emplace(top.item().folder, top.item().name, top.item().url(), kept_);
+            building_folder_ = duplicate(folders_->innermost().fd);
+        }
     } catch (const Error& error) {
         if (kept_)
             throw;
@@ -235,13 +298,12 @@ void TreeCopy::enter(const TreeWalk& walk, const OpenedDestination& top)
     }
 }
 
-void TreeCopy::leave(const TreeWalk& walk)
+void TreeCopy::leave(int source)
 {
-    place_all();
     if (no_folder_)
         no_folder_.reset();
     else
-        folders_->leave(walk.folder());
+        folders_->leave(source);
 }
 
 /// Copies the item unless it is to be left out or merged with. Says whether its contents are to
@@ -325,35 +387,72 @@ void TreeCopy::finish(const Item& item)
     tell(item, 1);
 }
 
-bool TreeCopy::can_be_built_ahead(const Item& item) const
+/// Whether the walk may go on while what it has come to waits for its turn. Where something may
+/// have to be left out or merged with, the walk depends on it.
+bool TreeCopy::can_go_ahead() const
 {
-    return item.is_small_file() && !item.name.starts_with('.') && !plan_.merges &&
-           copier_.can_build() && !intr_test_mode();
+    return building_folder_ && !plan_.merges && copier_.can_build() && !intr_test_mode();
 }
 
-void TreeCopy::build_ahead(Item item, SourceItem source, DestinationItem destination)
+/// Keeps the folder that the walk is in open, if that is possible.
+bool TreeCopy::keep_open(const TreeWalk& walk)
 {
-    if (pending_.size() >= max_files_ahead)
-        place_next();
-    ahead_->add(source, destination);
-    pending_.push_back({std::move(item), std::move(source), std::move(destination)});
+    if (walked_folder_)
+        return true;
+    FileDescriptor folder = duplicate(walk.folder());
+    if (!folder)
+        return false;
+    walked_folder_ = std::make_shared<SourceFolder>(
+        SourceFolder{std::move(folder), plan_.destination.appending(walk.relative_folder_path())});
+    return true;
 }
 
-void TreeCopy::place_next()
+void TreeCopy::go_ahead(Item item)
 {
-    const Pending next = std::move(pending_.front());
-    pending_.pop_front();
+    const bool is_built = item.is_small_file();
+    if (is_built)
+        files_ahead_->add(walked_folder_->source(item),
+                          {{building_folder_.get(), walked_folder_->destination}, item.name});
+    add(ItemAhead{std::move(item), walked_folder_, is_built});
+}
+
+void TreeCopy::add(StepAhead step)
+{
+    if (steps_.size() >= max_steps_ahead)
+        take_next();
+    steps_.push_back(std::move(step));
+}
+
+void TreeCopy::take_next()
+{
+    const StepAhead next = std::move(steps_.front());
+    steps_.pop_front();
+    match(
+        next, [this](const ItemAhead& ahead) { take(ahead); },
+        [this](const EntryAhead& entry) { folders_->enter(entry.name, kept_); },
+        [this](const EndAhead& end) { folders_->leave(end.folder->descriptor.get()); });
+}
+
+void TreeCopy::take_all()
+{
+    while (!steps_.empty())
+        take_next();
+}
+
+void TreeCopy::take(const ItemAhead& ahead)
+{
+    const Item& item = ahead.item;
+    const SourceItem source = ahead.folder->source(item);
+    const DestinationItem destination{folders_->innermost(), item.name};
+    if (!ahead.is_built) {
+        handle(item, source, destination);
+        return;
+    }
     request_.check_cancelled();
-    tell(next.item, 0);
-    copier_.place(ahead_->take(), next.source, next.destination);
-    finish(next.item);
-    processed_ += next.item.size();
-}
-
-void TreeCopy::place_all()
-{
-    while (!pending_.empty())
-        place_next();
+    tell(item, 0);
+    copier_.place(files_ahead_->take(), source, destination);
+    finish(item);
+    processed_ += item.size();
 }
 
 void TreeCopy::tell(const Item& item, float part_done)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <set>
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -57,13 +58,19 @@ TEST_F(CopyTest, a_folder_comes_before_its_contents)
     EXPECT_EQ(tree(at("z")), (std::vector<std::string>{"b/", "b/c=1234"}));
 }
 
-TEST_F(CopyTest, progress_goes_up_to_the_end)
+/// 300 items in seven folders of "a", most of them files.
+std::vector<std::string> many_items()
 {
     std::vector<std::string> entries;
     for (int i = 0; i < 300; ++i)
-        entries.push_back("a/" + std::to_string(i % 7) + "/" + std::to_string(i) + "=" +
-                          std::string(static_cast<std::size_t>(i), 'x'));
-    make_tree(folder(), entries);
+        entries.push_back("a/" + std::to_string(i % 7) + "/" + std::to_string(100 + i) +
+                          (i % 10 == 0 ? "->x" : "=" + std::string(std::size_t(i), 'x')));
+    return entries;
+}
+
+TEST_F(CopyTest, progress_goes_up_to_the_end)
+{
+    make_tree(folder(), many_items());
     float last = 0;
     std::size_t count = 0;
     for (const auto& status : statuses(at("a"), at("b")))
@@ -235,6 +242,21 @@ TEST_F(CopyTest, devices_end_it)
     EXPECT_EQ(error.path(), at("a/device"));
     EXPECT_EQ(tree(at("b")), std::vector<std::string>{});
     EXPECT_EQ(failure("/dev/null", at("c")).path(), Url("/dev/null"));
+}
+
+TEST_F(CopyTest, a_failure_leaves_what_was_told_of_before_it_and_nothing_else)
+{
+    make_tree(folder(), many_items());
+    if (::mknod(at("a/3/device").path().c_str(), S_IFCHR | 0600, ::makedev(1, 3)) != 0)
+        GTEST_SKIP() << "this user may make no devices";
+    std::set<std::string> told;
+    for (const auto& status : statuses(at("a"), at("b")))
+        if (const auto* progress = std::get_if<status::progress<CopyProgress>>(&status))
+            told.insert(progress->record.item_name);
+    std::set<std::string> there{"b", "device"};
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(at("b").path()))
+        there.insert(entry.path().filename());
+    EXPECT_EQ(there, told);
 }
 
 struct ChangeCase {
