@@ -110,10 +110,12 @@ Error no_partial_file(const Error& cause)
     return raise("Couldn't create destination file.").because_of(cause);
 }
 
-std::optional<PartialFile> unnamed_file(const DestinationFolder& folder)
+/// The file has the mode of its original from the start, mostly, which spares setting it; but its
+/// owner may write to it until it has everything else.
+std::optional<PartialFile> unnamed_file(const DestinationFolder& folder, mode_t mode)
 {
     try {
-        return PartialFile::unnamed(folder);
+        return PartialFile::unnamed(folder, (mode & 0777U) | 0600U);
     } catch (const Error& cause) {
         throw no_partial_file(cause);
     }
@@ -139,7 +141,7 @@ std::optional<PartialFile> ItemCopier::build(const SourceItem& source,
                                              FileContent& content)
 {
     const OpenedSource opened = open_file(source);
-    std::optional<PartialFile> partial = unnamed_file(destination.folder);
+    std::optional<PartialFile> partial = unnamed_file(destination.folder, opened.status.st_mode);
     if (partial)
         fill(*partial, opened, source.url, destination.url(), content, [](float) {});
     return partial;

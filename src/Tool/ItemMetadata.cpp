@@ -68,6 +68,12 @@ std::optional<std::string> attribute_value(int fd, const char* name)
     }
 }
 
+bool has_mode(int fd, mode_t mode)
+{
+    struct stat status {};
+    return ::fstat(fd, &status) == 0 && (status.st_mode & 07777U) == mode;
+}
+
 timespec time_of(const statx_timestamp& stamp)
 {
     return {stamp.tv_sec, static_cast<long>(stamp.tv_nsec)};
@@ -99,7 +105,8 @@ void keep_extended_attributes(int from, int to, const Url& to_url)
 
 void keep_mode(int to, mode_t mode, const Url& to_url)
 {
-    check(::fchmod(to, kept_mode(mode)), to_url);
+    if (!has_mode(to, kept_mode(mode)))
+        check(::fchmod(to, kept_mode(mode)), to_url);
 }
 
 void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url)

@@ -13,9 +13,9 @@
 
 namespace orv {
 
-std::optional<PartialFile> PartialFile::unnamed(const DestinationFolder& folder)
+std::optional<PartialFile> PartialFile::unnamed(const DestinationFolder& folder, mode_t mode)
 {
-    FileDescriptor file(::openat(folder.fd, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
+    FileDescriptor file(::openat(folder.fd, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, mode));
     if (file)
         return PartialFile(folder.fd, {}, folder.url, std::move(file));
     if (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL || errno == ENOENT)

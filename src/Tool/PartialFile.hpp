@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include <sys/types.h>
+
 namespace orv {
 
 /// An open folder in which items are made, and where it is found, for the errors. Owns nothing.
@@ -15,15 +17,16 @@ struct DestinationFolder {
     Url url;
 };
 
-/// A file that is being built, out of sight, readable and writable by its owner alone. Unless it is
-/// published, nothing of it remains.
+/// A file that is being built, out of sight, open to its owner alone. Unless it is published,
+/// nothing of it remains.
 class [[nodiscard]] PartialFile {
 public:
     /// An empty file without a name, on the volume of `folder`: it vanishes with the process. No
-    /// value where the file system has no such files.
+    /// value where the file system has no such files. It gets `mode`, as far as the process gives
+    /// such modes to new files; whatever that is, nobody else can open it without a name.
     ///
     /// Errors: the platform's.
-    static std::optional<PartialFile> unnamed(const DestinationFolder& folder);
+    static std::optional<PartialFile> unnamed(const DestinationFolder& folder, mode_t mode = 0600);
 
     /// An empty file under `name` in `folder`, which has to stay open. It is marked as owned by
     /// this process (see ProcessedFiles).
