@@ -141,7 +141,8 @@ bool holds_made(const Change& change, const FaultCase& request, const Snapshot& 
         const auto found = now.find(path);
         return found != now.end() && found->second.content == mine;
     };
-    return is_made_at(made) || (request.moves && std::ranges::any_of(change.changed, is_made_at));
+    return is_made_at(made) ||
+           (!request.moved.empty() && std::ranges::any_of(change.changed, is_made_at));
 }
 
 std::vector<std::string> wrong_after_change(const Change& change, const FaultCase& request,

@@ -85,6 +85,17 @@ Problems differences(const Snapshot& wanted, const Snapshot& now, Strictness str
     return problems;
 }
 
+/// Whether all that `wanted` has at `place` and below stands there.
+bool is_complete_at(const std::string& place, const Snapshot& wanted, const Snapshot& now,
+                    Strictness strictness)
+{
+    return std::ranges::all_of(wanted, [&](const auto& entry) {
+        const ItemState* have = find(now, entry.first);
+        return !is_at_or_below(entry.first, place) ||
+               (have && is_like(*have, entry.second, strictness));
+    });
+}
+
 bool is_same(const std::string* one, const std::string* other)
 {
     return one && other ? *one == *other : one == other;
@@ -124,7 +135,7 @@ Problems wrong_rows(const FaultCase& request, const Rows& now, const Snapshot& i
     for (const std::string& key : keys) {
         const std::string wrong =
             wrong_row(find(request.before.rows, key), find(request.after.rows, key), find(now, key),
-                      items.contains("home/" + key), request.moves);
+                      items.contains("home/" + key), !request.moved.empty());
         if (!wrong.empty())
             problems.push_back("the row of " + key + " " + wrong);
     }
@@ -205,8 +216,7 @@ private:
     {
         add(ending_.exit_code == 0 ? differences(request_.after.items, items, strictness_)
                                    : wrong_items(request_, items, strictness_));
-        if (request_.moves)
-            add(wrong_order(request_, items, strictness_));
+        add(wrong_order(request_, items, strictness_));
         try {
             const Rows rows = site_.rows();
             if (ending_.exit_code == 0 && rows != request_.after.rows)
@@ -246,22 +256,15 @@ std::vector<std::string> wrong_items(const FaultCase& request, const Snapshot& n
 std::vector<std::string> wrong_order(const FaultCase& request, const Snapshot& now,
                                      Strictness strictness)
 {
-    const Snapshot& before = request.before.items;
-    const Snapshot& after = request.after.items;
-    Problems gone;
-    Problems come;
-    Problems missing;
-    for (const auto& [path, item] : before)
-        if (!after.contains(path) && !now.contains(path))
-            gone.push_back(path + " is gone before all is at the destination");
-    for (const auto& [path, item] : after)
-        if (!before.contains(path))
-            (now.contains(path) && is_like(now.at(path), item, strictness) ? come : missing)
-                .push_back(path + " is complete before the rest");
-    if (missing.empty())
-        return {};
-    gone.insert(gone.end(), come.begin(), come.end());
-    return gone;
+    Problems problems;
+    for (const auto& [from, to] : request.moved) {
+        const bool has_come = is_complete_at(to, request.after.items, now, strictness);
+        if (!has_come && now.contains(to))
+            problems.push_back(to + " is there in part");
+        if (!has_come && !is_complete_at(from, request.before.items, now, strictness))
+            problems.push_back(from + " is complete neither there nor at " + to);
+    }
+    return problems;
 }
 
 std::vector<std::string> wrong_after(const FaultCase& request, const Site& site, const Fault& fault,

@@ -20,7 +20,8 @@ enum class Strictness {
 [[nodiscard]] std::vector<std::string> wrong_items(const FaultCase& request, const Snapshot& now,
                                                    Strictness strictness = Strictness::all);
 
-/// What is there or gone too early, while not all of a move is at its destination.
+/// What of the items that are moved, if anything, is complete neither at its old place nor at its
+/// new one, or came up there before all of it had come.
 [[nodiscard]] std::vector<std::string> wrong_order(const FaultCase& request, const Snapshot& now,
                                                    Strictness strictness);
 

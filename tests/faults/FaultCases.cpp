@@ -150,26 +150,73 @@ FaultCase copy_across_case()
     return finished(std::move(request));
 }
 
+/// Moves what is to be moved, with the rows.
+void move_items(FaultCase& request)
+{
+    Snapshot& items = request.after.items;
+    Rows& rows = request.after.rows;
+    for (const auto& [from, to] : request.moved) {
+        for (const auto& [path, item] : request.before.items)
+            if (is_at_or_below(path, from)) {
+                items[to + path.substr(from.size())] = item;
+                items.erase(path);
+            }
+        const std::string old_key = from.substr(from.find('/') + 1);
+        const std::string new_key = to.substr(to.find('/') + 1);
+        for (const auto& [key, row] : request.before.rows)
+            if (is_at_or_below(key, old_key)) {
+                rows[new_key + key.substr(old_key.size())] = row;
+                rows.erase(key);
+            }
+    }
+}
+
+FaultCase move_case(const std::string& name, std::vector<std::string> arguments,
+                    std::vector<std::pair<std::string, std::string>> moved)
+{
+    FaultCase request{.name = name,
+                      .arguments = std::move(arguments),
+                      .before = surroundings(),
+                      .after = surroundings(),
+                      .moved = std::move(moved)};
+    move_items(request);
+    return finished(std::move(request));
+}
+
+FaultCase rename_case()
+{
+    const std::string to = "home/shelf/trunk";
+    FaultCase request = move_case("rename", {"rename", "@" + tree, "trunk"}, {{tree, to}});
+    request.after.items[to].time.reset();
+    return request;
+}
+
+FaultCase move_several_case()
+{
+    const std::string file = "home/shelf/treetop";
+    return move_case("move of several", {"mv", "@" + tree, "@" + file, "@home/dest"},
+                     {{tree, copy}, {file, "home/dest/treetop"}});
+}
+
 FaultCase move_across_case(const std::string& name, const std::string& below = {})
 {
     const std::string from = tree + below;
     const std::string to = "home/disk/moved";
-    FaultCase request{.name = name,
-                      .arguments = {"mv", "@" + from, "@" + to},
+    FaultCase request = move_case(name, {"mv", "@" + from, "@" + to}, {{from, to}});
+    request.needs_volume = true;
+    request.peers = {{"mv", "@" + from, "@" + to}};
+    return request;
+}
+
+FaultCase write_case()
+{
+    FaultCase request{.name = "write",
+                      .arguments = {"write", "@home/dest/new"},
                       .before = surroundings(),
                       .after = surroundings(),
-                      .needs_volume = true,
-                      .moves = true,
-                      .peers = {{"mv", "@" + from, "@" + to}}};
-    for (const auto& [path, item] : request.before.items)
-        if (is_at_or_below(path, from))
-            request.after.items[to + path.substr(from.size())] = item;
-    take_away(request.after.items, from);
-    for (const auto& [key, row] : request.before.rows)
-        if (is_at_or_below("home/" + key, from)) {
-            request.after.rows.erase(key);
-            request.after.rows["disk/moved" + ("home/" + key).substr(from.size())] = row;
-        }
+                      .input = pattern(250'000)};
+    request.after.items["home/dest/new"] = file(request.input);
+    request.after.items["home/dest/new"].time.reset();
     return finished(std::move(request));
 }
 
@@ -223,6 +270,10 @@ const std::vector<FaultCase>& fault_cases()
         replace_case(),
         copy_across_case(),
         lacking(copy_across_case(), some, " by renaming"),
+        rename_case(),
+        move_case("move", {"mv", "@" + tree, "@" + copy}, {{tree, copy}}),
+        move_several_case(),
+        write_case(),
         move_across_case("move to another volume"),
         move_across_case("move of a file to another volume", "/sub/c.bin"),
         delete_case(),

@@ -5,6 +5,7 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv::test {
@@ -17,9 +18,11 @@ struct FaultCase {
     Scene after = {}; ///< when it is done
     Lacking lacking = {};
     bool needs_volume = false; ///< "volume" and "home/disk" have to be other ones than the home
-    /// What comes to its place comes there in one step, its rows before it; nothing goes before.
-    bool moves = false;
     std::vector<std::vector<std::string>> peers = {}; ///< other commands for the same
+    std::string input = {};                           ///< what it reads
+    /// Where items stand that it moves, before and after. Each comes there in one step, its rows
+    /// before it.
+    std::vector<std::pair<std::string, std::string>> moved = {};
 };
 
 /// How a failed test shows it.

@@ -38,9 +38,8 @@ Tally sweep_peer(const FaultCase& request, const std::vector<std::string>& comma
                 return is_hidden(entry.first) && !request.before.items.contains(entry.first);
             });
             auto problems = wrong_items(request, items, Strictness::content);
-            if (request.moves)
-                for (const std::string& problem : wrong_order(request, items, Strictness::content))
-                    problems.push_back(problem);
+            for (const std::string& problem : wrong_order(request, items, Strictness::content))
+                problems.push_back(problem);
             return Trial{!ending.hit.empty(), ending.hit, problems};
         };
     };

@@ -96,12 +96,24 @@ void Site::own_unfinished_files()
     }
 }
 
+void Site::give_input(const std::string& text)
+{
+    has_input_ = !text.empty();
+    write_file(outside_ / "input", text);
+}
+
 Supervision Site::run(const std::vector<std::string>& arguments, const Fault& fault) const
 {
     std::vector<std::string> command{orv_command(), "--home", (root_ / "home").path()};
     for (const std::string& argument : arguments)
         command.push_back(argument.starts_with('@') ? (root_ / argument.substr(1)).path()
                                                     : argument);
+    if (has_input_) {
+        const std::string script = "exec \"$@\" < \"$0\"";
+        const auto prefix = {std::string("sh"), std::string("-c"), script,
+                             (outside_ / "input").path()};
+        command.insert(command.begin(), prefix);
+    }
     return supervise(command, root().path(), fault, lacking_);
 }
 

@@ -20,6 +20,9 @@ public:
     /// From now on the file systems seem to lack something.
     void lack(const Lacking& lacking) { lacking_ = lacking; }
 
+    /// From now on the command finds `text` at its standard input.
+    void give_input(const std::string& text);
+
     [[nodiscard]] const Url& root() const { return root_.url(); }
 
     /// Makes all as the scene has it. Other volumes may be mounted at "volume" and "home/disk";
@@ -52,6 +55,8 @@ private:
     Scratch root_;
     Scene scene_;
     Lacking lacking_;
+    Scratch outside_; // where calls are not watched
+    bool has_input_ = false;
     std::string database_; // the bytes of one that holds the scene's rows
     std::vector<FileDescriptor> owned_;
 };

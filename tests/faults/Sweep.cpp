@@ -67,6 +67,7 @@ private:
 SiteOfCase::SiteOfCase(const FaultCase& request) : site(request.before)
 {
     site.lack(request.lacking);
+    site.give_input(request.input);
     if (request.needs_volume)
         for (const char* place : {"volume", "home/disk"})
             volumes.push_back(Mount::tmpfs(site.root().appending(place)));
