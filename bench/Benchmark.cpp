@@ -63,6 +63,8 @@ Benchmark sparse_file(const Sizes& sizes)
             {{"cp", 1.05}}};
 }
 
+const char* const find_details = R"(find "$1" -mindepth 1 -printf '%f\t%M\t%s\t%T+\t%P\n')";
+
 Benchmark listing(std::string name, std::string title, const std::string& (Data::*source)())
 {
     return {std::move(name),
@@ -70,10 +72,10 @@ Benchmark listing(std::string name, std::string title, const std::string& (Data:
             Kind::read,
             source,
             {{"orv ls", "", {"{orv}", "ls", "-r", "-a", "--long", "--sort", "name", "{source}"}},
-             by_shell("find | sort", "find",
-                      R"(find "$1" -mindepth 1 -printf '%f\t%M\t%s\t%T+\t%P\n' | sort)"),
+             by_shell("find | sort", "find", std::string(find_details) + " | sort"),
+             by_shell("find | sort -f", "find", std::string(find_details) + " | sort -f"),
              {"ls -lR", "ls", {"ls", "-lAR", "{source}"}}},
-            {{"find | sort", 0.8}}};
+            {{"find | sort", 0.8}, {"find | sort -f", 0.8}}};
 }
 
 Benchmark name_search(const std::string& where)
@@ -104,18 +106,6 @@ Benchmark content_search(std::string name, const Sizes& sizes, const std::string
              {"rg -i -l", "rg", rg({})},
              {"rg -j1 -i -l", "rg", rg({"-j1"})}},
             {{"rg -i -l", 1.0}, {"rg -j1 -i -l", 1.0}}};
-}
-
-Benchmark sorted_names(const std::string& where)
-{
-    return {"sort-names",
-            "Names without regard to case: " + where,
-            Kind::read,
-            &Data::wide_folder,
-            {{"orv ls", "", {"{orv}", "ls", "-a", "--sort", "name", "{source}"}},
-             by_shell("find | sort -f", "find",
-                      R"(find "$1" -mindepth 1 -printf '%f\n' | sort -f)")},
-            {{"find | sort -f", 1.0}}};
 }
 
 Benchmark folder_size(std::string name, std::string title, const std::string& (Data::*source)())
@@ -184,7 +174,6 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
     return {start(),
             listing("list-wide", "List by name: " + wide, &Data::wide_folder),
             listing("list-deep", "List by name: " + deep, &Data::deep_tree),
-            sorted_names(wide),
             name_search(deep),
             content_search("find-ascii", sizes, Data::rare_word),
             content_search("find-umlauts", sizes, Data::rare_umlaut_word),

@@ -77,6 +77,12 @@ std::optional<FoldedCharacter> folded_alone(UChar32 c, FoldingRules rules)
     return result;
 }
 
+/// Whether a byte is a character that becomes one other, in every language; nearly all are.
+bool is_plain(char byte)
+{
+    return static_cast<unsigned char>(byte) < 0x80 && byte != 'I';
+}
+
 char32_t lower_ascii(char32_t c)
 {
     return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c;
@@ -242,9 +248,9 @@ FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t
     while (index < size) {
         if (at == text.size())
             return Verdict::no;
-        const auto byte = static_cast<unsigned char>(text[at]);
-        if (byte < 0x80 && byte != 'I' && index >= 0) { // nearly always
-            if (lower_ascii(byte) != text_[static_cast<std::size_t>(index)])
+        if (is_plain(text[at]) && index >= 0) {
+            if (lower_ascii(static_cast<unsigned char>(text[at])) !=
+                text_[static_cast<std::size_t>(index)])
                 return mismatch(index);
             ++at;
             ++index;
@@ -273,6 +279,14 @@ FoldedKeyword::Verdict FoldedKeyword::backward(std::string_view text, std::size_
     while (index > 0) {
         if (at == 0)
             return Verdict::no;
+        if (is_plain(text[at - 1])) {
+            if (lower_ascii(static_cast<unsigned char>(text[at - 1])) !=
+                text_[static_cast<std::size_t>(index - 1)])
+                return mismatch(index - 1);
+            --at;
+            --index;
+            continue;
+        }
         const Utf8Character character = character_before(text, at);
         at = character.begin;
         const char32_t c = code_point(text, at, character.code_point);

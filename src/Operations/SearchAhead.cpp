@@ -23,8 +23,8 @@ namespace orv {
 namespace {
 
 constexpr std::size_t max_items = 64;
-// Fewer files are read sooner than a sleeping thread wakes up, unless they are large.
-constexpr std::size_t worth_another_thread = 3;
+// While the walk goes on, a thread that was woken for fewer files would soon sleep again.
+constexpr std::size_t worth_another_thread = max_items / 2;
 constexpr auto longest_wait = std::chrono::milliseconds(100);
 
 struct Job {
