@@ -9,8 +9,6 @@
 namespace orv::test {
 namespace {
 
-using Items = std::map<std::string, StressState::Item>;
-
 /// Compares what stands after all requests with what they ended as. In which order they worked is
 /// not known, so each thing that is checked holds in any order.
 class LocksUnderLoadTest : public EngineTest {
@@ -33,7 +31,6 @@ protected:
 
     void expect_ends()
     {
-        std::map<std::string, int> ends;
         for (const Job& job : load_->jobs())
             EXPECT_EQ(job.final_count, 1) << "of request " << job.number;
         EXPECT_FALSE(UrlLocker::is_read_locked("/"));
