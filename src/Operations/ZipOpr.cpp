@@ -62,6 +62,7 @@ Target settle_conflict(const Url& archive, ConflictBehaviour on_conflict)
 std::vector<LockType> read_locks(const std::vector<Url>& items)
 {
     std::vector<LockType> locks;
+    locks.reserve(items.size());
     for (const Url& item : items)
         locks.push_back(read(item));
     return locks;

@@ -44,6 +44,8 @@ find_package)
         fail "The outside project could not be configured: see $work/configure.log."
     cmake --build "$work/project" || fail "The outside project could not be built."
     try_program "$work/project/copy_folder"
+    rm -rf "$work/requests" && mkdir "$work/requests"
+    "$work/project/every_request" "$work/requests" || fail "Not every request could be made."
     ;;
 pkg_config)
     pc=$(find "$prefix" -name orv.pc -printf %h)
