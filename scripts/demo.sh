@@ -116,7 +116,13 @@ run_with_input "sort Documents/accounts.csv" write Archive/sorted.csv
 expect diff <(sort Documents/accounts.csv) Archive/sorted.csv
 run ls --long Archive
 
-step "9. Delete folders with everything in them, attributes included."
+step "9. Find items by what is in them, whatever the case, and list what is protected."
+run find . "HEATING" --content -r
+expect grep -q landlord.txt <<<"$("$orv" --home "$home" find . HEATING --content -r)"
+run protected --sort name
+expect grep -q 'Packing 2024.md' <<<"$("$orv" --home "$home" protected)"
+
+step "10. Delete folders with everything in them, attributes included."
 run rm Backup Archive
 expect test ! -e Backup -a ! -e Archive
 run ls .
