@@ -2,7 +2,7 @@
 #include "support/Statuses.hpp"
 #include "support/Volume.hpp"
 
-#include <cstring>
+#include <span>
 
 #include <sys/stat.h>
 
@@ -13,9 +13,8 @@ using Texts = std::vector<std::string>;
 
 std::vector<std::byte> bytes(std::string_view text)
 {
-    std::vector<std::byte> data(text.size());
-    std::memcpy(data.data(), text.data(), text.size());
-    return data;
+    const auto data = std::as_bytes(std::span(text));
+    return {data.begin(), data.end()};
 }
 
 class DataToFileTest : public EngineTest {
