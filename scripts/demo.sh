@@ -122,7 +122,13 @@ expect grep -q landlord.txt <<<"$("$orv" --home "$home" find . HEATING --content
 run protected --sort name
 expect grep -q 'Packing 2024.md' <<<"$("$orv" --home "$home" protected)"
 
-step "10. Delete folders with everything in them, attributes included."
+step "10. Pack a folder with a password, which is read from a file, and unpack it again."
+echo "a long walk by the lake" >Documents/password
+run_with_bar zip Archive/photos.zip Photos --password-file Documents/password
+run_with_bar unzip Archive/photos.zip Backup --password-file Documents/password
+expect diff -r Photos Backup/photos/Photos
+
+step "11. Delete folders with everything in them, attributes included."
 run rm Backup Archive
 expect test ! -e Backup -a ! -e Archive
 run ls .

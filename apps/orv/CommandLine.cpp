@@ -113,6 +113,8 @@ public:
         add_move();
         add_rename();
         add_write();
+        add_zip();
+        add_unzip();
         add_remove();
         add_make_folder();
         add_attributes();
@@ -328,6 +330,53 @@ private:
                                   : "ask|replace|keep-both|stop");
     }
 
+    void add_zip()
+    {
+        CLI::App* command = app_.add_subcommand(
+            "zip", "Pack items, folders with everything in them, into a new zip archive");
+        command->add_option("ARCHIVE", zip_.archive, "The archive")->type_name("")->required();
+        command->add_option("ITEM", zip_.items, "What to pack")->type_name("")->required();
+        add_password(*command, zip_.password, "Encrypt with a password (AES-256) that is typed");
+        const auto take = [this](const std::string& word) {
+            take_word<ConflictBehaviour>(
+                "--on-conflict", word,
+                {{"replace", ConflictBehaviour::replace},
+                 {"keep-both", ConflictBehaviour::keep_both},
+                 {"stop", ConflictBehaviour::stop}},
+                [this](ConflictBehaviour answer) { zip_.on_conflict = answer; });
+        };
+        command
+            ->add_option_function<std::string>("--on-conflict", take,
+                                               "What to do when the name is taken; default: stop")
+            ->type_name("replace|keep-both|stop");
+        command->footer("The archive appears when it is complete; one that is replaced is deleted "
+                        "before. A symbolic link is packed as a link. Names are never encrypted.");
+        command->callback([this] { command_ = zip_; });
+    }
+
+    void add_unzip()
+    {
+        CLI::App* command = app_.add_subcommand(
+            "unzip", "Unpack a zip archive into a new folder, which is named like it");
+        command->add_option("ARCHIVE", unzip_.archive, "The archive")->type_name("")->required();
+        command->add_option("DIR", unzip_.folder, "Where to put the new folder")
+            ->type_name("")
+            ->required();
+        add_password(*command, unzip_.password, "Decrypt with a password that is typed");
+        command->footer("When the name is taken, the new folder gets a free one, which is told. "
+                        "Of an unpacking that fails nothing remains.");
+        command->callback([this] { command_ = unzip_; });
+    }
+
+    static void add_password(CLI::App& command, PasswordSource& password,
+                             const std::string& typed_description)
+    {
+        auto* file = command.add_option("--password-file", password.file,
+                                        "Take the password from the first line of this file");
+        file->type_name("FILE");
+        command.add_flag("--ask-password", password.is_asked, typed_description)->excludes(file);
+    }
+
     void add_remove()
     {
         CLI::App* command =
@@ -439,6 +488,8 @@ private:
     MoveCommand move_;
     RenameCommand rename_;
     WriteCommand write_;
+    ZipCommand zip_;
+    UnzipCommand unzip_;
     RemoveCommand remove_;
     MakeFolderCommand make_folder_;
     GetAttributesCommand get_attributes_;

@@ -67,6 +67,26 @@ struct WriteCommand {
     std::optional<ConflictBehaviour> on_conflict; ///< none: ask
 };
 
+/// Where the password of an archive comes from; it is never given on the command line, which others
+/// can see.
+struct PasswordSource {
+    std::optional<std::string> file;
+    bool is_asked = false;
+};
+
+struct ZipCommand {
+    std::string archive;
+    std::vector<std::string> items;
+    PasswordSource password;
+    ConflictBehaviour on_conflict = ConflictBehaviour::stop;
+};
+
+struct UnzipCommand {
+    std::string archive;
+    std::string folder;
+    PasswordSource password;
+};
+
 struct RemoveCommand {
     std::vector<std::string> paths;
 };
@@ -92,9 +112,10 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command = std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand,
-                             CopyCommand, MoveCommand, RenameCommand, WriteCommand, RemoveCommand,
-                             MakeFolderCommand, GetAttributesCommand, SetAttributesCommand>;
+using Command =
+    std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand, CopyCommand,
+                 MoveCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand, RemoveCommand,
+                 MakeFolderCommand, GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

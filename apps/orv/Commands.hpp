@@ -23,6 +23,8 @@ void run(const CopyCommand& command, const Surroundings& surroundings);
 void run(const MoveCommand& command, const Surroundings& surroundings);
 void run(const RenameCommand& command, const Surroundings& surroundings);
 void run(const WriteCommand& command, const Surroundings& surroundings);
+void run(const ZipCommand& command, const Surroundings& surroundings);
+void run(const UnzipCommand& command, const Surroundings& surroundings);
 void run(const RemoveCommand& command, const Surroundings& surroundings);
 void run(const MakeFolderCommand& command, const Surroundings& surroundings);
 void run(const GetAttributesCommand& command, const Surroundings& surroundings);

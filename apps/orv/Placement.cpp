@@ -10,13 +10,6 @@
 namespace orv::app {
 namespace {
 
-/// The item under the name that it has inside a folder.
-Url named_item(const std::string& path)
-{
-    const Url url(path);
-    return has_self_name(url) ? url.resolving_symlinks() : url;
-}
-
 /// A destination that ends with a slash has to be a folder, or to become one.
 void check_slash(const Url& source, const std::string& path)
 {

@@ -2,14 +2,18 @@
 
 #include <orv/utility/Error.hpp>
 
-#include <string>
-
 namespace orv::app {
 
 bool has_self_name(const Url& url)
 {
     const std::string name = url.last_path_component();
     return name == "." || name == "..";
+}
+
+Url named_item(const std::string& path)
+{
+    const Url url(path);
+    return has_self_name(url) ? url.resolving_symlinks() : url;
 }
 
 void refuse_self_name(const Url& url, std::string_view done)
