@@ -23,14 +23,6 @@ struct Answer {
     bool nothing_to_do = false;
 };
 
-void check_urls(const Url& source, const Url& destination)
-{
-    check_path(source, "Source", place);
-    check_path(destination, "Destination", place);
-    if (!Tool::item_exists(source))
-        throw place("Source item doesn't exist.").at(source);
-}
-
 Answer settle_conflict(CopyRequest& request, const Url& source, const Url& destination)
 {
     if (!Tool::item_exists(destination))
@@ -51,19 +43,11 @@ Answer settle_conflict(CopyRequest& request, const Url& source, const Url& desti
     throw Exception();
 }
 
-void make_room(const Url& source, const Url& destination)
-{
-    if (lies_inside(source, destination))
-        throw place("Source path conflicts with destination path.").at(source);
-    remove_replaced(destination,
-                    place("Destination item couldn't be deleted while being overwritten."));
-}
-
 /// Copies, and returns the last progress that was told.
 CopyProgress copy(CopyRequest& request, const Url& source, const Url& destination)
 {
     const CopyProgress nothing_copied{source.last_path_component(), Tool::is_directory(source), 1};
-    check_urls(source, destination);
+    check_source_and_destination(source, destination, place);
     const Answer answer = settle_conflict(request, source, destination);
     if (answer.nothing_to_do)
         return nothing_copied;
@@ -71,7 +55,7 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
     const UrlLock lock({read(source)}, write(answer.destination));
     request.check_cancelled();
     if (answer.replaces)
-        make_room(source, answer.destination);
+        make_room(source, answer.destination, place);
     request.report(status::preparing{});
     const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
     return copy_tree(request, {source, answer.destination, answer.merges, total}, nothing_copied);

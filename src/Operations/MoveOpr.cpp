@@ -22,14 +22,6 @@ struct Answer {
     bool nothing_to_do = false;
 };
 
-void check_urls(const Url& source, const Url& destination)
-{
-    check_path(source, "Source", place);
-    check_path(destination, "Destination", place);
-    if (!Tool::item_exists(source))
-        throw place("Source item doesn't exist.").at(source);
-}
-
 Answer settle_conflict(MoveRequest& request, const Url& source, const Url& destination)
 {
     if (!Tool::item_exists(destination))
@@ -44,26 +36,18 @@ Answer settle_conflict(MoveRequest& request, const Url& source, const Url& desti
     return {free_url(destination, place("Couldn't generate a non-conflicting url."))};
 }
 
-void make_room(const Url& source, const Url& destination)
-{
-    if (lies_inside(source, destination))
-        throw place("Source path conflicts with destination path.").at(source);
-    remove_replaced(destination,
-                    place("Destination item couldn't be deleted while being overwritten."));
-}
-
 } // namespace
 
 MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const Url& dest_url)
 {
-    check_urls(src_url, dest_url);
+    check_source_and_destination(src_url, dest_url, place);
     const Answer answer = settle_conflict(request, src_url, dest_url);
     if (answer.nothing_to_do)
         return status::success{};
 
     const UrlLock lock({read(src_url)}, write(answer.destination));
     if (answer.replaces)
-        make_room(src_url, answer.destination);
+        make_room(src_url, answer.destination, place);
     pause_in_test_mode(std::chrono::seconds(1));
     move_with_records(src_url, answer.destination);
     return status::success{};

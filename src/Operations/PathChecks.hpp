@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Operations/ErrorPlace.hpp"
+#include "Tool/Tool.hpp"
 
 #include <orv/utility/Url.hpp>
 
@@ -24,6 +25,19 @@ inline void check_path(const Url& url, std::string_view subject, const ErrorPlac
         throw place(std::string(subject) + " url points to an undefined path.", lines.undefined);
     if (path == "/")
         throw place(std::string(subject) + " url points to root directory.", lines.root).at(url);
+}
+
+/// Refuses a copy or a move between locations on which no request may work, or of nothing.
+///
+/// Errors: those of `check_path`; "Source item doesn't exist."
+inline void
+check_source_and_destination(const Url& source, const Url& destination, const ErrorPlace& place,
+                             std::source_location where = std::source_location::current())
+{
+    check_path(source, "Source", place);
+    check_path(destination, "Destination", place);
+    if (!Tool::item_exists(source))
+        throw place("Source item doesn't exist.", where).at(source);
 }
 
 } // namespace orv

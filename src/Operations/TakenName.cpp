@@ -1,5 +1,6 @@
 #include "Operations/TakenName.hpp"
 
+#include "Operations/SameItem.hpp"
 #include "Tool/Tool.hpp"
 #include "utility/FileNames.hpp"
 
@@ -20,6 +21,15 @@ void remove_replaced(const Url& destination, const Error& failure)
     } catch (const Error& cause) {
         throw failure.because_of(cause);
     }
+}
+
+void make_room(const Url& source, const Url& destination, const ErrorPlace& place,
+               std::source_location where)
+{
+    if (lies_inside(source, destination))
+        throw place("Source path conflicts with destination path.", where).at(source);
+    remove_replaced(destination,
+                    place("Destination item couldn't be deleted while being overwritten.", where));
 }
 
 } // namespace orv

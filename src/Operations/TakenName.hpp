@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Operations/ErrorPlace.hpp"
 #include "Operations/Request.hpp"
 
 #include <orv/Operations/ConflictResolver.hpp>
@@ -33,5 +34,12 @@ ConflictBehaviour ask_about(Request<Operation>& request, const Url& destination,
 ///
 /// Errors: `failure`, told its cause.
 void remove_replaced(const Url& destination, const Error& failure);
+
+/// Deletes the item at `destination`, which is to be replaced by the one at `source`.
+///
+/// Errors: "Source path conflicts with destination path." when the source lies in it; "Destination
+/// item couldn't be deleted while being overwritten.", told its cause.
+void make_room(const Url& source, const Url& destination, const ErrorPlace& place,
+               std::source_location where = std::source_location::current());
 
 } // namespace orv
