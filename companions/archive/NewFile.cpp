@@ -45,13 +45,23 @@ int rename_no_replace(int folder, const char* from, const char* to)
 
 } // namespace
 
-void apply(const Keepsakes& keepsakes, int fd)
+void check_kept(int result, const Url& url)
+{
+    if (result == 0)
+        return;
+    for (const int lacking : {ENOTSUP, ENOSYS, EPERM, EACCES, EINVAL})
+        if (errno == lacking)
+            return;
+    throw platform_error(errno, url);
+}
+
+void apply(const Keepsakes& keepsakes, int fd, const Url& url)
 {
     if (keepsakes.mode)
-        static_cast<void>(::fchmod(fd, *keepsakes.mode));
+        check_kept(::fchmod(fd, *keepsakes.mode), url);
     if (keepsakes.time) {
         const timespec times[] = {{0, UTIME_OMIT}, *keepsakes.time};
-        ::futimens(fd, times);
+        check_kept(::futimens(fd, times), url);
     }
 }
 
@@ -114,7 +124,7 @@ void NewFile::finish(const Keepsakes& keepsakes)
 {
     if (ends_with_hole_ && ::ftruncate(file_.get(), static_cast<off_t>(size_)) != 0)
         fail(errno);
-    apply(keepsakes, file_.get());
+    apply(keepsakes, file_.get(), folder_->url.appending(name_));
     const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
     if (second < 0 || ::close(second) != 0)
         fail(errno);

@@ -26,8 +26,14 @@ struct Keepsakes {
     std::optional<timespec> time;
 };
 
-/// Gives an open file or folder what it keeps. A file system that cannot hold it is no error.
-void apply(const Keepsakes& keepsakes, int fd);
+/// Throws the platform's error, at `url`, when a call that only keeps what describes an item has
+/// returned that it failed; unless the file system lacks that, or keeps it from this user.
+void check_kept(int result, const Url& url);
+
+/// Gives an open file or folder what it keeps.
+///
+/// Errors: those of `check_kept`.
+void apply(const Keepsakes& keepsakes, int fd, const Url& url);
 
 /// A file that is being written, out of sight. Unless it is published, nothing of it remains.
 class NewFile {

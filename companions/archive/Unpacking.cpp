@@ -156,7 +156,8 @@ private:
             const std::string name = create_link(item, folder, std::string(parts.name));
             if (item.entry->time) {
                 const timespec times[] = {{0, UTIME_OMIT}, *item.entry->time};
-                ::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW);
+                check_kept(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW),
+                           cursor_.url_of(parts.folder).appending(name));
             }
             job_.add(item.entry->size);
             finish_item(item);
@@ -186,7 +187,7 @@ private:
             if (item->kind != ItemKind::folder || !item->entry)
                 continue;
             job_.check();
-            apply(keepsakes_of(*item), cursor_.go_to(item->path()));
+            apply(keepsakes_of(*item), cursor_.go_to(item->path()), cursor_.url_of(item->path()));
         }
     }
 

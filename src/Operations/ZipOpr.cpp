@@ -75,8 +75,10 @@ void check_items_exist(const std::vector<Url>& items)
             throw place("Source item doesn't exist. \n" + item.description(), 138).at(item);
 }
 
-void pack(ZipRequest& request, const Content& content, const Url& file)
-{
+/// Packs into `file`, out of sight. What goes wrong with it is told of the archive that it is to
+/// become.
+void pack(ZipRequest& request, const Content& content, const Url& file, const Url& archive)
+try {
     const auto canceller = std::make_shared<Zip::Canceller>();
     const auto tell = [&](float value, const Url& item) {
         request.report(status::progress<GeneralProgress>{{item, value}});
@@ -87,6 +89,10 @@ void pack(ZipRequest& request, const Content& content, const Url& file)
                                       ZipCompression::default_compression, canceller,
                                       intr_test_mode(), tell);
                     });
+} catch (const Zip::Error& error) {
+    if (error.cause().path() != file)
+        throw;
+    throw Zip::Error(error.kind(), error.cause().at(archive));
 }
 
 void build_archive(ZipRequest& request, const Content& content, const Url& archive)
@@ -97,7 +103,7 @@ void build_archive(ZipRequest& request, const Content& content, const Url& archi
                 .not_finalized = place("Couldn't finalize zipping operation.", 209)},
                [&](const PartialFile& file) {
                    with_zip_errors(Zip::Error::Case::zip_failed, failure,
-                                   [&] { pack(request, content, file.reachable_url()); });
+                                   [&] { pack(request, content, file.reachable_url(), archive); });
                });
 }
 
