@@ -1,5 +1,7 @@
 #include "faults/Checker.hpp"
 
+#include "faults/Archives.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -25,11 +27,6 @@ bool is_unfinished(const std::filesystem::path& path)
         const std::string& name = part.native();
         return name.starts_with('.') && name.ends_with(".orvresume") && name.size() == 47;
     });
-}
-
-bool is_like(const ItemState& one, const ItemState& other, Strictness strictness)
-{
-    return strictness == Strictness::all ? one.alike(other) : one.same_content(other);
 }
 
 /// Whether the item is one that this request has finished. Folders are finished after their
@@ -161,7 +158,7 @@ public:
     Problems run()
     {
         check_ending();
-        Snapshot items = site_.items();
+        Snapshot items = items_of_site();
         check_tidiness(items);
         std::erase_if(items, [&](const auto& entry) {
             return is_unfinished(entry.first) && !request_.before.items.contains(entry.first);
@@ -169,13 +166,20 @@ public:
         check_state(items);
         if (!site_.start_again())
             problems_.emplace_back("the library does not start again");
-        check_state(site_.items());
+        check_state(items_of_site());
         if (site_.unfinished() != Site::unfinished_of_living())
             problems_.emplace_back("unfinished files are left, or a living process lost its own");
         return problems_;
     }
 
 private:
+    [[nodiscard]] Snapshot items_of_site() const
+    {
+        Snapshot items = site_.items();
+        recognise_archive(request_, items, strictness_);
+        return items;
+    }
+
     void check_ending()
     {
         if (ending_.hung)
@@ -217,6 +221,8 @@ private:
         add(ending_.exit_code == 0 ? differences(request_.after.items, items, strictness_)
                                    : wrong_items(request_, items, strictness_));
         add(wrong_order(request_, items, strictness_));
+        if (ending_.exit_code == 1 && items.contains(request_.taken_back))
+            problems_.push_back(request_.taken_back + " is left of what failed");
         try {
             const Rows rows = site_.rows();
             if (ending_.exit_code == 0 && rows != request_.after.rows)
@@ -238,6 +244,11 @@ private:
 };
 
 } // namespace
+
+bool is_like(const ItemState& one, const ItemState& other, Strictness strictness)
+{
+    return strictness == Strictness::all ? one.alike(other) : one.same_content(other);
+}
 
 std::vector<std::string> wrong_items(const FaultCase& request, const Snapshot& now,
                                      Strictness strictness)

@@ -14,6 +14,8 @@ enum class Strictness {
     content, ///< a finished file holds what its original holds
 };
 
+[[nodiscard]] bool is_like(const ItemState& one, const ItemState& other, Strictness strictness);
+
 /// What went wrong among the items, if anything: one that was to stay is changed, one is neither as
 /// it was nor complete, or something came up that nobody asked for. Half of the request may be
 /// done.

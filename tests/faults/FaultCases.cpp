@@ -1,5 +1,6 @@
 #include "faults/FaultCases.hpp"
 
+#include "faults/Archives.hpp"
 #include "faults/Site.hpp"
 
 #include <algorithm>
@@ -256,6 +257,92 @@ FaultCase attributes_case()
     return request;
 }
 
+constexpr long step_of_archives = 9;
+
+/// The sample tree without what no archive can hold.
+Snapshot tree_to_pack()
+{
+    Snapshot items = sample_tree();
+    items.erase("fifo");
+    return items;
+}
+
+Scene surroundings_of_packing()
+{
+    Scene scene = surroundings();
+    take_away(scene.items, tree);
+    put(scene.items, tree, tree_to_pack());
+    return scene;
+}
+
+FaultCase zip_case(const std::string& archive = "home/dest/a.zip")
+{
+    const std::string other = "home/shelf/treetop";
+    FaultCase request{
+        .name = "zip",
+        .arguments = {"zip", "@" + archive, "@" + tree, "@" + other},
+        .before = surroundings_of_packing(),
+        .after = surroundings_of_packing(),
+        .peers = {{"env", "-C", "@home/shelf", "zip", "-rqy", "@" + archive, "tree", "treetop"},
+                  {"7z", "a", "-snl", "@" + archive, "@" + tree, "@" + other},
+                  {"bsdtar", "-acf", "@" + archive, "-C", "@home/shelf", "tree", "treetop"}},
+        .archive = MadeArchive{archive, {}},
+        .step = step_of_archives};
+    Snapshot content{{"treetop", request.before.items[other]}};
+    put(content, "tree", tree_to_pack());
+    request.archive->content = kept_by_archive(content);
+    request.after.items[archive] = file("the archive");
+    request.after.items[archive].time.reset();
+    return finished(std::move(request));
+}
+
+FaultCase zip_that_replaces_case()
+{
+    FaultCase request = zip_case();
+    request.name = "zip that replaces";
+    request.peers.clear();
+    request.arguments.insert(request.arguments.end(), {"--on-conflict", "replace"});
+    request.before.items[request.archive->path] = file("an older archive", 0600);
+    return finished(std::move(request));
+}
+
+FaultCase zip_with_password_case()
+{
+    FaultCase request = zip_case();
+    request.name = "zip with a password";
+    request.peers.clear();
+    request.arguments.insert(request.arguments.end(), {"--password-file", "@outside/o"});
+    request.archive->password = request.before.items["outside/o"].content;
+    return request;
+}
+
+FaultCase zip_across_case()
+{
+    FaultCase request = zip_case("volume/a.zip");
+    request.name = "zip to another volume";
+    request.needs_volume = true;
+    return request;
+}
+
+FaultCase unzip_case()
+{
+    const std::string container = "home/dest/packed";
+    Snapshot items;
+    put(items, "tree", tree_to_pack());
+    FaultCase request{.name = "unzip",
+                      .arguments = {"unzip", "@home/shelf/packed.zip", "@home/dest"},
+                      .before = surroundings(),
+                      .peers = {{"unzip", "-q", "@home/shelf/packed.zip", "-d", "@" + container}},
+                      .taken_back = container,
+                      .step = step_of_archives};
+    request.before.items["home/shelf/packed.zip"] = file(packed(items));
+    request.after = request.before;
+    request.after.items[container] = folder();
+    request.after.items[container].time.reset();
+    put(request.after.items, container + "/tree", kept_by_archive(tree_to_pack()));
+    return finished(std::move(request));
+}
+
 } // namespace
 
 const std::vector<FaultCase>& fault_cases()
@@ -278,7 +365,13 @@ const std::vector<FaultCase>& fault_cases()
         move_across_case("move of a file to another volume", "/sub/c.bin"),
         delete_case(),
         new_folder_case(),
-        attributes_case()};
+        attributes_case(),
+        zip_case(),
+        lacking(zip_case(), some, " by renaming"),
+        zip_that_replaces_case(),
+        zip_with_password_case(),
+        lacking(zip_across_case(), some, " by renaming"),
+        unzip_case()};
     return cases;
 }
 

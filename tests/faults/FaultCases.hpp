@@ -3,12 +3,20 @@
 #include "faults/Scene.hpp"
 #include "support/Supervisor.hpp"
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace orv::test {
+
+/// An archive that a request makes, and what has to come out of it.
+struct MadeArchive {
+    std::string path;
+    Snapshot content;
+    std::string password = {}; ///< empty for none
+};
 
 /// A request with all that it may change.
 struct FaultCase {
@@ -23,6 +31,9 @@ struct FaultCase {
     /// Where items stand that it moves, before and after. Each comes there in one step, its rows
     /// before it.
     std::vector<std::pair<std::string, std::string>> moved = {};
+    std::optional<MadeArchive> archive = {};
+    std::string taken_back = {}; ///< what it leaves nothing of when it fails
+    long step = 1; ///< of how many calls the tests try one; whoever has the time tries all
 };
 
 /// How a failed test shows it.

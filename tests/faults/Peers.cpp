@@ -1,5 +1,6 @@
 #include "faults/Peers.hpp"
 
+#include "faults/Archives.hpp"
 #include "faults/Checker.hpp"
 #include "support/Supervisor.hpp"
 
@@ -34,6 +35,7 @@ Tally sweep_peer(const FaultCase& request, const std::vector<std::string>& comma
             const Supervision ending = supervise(below(site->root(), command), site->root().path(),
                                                  {.kind = Fault::Kind::kill, .at = at});
             Snapshot items = site->items();
+            recognise_archive(request, items, Strictness::content);
             std::erase_if(items, [&](const auto& entry) {
                 return is_hidden(entry.first) && !request.before.items.contains(entry.first);
             });

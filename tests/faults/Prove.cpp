@@ -71,13 +71,20 @@ bool is_installed(const std::string& program)
            std::filesystem::exists("/bin/" + program);
 }
 
+/// The command without the folder that it is run in.
+std::vector<std::string> words_of(const std::vector<std::string>& command)
+{
+    return {command.begin() + (command.front() == "env" ? 3 : 0), command.end()};
+}
+
 void show_peers()
 {
     std::printf("\nOther commands, killed before a call\n");
     for (const FaultCase& request : fault_cases())
         for (const auto& command : request.peers)
-            if (is_installed(command.front()) && !(request.needs_volume && Mount::obstacle()))
-                print_row(request.name + ": " + command[0] + " " + command[1],
+            if (const auto words = words_of(command);
+                is_installed(words[0]) && !(request.needs_volume && Mount::obstacle()))
+                print_row(request.name + ": " + words[0] + " " + words[1],
                           sweep_peer(request, command));
 }
 

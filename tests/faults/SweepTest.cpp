@@ -38,7 +38,7 @@ TEST_P(Sweep, loses_nothing_at_any_call)
     if (request.needs_volume)
         if (const auto obstacle = Mount::obstacle())
             GTEST_SKIP() << *obstacle;
-    const Tally tally = sweep(request, fault.kind, fault.code, step_of_sweep(1));
+    const Tally tally = sweep(request, fault.kind, fault.code, step_of_sweep(request.step));
     EXPECT_GT(tally.injected, 0);
     EXPECT_EQ(tally.lost, 0);
     for (const std::string& problem : tally.problems)
