@@ -151,6 +151,45 @@ Benchmark move_between_volumes(const Sizes& sizes)
             {orv_mv, mv, by_shell("mv, flushed", "mv", R"(mv "$1" "$2" && sync -f "$2")")}};
 }
 
+Tool packer(std::string name, std::string program, const std::string& command)
+{
+    return by_shell(std::move(name), std::move(program),
+                    R"(cd "$1/.." && exec )" + command + R"( "$2" "${1##*/}")");
+}
+
+Benchmark packing(const Sizes& sizes)
+{
+    constexpr double most_memory = 256 * 1024 * 1024;
+    return {"zip",
+            fmt::format("Pack {} MB of mixed files", sizes.mixed_bytes / 1'000'000),
+            Kind::pack,
+            &Data::mixed_files,
+            {{"orv zip", "", {"{orv}", "--quiet", "zip", "{destination}", "{source}"}},
+             packer("zip -r", "zip", "zip -qr"),
+             packer("7z a -tzip", "7z", "7z a -bd -tzip -mx=5"),
+             packer("bsdtar", "bsdtar", "bsdtar --format zip -cf")},
+            {{"zip -r", 1.0},
+             {"zip -r", 1.02, Bar::Of::size},
+             {"7z a -tzip", 1.0},
+             {"", most_memory, Bar::Of::memory}}};
+}
+
+Benchmark unpacking(const Sizes& sizes)
+{
+    return {"unzip",
+            fmt::format("Unpack {} MB of mixed files", sizes.mixed_bytes / 1'000'000),
+            Kind::unpack,
+            &Data::mixed_archive,
+            {{"orv unzip",
+              "",
+              {"sh", "-c", R"(mkdir "$3" && exec "$1" --quiet unzip "$2" "$3")", "sh", "{orv}",
+               "{source}", "{destination}"}},
+             {"unzip", "unzip", {"unzip", "-q", "{source}", "-d", "{destination}"}},
+             {"7z x", "7z", {"7z", "x", "-bd", "-y", "-o{destination}", "{source}"}},
+             by_shell("bsdtar -x", "bsdtar", R"(mkdir "$2" && exec bsdtar -xf "$1" -C "$2")")},
+            {{"unzip", 1.0}, {"7z x", 1.0}}};
+}
+
 Benchmark start()
 {
     return {"start",
@@ -182,6 +221,8 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
             small_tree(sizes),
             big_file(sizes),
             sparse_file(sizes),
+            packing(sizes),
+            unpacking(sizes),
             move(sizes),
             move_between_volumes(sizes),
             removal(sizes)};

@@ -18,8 +18,15 @@ struct Tool {
 
 /// What the first tool of a task should reach.
 struct Bar {
-    std::string peer; ///< the tool that it is measured by; empty: `most` are seconds
-    double most = 1;  ///< of the peer's time
+    enum class Of {
+        time,   ///< in seconds
+        size,   ///< of the file that it makes, in bytes
+        memory, ///< in bytes
+    };
+
+    std::string peer; ///< the tool that it is measured by; empty: `most` is absolute
+    double most = 1;  ///< as a part of what the peer takes
+    Of of = Of::time;
 };
 
 /// A task, and the tools that do it; ours comes first.
@@ -28,6 +35,8 @@ struct Benchmark {
     enum class Kind {
         read,   ///< nothing
         copy,   ///< puts a copy of the source at "{destination}"
+        pack,   ///< makes one file of the source at "{destination}", named like an archive
+        unpack, ///< makes a folder of the source, an archive, at "{destination}"
         remove, ///< removes a copy of the source, which is made up front, at "{destination}"
         move,   ///< moves a copy of the source, which is made up front, to "{destination}"; the
                 ///< copy's place is "{source}"

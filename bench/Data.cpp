@@ -1,6 +1,9 @@
 #include "Data.hpp"
 
 #include "Files.hpp"
+#include "Measure.hpp"
+#include "MixedFiles.hpp"
+#include "archive/Zip.hpp"
 
 #include <array>
 #include <random>
@@ -52,12 +55,12 @@ private:
         {{"the",   "of",   "and",  "folder", "needs",  "working", "between", "Sunday",
           "under", "over", "with", "people", "thing",  "without", "letter",  "answer",
           "large", "home", "each", "school", "number", "believe", "nothing", "weather"},
-         {"der",    "die",  "und",    "über",  "größer",  "Straße",  "möglich", "Sonntag",
-          "unter",  "mit",  "Träger", "Menge", "zwischen", "ohne",    "Antwort", "Wetter",
-          "schön",  "fünf", "Schule", "für",   "nichts",  "glauben", "Fläche",  "heißt"},
-         {"и",       "в",     "не",    "папка",  "большой", "между",   "воскресенье", "под",
-          "над",     "с",     "люди",  "вещь",   "без",     "письмо",  "ответ",       "дом",
-          "каждый",  "школа", "число", "верить", "ничего",  "погода",  "это",         "год"}}};
+         {"der",   "die",  "und",    "über",  "größer",   "Straße",  "möglich", "Sonntag",
+          "unter", "mit",  "Träger", "Menge", "zwischen", "ohne",    "Antwort", "Wetter",
+          "schön", "fünf", "Schule", "für",   "nichts",   "glauben", "Fläche",  "heißt"},
+         {"и",      "в",     "не",    "папка",  "большой", "между",  "воскресенье", "под",
+          "над",    "с",     "люди",  "вещь",   "без",     "письмо", "ответ",       "дом",
+          "каждый", "школа", "число", "верить", "ничего",  "погода", "это",         "год"}}};
 
     std::mt19937 random_;
 };
@@ -73,6 +76,7 @@ Sizes Sizes::quick()
     sizes.deep_chains = 2;
     sizes.folders_per_chain = 10;
     sizes.text_folders = 2;
+    sizes.mixed_bytes = 20'000'000;
     return sizes;
 }
 
@@ -164,6 +168,28 @@ const std::string& Data::texts()
         }
     }
     return texts_;
+}
+
+const std::string& Data::mixed_files()
+{
+    if (mixed_files_.empty())
+        make_mixed_files(mixed_files_ = path_of("mixed files"), sizes_.mixed_bytes);
+    return mixed_files_;
+}
+
+const std::string& Data::mixed_archive()
+{
+    if (!mixed_archive_.empty())
+        return mixed_archive_;
+    mixed_archive_ = path_of("mixed files.zip");
+    const std::string& files = mixed_files();
+    // What this process holds in memory is counted with that of every program it starts.
+    run_in_child([&] {
+        Zip::zipFiles({files}, mixed_archive_, std::nullopt, ZipCompression::default_compression,
+                      nullptr, false, nullptr);
+        return 0.0;
+    });
+    return mixed_archive_;
 }
 
 } // namespace orv::bench

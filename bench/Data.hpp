@@ -18,6 +18,7 @@ struct Sizes {
     int text_folders = 100;
     int texts_per_folder = 100;
     int text_bytes = 30'000;
+    std::int64_t mixed_bytes = 500'000'000;
 
     /// Little enough for a test of the program itself.
     static Sizes quick();
@@ -46,6 +47,11 @@ public:
     static constexpr const char* rare_word = "Needlework";
     static constexpr const char* rare_umlaut_word = "Übergrößenträger";
 
+    /// A folder of texts, pictures and programs, small and large.
+    const std::string& mixed_files();
+    /// A zip archive of them.
+    const std::string& mixed_archive();
+
     [[nodiscard]] const Sizes& sizes() const { return sizes_; }
 
 private:
@@ -53,7 +59,8 @@ private:
 
     std::string folder_;
     Sizes sizes_;
-    std::string small_tree_, big_file_, sparse_file_, wide_folder_, deep_tree_, texts_;
+    std::string small_tree_, big_file_, sparse_file_, wide_folder_, deep_tree_, texts_,
+        mixed_files_, mixed_archive_;
 };
 
 } // namespace orv::bench

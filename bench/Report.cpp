@@ -24,23 +24,51 @@ std::string duration(double seconds)
     return fmt::format("{:.3f} s", seconds);
 }
 
+std::string megabytes(double bytes)
+{
+    return fmt::format("{:.1f} MB", bytes / 1e6);
+}
+
 std::string_view verdict(bool met)
 {
     return met ? "met" : "missed";
 }
 
-/// What is said of the bar that `row` is the peer of; `ours` is the first tool's row.
+/// What the row's tool took of what `bar` is about.
+double taken(const Row& row, const Bar& bar)
+{
+    switch (bar.of) {
+    case Bar::Of::time:
+        return row.figures->median;
+    case Bar::Of::size:
+        return static_cast<double>(row.file_bytes);
+    case Bar::Of::memory:
+        break;
+    }
+    return static_cast<double>(row.figures->peak_bytes);
+}
+
+std::string text_of(const Bar& bar, const Row& ours, const Row& row)
+{
+    const double own = taken(ours, bar);
+    if (bar.peer.empty())
+        return fmt::format("at most {}: {}",
+                           bar.of == Bar::Of::time ? duration(bar.most) : megabytes(bar.most),
+                           verdict(own <= bar.most));
+    const double peer = taken(row, bar);
+    const std::string text =
+        fmt::format("at most {:.2f}: {}", bar.most, verdict(own <= bar.most * peer));
+    return bar.of == Bar::Of::size ? fmt::format("size {:.3f}, {}", own / peer, text) : text;
+}
+
+/// What is said of the bars that `row` is the peer of; `ours` is the first tool's row.
 std::string bar_text(const Benchmark& benchmark, const Row& ours, const Row& row)
 {
-    for (const Bar& bar : benchmark.bars) {
-        if (bar.peer.empty() && &row == &ours)
-            return fmt::format("at most {}: {}", duration(bar.most),
-                               verdict(ours.figures->median <= bar.most));
-        if (bar.peer == row.tool)
-            return fmt::format("at most {:.2f}: {}", bar.most,
-                               verdict(ours.figures->median <= bar.most * row.figures->median));
-    }
-    return "";
+    std::string text;
+    for (const Bar& bar : benchmark.bars)
+        if (bar.peer.empty() ? &row == &ours : bar.peer == row.tool)
+            text += (text.empty() ? "" : "; ") + text_of(bar, ours, row);
+    return text;
 }
 
 Line line_of(const Benchmark& benchmark, const Row& ours, const Row& row)
@@ -53,7 +81,7 @@ Line line_of(const Benchmark& benchmark, const Row& ours, const Row& row)
             duration(figures.median),
             duration(figures.min) + " to " + duration(figures.max),
             duration(figures.median_cpu),
-            fmt::format("{:.1f} MB", static_cast<double>(figures.peak_bytes) / 1e6),
+            megabytes(static_cast<double>(figures.peak_bytes)),
             is_ours ? "" : fmt::format("{:.2f}", ours.figures->median / figures.median),
             bar_text(benchmark, ours, row)};
 }

@@ -41,7 +41,7 @@ public:
     {
         for (const Tool& tool : benchmark.tools)
             if (tool.program.empty() || is_installed(tool.program))
-                entrants_.push_back({&tool, {}});
+                entrants_.push_back({&tool, {}, 0});
     }
 
     void run()
@@ -55,29 +55,42 @@ public:
             run_round(static_cast<std::size_t>(round));
     }
 
-    [[nodiscard]] std::optional<Summary> figures_of(const Tool& tool) const
+    [[nodiscard]] Row row_of(const Tool& tool) const
     {
         for (const Entrant& entrant : entrants_)
             if (entrant.tool == &tool)
-                return summary(entrant.runs);
-        return std::nullopt;
+                return {tool.name, summary(entrant.runs), entrant.file_bytes};
+        return {tool.name, std::nullopt};
     }
 
 private:
     struct Entrant {
         const Tool* tool;
         std::vector<Usage> runs;
+        std::int64_t file_bytes;
     };
 
     /// The place that the run number `run` copies to or removes.
     [[nodiscard]] std::string destination(std::size_t run) const
     {
-        return fmt::format("{}/{} {}", bench_.folder, benchmark_.name, run);
+        return fmt::format("{}/{} {}{}", bench_.folder, benchmark_.name, run,
+                           benchmark_.kind == Benchmark::Kind::pack ? ".zip" : "");
     }
 
     [[nodiscard]] bool takes_copies() const
     {
-        return benchmark_.kind != Benchmark::Kind::read && benchmark_.kind != Benchmark::Kind::copy;
+        switch (benchmark_.kind) {
+        case Benchmark::Kind::read:
+        case Benchmark::Kind::copy:
+        case Benchmark::Kind::pack:
+        case Benchmark::Kind::unpack:
+            return false;
+        case Benchmark::Kind::remove:
+        case Benchmark::Kind::move:
+        case Benchmark::Kind::move_between_volumes:
+            break;
+        }
+        return true;
     }
 
     /// The place of what the run number `run` works on.
@@ -86,6 +99,8 @@ private:
         switch (benchmark_.kind) {
         case Benchmark::Kind::read:
         case Benchmark::Kind::copy:
+        case Benchmark::Kind::pack:
+        case Benchmark::Kind::unpack:
             return source_;
         case Benchmark::Kind::remove:
             return destination(run);
@@ -119,8 +134,18 @@ private:
             settle(bench_.other_folder);
         entrant.runs.push_back(run_program(command_of(*entrant.tool, source(run), place)));
         check_outcome(*entrant.tool, source(run), place);
-        if (benchmark_.kind == Benchmark::Kind::copy && std::filesystem::is_regular_file(place))
-            std::filesystem::remove(place);
+        if (benchmark_.kind == Benchmark::Kind::pack)
+            entrant.file_bytes = static_cast<std::int64_t>(std::filesystem::file_size(place));
+        if (is_removed_at_once(place))
+            std::filesystem::remove_all(place);
+    }
+
+    [[nodiscard]] bool is_removed_at_once(const std::string& place) const
+    {
+        return benchmark_.kind == Benchmark::Kind::pack ||
+               benchmark_.kind == Benchmark::Kind::unpack ||
+               (benchmark_.kind == Benchmark::Kind::copy &&
+                std::filesystem::is_regular_file(place));
     }
 
     [[nodiscard]] std::vector<std::string> command_of(const Tool& tool, const std::string& source,
@@ -166,7 +191,7 @@ std::vector<Row> measure(const Benchmark& benchmark, Data& data, const Bench& be
     rounds.run();
     std::vector<Row> rows;
     for (const Tool& tool : benchmark.tools)
-        rows.push_back({tool.name, rounds.figures_of(tool)});
+        rows.push_back(rounds.row_of(tool));
     return rows;
 }
 

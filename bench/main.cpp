@@ -29,9 +29,10 @@ void add_options(CLI::App& app, Options& options, const std::vector<std::string>
 {
     app.add_option("--dir", options.folder, "Work in a new folder in this one")
         ->capture_default_str();
-    app.add_option("--other-dir", options.other_folder,
-                   "For moves between volumes, work also in a new folder in this one, which lies on "
-                   "another volume than that of --dir")
+    app.add_option(
+           "--other-dir", options.other_folder,
+           "For moves between volumes, work also in a new folder in this one, which lies on "
+           "another volume than that of --dir")
         ->envname("ORV_BENCH_OTHER_DIR");
     app.add_option("--orv", options.orv, "The command to measure")->capture_default_str();
     app.add_option("--only", options.only, "Measure these tasks only")->check(CLI::IsMember(names));
@@ -60,7 +61,7 @@ std::int64_t texts_bytes(const Sizes& sizes)
 std::int64_t needed_bytes(const Sizes& sizes, int runs)
 {
     constexpr int copies_per_run = 12; // by five tools; to delete two, to move five
-    return 3 * sizes.big_file_bytes + texts_bytes(sizes) +
+    return 3 * sizes.big_file_bytes + texts_bytes(sizes) + 3 * sizes.mixed_bytes +
            tree_bytes(sizes, runs, copies_per_run);
 }
 
