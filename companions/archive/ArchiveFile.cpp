@@ -74,9 +74,14 @@ void ArchiveFile::write(ByteView bytes)
         flush();
 }
 
+/// A hole reads as the zeros that it takes the place of.
 void ArchiveFile::flush()
 {
-    write_at(file_.get(), buffer_, buffer_start_, url_);
+    if (buffer_.empty())
+        return;
+    ends_with_hole_ = is_zeros(buffer_);
+    if (!ends_with_hole_)
+        write_at(file_.get(), buffer_, buffer_start_, url_);
     buffer_start_ += buffer_.size();
     buffer_.clear();
 }
@@ -86,6 +91,8 @@ void ArchiveFile::flush()
 void ArchiveFile::finish()
 {
     flush();
+    if (ends_with_hole_ && ::ftruncate(file_.get(), static_cast<off_t>(buffer_start_)) != 0)
+        throw platform_error(errno, url_);
     const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
     if (second < 0 || ::close(second) != 0)
         throw platform_error(errno, url_);

@@ -28,6 +28,7 @@ public:
     [[nodiscard]] const struct stat& facts() const { return facts_; }
     [[nodiscard]] const Url& url() const { return url_; }
 
+    /// Zeros take no space where there are many of them and the file system can do so.
     void write(ByteView bytes);
     void seek(std::uint64_t position) { position_ = position; }
     [[nodiscard]] std::uint64_t position() const { return position_; }
@@ -57,6 +58,7 @@ private:
     Bytes buffer_; // what stands from `buffer_start_` on, not yet written
     std::uint64_t buffer_start_ = 0;
     std::uint64_t position_ = 0;
+    bool ends_with_hole_ = false; // what was written of it does
     std::exception_ptr failure_;
 };
 

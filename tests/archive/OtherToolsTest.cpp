@@ -2,18 +2,12 @@
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"
 
-#include <cstdlib>
 #include <filesystem>
 
 #include <gtest/gtest.h>
 
 namespace orv::test {
 namespace {
-
-bool shell(const std::string& command)
-{
-    return std::system(("{ " + command + "; } >/dev/null 2>&1").c_str()) == 0;
-}
 
 std::string quoted(const Url& url)
 {

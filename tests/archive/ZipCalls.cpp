@@ -1,5 +1,7 @@
 #include "archive/ZipCalls.hpp"
 
+#include <cstdlib>
+
 namespace orv::test {
 namespace {
 
@@ -30,6 +32,11 @@ std::string unzip(const Url& archive, const Url& destination, const ZipOptions& 
         Zip::unzipFile(archive, destination, options.password, options.canceller, options.test_mode,
                        options.progress);
     });
+}
+
+bool shell(const std::string& command)
+{
+    return std::system(("{ " + command + "; } >/dev/null 2>&1").c_str()) == 0;
 }
 
 } // namespace orv::test

@@ -27,4 +27,7 @@ inline constexpr const char* success = "success";
 [[nodiscard]] std::string unzip(const Url& archive, const Url& destination,
                                 const ZipOptions& options = {});
 
+/// Whether a command of the shell ends well. What it prints is thrown away.
+[[nodiscard]] bool shell(const std::string& command);
+
 } // namespace orv::test
