@@ -60,8 +60,8 @@ bool goes_up(std::string_view path)
 /// Lays out the tree that an archive becomes.
 class Planner {
 public:
-    Planner(const ArchiveToRead& archive, const Url& destination,
-            const Zip::ExpansionLimits& limits, const Job& job)
+    Planner(const ArchiveToRead& archive, const Url& destination, const ExpansionLimits& limits,
+            const Job& job)
         : archive_(archive), destination_(destination), limits_(limits), job_(job)
     {
     }
@@ -278,7 +278,7 @@ private:
 
     const ArchiveToRead& archive_;
     const Url& destination_;
-    const Zip::ExpansionLimits& limits_;
+    const ExpansionLimits& limits_;
     const Job& job_;
     UnpackingPlan plan_;
     std::unordered_map<std::string_view, PlannedItem*> by_path_;
@@ -313,7 +313,7 @@ void check_extents(const ArchiveToRead& archive, const ArchiveDirectory& directo
 }
 
 void check_expansion(const ArchiveToRead& archive, const ArchiveDirectory& directory,
-                     const Zip::ExpansionLimits& limits)
+                     const ExpansionLimits& limits)
 {
     std::uint64_t bytes = 0;
     for (const Entry& entry : directory.entries)
@@ -327,7 +327,7 @@ void check_expansion(const ArchiveToRead& archive, const ArchiveDirectory& direc
 
 UnpackingPlan make_plan(const ArchiveToRead& archive, ArchiveDirectory& directory,
                         EntryReader& reader, const Url& destination, bool has_password,
-                        const Zip::ExpansionLimits& limits, const Job& job)
+                        const ExpansionLimits& limits, const Job& job)
 {
     check_extents(archive, directory);
     check_expansion(archive, directory, limits);

@@ -38,7 +38,7 @@ struct UnpackingPlan {
 /// Errors: those for which `Zip::unzipFile` refuses an archive as a whole.
 [[nodiscard]] UnpackingPlan make_plan(const ArchiveToRead& archive, ArchiveDirectory& directory,
                                       EntryReader& reader, const Url& destination,
-                                      bool has_password, const Zip::ExpansionLimits& limits,
+                                      bool has_password, const ExpansionLimits& limits,
                                       const Job& job);
 
 } // namespace orv::archive

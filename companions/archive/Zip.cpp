@@ -19,7 +19,7 @@ namespace {
 using archive::Job;
 
 std::mutex limits_mutex;
-Zip::ExpansionLimits limits_in_force;
+ExpansionLimits limits_in_force;
 
 /// Runs `work` and throws its errors as those of a request of this kind.
 void run(Zip::Error::Case kind, FunctionRef<void()> work)
@@ -62,7 +62,7 @@ void Zip::set_expansion_limits(const ExpansionLimits& limits)
     limits_in_force = limits;
 }
 
-Zip::ExpansionLimits Zip::expansion_limits()
+ExpansionLimits Zip::expansion_limits()
 {
     const std::lock_guard lock(limits_mutex);
     return limits_in_force;

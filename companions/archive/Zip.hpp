@@ -1,10 +1,10 @@
 #pragma once
 
+#include <orv/archive/ExpansionLimits.hpp>
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <atomic>
-#include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -57,14 +57,6 @@ public:
     /// on the thread that made the request, at least once for each item and several times a second
     /// during a big one. What it throws ends the request and is thrown on unchanged.
     using Progress = std::function<void(float fraction, const Url& item)>;
-
-    /// How far an archive may unfold. One that holds more items, or more than `unquestioned_bytes`
-    /// and at the same time `max_ratio` times its own size, is refused before anything is unpacked.
-    struct ExpansionLimits {
-        std::uint64_t max_items = 1'000'000;
-        std::uint64_t unquestioned_bytes = std::uint64_t{8} << 30;
-        std::uint64_t max_ratio = 200;
-    };
 
     /// The limits of every unpacking that begins from now on.
     ///

@@ -20,6 +20,7 @@
 #include "Operations/ZipOpr.hpp"
 #include "Tool/ProcessedFiles.hpp"
 #include "Tool/Tool.hpp"
+#include "archive/Zip.hpp"
 #include "utility/WorkerPool.hpp"
 
 #include <orv/Facade/OrvFileManager.hpp>
@@ -80,6 +81,16 @@ bool OrvFileManager::test_mode()
 void OrvFileManager::set_test_mode(bool on)
 {
     set_intr_test_mode(on);
+}
+
+void OrvFileManager::set_expansion_limits(const ExpansionLimits& limits)
+{
+    Zip::set_expansion_limits(limits);
+}
+
+ExpansionLimits OrvFileManager::expansion_limits()
+{
+    return Zip::expansion_limits();
 }
 
 std::shared_ptr<SnglCopyOperation>

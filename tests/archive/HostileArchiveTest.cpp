@@ -227,8 +227,8 @@ TEST(HostileArchives, an_application_sets_the_limits)
 {
     const Scratch root;
     write_file(root / "a.zip", raw_zip({{"a/b/c", std::string(5000, 'x')}}));
-    const Zip::ExpansionLimits before = Zip::expansion_limits();
-    const std::pair<Zip::ExpansionLimits, std::string> rows[] = {
+    const ExpansionLimits before = Zip::expansion_limits();
+    const std::pair<ExpansionLimits, std::string> rows[] = {
         {{3, 5000, 1}, success},
         {{3, 4999, 1}, success},
         {{2, 5000, 1}, "unzip: The archive holds too many items."},

@@ -33,7 +33,7 @@ void check_path(const std::string& path)
 
 void read_all(const ArchiveToRead& archive)
 {
-    const Zip::ExpansionLimits limits{1000, 1 << 20, 20};
+    const ExpansionLimits limits{1000, 1 << 20, 20};
     const Zip::Progress no_progress;
     const Job job({}, false, no_progress);
     ArchiveDirectory directory = read_directory(archive, limits.max_items, job);

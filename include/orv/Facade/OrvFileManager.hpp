@@ -18,6 +18,7 @@
 #include <orv/Operations/SnglCopyOpr.hpp>
 #include <orv/Operations/UnzipOpr.hpp>
 #include <orv/Operations/ZipOpr.hpp>
+#include <orv/archive/ExpansionLimits.hpp>
 #include <orv/utility/Locations.hpp>
 #include <orv/utility/Url.hpp>
 
@@ -58,6 +59,10 @@ public:
     /// Whether requests insert pauses, so that tests can observe them at work. Off at first.
     [[nodiscard]] static bool test_mode();
     static void set_test_mode(bool on);
+
+    /// How far archives may unfold that are unpacked from now on; others are refused.
+    static void set_expansion_limits(const ExpansionLimits& limits);
+    [[nodiscard]] static ExpansionLimits expansion_limits();
 
     OrvFileManager(const OrvFileManager&) = delete;
     OrvFileManager& operator=(const OrvFileManager&) = delete;

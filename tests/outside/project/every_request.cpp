@@ -95,6 +95,8 @@ void manager_alone(OrvFileManager& manager, const Url& folder)
     ends("single_copy",
          [&](auto c) { return manager.single_copy(file, folder.appending("l"), false, c); });
     OrvFileManager::set_test_mode(false);
+    OrvFileManager::set_expansion_limits({.max_items = 7});
+    expect(OrvFileManager::expansion_limits().max_items == 7, "set_expansion_limits");
     ends("zip", [&](auto c) {
         return manager.zip({file}, folder.appending("z.zip"), "word", ConflictBehaviour::stop, c);
     });
