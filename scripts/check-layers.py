@@ -14,8 +14,8 @@ from pathlib import Path
 # From the bottom up. Layers on one line do not know each other.
 RANKS = [
     ["utility"],
-    ["database", "archive", "integrations"],
-    ["Global"],
+    ["database", "archive", "picture"],
+    ["Global", "integrations"],
     ["Database"],
     ["CustomAttributes"],
     ["Misc"],
@@ -34,7 +34,9 @@ PUBLIC_ROOT = "include/orv"
 LIBRARIES = {
     r"sqlite3\.h": {"database"},
     r"unicode/.*": {"utility", "archive"},
-    r"(zip|zlib|libdeflate)\.h": {"archive"},
+    r"(zip|libdeflate)\.h": {"archive"},
+    r"zlib\.h": {"archive", "picture"},
+    r"(turbojpeg|png)\.h": {"picture"},
     r"(CLI|fmt)/.*": {"apps"},
 }
 STANDARD = re.compile(r"[a-z_]+")

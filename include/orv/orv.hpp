@@ -6,6 +6,7 @@
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/SaveAttrOpr.hpp>
 #include <orv/Operations/Status.hpp>
+#include <orv/picture/Picture.hpp>
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Fatal.hpp>
 #include <orv/utility/Locations.hpp>

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orv::picture {
+
+/// A key and a value each.
+using PngTexts = std::vector<std::pair<std::string, std::string>>;
+
+/// A PNG picture with the texts as its first text fields.
+///
+/// Errors: an `Error` when a text is not ASCII, or its key not of 1 to 79 characters.
+[[nodiscard]] std::vector<std::byte> with_png_texts(std::vector<std::byte> png,
+                                                    const PngTexts& texts);
+
+/// The plain text fields of a PNG picture, in their order, from however much of the file is given.
+/// Compressed ones are left out; bytes that are no PNG picture have none.
+[[nodiscard]] PngTexts png_texts(std::span<const std::byte> png);
+
+} // namespace orv::picture
