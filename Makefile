@@ -52,9 +52,9 @@ lint:
 
 install:
 	@scripts/install-packages.sh build
-	@$(CONFIGURE) release -DORV_BUILD_TESTS=OFF
+	@$(CONFIGURE) release -DORV_BUILD_TESTS=OFF -DCMAKE_INSTALL_PREFIX="$(PREFIX)"
 	@cmake --build --preset release -j$(JOBS)
-	@cmake --install build/release --prefix "$(PREFIX)"
+	@cmake --install build/release
 
 clean:
 	@rm -rf build

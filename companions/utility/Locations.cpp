@@ -1,3 +1,5 @@
+#include "utility/InstalledItem.hpp"
+
 #include <orv/utility/Fatal.hpp>
 #include <orv/utility/Locations.hpp>
 
@@ -12,7 +14,6 @@
 #include <utility>
 
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orv {
@@ -88,9 +89,12 @@ Url default_docs(const Url& home)
 
 Url default_resources()
 {
-    struct stat facts {};
-    const bool installed = ::stat(ORV_INSTALLED_RESOURCES, &facts) == 0;
-    return Url(installed ? ORV_INSTALLED_RESOURCES : ORV_SOURCE_RESOURCES);
+    return installed_item(ORV_RESOURCES, ORV_RESOURCES_IN_TREE);
+}
+
+Url default_helpers()
+{
+    return installed_item(ORV_HELPERS, ORV_HELPERS_IN_TREE);
 }
 
 std::string default_app_id()
@@ -127,6 +131,7 @@ Locations completed(Locations given)
             .appending("tmp");
     });
     fill(given.resource_dir, default_resources);
+    fill(given.helper_dir, default_helpers);
     return given;
 }
 
@@ -186,6 +191,11 @@ const Url& temp_dir()
 const Url& resource_dir()
 {
     return *settled().resource_dir;
+}
+
+const Url& helper_dir()
+{
+    return *settled().helper_dir;
 }
 
 } // namespace orv

@@ -23,8 +23,12 @@ struct Locations {
     /// ".cache/<app_id>/tmp" in the home folder, which nearly always lies on the volume of the
     /// documents.
     std::optional<Url> temp_dir;
-    /// Holds the library's resources. Default: the installed ones.
+    /// Holds the library's resources. Default: the installed ones, found from where the library
+    /// lies.
     std::optional<Url> resource_dir;
+    /// Holds the programs that decode pictures and films for thumbnails. Default: the installed
+    /// ones, found like the resources.
+    std::optional<Url> helper_dir;
 };
 
 /// Sets the locations; what `locations` leaves out gets its default.
@@ -40,5 +44,6 @@ void configure_locations(Locations locations);
 [[nodiscard]] const Url& app_support_dir();
 [[nodiscard]] const Url& temp_dir();
 [[nodiscard]] const Url& resource_dir();
+[[nodiscard]] const Url& helper_dir();
 
 } // namespace orv

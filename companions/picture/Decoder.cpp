@@ -1,0 +1,78 @@
+#include "picture/Decoder.hpp"
+
+#include "picture/DecoderPool.hpp"
+#include "picture/Scaling.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Locations.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace orv {
+namespace {
+
+/// The helpers for a medium. They live as long as the process: requests may run while it ends.
+picture::DecoderPool& pool_for(Medium medium)
+{
+    const auto new_pool = [](const char* program) {
+        const std::size_t cores = std::max(std::thread::hardware_concurrency(), 1U);
+        return new picture::DecoderPool(helper_dir().appending(program), cores);
+    };
+    if (medium == Medium::film_frame) {
+        static auto* films = new_pool("orv-film-decoder");
+        return *films;
+    }
+    static auto* pictures = new_pool("orv-picture-decoder");
+    return *pictures;
+}
+
+void check_is_regular(int result, const struct stat& facts, const Url& file)
+{
+    if (result != 0)
+        throw platform_error(errno, file);
+    if (!S_ISREG(facts.st_mode))
+        throw Error("Only a regular file can be decoded.");
+}
+
+/// Looks before it opens, since opening alone sets off some devices; and again, at what was opened.
+FileDescriptor open_regular(const Url& file)
+{
+    const char* path = file.path().c_str();
+    struct stat facts {};
+    check_is_regular(::stat(path, &facts), facts, file);
+    FileDescriptor opened(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!opened)
+        throw platform_error(errno, file);
+    check_is_regular(::fstat(opened.get(), &facts), facts, file);
+    if (facts.st_size == 0)
+        throw Error("The file is empty.");
+    return opened;
+}
+
+} // namespace
+
+DecodedPicture decode_picture(const Url& file, Medium medium, SizeWanted wanted)
+{
+    try {
+        const FileDescriptor opened = open_regular(file);
+        return pool_for(medium).decode(opened.get(), medium, wanted);
+    } catch (const Error& error) {
+        throw error.at(file);
+    }
+}
+
+PictureSize delivered_size(PictureSize full, SizeWanted wanted)
+{
+    const PictureSize size = thumbnail_size(full, wanted);
+    const bool can_be =
+        size.width > 0 && size.height > 0 && picture::is_within_bounds(size.width, size.height);
+    return can_be ? size : full;
+}
+
+} // namespace orv

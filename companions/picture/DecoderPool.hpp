@@ -1,0 +1,45 @@
+#pragma once
+
+#include "picture/Decoder.hpp"
+
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace orv::picture {
+
+class DecoderProcess;
+
+/// The helpers that run one program: started when they are needed, kept for the next file, and
+/// replaced when they died or had to be killed.
+///
+/// Threading: any.
+class DecoderPool {
+public:
+    DecoderPool(Url program, std::size_t max_processes);
+    ~DecoderPool();
+    DecoderPool(const DecoderPool&) = delete;
+    DecoderPool& operator=(const DecoderPool&) = delete;
+
+    /// Has a helper make a picture from the open file; waits for one that is free.
+    ///
+    /// Errors: an `Error` that says why there is no picture.
+    DecodedPicture decode(int file, Medium medium, SizeWanted wanted);
+
+private:
+    /// The right to use one helper.
+    class Turn;
+
+    std::unique_ptr<DecoderProcess> living_process();
+
+    const Url program_;
+    const std::size_t max_processes_;
+    std::mutex mutex_;
+    std::condition_variable turn_ended_;
+    std::size_t turns_ = 0;
+    std::vector<std::unique_ptr<DecoderProcess>> idle_;
+};
+
+} // namespace orv::picture

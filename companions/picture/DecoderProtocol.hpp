@@ -1,0 +1,39 @@
+#pragma once
+
+#include "picture/Decoder.hpp"
+
+#include <cstdint>
+
+namespace orv::picture {
+
+// What the application and a helper say to each other on a stream socket, which the helper has as
+// its descriptor `decoder_socket`. The application sends a request, and with it a descriptor of the
+// file; the helper answers, and ends when the socket does. Each request is answered before the
+// next.
+
+constexpr int decoder_socket = 3;
+
+/// Changes with these structures: a helper of another version gives no answer.
+constexpr std::uint32_t decoder_version = 0x4F525631;
+
+struct DecodeRequest {
+    std::uint32_t version = decoder_version;
+    Medium medium = Medium::image;
+    std::uint8_t has_width = 0;
+    std::uint8_t has_height = 0;
+    std::uint8_t unused = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
+
+/// Followed by the pixels, in the size that `delivered_size` tells; or, when `text_size` is not 0,
+/// by a sentence that says why there are none.
+struct DecodeAnswer {
+    std::uint32_t version = decoder_version;
+    std::uint32_t text_size = 0;
+    PictureSize full_size;
+};
+
+constexpr std::uint32_t longest_answer_text = 400;
+
+} // namespace orv::picture

@@ -1,0 +1,109 @@
+#include "picture/StartedProgram.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <array>
+#include <cerrno>
+#include <vector>
+
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <poll.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace orv::picture {
+namespace {
+
+/// What the new process finds in the memory that it shares until it runs its program.
+struct Start {
+    const char* program;
+    int socket;
+    int socket_in_program;
+    int nothing;
+    int error;
+};
+
+bool become(const Start& start)
+{
+    for (const int standard : {0, 1, 2})
+        if (::dup2(start.nothing, standard) < 0)
+            return false;
+    // A descriptor that has its place already would keep its mark to be closed.
+    const int place = start.socket_in_program;
+    const bool is_placed = start.socket == place ? ::fcntl(place, F_SETFD, 0) == 0
+                                                 : ::dup2(start.socket, place) == place;
+    if (!is_placed ||
+        ::syscall(SYS_close_range, static_cast<unsigned>(place + 1), ~0U, CLOSE_RANGE_CLOEXEC) != 0)
+        return false;
+    std::array<char*, 2> arguments{const_cast<char*>(start.program), nullptr};
+    ::execve(start.program, arguments.data(), environ);
+    return false;
+}
+
+int run(void* argument)
+{
+    auto& start = *static_cast<Start*>(argument);
+    become(start);
+    start.error = errno;
+    ::_exit(127);
+}
+
+/// No handler of a signal may run in a process that shares this one's memory.
+class SignalsHeld {
+public:
+    SignalsHeld()
+    {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
+} // namespace
+
+FileDescriptor start_program(const Url& program, int socket, int socket_in_program)
+{
+    const FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    Start start{program.path().c_str(), socket, socket_in_program, nothing.get(), 0};
+    std::vector<char> stack(std::size_t{64} * 1024);
+    // The low bits of the flags would be the signal that tells of its end: none.
+    constexpr int flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD;
+    int process = -1;
+    int id = -1;
+    {
+        const SignalsHeld held;
+        // Returns when the program runs or could not be run.
+        id = ::clone(&run, stack.data() + stack.size(), flags, &start, &process);
+        if (id < 0)
+            start.error = errno;
+    }
+    FileDescriptor descriptor(id < 0 ? -1 : process);
+    if (start.error != 0) {
+        end_program(descriptor);
+        throw platform_error(start.error, program);
+    }
+    return descriptor;
+}
+
+void end_program(const FileDescriptor& process) noexcept
+{
+    if (!process)
+        return;
+    ::syscall(SYS_pidfd_send_signal, process.get(), SIGKILL, nullptr, 0);
+    siginfo_t info{};
+    const auto id = static_cast<id_t>(process.get());
+    while (::waitid(P_PIDFD, id, &info, WEXITED | __WALL) != 0 && errno == EINTR) {
+    }
+}
+
+} // namespace orv::picture

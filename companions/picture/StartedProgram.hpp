@@ -1,0 +1,19 @@
+#pragma once
+
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Url.hpp>
+
+namespace orv::picture {
+
+/// Starts a program that has nothing of this process but its environment and `socket`, as the
+/// descriptor `socket_in_program`. It is no child that `waitpid` or SIGCHLD tell the application
+/// of. Gives its process descriptor.
+///
+/// Errors: an `Error` when it cannot be started.
+[[nodiscard]] FileDescriptor start_program(const Url& program, int socket, int socket_in_program);
+
+/// Kills the program and waits for its end.
+void end_program(const FileDescriptor& process) noexcept;
+
+} // namespace orv::picture
