@@ -46,6 +46,11 @@ cmake_path(APPEND ORV_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(cmake/orv.pc.in ${PROJECT_BINARY_DIR}/orv.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orv.pc DESTINATION ${ORV_PKGCONFIG_DIR})
 
+if(ORV_BUILD_DECODER)
+    install(TARGETS orv_picture_decoder orv_film_decoder
+        DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/orv)
+endif()
+
 if(TARGET orv_command)
     file(RELATIVE_PATH ORV_LIBDIR_FROM_BINDIR
         ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})

@@ -22,7 +22,7 @@ RANKS = [
     ["Tool"],
     ["Operations"],
     ["Facade"],
-    ["apps"],
+    ["apps", "decoder"],
 ]
 RANK_OF = {layer: rank for rank, layers in enumerate(RANKS) for layer in layers}
 
@@ -37,6 +37,7 @@ LIBRARIES = {
     r"(zip|libdeflate)\.h": {"archive"},
     r"zlib\.h": {"archive", "picture"},
     r"(turbojpeg|png)\.h": {"picture"},
+    r"(vips|stb|libavcodec|libavformat|libavutil|libswscale)/.*|gmodule\.h": {"decoder"},
     r"(CLI|fmt)/.*": {"apps"},
 }
 STANDARD = re.compile(r"[a-z_]+")

@@ -1,7 +1,6 @@
 #include "picture/Decoder.hpp"
 
 #include "picture/DecoderPool.hpp"
-#include "picture/Scaling.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -65,14 +64,6 @@ DecodedPicture decode_picture(const Url& file, Medium medium, SizeWanted wanted)
     } catch (const Error& error) {
         throw error.at(file);
     }
-}
-
-PictureSize delivered_size(PictureSize full, SizeWanted wanted)
-{
-    const PictureSize size = thumbnail_size(full, wanted);
-    const bool can_be =
-        size.width > 0 && size.height > 0 && picture::is_within_bounds(size.width, size.height);
-    return can_be ? size : full;
 }
 
 } // namespace orv

@@ -31,7 +31,4 @@ struct DecodedPicture {
 /// medium, damaged, encrypted, too large, too slow, or no helper.
 [[nodiscard]] DecodedPicture decode_picture(const Url& file, Medium medium, SizeWanted wanted);
 
-/// `thumbnail_size(full, wanted)`; where no picture can have that size, `full`.
-[[nodiscard]] PictureSize delivered_size(PictureSize full, SizeWanted wanted);
-
 } // namespace orv

@@ -1,5 +1,7 @@
 #include "picture/ThumbnailSize.hpp"
 
+#include "picture/Scaling.hpp"
+
 #include <limits>
 
 namespace orv {
@@ -32,6 +34,14 @@ PictureSize thumbnail_size(PictureSize full, SizeWanted wanted)
     if (wanted.width)
         return {*wanted.width, whole_pixels(side / ratio)};
     return {whole_pixels(side * ratio), *wanted.height};
+}
+
+PictureSize delivered_size(PictureSize full, SizeWanted wanted)
+{
+    const PictureSize size = thumbnail_size(full, wanted);
+    const bool can_be =
+        size.width > 0 && size.height > 0 && picture::is_within_bounds(size.width, size.height);
+    return can_be ? size : full;
 }
 
 } // namespace orv

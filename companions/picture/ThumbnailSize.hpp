@@ -24,4 +24,7 @@ struct SizeWanted {
 /// No side of it is 0 unless it was asked for, or `full` has no size.
 [[nodiscard]] PictureSize thumbnail_size(PictureSize full, SizeWanted wanted);
 
+/// `thumbnail_size(full, wanted)`; where no picture can have that size, `full`.
+[[nodiscard]] PictureSize delivered_size(PictureSize full, SizeWanted wanted);
+
 } // namespace orv

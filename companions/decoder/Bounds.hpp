@@ -1,0 +1,21 @@
+#pragma once
+
+#include "picture/ThumbnailSize.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cstdint>
+
+namespace orv::decoder {
+
+/// Refuses what would take too long or too much memory; to be called before anything is decoded.
+inline void check_bounds(PictureSize full)
+{
+    constexpr std::uint64_t most_pixels = 200'000'000;
+    if (full.width == 0 || full.height == 0)
+        throw Error("The picture has no size.");
+    if (std::uint64_t{full.width} * full.height > most_pixels)
+        throw Error("The picture has more than 200 million pixels.");
+}
+
+} // namespace orv::decoder

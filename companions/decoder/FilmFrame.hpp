@@ -1,0 +1,16 @@
+#pragma once
+
+#include "decoder/FilmInput.hpp"
+
+namespace orv::decoder {
+
+/// The frame that is shown at `time`, or from then on first; where the film ends before it, the
+/// last one; where decoding up to it takes longer than a second, the last one before it.
+///
+/// Errors: an `Error` when no frame can be decoded.
+[[nodiscard]] Frame frame_at(FilmInput& input, const AVStream& stream, std::int64_t time);
+
+/// The cover that `stream` is.
+[[nodiscard]] Frame cover(const AVStream& stream);
+
+} // namespace orv::decoder

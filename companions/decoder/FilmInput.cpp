@@ -1,0 +1,114 @@
+#include "decoder/FilmInput.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cerrno>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv::decoder {
+namespace {
+
+int refuse_to_open(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**)
+{
+    return AVERROR(EPERM);
+}
+
+} // namespace
+
+FilmInput::FilmInput(int file) : file_(file)
+{
+    constexpr int buffer_size = 64 * 1024;
+    context_ = ::avformat_alloc_context();
+    auto* buffer = static_cast<unsigned char*>(::av_malloc(buffer_size));
+    if (context_ && buffer)
+        io_ = ::avio_alloc_context(buffer, buffer_size, 0, this, &read_bytes, nullptr, &seek_bytes);
+    if (!io_)
+        throw Error("There is no memory for the film.");
+    context_->pb = io_;
+    context_->io_open = &refuse_to_open;
+    // Named, so that nothing else is tried: other formats may point to other files.
+    const AVInputFormat* format = ::av_find_input_format("mov");
+    if (::avformat_open_input(&context_, "", format, nullptr) < 0)
+        throw Error("The file is no film, or damaged.");
+}
+
+FilmInput::~FilmInput()
+{
+    ::avformat_close_input(&context_);
+    if (io_)
+        ::av_freep(&io_->buffer);
+    ::avio_context_free(&io_);
+}
+
+AVStream& FilmInput::picture_stream()
+{
+    const int index = ::av_find_best_stream(context_, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (index < 0)
+        throw Error("The film has no pictures.");
+    for (unsigned i = 0; i < context_->nb_streams; ++i)
+        context_->streams[i]->discard =
+            static_cast<int>(i) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    return *context_->streams[index];
+}
+
+std::int64_t FilmInput::a_third_in(const AVStream& stream) const
+{
+    std::int64_t duration = context_->duration;
+    if (duration <= 0 && stream.duration > 0)
+        duration = ::av_rescale_q(stream.duration, stream.time_base, AV_TIME_BASE_Q);
+    if (duration <= 0)
+        return 0;
+    constexpr AVRational timescale{1, 600};
+    const std::int64_t third = ::av_rescale_q(duration / 3, AV_TIME_BASE_Q, timescale);
+    return ::av_rescale_q(third, timescale, stream.time_base);
+}
+
+void FilmInput::seek(const AVStream& stream, std::int64_t time)
+{
+    // Where it fails, reading goes on from the beginning, which is slower and no less right.
+    ::av_seek_frame(context_, stream.index, time, AVSEEK_FLAG_BACKWARD);
+}
+
+bool FilmInput::read(AVPacket& packet)
+{
+    ::av_packet_unref(&packet);
+    return ::av_read_frame(context_, &packet) >= 0;
+}
+
+int FilmInput::read_bytes(void* self, std::uint8_t* buffer, int size)
+{
+    auto& input = *static_cast<FilmInput*>(self);
+    const ssize_t count =
+        ::pread(input.file_, buffer, static_cast<std::size_t>(size), input.position_);
+    if (count < 0)
+        return AVERROR(errno);
+    input.position_ += count;
+    return count == 0 ? AVERROR_EOF : static_cast<int>(count);
+}
+
+std::int64_t FilmInput::seek_bytes(void* self, std::int64_t offset, int whence)
+{
+    auto& input = *static_cast<FilmInput*>(self);
+    struct stat facts {};
+    if (::fstat(input.file_, &facts) != 0)
+        return AVERROR(errno);
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return facts.st_size;
+    case SEEK_CUR:
+        offset += input.position_;
+        break;
+    case SEEK_END:
+        offset += facts.st_size;
+        break;
+    default:
+        break;
+    }
+    if (offset < 0)
+        return AVERROR(EINVAL);
+    return input.position_ = offset;
+}
+
+} // namespace orv::decoder

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "decoder/Ffmpeg.hpp"
+
+#include <cstdint>
+
+namespace orv::decoder {
+
+/// An open film, its streams known. It reads the file given and can open no other: what lies
+/// elsewhere, or is a list of other files, is refused.
+///
+/// Errors: an `Error` when the file is no film.
+class FilmInput {
+public:
+    explicit FilmInput(int file);
+    ~FilmInput();
+    FilmInput(const FilmInput&) = delete;
+    FilmInput& operator=(const FilmInput&) = delete;
+
+    [[nodiscard]] AVFormatContext* get() const { return context_; }
+
+    /// The stream to take a frame of; its cover where the film has nothing else to see.
+    ///
+    /// Errors: an `Error` when there is neither.
+    AVStream& picture_stream();
+
+    /// A third of the film's duration, in the time of the stream.
+    [[nodiscard]] std::int64_t a_third_in(const AVStream& stream) const;
+
+    /// Reads on at the last frame at or before `time` that needs no other.
+    void seek(const AVStream& stream, std::int64_t time);
+
+    /// Whether there was another packet.
+    bool read(AVPacket& packet);
+
+private:
+    static int read_bytes(void* self, std::uint8_t* buffer, int size);
+    static std::int64_t seek_bytes(void* self, std::int64_t offset, int whence);
+
+    int file_;
+    std::int64_t position_ = 0;
+    AVFormatContext* context_ = nullptr;
+    AVIOContext* io_ = nullptr;
+};
+
+} // namespace orv::decoder

@@ -1,0 +1,144 @@
+#include "decoder/Bmp.hpp"
+#include "decoder/Bounds.hpp"
+#include "decoder/MappedFile.hpp"
+#include "decoder/Reading.hpp"
+#include "decoder/Vips.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+#include <utility>
+
+namespace orv::decoder {
+namespace {
+
+using vips::VImage;
+using vips::VSource;
+using Bytes = std::span<const std::uint8_t>;
+
+VSource source_of(Bytes bytes)
+{
+    return VSource::new_from_memory(bytes.data(), bytes.size());
+}
+
+/// The file type that HEIF shares with films.
+bool is_heif(Bytes bytes)
+{
+    constexpr std::string_view type = "ftyp";
+    constexpr std::size_t offset = 4;
+    return bytes.size() > offset + type.size() &&
+           std::equal(type.begin(), type.end(), bytes.begin() + offset);
+}
+
+PictureSize upright_size(const VImage& image)
+{
+    PictureSize size{static_cast<std::uint32_t>(image.width()),
+                     static_cast<std::uint32_t>(image.height())};
+    if (::vips_image_get_orientation_swap(image.get_image()))
+        std::swap(size.width, size.height);
+    return size;
+}
+
+DecodedPicture read_bmp_picture(Bytes bytes, SizeWanted wanted)
+{
+    const Bmp bmp = read_bmp(bytes);
+    const std::size_t count = std::size_t{bmp.size.width} * bmp.size.height * 4;
+    const VImage whole =
+        VImage::new_from_memory(bmp.rgba.get(), count, static_cast<int>(bmp.size.width),
+                                static_cast<int>(bmp.size.height), 4, VIPS_FORMAT_UCHAR)
+            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+    return {finished(whole, delivered_size(bmp.size, wanted)), bmp.size};
+}
+
+DecodedPicture read_image(Bytes bytes, SizeWanted wanted)
+{
+    if (is_bmp(bytes))
+        return read_bmp_picture(bytes, wanted);
+    // A file that stops early or contradicts itself is refused; mere oddities are not.
+    const auto options = [] { return VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR); };
+    const VImage header = VImage::new_from_source(source_of(bytes), "",
+                                                  options()->set("access", VIPS_ACCESS_SEQUENTIAL));
+    const PictureSize full = upright_size(header);
+    check_bounds(full);
+    const PictureSize size = delivered_size(full, wanted);
+    const VImage picture =
+        VImage::thumbnail_source(source_of(bytes), static_cast<int>(size.width),
+                                 options()
+                                     ->set("height", static_cast<int>(size.height))
+                                     ->set("size", VIPS_SIZE_FORCE)
+                                     ->set("export_profile", "srgb"));
+    return {finished(picture, size), full};
+}
+
+/// A page, measured in tenths of points.
+PictureSize page_size(const VImage& page)
+{
+    constexpr int longest_side = 2'000'000;
+    if (page.width() > longest_side || page.height() > longest_side)
+        throw Error("The page of the PDF is larger than 70 metres.");
+    return {static_cast<std::uint32_t>(page.width()), static_cast<std::uint32_t>(page.height())};
+}
+
+PictureSize size_in_points(PictureSize page)
+{
+    constexpr std::uint32_t width = 240;
+    constexpr double highest = 24'000;
+    const double height = std::round(double(width) * page.height / page.width);
+    if (height > highest)
+        throw Error("The page of the PDF is more than a hundred times as high as wide.");
+    return {width, static_cast<std::uint32_t>(std::max(height, 1.0))};
+}
+
+/// A page whose size differs by the rounding of a side is cut, or grows a white edge: stretching
+/// would blur its text.
+VImage trimmed(const VImage& page, PictureSize size)
+{
+    const auto width = static_cast<int>(size.width);
+    const auto height = static_cast<int>(size.height);
+    if (std::abs(page.width() - width) > 1 || std::abs(page.height() - height) > 1)
+        return page;
+    return page.embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_WHITE));
+}
+
+DecodedPicture read_pdf_page(Bytes bytes, SizeWanted wanted)
+{
+    const auto load = [&](double scale) {
+        return VImage::pdfload_source(
+            source_of(bytes),
+            VImage::option()->set("scale", scale)->set("fail_on", VIPS_FAIL_ON_ERROR));
+    };
+    constexpr double tenths = 10;
+    const PictureSize page = page_size(load(tenths));
+    const PictureSize full = size_in_points(page);
+    const PictureSize size = delivered_size(full, wanted);
+    const double scale =
+        std::max(size.width * tenths / page.width, size.height * tenths / page.height);
+    const double pixels = scale * scale * page.width * page.height / (tenths * tenths);
+    if (pixels > double(Picture::max_pixels))
+        throw Error("The page of the PDF is too large at this size.");
+    return {finished(trimmed(load(scale), size), size), full};
+}
+
+} // namespace
+
+void prepare_reading()
+{
+    start_vips();
+}
+
+DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted)
+{
+    const MappedFile mapped(file);
+    const bool is_page = medium == Medium::pdf_page;
+    try {
+        allow_loaders(medium, !is_page && is_heif(mapped.bytes()));
+        return is_page ? read_pdf_page(mapped.bytes(), wanted) : read_image(mapped.bytes(), wanted);
+    } catch (const vips::VError& error) {
+        const char* what = is_page ? "The PDF cannot be read: " : "The picture cannot be read: ";
+        throw Error(what + reason_of(error) + ".");
+    }
+}
+
+} // namespace orv::decoder

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "picture/Decoder.hpp"
+
+namespace orv::decoder {
+
+// What the programs differ in; each is linked with one implementation of these.
+
+/// To be called once, before anything is read.
+void prepare_reading();
+
+/// What `decode_picture` promises, in this process: the file may do its worst.
+///
+/// Errors: an `Error` that says why there is no picture.
+[[nodiscard]] DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted);
+
+} // namespace orv::decoder

@@ -1,0 +1,125 @@
+#include "decoder/Serving.hpp"
+
+#include "decoder/Limits.hpp"
+#include "decoder/Reading.hpp"
+#include "picture/DecoderProtocol.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <optional>
+#include <string>
+
+#include <sys/socket.h>
+
+namespace orv::decoder {
+namespace {
+
+struct ReceivedRequest {
+    picture::DecodeRequest request;
+    FileDescriptor file;
+};
+
+FileDescriptor received_file(msghdr& message)
+{
+    const cmsghdr* header = CMSG_FIRSTHDR(&message);
+    int file = -1;
+    if (header && header->cmsg_type == SCM_RIGHTS && header->cmsg_len == CMSG_LEN(sizeof file))
+        std::memcpy(&file, CMSG_DATA(header), sizeof file);
+    return FileDescriptor(file);
+}
+
+/// The next request; none when the application has ended, or speaks otherwise than this program.
+std::optional<ReceivedRequest> next_request()
+{
+    ReceivedRequest received;
+    iovec part{&received.request, sizeof received.request};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    ssize_t size = -1;
+    do
+        size = ::recvmsg(picture::decoder_socket, &message, MSG_CMSG_CLOEXEC);
+    while (size < 0 && errno == EINTR);
+    if (size != static_cast<ssize_t>(sizeof received.request))
+        return std::nullopt;
+    received.file = received_file(message);
+    if (received.request.version != picture::decoder_version || !received.file)
+        return std::nullopt;
+    return received;
+}
+
+/// Whether the application is still there to take all of it.
+bool send(const void* bytes, std::size_t size)
+{
+    const auto* next = static_cast<const char*>(bytes);
+    while (size > 0) {
+        const ssize_t sent = ::send(picture::decoder_socket, next, size, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR)
+            continue;
+        if (sent <= 0)
+            return false;
+        next += sent;
+        size -= static_cast<std::size_t>(sent);
+    }
+    return true;
+}
+
+bool send_picture(const DecodedPicture& decoded)
+{
+    picture::DecodeAnswer answer;
+    answer.full_size = decoded.full_size;
+    const auto rgba = decoded.picture.rgba();
+    return send(&answer, sizeof answer) && send(rgba.data(), rgba.size());
+}
+
+bool send_refusal(std::string text)
+{
+    if (text.empty())
+        text = "The file cannot be decoded.";
+    text.resize(std::min<std::size_t>(text.size(), picture::longest_answer_text));
+    picture::DecodeAnswer answer;
+    answer.text_size = static_cast<std::uint32_t>(text.size());
+    return send(&answer, sizeof answer) && send(text.data(), text.size());
+}
+
+bool answer(const ReceivedRequest& received)
+{
+    const auto& request = received.request;
+    SizeWanted wanted;
+    if (request.has_width)
+        wanted.width = request.width;
+    if (request.has_height)
+        wanted.height = request.height;
+    try {
+        return send_picture(read_picture(received.file.get(), request.medium, wanted));
+    } catch (const Error& error) {
+        return send_refusal(error.sentence());
+    } catch (const std::bad_alloc&) {
+        return send_refusal("The file takes too much memory to decode.");
+    }
+}
+
+} // namespace
+
+void serve()
+{
+    bool is_heard = true;
+    while (is_heard) {
+        const auto received = next_request();
+        if (!received)
+            return;
+        const FileTime time;
+        is_heard = answer(*received);
+    }
+}
+
+} // namespace orv::decoder
