@@ -5,7 +5,8 @@
 #include <orv/utility/Error.hpp>
 
 #include <limits>
-#include <string>
+#include <memory>
+#include <vector>
 
 #define STB_IMAGE_IMPLEMENTATION
 #define STB_IMAGE_STATIC
@@ -45,7 +46,7 @@ bool is_bmp(std::span<const std::uint8_t> bytes)
     return bytes.size() > 2 && bytes[0] == 'B' && bytes[1] == 'M';
 }
 
-Bmp read_bmp(std::span<const std::uint8_t> bytes)
+Picture read_bmp(std::span<const std::uint8_t> bytes)
 {
     if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
         throw Error("The picture's file is too large.");
@@ -59,10 +60,14 @@ Bmp read_bmp(std::span<const std::uint8_t> bytes)
     check_bounds(size);
     if (!has_all_rows(bytes, size))
         throw Error("The BMP picture is incomplete.");
-    auto* rgba = ::stbi_load_from_memory(bytes.data(), count, &width, &height, &channels, 4);
+    const std::unique_ptr<stbi_uc, void (*)(void*)> rgba(
+        ::stbi_load_from_memory(bytes.data(), count, &width, &height, &channels, 4),
+        &::stbi_image_free);
     if (!rgba)
         throw Error("The BMP picture cannot be decoded.");
-    return {size, {rgba, &::stbi_image_free}};
+    const std::size_t pixel_bytes = std::size_t{size.width} * size.height * 4;
+    return {size.width, size.height,
+            std::vector<std::uint8_t>(rgba.get(), rgba.get() + pixel_bytes)};
 }
 
 } // namespace orv::decoder

@@ -67,8 +67,23 @@ std::int64_t FilmInput::a_third_in(const AVStream& stream) const
 
 void FilmInput::seek(const AVStream& stream, std::int64_t time)
 {
-    // Where it fails, reading goes on from the beginning, which is slower and no less right.
-    ::av_seek_frame(context_, stream.index, time, AVSEEK_FLAG_BACKWARD);
+    // Frames are found by when they are decoded, which may be long before they are shown.
+    const Packet packet(::av_packet_alloc());
+    std::int64_t decoded_at = time;
+    std::int64_t found_at = time;
+    while (go_to(stream, decoded_at)) {
+        found_at = decoded_at;
+        if (!read(*packet) || packet->pts <= time || packet->dts == AV_NOPTS_VALUE)
+            break;
+        decoded_at = packet->dts - 1;
+    }
+    // Where there is none, reading goes on from the first.
+    go_to(stream, found_at);
+}
+
+bool FilmInput::go_to(const AVStream& stream, std::int64_t time)
+{
+    return ::av_seek_frame(context_, stream.index, time, AVSEEK_FLAG_BACKWARD) >= 0;
 }
 
 bool FilmInput::read(AVPacket& packet)

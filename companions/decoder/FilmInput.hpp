@@ -27,13 +27,15 @@ public:
     /// A third of the film's duration, in the time of the stream.
     [[nodiscard]] std::int64_t a_third_in(const AVStream& stream) const;
 
-    /// Reads on at the last frame at or before `time` that needs no other.
+    /// Reads on at the last frame that needs no other and is shown at or before `time`.
     void seek(const AVStream& stream, std::int64_t time);
 
     /// Whether there was another packet.
     bool read(AVPacket& packet);
 
 private:
+    bool go_to(const AVStream& stream, std::int64_t time);
+
     static int read_bytes(void* self, std::uint8_t* buffer, int size);
     static std::int64_t seek_bytes(void* self, std::int64_t offset, int whence);
 

@@ -41,15 +41,19 @@ PictureSize upright_size(const VImage& image)
     return size;
 }
 
+/// Whether its numbers mean other colours than those of sRGB. Others would only lose by conversion.
+bool has_own_colours(const VImage& image)
+{
+    return image.get_typeof(VIPS_META_ICC_NAME) != 0 ||
+           image.interpretation() == VIPS_INTERPRETATION_CMYK;
+}
+
 DecodedPicture read_bmp_picture(Bytes bytes, SizeWanted wanted)
 {
-    const Bmp bmp = read_bmp(bytes);
-    const std::size_t count = std::size_t{bmp.size.width} * bmp.size.height * 4;
-    const VImage whole =
-        VImage::new_from_memory(bmp.rgba.get(), count, static_cast<int>(bmp.size.width),
-                                static_cast<int>(bmp.size.height), 4, VIPS_FORMAT_UCHAR)
-            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-    return {finished(whole, delivered_size(bmp.size, wanted)), bmp.size};
+    const Picture whole = read_bmp(bytes);
+    const PictureSize full{whole.width(), whole.height()};
+    const PictureSize size = delivered_size(full, wanted);
+    return {whole.scale_image(size.width, size.height).value_or(whole), full};
 }
 
 DecodedPicture read_image(Bytes bytes, SizeWanted wanted)
@@ -63,12 +67,12 @@ DecodedPicture read_image(Bytes bytes, SizeWanted wanted)
     const PictureSize full = upright_size(header);
     check_bounds(full);
     const PictureSize size = delivered_size(full, wanted);
+    auto* shrinking =
+        options()->set("height", static_cast<int>(size.height))->set("size", VIPS_SIZE_FORCE);
+    if (has_own_colours(header))
+        shrinking->set("export_profile", "srgb");
     const VImage picture =
-        VImage::thumbnail_source(source_of(bytes), static_cast<int>(size.width),
-                                 options()
-                                     ->set("height", static_cast<int>(size.height))
-                                     ->set("size", VIPS_SIZE_FORCE)
-                                     ->set("export_profile", "srgb"));
+        VImage::thumbnail_source(source_of(bytes), static_cast<int>(size.width), shrinking);
     return {finished(picture, size), full};
 }
 

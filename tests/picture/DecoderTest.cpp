@@ -1,0 +1,214 @@
+#include "picture/Decoder.hpp"
+
+#include "picture/Media.hpp"
+#include "support/Scratch.hpp"
+#include "support/Tree.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+namespace orv::test {
+namespace {
+
+const std::string ffmpeg = "ffmpeg -v error -y ";
+
+DecodedPicture decoded(const Url& file, Medium medium, SizeWanted wanted)
+{
+    try {
+        return decode_picture(file, medium, wanted);
+    } catch (const Error& error) {
+        ADD_FAILURE() << file.path() << ": " << error.sentence() << ' ' << error.reason();
+        return {};
+    }
+}
+
+TEST(Decoder, reads_every_format_of_pictures_by_what_is_in_it)
+{
+    if (lacks_tools())
+        GTEST_SKIP();
+    const Scratch root;
+    write_file(root / "a.png", text_of(quarters(640, 480, upright).png()));
+    for (const char* name :
+         {"a.jpg", "a.jpeg", "a.tiff", "a.gif", "a.heic", "a16.png", "p3.png", "cmyk.jpg"}) {
+        const std::string file = name;
+        const std::string command = file == "a16.png"  ? "vips cast a.png a16.png ushort --shift"
+                                    : file == "p3.png" ? "vips icc_export a.png p3.png "
+                                                         "--output-profile p3"
+                                    : file == "cmyk.jpg"
+                                        ? "vips icc_export a.png c.tiff "
+                                          "--output-profile cmyk && "
+                                          "vips icc_transform c.tiff t.tiff srgb && "
+                                          "vips copy c.tiff cmyk.jpg"
+                                        : "vips copy a.png " + file;
+        run_in(root.url(), command + " 2>/dev/null");
+    }
+    run_in(root.url(), ffmpeg + "-i a.png a.bmp");
+    run_in(root.url(), "cp a.png png.jpg && cp a.jpg 'jpg.tiff' && ln -s a.png link");
+
+    for (const char* name : {"a.png", "a.jpg", "a.jpeg", "a.tiff", "a.gif", "a.heic", "a.bmp",
+                             "a16.png", "png.jpg", "jpg.tiff", "link"}) {
+        for (const auto& [wanted, size] :
+             {std::pair{SizeWanted{240, {}}, PictureSize{240, 180}},
+              {SizeWanted{}, PictureSize{640, 480}},
+              {SizeWanted{31, 170}, PictureSize{31, 170}},
+              {SizeWanted{1000, {}}, PictureSize{1000, 750}},
+              {SizeWanted{0, {}}, PictureSize{640, 480}},
+              {SizeWanted{4'000'000'000, {}}, PictureSize{640, 480}}}) {
+            const auto [picture, full] = decoded(root / name, Medium::image, wanted);
+            EXPECT_EQ(full, (PictureSize{640, 480})) << name;
+            EXPECT_EQ((PictureSize{picture.width(), picture.height()}), size) << name;
+            EXPECT_TRUE(shows(picture, upright)) << name << ' ' << size.width;
+        }
+    }
+    EXPECT_FALSE(decoded(root / "p3.png", Medium::image, {240, {}}).picture.is_empty());
+    EXPECT_FALSE(decoded(root / "cmyk.jpg", Medium::image, {240, {}}).picture.is_empty());
+}
+
+TEST(Decoder, keeps_what_is_transparent)
+{
+    const Scratch root;
+    const Picture half(2, 1, {255, 0, 0, 255, 0, 0, 0, 0});
+    write_file(root / "a.png", text_of(half.scale_image(200, 100)->png()));
+    const Picture picture = decoded(root / "a.png", Medium::image, {20, {}}).picture;
+    EXPECT_EQ(picture.rgba()[3], 255);
+    EXPECT_EQ(picture.rgba()[19 * 4 + 3], 0);
+    EXPECT_GE(picture.rgba()[8 * 4], 250) << "a colour that cannot be seen was mixed in";
+}
+
+/// What is seen of the upright quarters when they are said to be turned.
+struct TurnCase {
+    char orientation;
+    Quarters colours;
+};
+
+const TurnCase turn_cases[] = {
+    {1, {red, green, blue, white}}, {2, {green, red, white, blue}}, {3, {white, blue, green, red}},
+    {4, {blue, white, red, green}}, {5, {red, blue, green, white}}, {6, {blue, red, white, green}},
+    {7, {white, green, blue, red}}, {8, {green, white, red, blue}},
+};
+
+TEST(Decoder, turns_pictures_upright)
+{
+    const Scratch root;
+    const std::string jpeg = text_of(quarters(640, 320, upright).jpeg(1));
+    for (const auto& [orientation, colours] : turn_cases) {
+        write_file(root / "a.jpg", with_orientation(jpeg, orientation));
+        const bool is_on_side = orientation > 4;
+        for (const SizeWanted wanted : {SizeWanted{100, {}}, SizeWanted{}, SizeWanted{60, 50}}) {
+            const auto [picture, full] = decoded(root / "a.jpg", Medium::image, wanted);
+            EXPECT_EQ(full, (is_on_side ? PictureSize{320, 640} : PictureSize{640, 320}));
+            EXPECT_EQ((PictureSize{picture.width(), picture.height()}),
+                      delivered_size(full, wanted));
+            EXPECT_TRUE(shows(picture, colours)) << int(orientation);
+        }
+    }
+}
+
+TEST(Decoder, draws_the_first_page_of_a_pdf_on_white)
+{
+    const Scratch root;
+    write_file(root / "a.pdf", pdf_page("120", "60"));
+    struct Case {
+        SizeWanted wanted;
+        PictureSize size;
+    };
+    for (const auto& [wanted, size] :
+         {Case{{}, {240, 120}}, Case{{480, {}}, {480, 240}}, Case{{100, 100}, {100, 100}}}) {
+        const auto [picture, full] = decoded(root / "a.pdf", Medium::pdf_page, wanted);
+        EXPECT_EQ(full, (PictureSize{240, 120}));
+        EXPECT_EQ((PictureSize{picture.width(), picture.height()}), size);
+        EXPECT_TRUE(shows(picture, {red, white, red, white}));
+    }
+    write_file(root / "a4.pdf", pdf_page("595", "842"));
+    EXPECT_EQ(decoded(root / "a4.pdf", Medium::pdf_page, {}).full_size, (PictureSize{240, 340}));
+}
+
+/// A film whose frame N has the brightness 8 N, and the brightness of the frame that is wanted.
+struct FilmCase {
+    const char* what;
+    std::string options;
+    int frame;
+};
+
+TEST(Decoder, takes_the_very_frame_at_a_third_of_a_film)
+{
+    if (lacks_tools())
+        GTEST_SKIP();
+    const std::string frames =
+        "-f lavfi -i color=black:s=64x48:r=10:d=3,geq=lum=N*8:cb=128:cr=128 ";
+    const std::string sound = "-f lavfi -i sine=d=9 ";
+    const FilmCase cases[] = {
+        {"frames that need later ones", "-c:v libx264 -g 30 -bf 3 -qp 2 a.mp4", 10},
+        {"a film in pieces", "-c:v libx264 -g 4 -bf 0 -qp 2 -movflags frag_keyframe a.mov", 10},
+        {"an older kind", "-c:v mpeg4 -q:v 1 -g 12 -bf 2 a.mp4", 10},
+        {"sound that goes on", sound + "-c:v libx264 -g 30 -bf 3 -qp 2 a.mp4", 29},
+        {"a start that was cut off",
+         "-c:v libx264 -g 30 -bf 2 -qp 2 b.mp4 && " + ffmpeg + "-ss 0.6 -i b.mp4 -c copy a.mp4",
+         14},
+    };
+    for (const auto& [what, options, frame] : cases) {
+        const Scratch root;
+        run_in(root.url(), ffmpeg + frames + options);
+        const bool is_mov = options.ends_with("mov");
+        const auto [picture, full] =
+            decoded(root / (is_mov ? "a.mov" : "a.mp4"), Medium::film_frame, {32, {}});
+        ASSERT_FALSE(picture.is_empty()) << what;
+        EXPECT_EQ(full, (PictureSize{64, 48})) << what;
+        const double brightness = picture.rgba()[(12 * 32 + 16) * 4];
+        EXPECT_NEAR(brightness / 255 * 219 / 8 + 2, frame, 0.45) << what;
+    }
+}
+
+TEST(Decoder, shows_films_upright_in_their_shape_and_colours)
+{
+    if (lacks_tools())
+        GTEST_SKIP();
+    const Scratch root;
+    write_file(root / "a.png", text_of(quarters(320, 160, upright).png()));
+    const std::string film = ffmpeg + "-loop 1 -i a.png -t 1 -pix_fmt yuv420p ";
+    struct Case {
+        std::string what, command;
+        PictureSize full;
+        Quarters colours;
+    };
+    const auto turned = [&](const char* angle) {
+        return film + "b.mp4 && " + ffmpeg + "-i b.mp4 -c copy -metadata:s:v rotate=" + angle +
+               " a.mp4";
+    };
+    const Case cases[] = {
+        {"untagged", film + "a.mp4", {320, 160}, upright},
+        {"new colours",
+         film + "-vf scale=out_color_matrix=bt709 -colorspace bt709 a.mp4",
+         {320, 160},
+         upright},
+        {"full range",
+         film + "-vf scale=out_range=full -color_range pc a.mp4",
+         {320, 160},
+         upright},
+        {"oblong pixels", film + "-vf setsar=2 a.mp4", {640, 160}, upright},
+        {"turned left", turned("90"), {160, 320}, {green, white, red, blue}},
+        {"turned over", turned("180"), {320, 160}, {white, blue, green, red}},
+        {"turned right", turned("270"), {160, 320}, {blue, red, white, green}},
+        {"a sound with a cover",
+         ffmpeg + "-f lavfi -i sine=d=1 -i a.png -map 0 -map 1 -c:v png "
+                  "-disposition:v attached_pic a.m4a && mv a.m4a a.mp4",
+         {320, 160},
+         upright},
+    };
+    for (const auto& [what, command, full_size, colours] : cases) {
+        run_in(root.url(), command);
+        for (const SizeWanted wanted : {SizeWanted{120, {}}, SizeWanted{}, SizeWanted{2, 3}}) {
+            const auto [picture, full] = decoded(root / "a.mp4", Medium::film_frame, wanted);
+            EXPECT_EQ(full, full_size) << what;
+            EXPECT_EQ((PictureSize{picture.width(), picture.height()}),
+                      delivered_size(full, wanted));
+            EXPECT_TRUE(wanted.height || shows(picture, colours)) << what;
+        }
+    }
+}
+
+} // namespace
+} // namespace orv::test
