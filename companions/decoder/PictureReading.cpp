@@ -32,10 +32,14 @@ bool is_heif(Bytes bytes)
            std::equal(type.begin(), type.end(), bytes.begin() + offset);
 }
 
+PictureSize size_of(const VImage& image)
+{
+    return {static_cast<std::uint32_t>(image.width()), static_cast<std::uint32_t>(image.height())};
+}
+
 PictureSize upright_size(const VImage& image)
 {
-    PictureSize size{static_cast<std::uint32_t>(image.width()),
-                     static_cast<std::uint32_t>(image.height())};
+    PictureSize size = size_of(image);
     if (::vips_image_get_orientation_swap(image.get_image()))
         std::swap(size.width, size.height);
     return size;
@@ -61,14 +65,16 @@ DecodedPicture read_image(Bytes bytes, SizeWanted wanted)
     if (is_bmp(bytes))
         return read_bmp_picture(bytes, wanted);
     // A file that stops early or contradicts itself is refused; mere oddities are not.
-    const auto options = [] { return VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR); };
-    const VImage header = VImage::new_from_source(source_of(bytes), "",
-                                                  options()->set("access", VIPS_ACCESS_SEQUENTIAL));
+    constexpr const char* strictly = "[fail_on=error]";
+    const VImage header = VImage::new_from_source(
+        source_of(bytes), strictly, VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
     const PictureSize full = upright_size(header);
     check_bounds(full);
     const PictureSize size = delivered_size(full, wanted);
-    auto* shrinking =
-        options()->set("height", static_cast<int>(size.height))->set("size", VIPS_SIZE_FORCE);
+    auto* shrinking = VImage::option()
+                          ->set("option_string", strictly)
+                          ->set("height", static_cast<int>(size.height))
+                          ->set("size", VIPS_SIZE_FORCE);
     if (has_own_colours(header))
         shrinking->set("export_profile", "srgb");
     const VImage picture =
@@ -76,13 +82,15 @@ DecodedPicture read_image(Bytes bytes, SizeWanted wanted)
     return {finished(picture, size), full};
 }
 
-/// A page, measured in tenths of points.
-PictureSize page_size(const VImage& page)
+// Pages are measured in tenths of points: in whole ones, small pages would lose their shape.
+constexpr double tenths = 10;
+
+/// To be called with the page in points: in tenths, a long one would be beyond all numbers.
+void check_page(const VImage& page)
 {
-    constexpr int longest_side = 2'000'000;
+    constexpr int longest_side = 200'000;
     if (page.width() > longest_side || page.height() > longest_side)
         throw Error("The page of the PDF is larger than 70 metres.");
-    return {static_cast<std::uint32_t>(page.width()), static_cast<std::uint32_t>(page.height())};
 }
 
 PictureSize size_in_points(PictureSize page)
@@ -113,8 +121,8 @@ DecodedPicture read_pdf_page(Bytes bytes, SizeWanted wanted)
             source_of(bytes),
             VImage::option()->set("scale", scale)->set("fail_on", VIPS_FAIL_ON_ERROR));
     };
-    constexpr double tenths = 10;
-    const PictureSize page = page_size(load(tenths));
+    check_page(load(1));
+    const PictureSize page = size_of(load(tenths));
     const PictureSize full = size_in_points(page);
     const PictureSize size = delivered_size(full, wanted);
     const double scale =
@@ -136,6 +144,7 @@ DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted)
 {
     const MappedFile mapped(file);
     const bool is_page = medium == Medium::pdf_page;
+    ::vips_error_clear();
     try {
         allow_loaders(medium, !is_page && is_heif(mapped.bytes()));
         return is_page ? read_pdf_page(mapped.bytes(), wanted) : read_image(mapped.bytes(), wanted);

@@ -13,8 +13,7 @@ struct Refusal {
     std::string sentence;
 };
 
-/// A helper process at work, killed and waited for at the end. The application never sees it among
-/// its own children.
+/// A helper process at work, killed and waited for at the end.
 ///
 /// Threading: one thread at a time.
 class DecoderProcess {

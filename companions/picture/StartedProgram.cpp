@@ -76,8 +76,7 @@ FileDescriptor start_program(const Url& program, int socket, int socket_in_progr
     const FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
     Start start{program.path().c_str(), socket, socket_in_program, nothing.get(), 0};
     std::vector<char> stack(std::size_t{64} * 1024);
-    // The low bits of the flags would be the signal that tells of its end: none.
-    constexpr int flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD;
+    constexpr int flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD;
     int process = -1;
     int id = -1;
     {

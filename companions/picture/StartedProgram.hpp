@@ -7,8 +7,8 @@
 namespace orv::picture {
 
 /// Starts a program that has nothing of this process but its environment and `socket`, as the
-/// descriptor `socket_in_program`. It is no child that `waitpid` or SIGCHLD tell the application
-/// of. Gives its process descriptor.
+/// descriptor `socket_in_program`. Gives its process descriptor, which stands for it even when the
+/// application waits for any child, or for none.
 ///
 /// Errors: an `Error` when it cannot be started.
 [[nodiscard]] FileDescriptor start_program(const Url& program, int socket, int socket_in_program);

@@ -1,0 +1,203 @@
+#include "picture/Decoder.hpp"
+#include "picture/DecoderPool.hpp"
+#include "picture/Media.hpp"
+#include "support/Scratch.hpp"
+#include "support/Tree.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Locations.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <set>
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+namespace orv::test {
+namespace {
+
+/// The processes that this one has started, dead ones included.
+std::set<pid_t> children()
+{
+    std::set<pid_t> ids;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream list(thread.path() / "children");
+        for (pid_t id = 0; list >> id;)
+            ids.insert(id);
+    }
+    return ids;
+}
+
+std::size_t open_descriptors()
+{
+    const std::filesystem::directory_iterator open("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(open), end(open)));
+}
+
+class Helpers : public testing::Test {
+protected:
+    Helpers()
+    {
+        write_file(root_ / "a.png", text_of(quarters(64, 48, upright).png()));
+        file_ = FileDescriptor(::open((root_ / "a.png").path().c_str(), O_RDONLY | O_CLOEXEC));
+    }
+
+    [[nodiscard]] std::string outcome_with(picture::DecoderPool& pool,
+                                           SizeWanted wanted = {24, {}}) const
+    {
+        try {
+            const auto decoded = pool.decode(file_.get(), Medium::image, wanted);
+            return shows(decoded.picture, upright) ? "right" : "wrong";
+        } catch (const Error& error) {
+            return error.sentence();
+        }
+    }
+
+    /// A program that answers as told.
+    [[nodiscard]] Url liar(const std::string& answer) const
+    {
+        const Url program = root_ / "liar";
+        write_file(program, "#!/usr/bin/python3\n"
+                            "import os, struct\n"
+                            "os.read(3, 64)\n"
+                            "os.write(3, " +
+                                answer +
+                                ")\n"
+                                "os.read(3, 64)\n");
+        ::chmod(program.path().c_str(), 0700);
+        return program;
+    }
+
+    const Scratch root_;
+    FileDescriptor file_;
+    const Url program_ = helper_dir().appending("orv-picture-decoder");
+};
+
+TEST_F(Helpers, are_replaced_when_they_are_killed)
+{
+    picture::DecoderPool pool(program_, 2);
+    ASSERT_EQ(outcome_with(pool), "right");
+    const std::size_t descriptors = open_descriptors();
+    for (int i = 0; i < 100; ++i) {
+        const auto helpers = children();
+        ASSERT_EQ(helpers.size(), 1U);
+        ::kill(*helpers.begin(), SIGKILL);
+        // It may still be taken for living when it is asked, and then that one file fails.
+        const std::string outcome = outcome_with(pool);
+        if (outcome != "right") {
+            EXPECT_EQ(outcome, "The helper that decodes pictures ended over this file.");
+            EXPECT_EQ(outcome_with(pool), "right");
+        }
+    }
+    EXPECT_EQ(open_descriptors(), descriptors);
+}
+
+TEST_F(Helpers, work_on_several_files_at_once_while_they_are_killed)
+{
+    const auto before = children();
+    const std::size_t descriptors = open_descriptors();
+    {
+        picture::DecoderPool pool(program_, 3);
+        std::atomic<int> answers = 0;
+        std::atomic<bool> is_done = false;
+        std::vector<std::thread> askers;
+        for (int i = 0; i < 6; ++i)
+            askers.emplace_back([&] {
+                for (int n = 0; n < 20; ++n, ++answers)
+                    EXPECT_NE(outcome_with(pool), "wrong");
+            });
+        std::thread killer([&] {
+            while (!is_done) {
+                const auto helpers = children();
+                EXPECT_LE(helpers.size(), 3U);
+                if (!helpers.empty())
+                    ::kill(*helpers.rbegin(), SIGKILL);
+                std::this_thread::yield();
+            }
+        });
+        for (std::thread& asker : askers)
+            asker.join();
+        is_done = true;
+        killer.join();
+        EXPECT_EQ(answers, 120);
+        EXPECT_EQ(outcome_with(pool), "right");
+    }
+    EXPECT_EQ(children(), before);
+    EXPECT_EQ(open_descriptors(), descriptors);
+}
+
+TEST_F(Helpers, may_be_waited_for_by_the_application)
+{
+    for (const auto handler : {SIG_DFL, SIG_IGN}) {
+        ::signal(SIGCHLD, handler);
+        picture::DecoderPool pool(program_, 1);
+        EXPECT_EQ(outcome_with(pool), "right");
+        const auto helpers = children();
+        ASSERT_EQ(helpers.size(), 1U);
+        ::kill(*helpers.begin(), SIGKILL);
+        const pid_t waited_for = ::waitpid(-1, nullptr, 0);
+        EXPECT_EQ(waited_for, handler == SIG_IGN ? -1 : *helpers.begin());
+        static_cast<void>(outcome_with(pool));
+        EXPECT_EQ(outcome_with(pool), "right");
+    }
+    ::signal(SIGCHLD, SIG_DFL);
+    EXPECT_TRUE(children().empty());
+}
+
+TEST_F(Helpers, that_do_not_answer_as_agreed_are_errors_within_two_seconds)
+{
+    const std::string odd = "The helper that decodes pictures does not answer as agreed.";
+    const std::string dead = "The helper that decodes pictures ended over this file.";
+    const std::string version = "struct.pack('IIII', 0x4F525631, ";
+    struct Case {
+        const char* what;
+        Url program;
+        std::string sentence;
+    };
+    const auto check = [&](const Case& row) {
+        const auto start = std::chrono::steady_clock::now();
+        picture::DecoderPool pool(row.program, 1);
+        EXPECT_EQ(outcome_with(pool, {}), row.sentence) << row.what;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << row.what;
+        EXPECT_LE(children().size(), 1U);
+    };
+    check({"none", "/no/such/helper", "The helper that decodes pictures cannot be started."});
+    check({"no program", root_ / "a.png", "The helper that decodes pictures cannot be started."});
+    check({"one that ends", "/bin/true", dead});
+    check({"one that hangs", "/usr/bin/yes", "The file takes too long to decode."});
+    check({"another version", liar("struct.pack('IIII', 7, 0, 64, 48)"),
+           "The helper that decodes pictures is of another version."});
+    check({"no end of words", liar(version + "0xFFFFFFFF, 64, 48)"), odd});
+    check({"no end of pixels", liar(version + "0, 0xFFFFFFFF, 0xFFFFFFFF)"), odd});
+    check({"no pixels", liar(version + "0, 0, 48)"), odd});
+    check({"too few pixels", liar(version + "0, 64, 48) + b'x' * 9"),
+           "The file takes too long to decode."});
+    check({"words for a terminal", liar(version + "5, 64, 48) + b'a\\x1b[2J'"), "a [2J"});
+    EXPECT_TRUE(children().empty());
+}
+
+TEST_F(Helpers, cannot_reach_anything_but_their_file)
+{
+    picture::DecoderPool pool(program_, 1);
+    ASSERT_EQ(outcome_with(pool), "right");
+    const std::string process = "/proc/" + std::to_string(*children().begin());
+    const std::string status = read_file(Url(process + "/status"));
+    EXPECT_NE(status.find("\nNoNewPrivs:\t1\n"), std::string::npos);
+    EXPECT_NE(status.find("\nSeccomp:\t2\n"), std::string::npos);
+    for (const auto& entry : std::filesystem::directory_iterator(process + "/fd")) {
+        const std::string target = std::filesystem::read_symlink(entry).string();
+        EXPECT_TRUE(target == "/dev/null" || target.starts_with("socket:") ||
+                    target.starts_with("anon_inode:"))
+            << target;
+    }
+}
+
+} // namespace
+} // namespace orv::test
