@@ -8,10 +8,14 @@
 
 namespace orv::decoder {
 
+#ifndef ORV_MOST_PIXELS
+#define ORV_MOST_PIXELS 200'000'000
+#endif
+
 /// Refuses what would take too long or too much memory; to be called before anything is decoded.
 inline void check_bounds(PictureSize full)
 {
-    constexpr std::uint64_t most_pixels = 200'000'000;
+    constexpr std::uint64_t most_pixels = ORV_MOST_PIXELS;
     if (full.width == 0 || full.height == 0)
         throw Error("The picture has no size.");
     if (std::uint64_t{full.width} * full.height > most_pixels)

@@ -10,6 +10,8 @@
 namespace orv::decoder {
 namespace {
 
+constexpr AVRational microseconds{1, AV_TIME_BASE};
+
 int refuse_to_open(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**)
 {
     return AVERROR(EPERM);
@@ -57,11 +59,11 @@ std::int64_t FilmInput::a_third_in(const AVStream& stream) const
 {
     std::int64_t duration = context_->duration;
     if (duration <= 0 && stream.duration > 0)
-        duration = ::av_rescale_q(stream.duration, stream.time_base, AV_TIME_BASE_Q);
+        duration = ::av_rescale_q(stream.duration, stream.time_base, microseconds);
     if (duration <= 0)
         return 0;
     constexpr AVRational timescale{1, 600};
-    const std::int64_t third = ::av_rescale_q(duration / 3, AV_TIME_BASE_Q, timescale);
+    const std::int64_t third = ::av_rescale_q(duration / 3, microseconds, timescale);
     return ::av_rescale_q(third, timescale, stream.time_base);
 }
 
@@ -71,7 +73,8 @@ void FilmInput::seek(const AVStream& stream, std::int64_t time)
     const Packet packet(::av_packet_alloc());
     std::int64_t decoded_at = time;
     std::int64_t found_at = time;
-    while (go_to(stream, decoded_at)) {
+    // One step back is common, more are odd, many a film made to stall.
+    for (int step = 0; step < 8 && go_to(stream, decoded_at); ++step) {
         found_at = decoded_at;
         if (!read(*packet) || packet->pts <= time || packet->dts == AV_NOPTS_VALUE)
             break;

@@ -31,7 +31,7 @@ constexpr int forbidden_calls[] = {
     SYS_socket, SYS_socketpair, SYS_connect, SYS_bind, SYS_listen, SYS_accept4,
     // other programs and processes
     SYS_execve, SYS_execveat, SYS_ptrace, SYS_process_vm_readv, SYS_process_vm_writev, SYS_kill,
-    SYS_tkill, SYS_pidfd_open, SYS_pidfd_getfd, SYS_setpriority, SYS_prlimit64,
+    SYS_tkill, SYS_pidfd_open, SYS_pidfd_getfd, SYS_setpriority,
     // files by their names
     SYS_unlinkat, SYS_renameat2, SYS_linkat, SYS_symlinkat, SYS_mkdirat, SYS_mknodat, SYS_fchmodat,
     SYS_fchownat, SYS_truncate, SYS_setxattr, SYS_lsetxattr, SYS_utimensat,

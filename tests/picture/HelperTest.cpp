@@ -191,6 +191,10 @@ TEST_F(Helpers, cannot_reach_anything_but_their_file)
     const std::string status = read_file(Url(process + "/status"));
     EXPECT_NE(status.find("\nNoNewPrivs:\t1\n"), std::string::npos);
     EXPECT_NE(status.find("\nSeccomp:\t2\n"), std::string::npos);
+    std::ifstream limits(process + "/limits");
+    for (std::string line; std::getline(limits, line);)
+        for (const char* what : {"Max cpu time", "Max file size", "Max address space"})
+            EXPECT_FALSE(line.starts_with(what) && line.find("unlimited") == 26) << line;
     for (const auto& entry : std::filesystem::directory_iterator(process + "/fd")) {
         const std::string target = std::filesystem::read_symlink(entry).string();
         EXPECT_TRUE(target == "/dev/null" || target.starts_with("socket:") ||
