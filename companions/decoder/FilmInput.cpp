@@ -22,31 +22,25 @@ int refuse_to_open(AVFormatContext*, AVIOContext**, const char*, int, AVDictiona
 FilmInput::FilmInput(int file) : file_(file)
 {
     constexpr int buffer_size = 64 * 1024;
-    context_ = ::avformat_alloc_context();
     auto* buffer = static_cast<unsigned char*>(::av_malloc(buffer_size));
-    if (context_ && buffer)
-        io_ = ::avio_alloc_context(buffer, buffer_size, 0, this, &read_bytes, nullptr, &seek_bytes);
-    if (!io_)
+    io_.reset(
+        ::avio_alloc_context(buffer, buffer_size, 0, this, &read_bytes, nullptr, &seek_bytes));
+    AVFormatContext* context = ::avformat_alloc_context();
+    if (!buffer || !io_ || !context)
         throw Error("There is no memory for the film.");
-    context_->pb = io_;
-    context_->io_open = &refuse_to_open;
+    context->pb = io_.get();
+    context->io_open = &refuse_to_open;
     // Named, so that nothing else is tried: other formats may point to other files.
     const AVInputFormat* format = ::av_find_input_format("mov");
-    if (::avformat_open_input(&context_, "", format, nullptr) < 0)
+    const int result = ::avformat_open_input(&context, "", format, nullptr);
+    context_.reset(context);
+    if (result < 0)
         throw Error("The file is no film, or damaged.");
-}
-
-FilmInput::~FilmInput()
-{
-    ::avformat_close_input(&context_);
-    if (io_)
-        ::av_freep(&io_->buffer);
-    ::avio_context_free(&io_);
 }
 
 AVStream& FilmInput::picture_stream()
 {
-    const int index = ::av_find_best_stream(context_, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    const int index = ::av_find_best_stream(context_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (index < 0)
         throw Error("The film has no pictures.");
     for (unsigned i = 0; i < context_->nb_streams; ++i)
@@ -86,13 +80,13 @@ void FilmInput::seek(const AVStream& stream, std::int64_t time)
 
 bool FilmInput::go_to(const AVStream& stream, std::int64_t time)
 {
-    return ::av_seek_frame(context_, stream.index, time, AVSEEK_FLAG_BACKWARD) >= 0;
+    return ::av_seek_frame(context_.get(), stream.index, time, AVSEEK_FLAG_BACKWARD) >= 0;
 }
 
 bool FilmInput::read(AVPacket& packet)
 {
     ::av_packet_unref(&packet);
-    return ::av_read_frame(context_, &packet) >= 0;
+    return ::av_read_frame(context_.get(), &packet) >= 0;
 }
 
 int FilmInput::read_bytes(void* self, std::uint8_t* buffer, int size)

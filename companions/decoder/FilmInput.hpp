@@ -3,6 +3,7 @@
 #include "decoder/Ffmpeg.hpp"
 
 #include <cstdint>
+#include <memory>
 
 namespace orv::decoder {
 
@@ -13,11 +14,11 @@ namespace orv::decoder {
 class FilmInput {
 public:
     explicit FilmInput(int file);
-    ~FilmInput();
+    ~FilmInput() = default;
     FilmInput(const FilmInput&) = delete;
     FilmInput& operator=(const FilmInput&) = delete;
 
-    [[nodiscard]] AVFormatContext* get() const { return context_; }
+    [[nodiscard]] AVFormatContext* get() const { return context_.get(); }
 
     /// The stream to take a frame of; its cover where the film has nothing else to see.
     ///
@@ -34,6 +35,17 @@ public:
     bool read(AVPacket& packet);
 
 private:
+    struct IoEnd {
+        void operator()(AVIOContext* io) const
+        {
+            ::av_freep(&io->buffer);
+            ::avio_context_free(&io);
+        }
+    };
+    struct ContextEnd {
+        void operator()(AVFormatContext* context) const { ::avformat_close_input(&context); }
+    };
+
     bool go_to(const AVStream& stream, std::int64_t time);
 
     static int read_bytes(void* self, std::uint8_t* buffer, int size);
@@ -41,8 +53,9 @@ private:
 
     int file_;
     std::int64_t position_ = 0;
-    AVFormatContext* context_ = nullptr;
-    AVIOContext* io_ = nullptr;
+    // In this order: what reads ends before what it reads from.
+    std::unique_ptr<AVIOContext, IoEnd> io_;
+    std::unique_ptr<AVFormatContext, ContextEnd> context_;
 };
 
 } // namespace orv::decoder
