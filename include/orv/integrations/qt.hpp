@@ -7,6 +7,11 @@
 #include <QSocketNotifier>
 #include <utility>
 
+// An application that has no windows may be without Qt's Gui.
+#if __has_include(<QImage>)
+#include <orv/integrations/qt_image.hpp>
+#endif
+
 namespace orv {
 
 /// Runs the main queue's closures in Qt's event loop for as long as it lives, nested loops
