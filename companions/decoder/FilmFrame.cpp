@@ -71,8 +71,8 @@ enum class Outcome { found, late, at_end };
 
 Outcome decode_up_to_time(FilmInput& input, const AVStream& stream, Decoding& decoding)
 {
-    using namespace std::chrono;
-    constexpr seconds longest{1};
+    using std::chrono::steady_clock;
+    constexpr std::chrono::seconds longest{1};
     const auto deadline = steady_clock::now() + longest;
     const Packet packet(::av_packet_alloc());
     while (input.read(*packet)) {

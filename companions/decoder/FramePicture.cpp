@@ -118,9 +118,11 @@ Picture turned(const Picture& picture, Turn turn)
     const std::uint8_t* from = picture.rgba().data();
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x, from += 4) {
-            const auto to_x = static_cast<std::size_t>(left + turn.right[0] * x + turn.down[0] * y);
-            const auto to_y = static_cast<std::size_t>(top + turn.right[1] * x + turn.down[1] * y);
-            std::copy_n(from, 4, &rgba[(to_y * size.width + to_x) * 4]);
+            const int to_x = left + turn.right[0] * x + turn.down[0] * y;
+            const int to_y = top + turn.right[1] * x + turn.down[1] * y;
+            const std::size_t place =
+                static_cast<std::size_t>(to_y) * size.width + static_cast<std::size_t>(to_x);
+            std::copy_n(from, 4, &rgba[place * 4]);
         }
     return {size.width, size.height, std::move(rgba)};
 }

@@ -64,10 +64,11 @@ void DecoderSocket::read(void* bytes, std::size_t size)
 
 void DecoderSocket::wait_for_bytes()
 {
-    using namespace std::chrono;
+    using std::chrono::milliseconds;
+    using std::chrono::steady_clock;
     pollfd socket{socket_, POLLIN, 0};
     for (;;) {
-        const auto left = ceil<milliseconds>(deadline_ - steady_clock::now());
+        const auto left = std::chrono::ceil<milliseconds>(deadline_ - steady_clock::now());
         if (left <= milliseconds(0))
             throw Error("The file takes too long to decode.");
         const int found = ::poll(&socket, 1, static_cast<int>(left.count()));
