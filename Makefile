@@ -3,7 +3,7 @@ PREFIX ?= /usr/local
 JOBS := $(shell nproc)
 CONFIGURE := cmake --log-level=WARNING --preset
 
-.PHONY: help demo test bench prove format lint install clean
+.PHONY: help demo test bench prove format lint resources install clean
 
 help:
 	@echo "make demo       builds the orv command and shows it at work in a sandbox"
@@ -12,6 +12,7 @@ help:
 	@echo "make prove      injects faults into every kind of request and counts what is lost"
 	@echo "make format     formats the C++ files"
 	@echo "make lint       checks layers, names and common faults"
+	@echo "make resources  makes the shipped example files and the placeholder anew"
 	@echo "make install    installs the library and the command under PREFIX ($(PREFIX))"
 	@echo "make clean      removes what was built"
 
@@ -49,6 +50,10 @@ lint:
 	@$(CONFIGURE) debug
 	@scripts/check-layers.py
 	@scripts/lint.sh build/debug
+
+resources:
+	@scripts/install-packages.sh resources
+	@scripts/resources/make.py
 
 install:
 	@scripts/install-packages.sh build

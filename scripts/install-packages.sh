@@ -7,6 +7,7 @@
 #                                 prove: what the faults are also tried on
 #                                 fuzz:  what feeding made-up input needs besides
 #                                 check: what the format and lint checks need besides
+#                                 resources: what making the shipped resources anew needs
 set -euo pipefail
 
 packages_of() {
@@ -18,6 +19,7 @@ packages_of() {
     prove) echo rsync ;;
     fuzz) echo clang-14 libclang-rt-14-dev ;;
     check) echo clang-format-14 clang-tidy-16 ;;
+    resources) echo python3-cairo python3-gi-cairo gir1.2-pango-1.0 python3-numpy python3-pil fonts-ebgaramond ffmpeg ;;
     *) echo "There is no group of packages called $1." >&2 && exit 2 ;;
     esac
 }

@@ -1,0 +1,30 @@
+#!/usr/bin/python3
+"""Makes the files in resources/ anew: from code and the texts beside it, without a network.
+
+make.py [NAME...]    all files, or those whose names begin with one of the words
+"""
+
+import sys
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+import placeholder
+
+RESOURCES = Path(__file__).resolve().parents[2] / "resources"
+
+MAKERS = {
+    "thumb_placeholder.png": placeholder.write,
+}
+
+
+def main(words):
+    RESOURCES.mkdir(exist_ok=True)
+    for name, write in MAKERS.items():
+        if not words or any(name.startswith(word) for word in words):
+            path = RESOURCES / name
+            write(path)
+            print(f"{path.stat().st_size:9,} bytes  {name}")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
