@@ -117,6 +117,7 @@ public:
         add_unzip();
         add_remove();
         add_make_folder();
+        add_examples();
         add_attributes();
     }
 
@@ -394,6 +395,18 @@ private:
         command->callback([this] { command_ = make_folder_; });
     }
 
+    void add_examples()
+    {
+        CLI::App* command = app_.add_subcommand(
+            "examples", "Fill a folder with example files: music, pictures, books and notes");
+        command
+            ->add_option("DIR", examples_.folder, "The folder, which is created if there is none")
+            ->type_name("")
+            ->required();
+        command->footer("Every step is told in a line; what exists already is left as it is.");
+        command->callback([this] { command_ = examples_; });
+    }
+
     void add_attributes()
     {
         CLI::App* command = app_.add_subcommand("attr", "Show or set the attributes of an item");
@@ -492,6 +505,7 @@ private:
     UnzipCommand unzip_;
     RemoveCommand remove_;
     MakeFolderCommand make_folder_;
+    ExamplesCommand examples_;
     GetAttributesCommand get_attributes_;
     SetAttributesCommand set_attributes_;
     std::optional<Command> command_;

@@ -96,6 +96,10 @@ struct MakeFolderCommand {
     bool parents = false;
 };
 
+struct ExamplesCommand {
+    std::string folder;
+};
+
 struct GetAttributesCommand {
     std::string path;
     bool json = false;
@@ -115,7 +119,7 @@ struct SetAttributesCommand {
 using Command =
     std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand, CopyCommand,
                  MoveCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand, RemoveCommand,
-                 MakeFolderCommand, GetAttributesCommand, SetAttributesCommand>;
+                 MakeFolderCommand, ExamplesCommand, GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

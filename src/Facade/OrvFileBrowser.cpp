@@ -1,3 +1,4 @@
+#include "Facade/ExampleFiles.hpp"
 #include "Tool/Tool.hpp"
 
 #include <orv/Facade/OrvFileBrowser.hpp>
@@ -147,6 +148,11 @@ void OrvFileBrowser::release_file_url(
     const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket)
 {
     fm_.release_file_url(reservation_ticket);
+}
+
+void OrvFileBrowser::create_example_files(Url at, bool log_status, std::function<void()> completion)
+{
+    orv::create_example_files(std::move(at), log_status, std::move(completion));
 }
 
 } // namespace orv

@@ -4,6 +4,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -89,6 +90,15 @@ public:
     std::shared_ptr<ReserveFileUrlOpr>
     reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure);
     void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
+
+    /// Fills the folder `at` with a fixed tree of demonstration folders and files, copied from the
+    /// library's resources, and calls `completion`, which may be empty, once on the main thread.
+    /// What exists already is left as it is. With `log_status` every step prints a line to standard
+    /// output.
+    ///
+    /// Threading: any.
+    /// Errors: a step that fails is printed only, and the next one follows.
+    static void create_example_files(Url at, bool log_status, std::function<void()> completion);
 
 private:
     OrvFileManager& fm_;

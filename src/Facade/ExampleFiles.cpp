@@ -1,0 +1,131 @@
+#include "Facade/ExampleFiles.hpp"
+
+#include "utility/WorkerPool.hpp"
+
+#include <orv/Facade/OrvFileManager.hpp>
+#include <orv/utility/MainQueue.hpp>
+
+#include <iostream>
+#include <string>
+#include <utility>
+
+namespace orv {
+namespace {
+
+constexpr std::string_view folders[] = {
+    "Music",
+    "Pictures",
+    "Books",
+    "Experiments",
+    "Notes/Personal/Decision",
+    "Notes/Personal/Diary",
+    "Notes/Personal/Hobbies",
+    "Notes/Personal/Ideas",
+    "Notes/Personal/Quotes",
+    "Notes/Personal/Thoughts",
+    "Notes/Work/Project_A",
+    "Notes/Work/Project_B",
+    "Notes/Work/Project_C",
+};
+
+struct ExampleFile {
+    std::string_view resource;
+    std::string_view folder;
+    std::string_view name = resource;
+};
+
+constexpr std::string_view lorem = "lorem.txt";
+
+constexpr ExampleFile files[] = {
+    {"guitar.mp3", "Music"},
+    {"harpsichord.mp3", "Music"},
+    {"piano.mp3", "Music"},
+    {"birds.jpg", "Pictures"},
+    {"posing.jpg", "Pictures"},
+    {"foxies.jpg", "Pictures"},
+    {"colorful.jpg", "Pictures"},
+    {"A-Room-with-a-View.pdf", "Books"},
+    {"The-Prince.pdf", "Books"},
+    {"The-Problems-of-Philosophy.pdf", "Books"},
+    {lorem, "Notes", "notes.txt"},
+    {lorem, "Notes/Personal/Decision", "decision_01.txt"},
+    {lorem, "Notes/Personal/Decision", "decision_02.txt"},
+    {lorem, "Notes/Personal/Decision", "decision_03.txt"},
+    {lorem, "Notes/Personal/Diary", "diary_01.txt"},
+    {lorem, "Notes/Personal/Diary", "diary_02.txt"},
+    {lorem, "Notes/Personal/Hobbies", "hobby_01.txt"},
+    {lorem, "Notes/Personal/Ideas", "idea_01.txt"},
+    {lorem, "Notes/Personal/Ideas", "idea_02.txt"},
+    {lorem, "Notes/Personal/Quotes", "quote_01.txt"},
+    {lorem, "Notes/Personal/Quotes", "quote_02.txt"},
+    {lorem, "Notes/Personal/Quotes", "quote_03.txt"},
+    {lorem, "Notes/Personal/Quotes", "quote_04.txt"},
+    {lorem, "Notes/Personal/Thoughts", "thought_01.txt"},
+    {lorem, "Notes/Personal/Thoughts", "thought_02.txt"},
+    {lorem, "Notes/Work/Project_A", "phase_01.txt"},
+    {lorem, "Notes/Work/Project_A", "phase_02.txt"},
+    {lorem, "Notes/Work/Project_A", "phase_03.txt"},
+    {lorem, "Notes/Work/Project_B", "phase_01.txt"},
+    {lorem, "Notes/Work/Project_B", "phase_02.txt"},
+    {lorem, "Notes/Work/Project_B", "phase_03.txt"},
+    {lorem, "Notes/Work/Project_B", "phase_04.txt"},
+    {lorem, "Notes/Work/Project_C", "phase_01.txt"},
+    {lorem, "Notes/Work/Project_C", "phase_02.txt"},
+};
+
+/// Prints a line, in one piece, so that nothing of another thread comes between.
+void log(bool log_status, std::string_view text, std::string_view what = {})
+{
+    if (log_status)
+        std::cout << std::string(text).append(what).append("\n") << std::flush;
+}
+
+void create_folder(const Url& at, std::string_view name, bool log_status)
+{
+    auto& manager = OrvFileManager::singleton();
+    const Url folder = at.appending(name);
+    if (manager.file_exists(folder))
+        log(log_status, "⚠️ this item already exists: ", name);
+    else if (manager.sync_create_new_folder(folder, true))
+        log(log_status, "✅ created folder: ", name);
+    else
+        log(log_status, "⚠️ couldn't create folder: ", name);
+}
+
+void create_tree(const Url& at, bool log_status)
+{
+    log(log_status, "⏳ Creating Folders...");
+    for (const std::string_view folder : folders)
+        create_folder(at, folder, log_status);
+    log(log_status, "⏳ Populating folders with resource files...");
+    for (const ExampleFile& file : files)
+        bg_copy_resource(file.resource, at.appending(file.folder).appending(file.name), log_status);
+}
+
+} // namespace
+
+void create_example_files(Url at, bool log_status, std::function<void()> completion)
+{
+    bg_async([at = std::move(at), log_status, completion = std::move(completion)]() mutable {
+        create_tree(at, log_status);
+        main_async([completion = std::exchange(completion, nullptr)] {
+            if (completion)
+                completion();
+        });
+    });
+}
+
+void bg_copy_resource(std::string_view name, const Url& dest_url, bool log_status)
+{
+    assert_bg_thread("bg_copy_resource(name:dest_url:log_status:)");
+    auto& manager = OrvFileManager::singleton();
+    const Url resource = resource_dir().appending(name);
+    if (!manager.file_exists(resource))
+        log(log_status, "⚠️ couldn't find resource named: ", name);
+    else if (manager.bg_copy(resource, dest_url, ConflictBehaviour::stop))
+        log(log_status, "✅ copied resource to: ", dest_url.path());
+    else
+        log(log_status, "⚠️ couldn't copy resource to: ", dest_url.path());
+}
+
+} // namespace orv
