@@ -8,11 +8,15 @@ import sys
 from pathlib import Path
 
 sys.dont_write_bytecode = True
+import birds
+import colorful
 import placeholder
 
 RESOURCES = Path(__file__).resolve().parents[2] / "resources"
 
 MAKERS = {
+    "birds.jpg": birds.write,
+    "colorful.jpg": colorful.write,
     "thumb_placeholder.png": placeholder.write,
 }
 
