@@ -10,12 +10,19 @@ from pathlib import Path
 sys.dont_write_bytecode = True
 import birds
 import colorful
+import faces
 import placeholder
+import sounds
 
 RESOURCES = Path(__file__).resolve().parents[2] / "resources"
 
 MAKERS = {
+    "guitar.mp3": sounds.write_guitar,
+    "harpsichord.mp3": sounds.write_harpsichord,
+    "piano.mp3": sounds.write_piano,
     "birds.jpg": birds.write,
+    "posing.jpg": faces.write_portrait,
+    "foxies.jpg": faces.write_foxes,
     "colorful.jpg": colorful.write,
     "thumb_placeholder.png": placeholder.write,
 }
