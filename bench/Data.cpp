@@ -76,7 +76,7 @@ Sizes Sizes::quick()
     sizes.deep_chains = 2;
     sizes.folders_per_chain = 10;
     sizes.text_folders = 2;
-    sizes.mixed_bytes = 20'000'000;
+    sizes.mixed_bytes = 4'000'000;
     return sizes;
 }
 
