@@ -19,7 +19,7 @@ RANKS = [
     ["Database"],
     ["CustomAttributes"],
     ["Misc"],
-    ["Tool"],
+    ["Tool", "ThumbGenerator"],
     ["Operations"],
     ["Facade"],
     ["apps", "decoder"],

@@ -6,6 +6,8 @@
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/SaveAttrOpr.hpp>
 #include <orv/Operations/Status.hpp>
+#include <orv/ThumbGenerator/Generators.hpp>
+#include <orv/ThumbGenerator/OrvThumbnail.hpp>
 #include <orv/picture/Picture.hpp>
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Fatal.hpp>

@@ -1,0 +1,102 @@
+#include "Global/ThumbPlaceholder.hpp"
+#include "picture/Decoder.hpp"
+
+#include <orv/ThumbGenerator/Generators.hpp>
+#include <orv/utility/Error.hpp>
+
+#include <iostream>
+
+namespace orv {
+namespace {
+
+Preview whole(Picture picture)
+{
+    const std::uint32_t width = picture.width();
+    const std::uint32_t height = picture.height();
+    return {std::move(picture), width, height};
+}
+
+Preview decoded(const Url& url, Medium medium, SizeWanted wanted)
+{
+    DecodedPicture decoded = decode_picture(url, medium, wanted);
+    return {std::move(decoded.picture), decoded.full_size.width, decoded.full_size.height};
+}
+
+Preview decoded_or_placeholder(const Url& url, Medium medium, SizeWanted wanted)
+try {
+    return decoded(url, medium, wanted);
+} catch (const Error&) {
+    return whole(intr_thumb_placeholder());
+}
+
+} // namespace
+
+Preview OrvThumbnailGenerator::preview(const Url& url,
+                                       std::optional<std::uint32_t> /*resize_width*/,
+                                       std::optional<std::uint32_t> /*resize_height*/) const
+{
+    return whole(getThumbnail(url));
+}
+
+std::vector<std::string> ImageThumbnailGenerator::supportedExtensions() const
+{
+    return {"png", "jpg", "jpeg", "heic", "tiff", "gif", "bmp"};
+}
+
+Picture ImageThumbnailGenerator::getThumbnail(const Url& url) const
+{
+    return preview(url, {}, {}).picture;
+}
+
+Preview ImageThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
+                                         std::optional<std::uint32_t> resize_height) const
+{
+    return decoded_or_placeholder(url, Medium::image, {resize_width, resize_height});
+}
+
+std::vector<std::string> PDFThumbnailGenerator::supportedExtensions() const
+{
+    return {"pdf"};
+}
+
+Picture PDFThumbnailGenerator::getThumbnail(const Url& url) const
+{
+    return preview(url, {}, {}).picture;
+}
+
+Preview PDFThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
+                                       std::optional<std::uint32_t> resize_height) const
+{
+    return decoded_or_placeholder(url, Medium::pdf_page, {resize_width, resize_height});
+}
+
+std::vector<std::string> VideoThumbnailGenerator::supportedExtensions() const
+{
+    return {"mov", "m4a", "mp4"};
+}
+
+Picture VideoThumbnailGenerator::getThumbnail(const Url& url) const
+{
+    return preview(url, {}, {}).picture;
+}
+
+Preview VideoThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
+                                         std::optional<std::uint32_t> resize_height) const
+try {
+    return decoded(url, Medium::film_frame, {resize_width, resize_height});
+} catch (const Error& error) {
+    std::cout << "ERROR: " + error.message() + "\n" << std::flush;
+    return whole(intr_thumb_placeholder());
+}
+
+std::vector<std::string> DefaultThumbnailGenerator::supportedExtensions() const
+{
+    return {};
+}
+
+Picture DefaultThumbnailGenerator::getThumbnail(const Url& /*url*/) const
+{
+    return intr_thumb_placeholder();
+}
+
+} // namespace orv

@@ -1,0 +1,156 @@
+#include "Global/ThumbPlaceholder.hpp"
+#include "ThumbGenerator/ThumbnailCache.hpp"
+#include "picture/ThumbnailSize.hpp"
+
+#include <orv/ThumbGenerator/Generators.hpp>
+#include <orv/ThumbGenerator/OrvThumbnail.hpp>
+#include <orv/utility/Error.hpp>
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
+namespace orv {
+namespace {
+
+constexpr std::size_t first_cache_size = std::size_t{64} << 20;
+
+using Generators = std::map<std::string, OrvThumbnail::Generator>;
+
+std::string in_lower_case(std::string text)
+{
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
+
+Preview placeholder_preview()
+{
+    const Picture& placeholder = intr_thumb_placeholder();
+    return {placeholder, placeholder.width(), placeholder.height()};
+}
+
+/// What the generator makes of the file. An application's own may throw anything.
+Preview preview_of(const Url& url, const OrvThumbnailGenerator& generator, SizeWanted wanted)
+{
+    try {
+        Preview preview = generator.preview(url, wanted.width, wanted.height);
+        if (!preview.picture.is_empty())
+            return preview;
+    } catch (...) {
+    }
+    return placeholder_preview();
+}
+
+Picture scaled(const Preview& preview, SizeWanted wanted)
+{
+    const Picture& picture = preview.picture;
+    const PictureSize size = thumbnail_size({preview.full_width, preview.full_height}, wanted);
+    if (size == PictureSize{picture.width(), picture.height()})
+        return picture;
+    return picture.scale_image(size.width, size.height).value_or(picture);
+}
+
+Picture recompressed(const Picture& picture, double quality)
+{
+    constexpr std::uint32_t longest_of_jpeg = 65'500;
+    if (std::max(picture.width(), picture.height()) > longest_of_jpeg)
+        return picture;
+    return Picture::from_jpeg(picture.jpeg(quality));
+}
+
+} // namespace
+
+struct OrvThumbnail::Content {
+    mutable std::mutex mutex; ///< of what follows, up to the cache
+    Generators generators;
+    double quality = 1;
+
+    ThumbnailCache cache{first_cache_size};
+
+    /// What makes the thumbnail of a file, as things stand.
+    [[nodiscard]] std::pair<Generator, double> maker_for(const Url& url) const;
+};
+
+std::pair<OrvThumbnail::Generator, double> OrvThumbnail::Content::maker_for(const Url& url) const
+{
+    const std::string extension = in_lower_case(url.path_extension());
+    const std::lock_guard lock(mutex);
+    const auto found = generators.find(extension);
+    return {found == generators.end() ? nullptr : found->second, quality};
+}
+
+OrvThumbnail& OrvThumbnail::singleton()
+{
+    static auto* registry = new OrvThumbnail;
+    return *registry;
+}
+
+OrvThumbnail::OrvThumbnail() : content_(std::make_unique<Content>())
+{
+    addThumbnailGenerator(std::make_shared<ImageThumbnailGenerator>());
+    addThumbnailGenerator(std::make_shared<PDFThumbnailGenerator>());
+    addThumbnailGenerator(std::make_shared<VideoThumbnailGenerator>());
+}
+
+void OrvThumbnail::addThumbnailGenerator(const Generator& generator)
+{
+    std::vector<Generator> replaced; // destroyed without the lock
+    const std::vector<std::string> extensions = generator->supportedExtensions();
+    const std::lock_guard lock(content_->mutex);
+    for (const std::string& extension : extensions) {
+        Generator& place = content_->generators[in_lower_case(extension)];
+        replaced.push_back(std::exchange(place, generator));
+    }
+}
+
+std::map<std::string, OrvThumbnail::Generator> OrvThumbnail::supportedFiletypes() const
+{
+    const std::lock_guard lock(content_->mutex);
+    return content_->generators;
+}
+
+double OrvThumbnail::imageQuality() const
+{
+    const std::lock_guard lock(content_->mutex);
+    return content_->quality;
+}
+
+void OrvThumbnail::set_image_quality(double quality)
+{
+    const std::lock_guard lock(content_->mutex);
+    // No number counts as the best quality.
+    content_->quality = quality < 1 ? std::max(quality, 0.0) : 1;
+}
+
+void OrvThumbnail::set_cache_size(std::size_t bytes)
+{
+    content_->cache.set_limit(bytes);
+}
+
+OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
+                                                   std::optional<std::uint32_t> resize_width,
+                                                   std::optional<std::uint32_t> resize_height)
+{
+    auto [generator, quality] = content_->maker_for(url);
+    if (!generator)
+        generator = std::make_shared<DefaultThumbnailGenerator>();
+    const SizeWanted wanted{resize_width, resize_height};
+
+    const std::optional<FileVersion> version = version_of(url);
+    ThumbnailKey key{url, version.value_or(FileVersion()), wanted, quality, generator};
+    if (auto kept = content_->cache.find(key))
+        return {std::move(*kept), false};
+
+    const Preview preview = preview_of(url, *generator, wanted);
+    const bool is_placeholder = preview.picture.is_same(intr_thumb_placeholder());
+    Picture thumb = scaled(preview, wanted);
+    if (quality < 1)
+        thumb = recompressed(thumb, quality);
+    if (version && !is_placeholder)
+        content_->cache.insert(std::move(key), thumb);
+    return {std::move(thumb), is_placeholder};
+}
+
+} // namespace orv
