@@ -6,6 +6,7 @@
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/SaveAttrOpr.hpp>
 #include <orv/Operations/Status.hpp>
+#include <orv/Operations/ThumbGenerateOpr.hpp>
 #include <orv/ThumbGenerator/Generators.hpp>
 #include <orv/ThumbGenerator/OrvThumbnail.hpp>
 #include <orv/picture/Picture.hpp>

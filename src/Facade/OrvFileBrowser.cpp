@@ -1,13 +1,44 @@
 #include "Facade/ExampleFiles.hpp"
+#include "Global/ThumbPlaceholder.hpp"
 #include "Tool/Tool.hpp"
 
 #include <orv/Facade/OrvFileBrowser.hpp>
 
+#include <mutex>
 #include <utility>
 
 namespace orv {
+namespace {
+
+struct BrowserPlaceholder {
+    std::mutex mutex;
+    std::optional<Picture> picture; ///< none: the library's own
+};
+
+// Never destroyed: a browser may be asked for it while the process ends.
+BrowserPlaceholder& browser_placeholder()
+{
+    static auto* the_placeholder = new BrowserPlaceholder;
+    return *the_placeholder;
+}
+
+} // namespace
 
 OrvFileBrowser::OrvFileBrowser() : fm_(OrvFileManager::singleton()), curr_dir_(Tool::docs_dir()) {}
+
+Picture OrvFileBrowser::thumb_placeholder()
+{
+    BrowserPlaceholder& placeholder = browser_placeholder();
+    const std::lock_guard lock(placeholder.mutex);
+    return placeholder.picture ? *placeholder.picture : intr_thumb_placeholder();
+}
+
+void OrvFileBrowser::set_thumb_placeholder(Picture picture)
+{
+    BrowserPlaceholder& placeholder = browser_placeholder();
+    const std::lock_guard lock(placeholder.mutex);
+    placeholder.picture = std::move(picture);
+}
 
 void OrvFileBrowser::change_dir(const Url& url)
 {
@@ -148,6 +179,15 @@ void OrvFileBrowser::release_file_url(
     const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket)
 {
     fm_.release_file_url(reservation_ticket);
+}
+
+std::shared_ptr<ThumbGenerateOpr>
+OrvFileBrowser::generate_thumb(Url from, std::optional<std::uint32_t> resize_width,
+                               std::optional<std::uint32_t> resize_height,
+                               ThumbGenerateOpr::StatusClosure status_closure)
+{
+    return fm_.generate_thumb(std::move(from), resize_width, resize_height,
+                              std::move(status_closure));
 }
 
 void OrvFileBrowser::create_example_files(Url at, bool log_status, std::function<void()> completion)

@@ -15,6 +15,7 @@
 #include "Operations/ReserveFileUrlOpr.hpp"
 #include "Operations/SearchItemsOpr.hpp"
 #include "Operations/SnglCopyOpr.hpp"
+#include "Operations/ThumbGenerateOpr.hpp"
 #include "Operations/UnzipOpr.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Operations/ZipOpr.hpp"
@@ -261,6 +262,15 @@ OrvFileManager::search_items(Url inside, std::string keyword, bool recursive,
 {
     return orv::search_items(std::move(inside), std::move(keyword), recursive, include_hidden_files,
                              std::move(criterias), std::move(status_closure));
+}
+
+std::shared_ptr<ThumbGenerateOpr>
+OrvFileManager::generate_thumb(Url from, std::optional<std::uint32_t> resize_width,
+                               std::optional<std::uint32_t> resize_height,
+                               ThumbGenerateOpr::StatusClosure status_closure)
+{
+    return orv::generate_thumb(std::move(from), resize_width, resize_height,
+                               std::move(status_closure));
 }
 
 bool OrvFileManager::sync_delete_item(const Url& at)

@@ -5,6 +5,7 @@
 #include "utility/WorkerPool.hpp"
 
 #include <orv/Operations/Status.hpp>
+#include <orv/utility/Fatal.hpp>
 
 #include <exception>
 #include <functional>
@@ -148,14 +149,22 @@ private:
     std::function<void()> undo_;
 };
 
-/// The final status of a request of `Operation` that failed.
+template <class Operation>
+concept FailsInItsOwnWay = requires
+{
+    typename Operation::error;
+};
+
+/// The final status of a request of `Operation` that failed; one that never fails ends the process.
 template <class Operation>
 typename Operation::Status error_status(const Error& error)
 {
     if constexpr (has_case<status::error, typename Operation::Status>)
         return status::error{error};
-    else
+    else if constexpr (FailsInItsOwnWay<Operation>)
         return typename Operation::error{typename Operation::other{error}};
+    else
+        fatal(error.message());
 }
 
 /// Does the work of a request. What it throws becomes the final status; an operation that cannot be

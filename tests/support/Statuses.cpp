@@ -99,6 +99,12 @@ std::string text_of(const SearchItemsOperation::completed& status)
     return named("completed", status.all_items);
 }
 
+std::string text_of(const ThumbGenerateOpr::success& status)
+{
+    return (status.is_placeholder ? "placeholder " : "success ") +
+           std::to_string(status.thumb.width()) + "x" + std::to_string(status.thumb.height());
+}
+
 std::string text_of(const ReserveFileUrlOpr::success& status)
 {
     return "success " + status.final_url.last_path_component();

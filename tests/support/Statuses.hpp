@@ -11,7 +11,7 @@ namespace orv::test {
 
 /// What a status says, in one line: "progress name 0.50", "conflict mergeable name", "preparing",
 /// "success", "cancelled", "error: the sentence". A listing names its items, sorted or not as it
-/// came.
+/// came; a thumbnail is "success 20x10" or "placeholder 20x10".
 [[nodiscard]] std::string text_of(const status::success& status);
 [[nodiscard]] std::string text_of(const status::error& status);
 [[nodiscard]] std::string text_of(const status::cancelled& status);
@@ -26,6 +26,7 @@ namespace orv::test {
 [[nodiscard]] std::string text_of(const FetchByAttrOperation::success& status);
 [[nodiscard]] std::string text_of(const SearchItemsOperation::currently_fetched& status);
 [[nodiscard]] std::string text_of(const SearchItemsOperation::completed& status);
+[[nodiscard]] std::string text_of(const ThumbGenerateOpr::success& status);
 
 template <class... Cases>
 std::string text_of(const std::variant<Cases...>& status)

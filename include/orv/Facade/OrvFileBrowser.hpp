@@ -1,9 +1,11 @@
 #pragma once
 
 #include <orv/Facade/OrvFileManager.hpp>
+#include <orv/picture/Picture.hpp>
 
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -24,6 +26,13 @@ class OrvFileBrowser {
 public:
     /// Starts in the documents folder.
     OrvFileBrowser();
+
+    /// What all browsers of the process show while a thumbnail is being made; at first the
+    /// library's own placeholder.
+    ///
+    /// Threading: any.
+    [[nodiscard]] static Picture thumb_placeholder();
+    static void set_thumb_placeholder(Picture picture);
 
     [[nodiscard]] const Url& curr_dir() const { return curr_dir_; }
 
@@ -90,6 +99,10 @@ public:
     std::shared_ptr<ReserveFileUrlOpr>
     reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure);
     void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
+    std::shared_ptr<ThumbGenerateOpr>
+    generate_thumb(Url from, std::optional<std::uint32_t> resize_width,
+                   std::optional<std::uint32_t> resize_height,
+                   ThumbGenerateOpr::StatusClosure status_closure);
 
     /// Fills the folder `at` with a fixed tree of demonstration folders and files, copied from the
     /// library's resources, and calls `completion`, which may be empty, once on the main thread.

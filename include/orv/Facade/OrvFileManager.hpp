@@ -16,6 +16,7 @@
 #include <orv/Operations/ReserveFileUrlOpr.hpp>
 #include <orv/Operations/SearchItemsOpr.hpp>
 #include <orv/Operations/SnglCopyOpr.hpp>
+#include <orv/Operations/ThumbGenerateOpr.hpp>
 #include <orv/Operations/UnzipOpr.hpp>
 #include <orv/Operations/ZipOpr.hpp>
 #include <orv/archive/ExpansionLimits.hpp>
@@ -23,6 +24,7 @@
 #include <orv/utility/Url.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -170,6 +172,17 @@ public:
     search_items(Url inside, std::string keyword, bool recursive, bool include_hidden_files,
                  std::vector<SearchItemsOperation::Criteria> criterias,
                  SearchItemsOperation::StatusClosure status_closure);
+
+    /// Makes a thumbnail of the file, by the way that `OrvThumbnail` knows for its extension: with
+    /// one side given, the other follows from the shape of the picture; with both, it is
+    /// stretched; with none, it has its own size. Without a picture of the file it is the
+    /// placeholder.
+    ///
+    /// Units: pixels.
+    std::shared_ptr<ThumbGenerateOpr>
+    generate_thumb(Url from, std::optional<std::uint32_t> resize_width,
+                   std::optional<std::uint32_t> resize_height,
+                   ThumbGenerateOpr::StatusClosure status_closure);
 
     /// Deletes the item and says whether it is gone. Its attributes stay stored. False for "/", and
     /// for an item that a request holds.

@@ -53,6 +53,8 @@ void common_requests(Facade& facade, const At& at)
         return facade.fetch_items_by_attribute(FetchByAttrOperation::Attribute::is_protected,
                                                SortType::by_name(SortOrder::asc), c);
     });
+    ends<ThumbGenerateOpr::success>(
+        "generate_thumb", [&](auto c) { return facade.generate_thumb(at("d/f"), 16, {}, c); });
     std::shared_ptr<ReserveFileUrlOpr::Ticket> ticket;
     ends<ReserveFileUrlOpr::success>("reserve_file_url", [&](auto c) {
         return facade.reserve_file_url(at("r"), [&ticket, c](const auto& status) {
@@ -111,6 +113,7 @@ void browser_alone(OrvFileBrowser& browser, const Url& folder)
     });
     ends("zip", [&](auto c) { return browser.zip({folder.appending("d")}, "d", {}, c); });
     ends("unzip", [&](auto c) { return browser.unzip(folder.appending("d.zip"), {}, c); });
+    expect(!browser.thumb_placeholder().is_empty(), "thumb_placeholder");
     browser.change_dir("d 2");
     expect(browser.curr_dir() == folder.appending("d 2").resolving_symlinks(), "change_dir");
 }

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <orv/Misc/FileItem.hpp>
+#include <orv/Operations/OrvOperation.hpp>
+#include <orv/Operations/Status.hpp>
+#include <orv/picture/Picture.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <variant>
+
+namespace orv {
+
+/// The making of a thumbnail. It locks nothing and never fails: at worst the thumbnail is the
+/// placeholder.
+///
+/// Cancel: the thumbnail is made all the same, but not delivered.
+class ThumbGenerateOpr final : public OrvOperation {
+public:
+    struct success {
+        Picture thumb;
+        bool is_placeholder; ///< there is no picture of the file
+    };
+
+    using Status = std::variant<success, status::cancelled>;
+    using StatusClosure = std::function<void(const Status&)>;
+};
+
+/// Makes a thumbnail of the item; see `OrvFileManager::generate_thumb`. Returns at once.
+///
+/// Threading: any.
+std::shared_ptr<ThumbGenerateOpr>
+generate_thumbnail(const FileItem& item, std::optional<std::uint32_t> resize_width,
+                   std::optional<std::uint32_t> resize_height,
+                   ThumbGenerateOpr::StatusClosure status_closure);
+
+} // namespace orv
