@@ -9,6 +9,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 import birds
+import books
 import colorful
 import faces
 import placeholder
@@ -24,6 +25,9 @@ MAKERS = {
     "posing.jpg": faces.write_portrait,
     "foxies.jpg": faces.write_foxes,
     "colorful.jpg": colorful.write,
+    "A-Room-with-a-View.pdf": books.write_view,
+    "The-Prince.pdf": books.write_prince,
+    "The-Problems-of-Philosophy.pdf": books.write_philosophy,
     "thumb_placeholder.png": placeholder.write,
 }
 

@@ -121,7 +121,7 @@ def write_mp3(path, track, title):
             file.writeframes((track * 32767).astype("<i2").tobytes())
         subprocess.run(
             ["ffmpeg", "-v", "error", "-y", "-i", plain, "-metadata", f"title={title}",
-             "-codec:a", "libmp3lame", "-q:a", "5", "-flags", "bitexact", "-fflags", "bitexact", path],
+             "-codec:a", "libmp3lame", "-b:a", "80k", "-flags", "bitexact", "-fflags", "bitexact", path],
             check=True,
         )
 
