@@ -128,7 +128,16 @@ run_with_bar zip Archive/photos.zip Photos --password-file Documents/password
 run_with_bar unzip Archive/photos.zip Backup --password-file Documents/password
 expect diff -r Photos Backup/photos/Photos
 
-step "11. Delete folders with everything in them, attributes included."
+step "11. Fill a folder with example files, as an application may do on its first start."
+"$orv" --home "$home" examples Examples >examples.log
+show_command examples Examples
+sed -e 's/^/  /' -e 4q examples.log
+echo "  ... and $(($(wc -l <examples.log) - 4)) lines more"
+rm examples.log
+expect test -s Examples/Books/The-Prince.pdf
+run ls --long Examples/Pictures
+
+step "12. Delete folders with everything in them, attributes included."
 run rm Backup Archive
 expect test ! -e Backup -a ! -e Archive
 run ls .

@@ -28,6 +28,14 @@ void make_folder(const std::string& path, const Surroundings& surroundings)
             .because_of(platform_error(errno, folder));
 }
 
+/// Steps that fail are told, but not counted; one that hinders many hinders the last, too.
+void check_last_file(const Url& folder)
+{
+    const Url last_file = folder.appending("Notes/Work/Project_C/phase_02.txt");
+    if (!OrvFileManager::singleton().file_exists(last_file))
+        throw Error("Not all example files could be created.").at(folder);
+}
+
 } // namespace
 
 void run(const ExamplesCommand& command, const Surroundings& surroundings)
@@ -38,6 +46,7 @@ void run(const ExamplesCommand& command, const Surroundings& surroundings)
     OrvFileBrowser::create_example_files(command.folder, !surroundings.is_quiet,
                                          [&] { is_done = true; });
     drive_until([&] { return is_done; }, {});
+    check_last_file(command.folder);
 }
 
 } // namespace orv::app

@@ -61,6 +61,15 @@ const CommandCase command_cases[] = {
     {{"d/"}, {"mkdir", "d"}, 1, "", "orv: An item already exists: $W/d\n", {"d/"}},
     {{"d/"}, {"mkdir", "-p", "d"}, 0, "", "", {"d/"}},
     {{"d=1"}, {"mkdir", "-p", "d"}, 1, "", "orv: An item already exists: $W/d\n", {"d=1"}},
+
+    {{"d=1"}, {"examples", "d"}, 1, "", "orv: An item already exists: $W/d\n", {"d=1"}},
+    {{"d=1"},
+     {"examples", "d/e"},
+     1,
+     "",
+     "orv: Couldn't create new folder: $W/d/e: Not a directory\n",
+     {"d=1"}},
+    {{"d=1"}, {"examples", ""}, 1, "", "orv: Given url points to an undefined path\n", {"d=1"}},
 };
 
 TEST_F(CommandTest, DoesWhatItIsAskedAndTellsWhatItCouldNot)
@@ -75,6 +84,27 @@ TEST_F(CommandTest, DoesWhatItIsAskedAndTellsWhatItCouldNot)
         EXPECT_EQ(outcome.err, told(row.err));
         EXPECT_EQ(tree(work()), row.after);
     }
+}
+
+TEST_F(CommandTest, FillsAFolderWithExampleFiles)
+{
+    const Outcome told_of_it = orv({"examples", "new/d"});
+    EXPECT_EQ(told_of_it.exit_code, 0);
+    EXPECT_NE(told_of_it.out.find("✅ created folder: Music\n"), std::string::npos);
+    EXPECT_EQ(told_of_it.out.find("⚠️"), std::string::npos) << told_of_it.out;
+    EXPECT_EQ(told_of_it.err, "");
+
+    const Words made = tree(at("new/d"));
+    const Outcome quiet = orv({"--quiet", "examples", "new/d"});
+    EXPECT_EQ(quiet.exit_code, 0);
+    EXPECT_EQ(quiet.out + quiet.err, "");
+    EXPECT_EQ(tree(at("new/d")), made);
+
+    make_tree(work(), {"taken/Notes=mine"});
+    const Outcome hindered = orv({"examples", "taken"});
+    EXPECT_EQ(hindered.exit_code, 1);
+    EXPECT_EQ(hindered.err, told("orv: Not all example files could be created: $W/taken\n"));
+    EXPECT_EQ(read_file(at("taken/Notes")), "mine");
 }
 
 TEST_F(CommandTest, AnswersWrongUsageWithoutTouchingAnything)

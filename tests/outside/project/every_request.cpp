@@ -106,6 +106,15 @@ void manager_alone(OrvFileManager& manager, const Url& folder)
          [&](auto c) { return manager.unzip(folder.appending("z.zip"), folder, "word", c); });
 }
 
+void make_examples(const Url& in)
+{
+    bool is_done = false;
+    OrvFileBrowser::create_example_files(in, false, [&] { is_done = true; });
+    MainQueue::instance().run_until([&] { return is_done; });
+    expect(OrvFileManager::singleton().file_exists(in.appending("Books/The-Prince.pdf")),
+           "create_example_files");
+}
+
 void browser_alone(OrvFileBrowser& browser, const Url& folder)
 {
     ends<FetchItemsOperation::success>("fetch_curr_dir_items", [&](auto c) {
@@ -114,6 +123,7 @@ void browser_alone(OrvFileBrowser& browser, const Url& folder)
     ends("zip", [&](auto c) { return browser.zip({folder.appending("d")}, "d", {}, c); });
     ends("unzip", [&](auto c) { return browser.unzip(folder.appending("d.zip"), {}, c); });
     expect(!browser.thumb_placeholder().is_empty(), "thumb_placeholder");
+    make_examples(folder.appending("x"));
     browser.change_dir("d 2");
     expect(browser.curr_dir() == folder.appending("d 2").resolving_symlinks(), "change_dir");
 }
