@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Makes the files in resources/ anew: from code and the texts beside it, without a network.
+"""Makes the files in resources/ anew, without a network. lorem.txt alone is written by hand.
 
 make.py [NAME...]    all files, or those whose names begin with one of the words
 """

@@ -2,7 +2,6 @@
 
 #include "support/Engine.hpp"
 
-#include <algorithm>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -15,8 +14,8 @@ using Texts = std::vector<std::string>;
 
 // In the order in which they are made.
 const struct {
-    std::string folder;
-    std::string files;
+    const char* folder;
+    const char* files;
 } example_folders[] = {
     {"Music", "guitar.mp3 harpsichord.mp3 piano.mp3"},
     {"Pictures", "birds.jpg posing.jpg foxies.jpg colorful.jpg"},
@@ -41,7 +40,7 @@ Texts example_files()
     for (const auto& row : example_folders) {
         std::istringstream names(row.files);
         for (std::string name; names >> name;)
-            files.push_back(row.folder + "/" + name);
+            files.push_back(std::string(row.folder) + "/" + name);
     }
     return files;
 }
@@ -50,7 +49,7 @@ Texts expected_tree()
 {
     std::set<std::string> entries{"Notes/Personal/", "Notes/Work/"};
     for (const auto& row : example_folders)
-        entries.insert(row.folder + "/");
+        entries.insert(std::string(row.folder) + "/");
     for (const std::string& file : example_files()) {
         const Url resource = resource_dir().appending(Url("/" + file).last_path_component());
         const bool is_note = file.starts_with("Notes/");
@@ -62,7 +61,7 @@ Texts expected_tree()
 
 class ExampleFilesTest : public EngineTest {
 protected:
-    /// Makes the files in `folder` and returns what was printed.
+    /// Makes the files in `in` and returns what was printed.
     std::string output_of_making(const Url& in, bool log_status)
     {
         testing::internal::CaptureStdout();
@@ -84,7 +83,7 @@ protected:
     {
         std::string text = "⏳ Creating Folders...\n";
         for (const auto& row : example_folders)
-            if (row.folder != "Notes")
+            if (row.folder != std::string("Notes"))
                 text += folder + row.folder + "\n";
         text += "⏳ Populating folders with resource files...\n";
         for (const std::string& name : example_files())
