@@ -43,22 +43,34 @@ Error unreadable(const Url& file)
     return Error("Couldn't read the password.").because_of(platform_error(errno, Url())).at(file);
 }
 
-/// Waits until there is something to read. Ctrl-C ends the wait.
-void wait_for(int input)
+/// Reads lines while Ctrl-C waits for its turn: whoever hides what is typed shows it again before
+/// the process ends.
+class LineReader {
+public:
+    /// The first line of what `input`, the open `file`, has; without its end.
+    ///
+    /// Errors: the platform's; `Interrupted`.
+    std::string first_line(int input, const Url& file) const;
+
+private:
+    void wait_for(int input) const;
+
+    bool is_stopped_ = false;
+    Stoppable stoppable_{[this] { is_stopped_ = true; }};
+};
+
+void LineReader::wait_for(int input) const
 {
-    bool is_stopped = false;
-    const Stoppable stoppable([&] { is_stopped = true; });
     std::array<pollfd, 2> events{{{MainQueue::instance().fd(), POLLIN, 0}, {input, POLLIN, 0}}};
     while (events[1].revents == 0) {
         ::poll(events.data(), events.size(), -1);
         MainQueue::instance().drain();
-        if (is_stopped)
+        if (is_stopped_)
             throw Interrupted();
     }
 }
 
-/// Without its end.
-std::string first_line(int input, const Url& file)
+std::string LineReader::first_line(int input, const Url& file) const
 {
     std::string line;
     std::array<char, 4096> block{};
@@ -94,11 +106,11 @@ std::string password_in(const std::string& path)
     const Input input(path, O_RDONLY);
     if (!input.is_open())
         throw unreadable(file);
-    return checked(first_line(input.fd(), file));
+    return checked(LineReader().first_line(input.fd(), file));
 }
 
 /// While it lives, what is typed on the terminal is not shown, but for the end of the line.
-/// Stopping the process is out of the question meanwhile: the shell would show it afterwards.
+/// The keys that stop the process or end it at once would leave the terminal like that.
 class HiddenTyping {
 public:
     explicit HiddenTyping(int terminal) : terminal_(terminal)
@@ -108,6 +120,7 @@ public:
         hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         hidden.c_lflag |= ICANON | ECHONL;
         hidden.c_cc[VSUSP] = _POSIX_VDISABLE;
+        hidden.c_cc[VQUIT] = _POSIX_VDISABLE;
         ::tcsetattr(terminal_, TCSAFLUSH, &hidden);
     }
     ~HiddenTyping() { ::tcsetattr(terminal_, TCSAFLUSH, &before_); }
@@ -119,13 +132,13 @@ private:
     termios before_{};
 };
 
-std::string typed(int terminal, const std::string& prompt)
+std::string typed(const LineReader& reader, int terminal, const std::string& prompt)
 {
     const HiddenTyping hidden(terminal);
     const std::string question = prompt + ": ";
     if (::write(terminal, question.data(), question.size()) < 0)
         throw unreadable(Url("/dev/tty"));
-    return first_line(terminal, Url("/dev/tty"));
+    return reader.first_line(terminal, Url("/dev/tty"));
 }
 
 std::string asked_password(const std::string& prompt, bool is_new)
@@ -134,8 +147,9 @@ std::string asked_password(const std::string& prompt, bool is_new)
     if (!terminal.is_open())
         throw Error("There is no terminal to ask for the password on; --password-file reads it "
                     "from a file.");
-    std::string password = checked(typed(terminal.fd(), prompt));
-    if (is_new && typed(terminal.fd(), "Once more") != password)
+    const LineReader reader;
+    std::string password = checked(typed(reader, terminal.fd(), prompt));
+    if (is_new && typed(reader, terminal.fd(), "Once more") != password)
         throw Error("The two passwords differ.");
     return password;
 }

@@ -37,7 +37,7 @@ public:
         };
         const auto status = final_status<UnzipOperation>(start, {.tick = bar_.ticker()});
         if (const auto* failed = std::get_if<status::error>(&status))
-            throw told_of(archive_, failed->error);
+            throw failure(failed->error);
         if (std::holds_alternative<status::cancelled>(status))
             throw Interrupted();
         bar_.finish();
@@ -51,6 +51,15 @@ private:
         const std::string way = relative_path(item, folder_).value_or("");
         container_ = way.substr(0, way.find('/'));
         bar_.set_progress({item.last_path_component(), false, progress.value});
+    }
+
+    [[nodiscard]] Error failure(const Error& error) const
+    {
+        if (!password_ && error.reason().starts_with("The archive needs a password."))
+            return Error("The archive needs a password; --ask-password asks for it, "
+                         "--password-file takes it from a file.")
+                .at(archive_);
+        return told_of(archive_, error);
     }
 
     /// Where to look, when that is not where one would.

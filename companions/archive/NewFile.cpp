@@ -31,6 +31,11 @@ FileDescriptor unnamed_file(const NewItemFolder& folder, const std::string& name
     return file;
 }
 
+std::shared_ptr<const std::string> new_name()
+{
+    return std::make_shared<const std::string>("." + new_uuid() + ".orvresume");
+}
+
 /// Renames without replacing anything; by a second link where the file system cannot do so at once.
 int rename_no_replace(int folder, const char* from, const char* to)
 {
@@ -65,25 +70,24 @@ void apply(const Keepsakes& keepsakes, int fd, const Url& url)
     }
 }
 
-NewFile::NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name)
+NewFile::NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name,
+                 const Zip::UnfinishedName& unfinished_name)
     : folder_(std::move(folder)), name_(std::move(name)), file_(unnamed_file(*folder_, name_))
 {
     if (file_)
         return;
-    hidden_name_ = "." + new_uuid() + ".orvresume";
-    file_ = FileDescriptor(::openat(folder_->descriptor.get(), hidden_name_.c_str(),
+    auto hidden_name = unfinished_name ? unfinished_name(folder_->url) : new_name();
+    file_ = FileDescriptor(::openat(folder_->descriptor.get(), hidden_name->c_str(),
                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-    if (!file_) {
-        const int code = errno;
-        hidden_name_.clear();
-        fail(code);
-    }
+    if (!file_)
+        fail(errno);
+    hidden_name_ = std::move(hidden_name);
 }
 
 NewFile::~NewFile()
 {
-    if (!hidden_name_.empty())
-        ::unlinkat(folder_->descriptor.get(), hidden_name_.c_str(), 0);
+    if (hidden_name_)
+        ::unlinkat(folder_->descriptor.get(), hidden_name_->c_str(), 0);
 }
 
 void NewFile::write(ByteView part)
@@ -115,7 +119,7 @@ void NewFile::publish(const Keepsakes& keepsakes)
     }
     if (code != 0)
         fail(code);
-    hidden_name_.clear();
+    hidden_name_.reset();
 }
 
 /// Some file systems tell only when a descriptor is closed that they could not keep what was
@@ -133,8 +137,8 @@ void NewFile::finish(const Keepsakes& keepsakes)
 int NewFile::place()
 {
     const int folder = folder_->descriptor.get();
-    if (!hidden_name_.empty())
-        return rename_no_replace(folder, hidden_name_.c_str(), name_.c_str());
+    if (hidden_name_)
+        return rename_no_replace(folder, hidden_name_->c_str(), name_.c_str());
     // Linking a descriptor by itself takes a privilege; by its name in /proc it does not.
     if (::linkat(file_.get(), "", folder, name_.c_str(), AT_EMPTY_PATH) == 0)
         return 0;

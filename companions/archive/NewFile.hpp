@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/Deflate.hpp"
+#include "archive/Zip.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Url.hpp>
@@ -38,8 +39,10 @@ void apply(const Keepsakes& keepsakes, int fd, const Url& url);
 /// A file that is being written, out of sight. Unless it is published, nothing of it remains.
 class NewFile {
 public:
-    /// Errors: the platform's, as everywhere here, at the place where it is to stand.
-    NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name);
+    /// Errors: the platform's, as everywhere here, at the place where it is to stand; what
+    /// `unfinished_name` throws.
+    NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name,
+            const Zip::UnfinishedName& unfinished_name);
     ~NewFile();
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
@@ -57,7 +60,7 @@ private:
 
     const std::shared_ptr<const NewItemFolder> folder_;
     std::string name_;
-    std::string hidden_name_; // empty for a file without a name
+    std::shared_ptr<const std::string> hidden_name_; // none for a file without a name
     FileDescriptor file_;
     std::uint64_t size_ = 0;
     bool ends_with_hole_ = false;

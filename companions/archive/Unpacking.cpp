@@ -38,9 +38,9 @@ Keepsakes keepsakes_of(const PlannedItem& item)
 
 class Unpacking {
 public:
-    Unpacking(const UnpackingPlan& plan, EntryReader& reader, const Url& destination, Job& job)
-        : plan_(plan), reader_(reader), job_(job), destination_(destination),
-          cursor_(open_destination(destination), destination),
+    Unpacking(const UnpackingPlan& plan, EntryReader& reader, const UnpackingPlace& place, Job& job)
+        : plan_(plan), reader_(reader), job_(job), place_(place),
+          cursor_(open_destination(place.folder), place.folder),
           ahead_(job.test_mode() ? 0 : std::max(1U, std::thread::hardware_concurrency()))
     {
     }
@@ -64,10 +64,10 @@ private:
     {
         struct statvfs facts {};
         if (::fstatvfs(cursor_.go_to(""), &facts) != 0)
-            throw platform_error(errno, destination_);
+            throw platform_error(errno, place_.folder);
         const std::uint64_t free = std::uint64_t{facts.f_bavail} * facts.f_frsize;
         if (facts.f_blocks != 0 && plan_.bytes > free)
-            throw platform_error(ENOSPC, destination_);
+            throw platform_error(ENOSPC, place_.folder);
     }
 
     void create_folders_and_files()
@@ -107,7 +107,7 @@ private:
             folder_ = open_folder(parts.folder);
         return ahead_.add([this, &item, name = std::string(parts.name), folder = folder_] {
             job_.check();
-            NewFile file(folder, name);
+            NewFile file(folder, name, place_.unfinished_name);
             reader_.read(*item.entry, [&](ByteView part) {
                 file.write(part);
                 job_.add(part.size());
@@ -194,7 +194,7 @@ private:
     const UnpackingPlan& plan_;
     EntryReader& reader_;
     Job& job_;
-    const Url& destination_;
+    const UnpackingPlace& place_;
     FolderCursor cursor_;
     std::shared_ptr<const NewItemFolder> folder_;
     std::deque<FileAhead> files_;
@@ -203,9 +203,9 @@ private:
 
 } // namespace
 
-void unpack(const UnpackingPlan& plan, EntryReader& reader, const Url& destination, Job& job)
+void unpack(const UnpackingPlan& plan, EntryReader& reader, const UnpackingPlace& place, Job& job)
 {
-    Unpacking(plan, reader, destination, job).run();
+    Unpacking(plan, reader, place, job).run();
 }
 
 } // namespace orv::archive

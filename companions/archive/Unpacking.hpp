@@ -6,9 +6,15 @@
 
 namespace orv::archive {
 
-/// Creates what is planned in the folder at `destination`.
+/// Where things are unpacked.
+struct UnpackingPlace {
+    const Url& folder;
+    const Zip::UnfinishedName& unfinished_name;
+};
+
+/// Creates what is planned at that place.
 ///
 /// Errors: those of `EntryReader::read`; the platform's.
-void unpack(const UnpackingPlan& plan, EntryReader& reader, const Url& destination, Job& job);
+void unpack(const UnpackingPlan& plan, EntryReader& reader, const UnpackingPlace& place, Job& job);
 
 } // namespace orv::archive

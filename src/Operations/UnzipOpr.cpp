@@ -6,8 +6,11 @@
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Operations/ZipErrors.hpp"
+#include "Tool/HiddenName.hpp"
+#include "Tool/ProcessedFiles.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
+#include "utility/FileDescriptor.hpp"
 
 namespace orv {
 namespace {
@@ -68,6 +71,23 @@ private:
     bool is_kept_ = false;
 };
 
+/// The name of a file that has to be built beside others, announced to the next start.
+struct AnnouncedName {
+    explicit AnnouncedName(const Url& folder)
+        : hidden({processed_files.get(), processed_files_folder()}, folder)
+    {
+    }
+
+    FileDescriptor processed_files = open_processed_files_folder();
+    HiddenName hidden;
+};
+
+std::shared_ptr<const std::string> announced_name(const Url& folder)
+{
+    const auto name = std::make_shared<const AnnouncedName>(folder);
+    return {name, &name->hidden.text()};
+}
+
 void unpack(UnzipRequest& request, const Url& archive, const Url& container,
             const std::optional<std::string>& password)
 {
@@ -76,7 +96,8 @@ void unpack(UnzipRequest& request, const Url& archive, const Url& container,
         request.report(status::progress<GeneralProgress>{{item, value}});
     };
     const auto call = [&] {
-        Zip::unzipFile(archive, container, password, canceller, intr_test_mode(), tell);
+        Zip::unzipFile(archive, container, password, canceller, intr_test_mode(), tell,
+                       announced_name);
     };
     with_zip_errors(Zip::Error::Case::unzip_failed, place("Unzip operation failed.", 220),
                     [&] { request.do_part([canceller] { canceller->cancel(); }, call); });

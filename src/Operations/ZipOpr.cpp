@@ -4,6 +4,7 @@
 #include "Operations/BuiltFile.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
+#include "Operations/SameItem.hpp"
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Operations/ZipErrors.hpp"
@@ -75,6 +76,14 @@ void check_items_exist(const std::vector<Url>& items)
             throw place("Source item doesn't exist. \n" + item.description(), 138).at(item);
 }
 
+/// Under another spelling, what is to be deleted may be what is to be packed.
+void check_replaces_no_item(const std::vector<Url>& items, const Url& archive)
+{
+    for (const Url& item : items)
+        if (are_same_item(item, archive) || lies_inside(item, archive))
+            throw place("Item url cannot be the same with archive url.", 88).at(item);
+}
+
 /// Packs into `file`, out of sight. What goes wrong with it is told of the archive that it is to
 /// become.
 void pack(ZipRequest& request, const Content& content, const Url& file, const Url& archive)
@@ -116,10 +125,12 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
 
     const auto lock = std::make_shared<UrlLock>(read_locks(content.items), write(target.url));
     check_items_exist(content.items);
-    if (target.replaces)
+    if (target.replaces) {
+        check_replaces_no_item(content.items, target.url);
         remove_replaced(
             target.url,
             place("Destination item couldn't be deleted while being overwritten.", 145));
+    }
     build_archive(request, content, target.url);
     // The lock is kept for that: nobody else's archive may be deleted.
     request.set_undo([url = target.url, lock] { Tool::delete_item(url); });

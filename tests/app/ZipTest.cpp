@@ -79,7 +79,10 @@ TEST_F(ArchiveCommandTest, UnpacksWithTheRightPasswordAlone)
         {"plain.zip", "", "", "plain"},
         {"plain.zip", "pw", "Unpacked into \"plain 2\", since \"plain\" exists.\n", "plain 2"},
         {"locked.zip", "pw", "", "locked"},
-        {"locked.zip", "", failed + "The archive needs a password\n", ""},
+        {"locked.zip", "",
+         "orv: The archive needs a password; --ask-password asks for it, --password-file takes it "
+         "from a file: $W/locked.zip\n",
+         ""},
         {"locked.zip", "wrong", failed + "The password is wrong\n", ""},
         {"locked.zip", "empty", "orv: The password is empty\n", ""},
         {"locked.zip", "none",

@@ -371,7 +371,9 @@ const std::vector<FaultCase>& fault_cases()
         zip_that_replaces_case(),
         zip_with_password_case(),
         lacking(zip_across_case(), some, " by renaming"),
-        unzip_case()};
+        unzip_case(),
+        lacking(unzip_case(), some, " by renaming"),
+        lacking(unzip_case(), more, " by linking")};
     return cases;
 }
 

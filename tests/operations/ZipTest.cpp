@@ -111,6 +111,9 @@ TEST_F(ZipTest, zip_errors_name_their_documented_lines)
     }
     EXPECT_EQ(text_of(zipped({folder()}, at("z.zip"))),
               "error: Source path conflicts with destination path.");
+    std::filesystem::create_directory_symlink(folder(), at("link"));
+    EXPECT_EQ(text_of(zipped({at("link/old.zip")}, at("old.zip"), replace)),
+              "error: Item url cannot be the same with archive url.");
     std::filesystem::create_symlink("/dev/null", at("null"));
     EXPECT_EQ(text_of(zipped({"/dev/null"}, at("z.zip"))), "error: Zip operation failed.");
     EXPECT_EQ(read_file(at("old.zip")), "2");
