@@ -1,5 +1,7 @@
 #include "CommandLine.hpp"
 
+#include <orv/picture/Picture.hpp>
+
 #include <algorithm>
 #include <charconv>
 #include <functional>
@@ -89,6 +91,19 @@ std::string check_app_id(const std::string& id)
     return is_name ? "" : "\"" + id + "\" is no name for a folder";
 }
 
+/// The form that the ending of the name asks for.
+ThumbCommand::Form thumb_form(const std::string& output)
+{
+    const std::size_t dot = output.rfind('.');
+    const std::string ending =
+        dot == std::string::npos ? "" : CLI::detail::to_lower(output.substr(dot));
+    if (ending == ".png")
+        return ThumbCommand::Form::png;
+    if (ending == ".jpg" || ending == ".jpeg")
+        return ThumbCommand::Form::jpeg;
+    throw CLI::ValidationError("OUT", "\"" + output + "\" ends with none of .jpeg, .jpg, .png");
+}
+
 std::string check_home(const std::string& folder)
 {
     return folder.empty() ? "an empty path is no folder" : "";
@@ -115,6 +130,7 @@ public:
         add_write();
         add_zip();
         add_unzip();
+        add_thumb();
         add_remove();
         add_make_folder();
         add_examples();
@@ -378,6 +394,41 @@ private:
         command.add_flag("--ask-password", password.is_asked, typed_description)->excludes(file);
     }
 
+    void add_thumb()
+    {
+        CLI::App* command =
+            app_.add_subcommand("thumb", "Make a thumbnail of a picture, a PDF or a film");
+        command->add_option("FILE", thumb_.file, "The file")->type_name("")->required();
+        command->add_option("OUT", thumb_.output, "The thumbnail, a new .png or .jpg file")
+            ->type_name("")
+            ->required();
+        add_side(*command, "--width", thumb_.width);
+        add_side(*command, "--height", thumb_.height);
+        auto* quality =
+            command->add_option("--quality", thumb_.quality, "Of a .jpg, from 0 to 1 (0.9)")
+                ->type_name("Q")
+                ->check(CLI::Range(0.0, 1.0));
+        add_on_conflict(*command, thumb_.on_conflict, false,
+                        "What to do when the name is taken; default: ask, which without a terminal "
+                        "means stop");
+        command->footer("With one side given, the other follows from the shape of the picture; "
+                        "with both, it is stretched.");
+        command->callback([this, quality] {
+            thumb_.form = thumb_form(thumb_.output);
+            if (quality->count() > 0 && thumb_.form != ThumbCommand::Form::jpeg)
+                throw CLI::ValidationError("--quality", "only a .jpg has a quality");
+            command_ = thumb_;
+        });
+    }
+
+    static void add_side(CLI::App& command, const std::string& option,
+                         std::optional<std::uint32_t>& side)
+    {
+        command.add_option(option, side, "In pixels")
+            ->type_name("N")
+            ->check(CLI::Range(1U, Picture::max_side));
+    }
+
     void add_remove()
     {
         CLI::App* command =
@@ -503,6 +554,7 @@ private:
     WriteCommand write_;
     ZipCommand zip_;
     UnzipCommand unzip_;
+    ThumbCommand thumb_;
     RemoveCommand remove_;
     MakeFolderCommand make_folder_;
     ExamplesCommand examples_;

@@ -87,6 +87,16 @@ struct UnzipCommand {
     PasswordSource password;
 };
 
+struct ThumbCommand {
+    std::string file;
+    std::string output;
+    std::optional<std::uint32_t> width;
+    std::optional<std::uint32_t> height;
+    enum class Form { png, jpeg } form = Form::png;
+    double quality = 0.9;                         ///< of a JPEG
+    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
+};
+
 struct RemoveCommand {
     std::vector<std::string> paths;
 };
@@ -116,10 +126,10 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command =
-    std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand, CopyCommand,
-                 MoveCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand, RemoveCommand,
-                 MakeFolderCommand, ExamplesCommand, GetAttributesCommand, SetAttributesCommand>;
+using Command = std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand,
+                             CopyCommand, MoveCommand, RenameCommand, WriteCommand, ZipCommand,
+                             UnzipCommand, ThumbCommand, RemoveCommand, MakeFolderCommand,
+                             ExamplesCommand, GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

@@ -25,6 +25,7 @@ void run(const RenameCommand& command, const Surroundings& surroundings);
 void run(const WriteCommand& command, const Surroundings& surroundings);
 void run(const ZipCommand& command, const Surroundings& surroundings);
 void run(const UnzipCommand& command, const Surroundings& surroundings);
+void run(const ThumbCommand& command, const Surroundings& surroundings);
 void run(const RemoveCommand& command, const Surroundings& surroundings);
 void run(const MakeFolderCommand& command, const Surroundings& surroundings);
 void run(const ExamplesCommand& command, const Surroundings& surroundings);

@@ -1,0 +1,66 @@
+#include "Commands.hpp"
+#include "Failure.hpp"
+#include "NewFile.hpp"
+#include "Waiting.hpp"
+
+#include <orv/orv.hpp>
+
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace orv::app {
+namespace {
+
+/// What keeps a file from having a thumbnail, as far as it can be told before one is made.
+void check_file(const Url& file)
+{
+    if (::access(file.path().c_str(), R_OK) != 0)
+        throw Error("The file can't be read.").because_of(platform_error(errno, file));
+    if (OrvFileManager::singleton().is_directory(file))
+        throw Error("A folder has no thumbnail.").at(file);
+}
+
+Picture thumbnail_of(const ThumbCommand& command, const Surroundings& surroundings)
+{
+    const Url file(command.file);
+    const auto status = final_status<ThumbGenerateOpr>(
+        [&](auto closure) {
+            return OrvFileManager::singleton().generate_thumb(file, command.width, command.height,
+                                                              std::move(closure));
+        },
+        show_activity("Making the thumbnail", surroundings.shows_progress));
+    return match(
+        status,
+        [&](const ThumbGenerateOpr::success& made) {
+            if (made.is_placeholder)
+                throw Error("No picture can be made of the file: it is of no kind that is known, "
+                            "damaged, encrypted or too large.")
+                    .at(file);
+            return made.thumb;
+        },
+        [](const status::cancelled&) -> Picture { throw Interrupted(); });
+}
+
+std::vector<std::byte> encoded(const Picture& picture, const ThumbCommand& command)
+{
+    switch (command.form) {
+    case ThumbCommand::Form::png:
+        return picture.png();
+    case ThumbCommand::Form::jpeg:
+        break;
+    }
+    return picture.jpeg(command.quality);
+}
+
+} // namespace
+
+void run(const ThumbCommand& command, const Surroundings& surroundings)
+{
+    check_file(command.file);
+    check_is_no_folder(command.output);
+    const Picture thumb = thumbnail_of(command, surroundings);
+    write_new_file(command.output, encoded(thumb, command), command.on_conflict, surroundings);
+}
+
+} // namespace orv::app
