@@ -137,7 +137,13 @@ rm examples.log
 expect test -s Examples/Books/The-Prince.pdf
 run ls --long Examples/Pictures
 
-step "12. Delete folders with everything in them, attributes included."
+step "12. Make thumbnails of a picture and of a book, in a process that their content can't leave."
+run thumb Examples/Pictures/foxies.jpg fox.png --width 240
+run thumb Examples/Books/The-Prince.pdf prince.jpg --height 320 --quality 0.8
+expect test -s fox.png -a -s prince.jpg
+rm fox.png prince.jpg
+
+step "13. Delete folders with everything in them, attributes included."
 run rm Backup Archive
 expect test ! -e Backup -a ! -e Archive
 run ls .
