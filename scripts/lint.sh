@@ -20,10 +20,15 @@ tidy() {
     fi
 }
 
+# Where the headers are that those of the decoders include.
+foreign=$(pkg-config --cflags-only-I vips-cpp gmodule-2.0 libavformat | sed 's/-I/-isystem /g')
+
 compile_alone() {
-    c++ -std=c++20 -fsyntax-only -Wall -Wextra -Iinclude -Icompanions -Isrc -Werror \
+    # shellcheck disable=SC2086 # several words
+    c++ -std=c++20 -fsyntax-only -Wall -Wextra -Iinclude -Icompanions -Isrc $foreign -Werror \
         -include "$1" -x c++ /dev/null
 }
+export foreign
 export -f tidy compile_alone
 
 jobs=$(nproc)
