@@ -190,6 +190,57 @@ Benchmark unpacking(const Sizes& sizes)
             {{"unzip", 1.0}, {"7z x", 1.0}}};
 }
 
+const Tool orv_thumbs{"orv", "", {ORV_BENCH_THUMBS, "{source}", "240", "{destination}"}};
+
+/// Runs `command` once for each file "$0" of the source, two at a time, with "$1" as the folder for
+/// what it makes.
+Tool thumbnailer(std::string name, std::string program, const std::string& command)
+{
+    return by_shell(std::move(name), std::move(program),
+                    R"(mkdir "$2" && find "$1" -type f -print0 | xargs -0 -P2 -n1 sh -c ')" +
+                        command + R"( >/dev/null 2>&1' "$2")");
+}
+
+Benchmark thumbnails_of_photographs(const Sizes& sizes)
+{
+    return {"thumbs-pictures",
+            fmt::format("Thumbnails of {} pictures of 12 megapixels", sizes.photographs),
+            Kind::copy,
+            &Data::photographs,
+            {orv_thumbs,
+             by_shell("vipsthumbnail", "vipsthumbnail",
+                      R"(mkdir "$2" && exec vipsthumbnail -s 240 -o "$2/%s.jpg" "$1"/*)")},
+            {{"vipsthumbnail", 1.0}}};
+}
+
+Benchmark thumbnails_of_books(const Sizes& sizes)
+{
+    return {"thumbs-pages",
+            fmt::format("Thumbnails of {} PDF pages", sizes.books),
+            Kind::copy,
+            &Data::books,
+            {orv_thumbs,
+             thumbnailer("pdftoppm", "pdftoppm",
+                         R"(pdftoppm -f 1 -l 1 -scale-to-x 240 -scale-to-y -1 -jpeg "$1" )"
+                         R"("$0/${1##*/}")")},
+            {{"pdftoppm", 1.0}}};
+}
+
+Benchmark thumbnails_of_films(const Sizes& sizes)
+{
+    return {"thumbs-films",
+            fmt::format("Thumbnails of {} films", sizes.films),
+            Kind::copy,
+            &Data::films,
+            {orv_thumbs,
+             thumbnailer("ffmpeg -ss", "ffmpeg",
+                         R"(ffmpeg -ss 6.667 -i "$1" -frames:v 1 -vf scale=240:-1 )"
+                         R"("$0/${1##*/}.jpg" </dev/null)"),
+             thumbnailer("ffmpegthumbnailer", "ffmpegthumbnailer",
+                         R"(ffmpegthumbnailer -t 33% -s 240 -i "$1" -o "$0/${1##*/}.jpg")")},
+            {{"ffmpeg -ss", 1.0}}};
+}
+
 Benchmark start()
 {
     return {"start",
@@ -223,6 +274,9 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
             sparse_file(sizes),
             packing(sizes),
             unpacking(sizes),
+            thumbnails_of_photographs(sizes),
+            thumbnails_of_books(sizes),
+            thumbnails_of_films(sizes),
             move(sizes),
             move_between_volumes(sizes),
             removal(sizes)};

@@ -2,6 +2,7 @@
 
 #include "Files.hpp"
 #include "Measure.hpp"
+#include "Media.hpp"
 #include "MixedFiles.hpp"
 #include "archive/Zip.hpp"
 
@@ -77,6 +78,9 @@ Sizes Sizes::quick()
     sizes.folders_per_chain = 10;
     sizes.text_folders = 2;
     sizes.mixed_bytes = 4'000'000;
+    sizes.photographs = 2;
+    sizes.books = 2;
+    sizes.films = 1;
     return sizes;
 }
 
@@ -190,6 +194,27 @@ const std::string& Data::mixed_archive()
         return 0.0;
     });
     return mixed_archive_;
+}
+
+const std::string& Data::photographs()
+{
+    if (photographs_.empty())
+        make_photographs(photographs_ = path_of("photographs"), sizes_.photographs);
+    return photographs_;
+}
+
+const std::string& Data::books()
+{
+    if (books_.empty())
+        make_books(books_ = path_of("books"), sizes_.books);
+    return books_;
+}
+
+const std::string& Data::films()
+{
+    if (films_.empty())
+        make_films(films_ = path_of("films"), sizes_.films);
+    return films_;
 }
 
 } // namespace orv::bench

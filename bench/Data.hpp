@@ -19,6 +19,9 @@ struct Sizes {
     int texts_per_folder = 100;
     int text_bytes = 30'000;
     std::int64_t mixed_bytes = 500'000'000;
+    int photographs = 40;
+    int books = 10;
+    int films = 5;
 
     /// Little enough for a test of the program itself.
     static Sizes quick();
@@ -52,6 +55,11 @@ public:
     /// A zip archive of them.
     const std::string& mixed_archive();
 
+    /// Folders of what there are thumbnails of.
+    const std::string& photographs();
+    const std::string& books();
+    const std::string& films();
+
     [[nodiscard]] const Sizes& sizes() const { return sizes_; }
 
 private:
@@ -60,7 +68,7 @@ private:
     std::string folder_;
     Sizes sizes_;
     std::string small_tree_, big_file_, sparse_file_, wide_folder_, deep_tree_, texts_,
-        mixed_files_, mixed_archive_;
+        mixed_files_, mixed_archive_, photographs_, books_, films_;
 };
 
 } // namespace orv::bench
