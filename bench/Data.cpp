@@ -181,13 +181,15 @@ const std::string& Data::mixed_files()
     return mixed_files_;
 }
 
+// What this process holds in memory is counted with that of every program it starts; so what needs
+// much is made in a child.
+
 const std::string& Data::mixed_archive()
 {
     if (!mixed_archive_.empty())
         return mixed_archive_;
     mixed_archive_ = path_of("mixed files.zip");
     const std::string& files = mixed_files();
-    // What this process holds in memory is counted with that of every program it starts.
     run_in_child([&] {
         Zip::zipFiles({files}, mixed_archive_, std::nullopt, ZipCompression::default_compression,
                       nullptr, false, nullptr);
@@ -198,8 +200,13 @@ const std::string& Data::mixed_archive()
 
 const std::string& Data::photographs()
 {
-    if (photographs_.empty())
-        make_photographs(photographs_ = path_of("photographs"), sizes_.photographs);
+    if (!photographs_.empty())
+        return photographs_;
+    photographs_ = path_of("photographs");
+    run_in_child([&] {
+        make_photographs(photographs_, sizes_.photographs);
+        return 0.0;
+    });
     return photographs_;
 }
 
