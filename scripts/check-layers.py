@@ -37,6 +37,7 @@ LIBRARIES = {
     r"(zip|libdeflate)\.h": {"archive"},
     r"zlib\.h": {"archive", "picture"},
     r"(turbojpeg|png)\.h": {"picture"},
+    r"md5\.h": {"ThumbGenerator"},
     r"(vips|stb|libavcodec|libavformat|libavutil|libswscale)/.*|gmodule\.h": {"decoder"},
     r"(CLI|fmt)/.*": {"apps"},
 }

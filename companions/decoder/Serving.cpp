@@ -99,6 +99,7 @@ bool answer(const ReceivedRequest& received)
         wanted.width = request.width;
     if (request.has_height)
         wanted.height = request.height;
+    wanted.delivery = request.delivery;
     try {
         return send_picture(read_picture(received.file.get(), request.medium, wanted));
     } catch (const Error& error) {

@@ -81,6 +81,7 @@ std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, Medium me
     request.has_height = wanted.height ? 1 : 0;
     request.width = wanted.width.value_or(0);
     request.height = wanted.height.value_or(0);
+    request.delivery = wanted.delivery;
     socket.send(&request, sizeof request, file);
 
     DecodeAnswer answer;

@@ -14,14 +14,14 @@ namespace orv::picture {
 constexpr int decoder_socket = 3;
 
 /// Changes with these structures: a helper of another version gives no answer.
-constexpr std::uint32_t decoder_version = 0x4F525631;
+constexpr std::uint32_t decoder_version = 0x4F525632;
 
 struct DecodeRequest {
     std::uint32_t version = decoder_version;
     Medium medium = Medium::image;
     std::uint8_t has_width = 0;
     std::uint8_t has_height = 0;
-    std::uint8_t unused = 0;
+    Delivery delivery = Delivery::thumbnail;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
 };

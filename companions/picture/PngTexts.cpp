@@ -97,4 +97,14 @@ PngTexts png_texts(std::span<const std::byte> png)
     return texts;
 }
 
+PictureSize png_size(std::span<const std::byte> png)
+{
+    const std::string_view bytes(reinterpret_cast<const char*>(png.data()), png.size());
+    if (!bytes.starts_with(signature) || bytes.size() < signature.size() + header_chunk_size)
+        return {};
+    const std::string_view header = bytes.substr(signature.size() + length_size + type_size);
+    return {static_cast<std::uint32_t>(read_big_endian(header)),
+            static_cast<std::uint32_t>(read_big_endian(header.substr(length_size)))};
+}
+
 } // namespace orv::picture

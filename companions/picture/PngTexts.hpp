@@ -1,5 +1,7 @@
 #pragma once
 
+#include "picture/ThumbnailSize.hpp"
+
 #include <cstddef>
 #include <span>
 #include <string>
@@ -20,5 +22,9 @@ using PngTexts = std::vector<std::pair<std::string, std::string>>;
 /// The plain text fields of a PNG picture, in their order, from however much of the file is given.
 /// Compressed ones are left out; bytes that are no PNG picture have none.
 [[nodiscard]] PngTexts png_texts(std::span<const std::byte> png);
+
+/// The size in the header of a PNG picture, of which the beginning is enough. Bytes that are no PNG
+/// picture have none.
+[[nodiscard]] PictureSize png_size(std::span<const std::byte> png);
 
 } // namespace orv::picture

@@ -2,6 +2,7 @@
 
 #include "picture/Scaling.hpp"
 
+#include <algorithm>
 #include <limits>
 
 namespace orv {
@@ -15,6 +16,18 @@ std::uint32_t whole_pixels(float side)
     if (side < 1)
         return 1;
     return side < static_cast<float>(longest) ? static_cast<std::uint32_t>(side) : longest;
+}
+
+/// The side of what a picture becomes when its other side shrinks or grows by `part` of `whole`.
+std::uint32_t in_proportion(std::uint32_t side, std::uint32_t part, std::uint32_t whole)
+{
+    const std::uint64_t rounded = (std::uint64_t{side} * part + whole / 2) / whole;
+    return std::max(static_cast<std::uint32_t>(rounded), 1U);
+}
+
+bool may_enlarge(SizeWanted wanted)
+{
+    return wanted.delivery == Delivery::shared_of_any_size;
 }
 
 } // namespace
@@ -36,8 +49,47 @@ PictureSize thumbnail_size(PictureSize full, SizeWanted wanted)
     return {whole_pixels(side * ratio), *wanted.height};
 }
 
+std::span<const std::uint32_t> shared_sides_for(SizeWanted wanted)
+{
+    const std::span<const std::uint32_t> sides(shared_sides);
+    const std::uint32_t longest = std::max(wanted.width.value_or(0), wanted.height.value_or(0));
+    if (wanted.delivery == Delivery::thumbnail || longest == 0)
+        return {};
+    const auto first = std::ranges::lower_bound(sides, longest);
+    return sides.subspan(static_cast<std::size_t>(first - sides.begin()));
+}
+
+PictureSize size_within(PictureSize full, std::uint32_t side, bool may_enlarge)
+{
+    const std::uint32_t longest = std::max(full.width, full.height);
+    if (full.width == 0 || full.height == 0 || (longest <= side && !may_enlarge))
+        return full;
+    return {in_proportion(full.width, side, longest), in_proportion(full.height, side, longest)};
+}
+
+bool shows_enough(PictureSize kept, std::optional<PictureSize> full, SizeWanted wanted)
+{
+    if (kept == full && !may_enlarge(wanted))
+        return true;
+    // Programs round the shorter side of what they share up or down.
+    const PictureSize size = thumbnail_size(full.value_or(kept), wanted);
+    const bool is_covered = size.width <= kept.width + 1 && size.height <= kept.height + 1;
+    return is_covered && std::max(size.width, size.height) <= std::max(kept.width, kept.height);
+}
+
+std::optional<std::uint32_t> shared_side(PictureSize full, SizeWanted wanted)
+{
+    for (const std::uint32_t side : shared_sides_for(wanted))
+        if (shows_enough(size_within(full, side, may_enlarge(wanted)), full, wanted))
+            return side;
+    return std::nullopt;
+}
+
 PictureSize delivered_size(PictureSize full, SizeWanted wanted)
 {
+    const bool has_size = full.width > 0 && full.height > 0;
+    if (const auto side = has_size ? shared_side(full, wanted) : std::nullopt)
+        return size_within(full, *side, may_enlarge(wanted));
     const PictureSize size = thumbnail_size(full, wanted);
     const bool can_be =
         size.width > 0 && size.height > 0 && picture::is_within_bounds(size.width, size.height);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace orv {
 
@@ -12,11 +14,20 @@ struct PictureSize {
     friend bool operator==(const PictureSize&, const PictureSize&) = default;
 };
 
+/// What is delivered for a thumbnail: itself, or the picture that is shared between programs and
+/// that it can be scaled from.
+enum class Delivery : std::uint8_t {
+    thumbnail,
+    shared,
+    shared_of_any_size, ///< of what has no size of its own, such as a page: it may be enlarged
+};
+
 /// The size that a thumbnail is wanted in: with one side given, the other follows from the shape of
 /// the picture; with none, the picture's own size is wanted.
 struct SizeWanted {
     std::optional<std::uint32_t> width;
     std::optional<std::uint32_t> height;
+    Delivery delivery = Delivery::thumbnail;
     friend bool operator==(const SizeWanted&, const SizeWanted&) = default;
 };
 
@@ -24,7 +35,25 @@ struct SizeWanted {
 /// No side of it is 0 unless it was asked for, or `full` has no size.
 [[nodiscard]] PictureSize thumbnail_size(PictureSize full, SizeWanted wanted);
 
-/// `thumbnail_size(full, wanted)`; where no picture can have that size, `full`.
+/// Shared pictures fit into squares with these sides.
+constexpr std::array<std::uint32_t, 4> shared_sides = {128, 256, 512, 1024};
+
+/// The sides of the squares that may hold enough for a thumbnail of the size wanted.
+[[nodiscard]] std::span<const std::uint32_t> shared_sides_for(SizeWanted wanted);
+
+/// A picture of the size `full` made to fit into a square, in its shape; enlarged if `may_enlarge`.
+[[nodiscard]] PictureSize size_within(PictureSize full, std::uint32_t side, bool may_enlarge);
+
+/// Whether a shared picture of the size `kept` shows as much as the wanted thumbnail of the whole
+/// can, of which the size `full` may be unknown: then it has the same shape.
+[[nodiscard]] bool shows_enough(PictureSize kept, std::optional<PictureSize> full,
+                                SizeWanted wanted);
+
+/// The smallest square whose shared picture shows enough; none where no square does.
+[[nodiscard]] std::optional<std::uint32_t> shared_side(PictureSize full, SizeWanted wanted);
+
+/// The size of what is delivered: `thumbnail_size(full, wanted)`, or that of the shared picture
+/// where one is asked for and shows enough; where no picture can have that size, `full`.
 [[nodiscard]] PictureSize delivered_size(PictureSize full, SizeWanted wanted);
 
 } // namespace orv

@@ -1,5 +1,5 @@
 #include "Global/ThumbPlaceholder.hpp"
-#include "picture/Decoder.hpp"
+#include "ThumbGenerator/OwnGenerators.hpp"
 
 #include <orv/ThumbGenerator/Generators.hpp>
 #include <orv/utility/Error.hpp>
@@ -16,20 +16,28 @@ Preview whole(Picture picture)
     return {std::move(picture), width, height};
 }
 
-Preview decoded(const Url& url, Medium medium, SizeWanted wanted)
+} // namespace
+
+std::optional<Medium> medium_of(const OrvThumbnailGenerator& generator)
 {
+    if (dynamic_cast<const ImageThumbnailGenerator*>(&generator))
+        return Medium::image;
+    if (dynamic_cast<const PDFThumbnailGenerator*>(&generator))
+        return Medium::pdf_page;
+    if (dynamic_cast<const VideoThumbnailGenerator*>(&generator))
+        return Medium::film_frame;
+    return std::nullopt;
+}
+
+Preview decoded_preview(const Url& url, Medium medium, SizeWanted wanted)
+try {
     DecodedPicture decoded = decode_picture(url, medium, wanted);
     return {std::move(decoded.picture), decoded.full_size.width, decoded.full_size.height};
-}
-
-Preview decoded_or_placeholder(const Url& url, Medium medium, SizeWanted wanted)
-try {
-    return decoded(url, medium, wanted);
-} catch (const Error&) {
+} catch (const Error& error) {
+    if (medium == Medium::film_frame)
+        std::cout << "ERROR: " + error.message() + "\n" << std::flush;
     return whole(intr_thumb_placeholder());
 }
-
-} // namespace
 
 Preview OrvThumbnailGenerator::preview(const Url& url,
                                        std::optional<std::uint32_t> /*resize_width*/,
@@ -51,7 +59,7 @@ Picture ImageThumbnailGenerator::getThumbnail(const Url& url) const
 Preview ImageThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                          std::optional<std::uint32_t> resize_height) const
 {
-    return decoded_or_placeholder(url, Medium::image, {resize_width, resize_height});
+    return decoded_preview(url, Medium::image, {resize_width, resize_height});
 }
 
 std::vector<std::string> PDFThumbnailGenerator::supportedExtensions() const
@@ -67,7 +75,7 @@ Picture PDFThumbnailGenerator::getThumbnail(const Url& url) const
 Preview PDFThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                        std::optional<std::uint32_t> resize_height) const
 {
-    return decoded_or_placeholder(url, Medium::pdf_page, {resize_width, resize_height});
+    return decoded_preview(url, Medium::pdf_page, {resize_width, resize_height});
 }
 
 std::vector<std::string> VideoThumbnailGenerator::supportedExtensions() const
@@ -82,11 +90,8 @@ Picture VideoThumbnailGenerator::getThumbnail(const Url& url) const
 
 Preview VideoThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                          std::optional<std::uint32_t> resize_height) const
-try {
-    return decoded(url, Medium::film_frame, {resize_width, resize_height});
-} catch (const Error& error) {
-    std::cout << "ERROR: " + error.message() + "\n" << std::flush;
-    return whole(intr_thumb_placeholder());
+{
+    return decoded_preview(url, Medium::film_frame, {resize_width, resize_height});
 }
 
 std::vector<std::string> DefaultThumbnailGenerator::supportedExtensions() const

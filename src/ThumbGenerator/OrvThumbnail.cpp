@@ -1,4 +1,6 @@
 #include "Global/ThumbPlaceholder.hpp"
+#include "ThumbGenerator/OwnGenerators.hpp"
+#include "ThumbGenerator/SharedThumbnails.hpp"
 #include "ThumbGenerator/ThumbnailCache.hpp"
 #include "picture/ThumbnailSize.hpp"
 
@@ -31,16 +33,17 @@ Preview placeholder_preview()
     return {placeholder, placeholder.width(), placeholder.height()};
 }
 
-/// What the generator makes of the file. An application's own may throw anything.
-Preview preview_of(const Url& url, const OrvThumbnailGenerator& generator, SizeWanted wanted)
+/// A shared picture of the file, else one that is made, and shared from now on.
+Preview shared_preview_of(const Url& url, const FileVersion& version, Medium medium,
+                          SizeWanted wanted, const SharedThumbnails& shared)
 {
-    try {
-        Preview preview = generator.preview(url, wanted.width, wanted.height);
-        if (!preview.picture.is_empty())
-            return preview;
-    } catch (...) {
-    }
-    return placeholder_preview();
+    wanted.delivery = medium == Medium::pdf_page ? Delivery::shared_of_any_size : Delivery::shared;
+    if (auto found = shared.find(url, version, wanted))
+        return *std::move(found);
+    Preview made = decoded_preview(url, medium, wanted);
+    if (!made.picture.is_same(intr_thumb_placeholder()))
+        shared.store(url, version, made, wanted);
+    return made;
 }
 
 Picture scaled(const Preview& preview, SizeWanted wanted)
@@ -66,11 +69,18 @@ struct OrvThumbnail::Content {
     mutable std::mutex mutex; ///< of what follows, up to the cache
     Generators generators;
     double quality = 1;
+    std::shared_ptr<const SharedThumbnails> shared; ///< none while the folder is not used
 
     ThumbnailCache cache{first_cache_size};
 
     /// What makes the thumbnail of a file, as things stand.
     [[nodiscard]] std::pair<Generator, double> maker_for(const Url& url) const;
+
+    /// What the generator makes of the file, or another program made of it. An application's own
+    /// generator may throw anything.
+    [[nodiscard]] Preview preview_for(const ThumbnailKey& key, bool has_version) const;
+
+    [[nodiscard]] std::shared_ptr<const SharedThumbnails> shared_now() const;
 };
 
 std::pair<OrvThumbnail::Generator, double> OrvThumbnail::Content::maker_for(const Url& url) const
@@ -79,6 +89,28 @@ std::pair<OrvThumbnail::Generator, double> OrvThumbnail::Content::maker_for(cons
     const std::lock_guard lock(mutex);
     const auto found = generators.find(extension);
     return {found == generators.end() ? nullptr : found->second, quality};
+}
+
+std::shared_ptr<const SharedThumbnails> OrvThumbnail::Content::shared_now() const
+{
+    const std::lock_guard lock(mutex);
+    return shared;
+}
+
+Preview OrvThumbnail::Content::preview_for(const ThumbnailKey& key, bool has_version) const
+{
+    try {
+        const auto folder = shared_now();
+        const std::optional<Medium> medium = medium_of(*key.generator);
+        const bool is_shared = folder && has_version && medium && folder->may_serve(key.url);
+        Preview preview =
+            is_shared ? shared_preview_of(key.url, key.version, *medium, key.wanted, *folder)
+                      : key.generator->preview(key.url, key.wanted.width, key.wanted.height);
+        if (!preview.picture.is_empty())
+            return preview;
+    } catch (...) {
+    }
+    return placeholder_preview();
 }
 
 OrvThumbnail& OrvThumbnail::singleton()
@@ -129,6 +161,13 @@ void OrvThumbnail::set_cache_size(std::size_t bytes)
     content_->cache.set_limit(bytes);
 }
 
+void OrvThumbnail::use_shared_folder(bool use)
+{
+    const auto shared = use ? std::make_shared<SharedThumbnails>() : nullptr;
+    const std::lock_guard lock(content_->mutex);
+    content_->shared = shared;
+}
+
 OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
                                                    std::optional<std::uint32_t> resize_width,
                                                    std::optional<std::uint32_t> resize_height)
@@ -143,7 +182,7 @@ OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
     if (auto kept = content_->cache.find(key))
         return {std::move(*kept), false};
 
-    const Preview preview = preview_of(url, *generator, wanted);
+    const Preview preview = content_->preview_for(key, version.has_value());
     const bool is_placeholder = preview.picture.is_same(intr_thumb_placeholder());
     Picture thumb = scaled(preview, wanted);
     if (quality < 1)

@@ -155,7 +155,7 @@ TEST_F(Helpers, that_do_not_answer_as_agreed_are_errors_within_two_seconds)
 {
     const std::string odd = "The helper that decodes pictures does not answer as agreed.";
     const std::string dead = "The helper that decodes pictures ended over this file.";
-    const std::string version = "struct.pack('IIII', 0x4F525631, ";
+    const std::string version = "struct.pack('IIII', 0x4F525632, ";
     struct Case {
         const char* what;
         Url program;

@@ -43,6 +43,17 @@ public:
     /// Units: bytes.
     void set_cache_size(std::size_t bytes);
 
+    /// Whether thumbnails of a size asked for are also taken from, and put into, the folder that
+    /// the programs of a desktop share, as the freedesktop thumbnail specification lays it out:
+    /// "thumbnails" in `$XDG_CACHE_HOME` if that is absolute, else in ".cache" in the home folder.
+    /// Off at first. The folder is looked up when it is turned on, so the locations must be
+    /// configured before.
+    ///
+    /// It serves what the library's own generators make, in sizes up to 1024; an application's
+    /// generators never see it. A file that was changed gets a new thumbnail. A folder that cannot
+    /// be used is no error: thumbnails are then made each time.
+    void use_shared_folder(bool use);
+
     /// The thumbnail of the file at `url`: with one side given, the other follows from the shape of
     /// the picture; with both, it is stretched; with none, it has its own size. A file that there
     /// is no picture of has the placeholder, in the size asked for. A thumbnail that was made
