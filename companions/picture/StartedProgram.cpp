@@ -15,6 +15,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+/// `clone` by the name under which no tool takes it for a fork, which shares no memory.
+extern "C" int __clone(int (*run)(void*), void* stack, int flags, void* argument, ...);
+
 namespace orv::picture {
 namespace {
 
@@ -27,16 +30,25 @@ struct Start {
     int error;
 };
 
+// What follows runs in the memory of this process but is none of its threads: tools that watch
+// those by the functions they call must not see it, hence the bare system calls.
+
+/// Makes `place` the same as `descriptor`, to be kept by the program.
+bool put(int descriptor, int place)
+{
+    // One that has its place already would keep its mark to be closed.
+    if (descriptor == place)
+        return ::syscall(SYS_fcntl, place, F_SETFD, 0) == 0;
+    return ::syscall(SYS_dup3, descriptor, place, 0) == place;
+}
+
 bool become(const Start& start)
 {
     for (const int standard : {0, 1, 2})
-        if (::dup2(start.nothing, standard) < 0)
+        if (!put(start.nothing, standard))
             return false;
-    // A descriptor that has its place already would keep its mark to be closed.
     const int place = start.socket_in_program;
-    const bool is_placed = start.socket == place ? ::fcntl(place, F_SETFD, 0) == 0
-                                                 : ::dup2(start.socket, place) == place;
-    if (!is_placed ||
+    if (!put(start.socket, place) ||
         ::syscall(SYS_close_range, static_cast<unsigned>(place + 1), ~0U, CLOSE_RANGE_CLOEXEC) != 0)
         return false;
     std::array<char*, 2> arguments{const_cast<char*>(start.program), nullptr};
@@ -49,7 +61,8 @@ int run(void* argument)
     auto& start = *static_cast<Start*>(argument);
     become(start);
     start.error = errno;
-    ::_exit(127);
+    ::syscall(SYS_exit_group, 127);
+    return 127;
 }
 
 /// No handler of a signal may run in a process that shares this one's memory.
@@ -82,7 +95,7 @@ FileDescriptor start_program(const Url& program, int socket, int socket_in_progr
     {
         const SignalsHeld held;
         // Returns when the program runs or could not be run.
-        id = ::clone(&run, stack.data() + stack.size(), flags, &start, &process);
+        id = __clone(&run, stack.data() + stack.size(), flags, &start, &process);
         if (id < 0)
             start.error = errno;
     }
