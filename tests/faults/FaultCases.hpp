@@ -33,7 +33,7 @@ struct FaultCase {
     std::vector<std::pair<std::string, std::string>> moved = {};
     std::optional<MadeArchive> archive = {};
     std::string taken_back = {}; ///< what it leaves nothing of when it fails
-    long step = 1; ///< of how many calls the tests try one; whoever has the time tries all
+    long step = 3; ///< of how many calls the tests try one; whoever has the time tries all
 };
 
 /// How a failed test shows it.
