@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 /// `clone` by the name under which no tool takes it for a fork, which shares no memory.
+// NOLINTNEXTLINE(readability-identifier-naming): the C library named it
 extern "C" int __clone(int (*run)(void*), void* stack, int flags, void* argument, ...);
 
 namespace orv::picture {

@@ -70,7 +70,7 @@ protected:
                std::to_string(thumb.rgba()[0]);
     }
 
-    /// Where the thumbnail of the file is shared, as the specification of the desktop says.
+    /// Where the programs of a desktop look for the thumbnail of the file.
     Url place_of(std::string_view name, std::string_view square) const
     {
         const std::string uri = file_uri(at(name));
