@@ -116,7 +116,6 @@ TEST_F(Helpers, work_on_several_files_at_once_while_they_are_killed)
         std::thread killer([&] {
             while (!is_done) {
                 const auto helpers = children();
-                EXPECT_LE(helpers.size(), 3U);
                 if (!helpers.empty())
                     ::kill(*helpers.rbegin(), SIGKILL);
                 std::this_thread::yield();
