@@ -47,9 +47,9 @@ format:
 
 lint:
 	@scripts/install-packages.sh build test check
-	@$(CONFIGURE) debug
+	@$(CONFIGURE) lint
 	@scripts/check-layers.py
-	@scripts/lint.sh build/debug
+	@scripts/lint.sh build/lint
 
 resources:
 	@scripts/install-packages.sh resources

@@ -1,13 +1,14 @@
 #!/bin/bash
 # Runs clang-tidy over the library and the command, and compiles every header alone.
 #
-# lint.sh [BUILD_DIR]    the build folder with the compile commands; default: build/debug
+# lint.sh [BUILD_DIR]    the build folder with the compile commands; default: build/lint, where the
+#                        files of a layer are joined, so that what all of them include is read once
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=${1:-build/debug}
+build=${1:-build/lint}
 
 if [[ ! -e $build/compile_commands.json ]]; then
-    echo "$build has no compile_commands.json: configure it first, with cmake --preset debug." >&2
+    echo "$build has no compile_commands.json: configure it first, with cmake --preset lint." >&2
     exit 1
 fi
 
@@ -33,9 +34,18 @@ export -f tidy compile_alone
 
 jobs=$(nproc)
 failed=0
+# What a source file includes first is compiled alone with that file, in every build that joins none.
+first_of_sources() {
+    find companions src apps -name '*.cpp' -exec grep -hm1 '^#include ' {} + | sed 's/.*["<]\(.*\)[">].*/\1/'
+}
 # The headers of the event loops need their packages; the examples compile those.
-find include companions src -name '*.hpp' -not -path '*/integrations/*' -print0 |
-    xargs -0 -P "$jobs" -I{} bash -c 'compile_alone "$1"' _ {} || failed=1
-find companions src apps -name '*.cpp' -size +0 -print0 |
-    xargs -0 -P "$jobs" -I{} bash -c 'tidy "$0" "$1"' "$build" {} || failed=1
+find include companions src -name '*.hpp' -not -path '*/integrations/*' |
+    awk 'NR == FNR { first[$0]; next }
+         { name = $0; sub(/^(include|companions|src)\//, "", name) }
+         !(name in first)' <(first_of_sources) - |
+    xargs -P "$jobs" -I{} bash -c 'compile_alone "$1"' _ {} || failed=1
+# The largest first, so that no thread is left with it at the end.
+sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' "$build/compile_commands.json" | grep -v '/tests/\|/examples/\|/bench/' |
+    xargs -r wc -c | sort -rn | awk '$2 != "total" { print $2 }' |
+    xargs -P "$jobs" -I{} bash -c 'tidy "$0" "$1"' "$build" {} || failed=1
 exit "$failed"

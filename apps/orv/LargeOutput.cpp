@@ -11,7 +11,7 @@
 namespace orv::app {
 namespace {
 
-constexpr std::size_t block_size = 256 * 1024;
+constexpr std::size_t output_block_size = 256 * 1024;
 
 /// Standard output may have been made non-blocking by a process that shares it.
 void wait_until_writable()
@@ -40,7 +40,7 @@ void write_all(std::string_view text)
 void LargeOutput::write(std::string_view text)
 {
     held_ += text;
-    if (held_.size() < block_size)
+    if (held_.size() < output_block_size)
         return;
     write_all(held_);
     held_.clear();

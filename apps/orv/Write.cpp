@@ -14,7 +14,7 @@
 namespace orv::app {
 namespace {
 
-constexpr std::size_t block_size = 256 * 1024;
+constexpr std::size_t input_block_size = 256 * 1024;
 
 using Bytes = std::vector<std::byte>;
 
@@ -22,9 +22,9 @@ using Bytes = std::vector<std::byte>;
 bool read_some(Bytes& data)
 {
     const std::size_t held = data.size();
-    data.resize(held + block_size);
+    data.resize(held + input_block_size);
     ssize_t length = 0;
-    while ((length = ::read(STDIN_FILENO, data.data() + held, block_size)) < 0) {
+    while ((length = ::read(STDIN_FILENO, data.data() + held, input_block_size)) < 0) {
         if (errno != EINTR && errno != EAGAIN)
             throw Error("Couldn't read the input.").because_of(platform_error(errno, Url()));
         // Standard input may have been made non-blocking by a process that shares it.

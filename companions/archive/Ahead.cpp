@@ -3,11 +3,17 @@
 #include "utility/WorkerPool.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 
 namespace orv::archive {
+namespace {
+
+constexpr std::chrono::milliseconds moment(20);
+
+} // namespace
 
 class Ahead::Task {
 public:
@@ -40,14 +46,14 @@ public:
         return task;
     }
 
-    bool done_within(const Handle& task, std::chrono::milliseconds patience)
+    bool done_in_a_moment(const Handle& task)
     {
         std::unique_lock lock(mutex_);
         if (task->state_ == Task::State::waiting) {
             waiting_.erase(std::find(waiting_.begin(), waiting_.end(), task));
             run(*task, lock);
         }
-        if (!finished_.wait_for(lock, patience, [&] { return task->state_ == Task::State::done; }))
+        if (!finished_.wait_for(lock, moment, [&] { return task->state_ == Task::State::done; }))
             return false;
         if (task->failure_)
             std::rethrow_exception(task->failure_);
@@ -113,9 +119,9 @@ Ahead::Handle Ahead::add(std::function<void()> work)
     return shop_->add(std::move(work));
 }
 
-bool Ahead::done_within(const Handle& task, std::chrono::milliseconds patience)
+bool Ahead::done_in_a_moment(const Handle& task)
 {
-    return shop_->done_within(task, patience);
+    return shop_->done_in_a_moment(task);
 }
 
 } // namespace orv::archive

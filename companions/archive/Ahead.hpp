@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -25,9 +24,9 @@ public:
 
     Handle add(std::function<void()> work);
 
-    /// Whether the work is done, after waiting for no longer than `patience` unless it is done
-    /// here. Throws what the work threw.
-    bool done_within(const Handle& task, std::chrono::milliseconds patience);
+    /// Whether the work is done, after waiting for no longer than 20 ms unless it is done here.
+    /// Throws what the work threw.
+    bool done_in_a_moment(const Handle& task);
 
 private:
     class Shop;

@@ -17,7 +17,6 @@ namespace {
 // A compressor's call is not interrupted, so a piece is what a cancel waits for.
 constexpr std::uint64_t max_piece_size = 1 << 20;
 constexpr std::size_t max_pieces_ahead = 32;
-constexpr std::chrono::milliseconds moment(20);
 
 } // namespace
 
@@ -56,7 +55,7 @@ const Piece* Pieces::front()
 {
     begin_more();
     const Draft& draft = *drafts_.front();
-    if (draft.task && !ahead_.done_within(draft.task, moment))
+    if (draft.task && !ahead_.done_in_a_moment(draft.task))
         return nullptr;
     return &draft.piece;
 }

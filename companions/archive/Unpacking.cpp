@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <deque>
 #include <memory>
 #include <thread>
@@ -21,7 +20,6 @@ namespace orv::archive {
 namespace {
 
 constexpr std::size_t max_files_ahead = 32;
-constexpr std::chrono::milliseconds moment(20);
 
 FileDescriptor open_destination(const Url& url)
 {
@@ -129,7 +127,7 @@ private:
     void finish_first_file()
     {
         const FileAhead file = files_.front();
-        while (!ahead_.done_within(file.task, moment)) {
+        while (!ahead_.done_in_a_moment(file.task)) {
             job_.check();
             job_.report_if_due(cursor_.url_of(file.item->path()));
         }

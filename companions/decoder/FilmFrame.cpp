@@ -10,7 +10,7 @@ namespace orv::decoder {
 namespace {
 
 // The largest that films are made in: 8192 by 4320.
-constexpr std::int64_t most_pixels = std::int64_t{8192} * 4352;
+constexpr std::int64_t most_frame_pixels = std::int64_t{8192} * 4352;
 
 Codec open_codec(const AVStream& stream)
 {
@@ -21,7 +21,7 @@ Codec open_codec(const AVStream& stream)
     if (::avcodec_parameters_to_context(codec.get(), stream.codecpar) < 0)
         throw Error("The film is damaged.");
     codec->pkt_timebase = stream.time_base;
-    codec->max_pixels = most_pixels;
+    codec->max_pixels = most_frame_pixels;
     codec->thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 4U));
     if (::avcodec_open2(codec.get(), decoder, nullptr) < 0)
         throw Error("The film cannot be decoded.");

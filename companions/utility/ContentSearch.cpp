@@ -6,7 +6,7 @@
 namespace orv {
 namespace {
 
-constexpr std::size_t piece = 256 * 1024;
+constexpr std::size_t text_piece = 256 * 1024;
 constexpr std::string_view utf_8_mark = "\xEF\xBB\xBF";
 constexpr std::string_view utf_16_little_endian_mark = "\xFF\xFE";
 constexpr std::string_view utf_16_big_endian_mark = "\xFE\xFF";
@@ -14,7 +14,7 @@ constexpr std::string_view utf_16_big_endian_mark = "\xFE\xFF";
 } // namespace
 
 ContentSearch::ContentSearch(const TextSearch& search)
-    : search_(search), text_(piece + 2 * search.reach())
+    : search_(search), text_(text_piece + 2 * search.reach())
 {
 }
 

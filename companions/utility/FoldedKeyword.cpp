@@ -14,7 +14,7 @@
 namespace orv {
 namespace {
 
-constexpr char32_t dotless_i = 0x0131;
+constexpr char32_t turkic_i = 0x0131;
 constexpr UChar32 first_hangul_syllable = 0xAC00;
 constexpr UChar32 last_hangul_syllable = 0xD7A3;
 
@@ -83,7 +83,7 @@ bool is_plain(char byte)
     return static_cast<unsigned char>(byte) < 0x80 && byte != 'I';
 }
 
-char32_t lower_ascii(char32_t c)
+char32_t lower_ascii_char(char32_t c)
 {
     return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c;
 }
@@ -135,9 +135,9 @@ void FoldedKeyword::find_variants()
 FoldedCharacter FoldedKeyword::folded(char32_t c) const
 {
     if (c == 'I' && rules_.turkic)
-        return {{dotless_i}, 1};
+        return {{turkic_i}, 1};
     if (c < 0x80)
-        return {{lower_ascii(c)}, 1};
+        return {{lower_ascii_char(c)}, 1};
     const auto found = std::lower_bound(
         variants_.begin(), variants_.end(), c,
         [](const Variant& variant, char32_t character) { return variant.character < character; });
@@ -249,7 +249,7 @@ FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t
         if (at == text.size())
             return Verdict::no;
         if (is_plain(text[at]) && index >= 0) {
-            if (lower_ascii(static_cast<unsigned char>(text[at])) !=
+            if (lower_ascii_char(static_cast<unsigned char>(text[at])) !=
                 text_[static_cast<std::size_t>(index)])
                 return mismatch(index);
             ++at;
@@ -280,7 +280,7 @@ FoldedKeyword::Verdict FoldedKeyword::backward(std::string_view text, std::size_
         if (at == 0)
             return Verdict::no;
         if (is_plain(text[at - 1])) {
-            if (lower_ascii(static_cast<unsigned char>(text[at - 1])) !=
+            if (lower_ascii_char(static_cast<unsigned char>(text[at - 1])) !=
                 text_[static_cast<std::size_t>(index - 1)])
                 return mismatch(index - 1);
             --at;

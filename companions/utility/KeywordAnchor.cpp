@@ -22,7 +22,7 @@ Byte exactly(std::uint8_t byte)
     return {0xFF, byte};
 }
 
-bool is_ascii(char32_t c)
+bool is_ascii_char(char32_t c)
 {
     return c < 0x80;
 }
@@ -60,7 +60,7 @@ public:
     [[nodiscard]] std::vector<AnchorForm> of(std::size_t index)
     {
         forms_.clear();
-        if (is_ascii(keyword_.text()[index]))
+        if (is_ascii_char(keyword_.text()[index]))
             add_ascii(index);
         add_others(index);
         merge();
@@ -90,7 +90,7 @@ private:
         const std::size_t next = index + 1;
         if (next == text.size() || is_turkic_i(next)) {
             add({first, any_byte}, 0, index);
-        } else if (!is_ascii(text[next])) {
+        } else if (!is_ascii_char(text[next])) {
             add({first, high_byte}, 0, index);
         } else {
             add({first, ascii_byte(text[next])}, 0, index);
@@ -102,7 +102,7 @@ private:
     void add_others(std::size_t index)
     {
         const char32_t c = keyword_.text()[index];
-        if (!is_ascii(c))
+        if (!is_ascii_char(c))
             add_character(c, index);
         for (const FoldedKeyword::Variant& variant : keyword_.variants())
             if (keyword_.may_provide(variant.folded, index))

@@ -7,7 +7,7 @@
 namespace orv {
 namespace {
 
-constexpr std::size_t piece = 32 * 1024;
+constexpr std::size_t utf16_piece = 32 * 1024;
 constexpr std::size_t unit_size = sizeof(char16_t);
 constexpr char32_t replacement = 0xFFFD;
 
@@ -29,8 +29,8 @@ bool Utf16Input::provide(std::size_t bytes)
         units_.erase(units_.begin(), units_.begin() + static_cast<std::ptrdiff_t>(taken_));
         taken_ = 0;
         const std::size_t held = units_.size();
-        units_.resize(held + piece);
-        const std::size_t count = input_(units_.data() + held, piece);
+        units_.resize(held + utf16_piece);
+        const std::size_t count = input_(units_.data() + held, utf16_piece);
         units_.resize(held + count);
         if (count == 0)
             return false;

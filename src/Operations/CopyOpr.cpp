@@ -13,17 +13,17 @@ namespace {
 
 using CopyRequest = Request<CopyOperation>;
 
-constexpr ErrorPlace place{"src/Operations/CopyOpr", "copy(src_url:dest_url:status_closure:)"};
+constexpr ErrorPlace copy_place{"src/Operations/CopyOpr", "copy(src_url:dest_url:status_closure:)"};
 
 /// How the copy goes on after the question about a taken name, if there was one.
-struct Answer {
+struct CopyAnswer {
     Url destination;
     bool merges = false;
     bool replaces = false;
     bool nothing_to_do = false;
 };
 
-Answer settle_conflict(CopyRequest& request, const Url& source, const Url& destination)
+CopyAnswer settle_conflict(CopyRequest& request, const Url& source, const Url& destination)
 {
     if (!Tool::item_exists(destination))
         return {destination};
@@ -36,7 +36,7 @@ Answer settle_conflict(CopyRequest& request, const Url& source, const Url& desti
             return {.destination = destination, .nothing_to_do = true};
         return {.destination = destination, .replaces = true};
     case ConflictBehaviour::keep_both:
-        return {free_url(destination, place("Couldn't generate a non-conflicting url."))};
+        return {free_url(destination, copy_place("Couldn't generate a non-conflicting url."))};
     case ConflictBehaviour::stop:
         break;
     }
@@ -47,15 +47,15 @@ Answer settle_conflict(CopyRequest& request, const Url& source, const Url& desti
 CopyProgress copy(CopyRequest& request, const Url& source, const Url& destination)
 {
     const CopyProgress nothing_copied{source.last_path_component(), Tool::is_directory(source), 1};
-    check_source_and_destination(source, destination, place);
-    const Answer answer = settle_conflict(request, source, destination);
+    check_source_and_destination(source, destination, copy_place);
+    const CopyAnswer answer = settle_conflict(request, source, destination);
     if (answer.nothing_to_do)
         return nothing_copied;
 
     const UrlLock lock({read(source)}, write(answer.destination));
     request.check_cancelled();
     if (answer.replaces)
-        make_room(source, answer.destination, place);
+        make_room(source, answer.destination, copy_place);
     request.report(status::preparing{});
     const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
     return copy_tree(request, {source, answer.destination, answer.merges, total}, nothing_copied);

@@ -20,13 +20,13 @@ namespace {
 using DataRequest = Request<DataToFileOpr>;
 using Bytes = std::span<const std::byte>;
 
-constexpr ErrorPlace place{"src/Operations/DataToFileOpr",
-                           "generate_file(from:in:status_closure:)"};
+constexpr ErrorPlace data_place{"src/Operations/DataToFileOpr",
+                                "generate_file(from:in:status_closure:)"};
 constexpr std::size_t chunk_size = 102'400;
 constexpr auto chunk_pause = std::chrono::milliseconds(50);
 
 /// Where the file goes after the question about a taken name, if there was one.
-struct Answer {
+struct TargetAnswer {
     Url target;
     bool replaces = false;
 };
@@ -34,17 +34,17 @@ struct Answer {
 void check_request(Bytes data, const Url& target)
 {
     if (data.empty())
-        throw place("Source data is empty.", 79).at(target);
-    check_path(target, "Destination", place, {.undefined = 84, .root = 87});
+        throw data_place("Source data is empty.", 79).at(target);
+    check_path(target, "Destination", data_place, {.undefined = 84, .root = 87});
 }
 
-Answer settle_conflict(DataRequest& request, const Url& target)
+TargetAnswer settle_conflict(DataRequest& request, const Url& target)
 {
     if (!Tool::item_exists(target))
         return {target};
     switch (ask_about(request, target, false)) {
     case ConflictBehaviour::keep_both:
-        return {free_url(target, place("Couldn't generate a non-conflicting url.", 120))};
+        return {free_url(target, data_place("Couldn't generate a non-conflicting url.", 120))};
     case ConflictBehaviour::replace:
         return {.target = target, .replaces = true};
     case ConflictBehaviour::merge:
@@ -90,13 +90,14 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
     const auto lock = std::make_shared<UrlLock>(write(target));
     if (replaces)
         remove_replaced(
-            target, place("Destination item couldn't be deleted while being overwritten.", 143));
+            target,
+            data_place("Destination item couldn't be deleted while being overwritten.", 143));
     const GeneralProgress progress{url, 0};
     request.report(status::progress<GeneralProgress>{progress});
     build_file(
         target,
-        {.not_created = place("Couldn't create destination file.", 169),
-         .not_finalized = place("Couldn't finalize copying to destination.", 247)},
+        {.not_created = data_place("Couldn't create destination file.", 169),
+         .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
         [&](const PartialFile& file) { write_data(request, file.fd(), data, target, progress); });
     // The lock is kept for that: nobody else's file may be deleted.
     request.set_undo([target = target, lock] { Tool::delete_item(target); });

@@ -11,14 +11,14 @@
 namespace orv {
 namespace {
 
-constexpr ErrorPlace place{"src/Operations/DeleteOpr", "delete(url:status_closure:)"};
+constexpr ErrorPlace delete_place{"src/Operations/DeleteOpr", "delete(url:status_closure:)"};
 
 void remove_item(const Url& url)
 {
     try {
         Tool::remove_item(url);
     } catch (const Error& cause) {
-        throw place("Couldn't delete the item.").because_of(cause);
+        throw delete_place("Couldn't delete the item.").because_of(cause);
     }
 }
 
@@ -26,10 +26,10 @@ void remove_item(const Url& url)
 
 void delete_item_and_records(const Url& url)
 {
-    check_path(url, "Given", place);
+    check_path(url, "Given", delete_place);
     const UrlLock lock(write(url));
     if (!Tool::item_exists(url))
-        throw place("Couldn't delete the item, because it doesn't exist.").at(url);
+        throw delete_place("Couldn't delete the item, because it doesn't exist.").at(url);
     pause_in_test_mode(std::chrono::seconds(1));
 
     const RecordKey key = record_key_of_entry(url);

@@ -3,6 +3,7 @@
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/CancelPoll.hpp"
+#include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/Request.hpp"
 #include "Tool/Tool.hpp"
@@ -12,9 +13,9 @@
 namespace orv {
 namespace {
 
-constexpr std::string_view source = "src/Operations/FetchItemsOpr";
-constexpr std::string_view signature =
-    "fetch_items(inside:recursive:sort:include_hidden_files:status_closure:)";
+constexpr ErrorPlace fetch_place{
+    "src/Operations/FetchItemsOpr",
+    "fetch_items(inside:recursive:sort:include_hidden_files:status_closure:)"};
 
 std::vector<FileItem> collect(const Url& folder, bool recursive, bool include_hidden_files,
                               FunctionRef<void()> check_cancelled)
@@ -55,9 +56,8 @@ std::shared_ptr<FetchItemsOperation> fetch_items(Url inside, bool recursive,
     return start_request<FetchItemsOperation>(
         std::move(status_closure),
         [=](Request<FetchItemsOperation>& request) -> FetchItemsOperation::Status {
-            check_is_folder(inside,
-                            error_msg("No item exists at given url.", source, signature, 54),
-                            error_msg("Given url must point to a folder.", source, signature, 50));
+            check_is_folder(inside, fetch_place("No item exists at given url.", 54),
+                            fetch_place("Given url must point to a folder.", 50));
             std::vector<FileItem> items = collect(inside, recursive, include_hidden_files,
                                                   [&] { request.check_cancelled(); });
             load_all_custom_attrs(items);

@@ -16,7 +16,7 @@ namespace {
 // Fewer files are built sooner than a sleeping thread wakes up.
 constexpr std::size_t worth_a_second_thread = 3;
 
-struct Job {
+struct CopyJob {
     enum class State { waiting, in_work, done };
 
     SourceItem source;
@@ -46,13 +46,13 @@ public:
     std::optional<PartialFile> take()
     {
         std::unique_lock lock(mutex_);
-        while (jobs_.front().state != Job::State::done) {
-            if (Job* job = next_waiting())
+        while (jobs_.front().state != CopyJob::State::done) {
+            if (CopyJob* job = next_waiting())
                 build(*job, content_, lock);
             else
                 job_done_.wait(lock);
         }
-        Job job = std::move(jobs_.front());
+        CopyJob job = std::move(jobs_.front());
         jobs_.pop_front();
         lock.unlock();
         if (job.error)
@@ -82,7 +82,7 @@ private:
         FileContent content;
         std::unique_lock lock(mutex_);
         while (!closed_) {
-            if (Job* job = next_waiting())
+            if (CopyJob* job = next_waiting())
                 build(*job, content, lock);
             else
                 sleep(lock);
@@ -101,14 +101,14 @@ private:
     }
 
     /// Jobs are begun in their order, so those that wait are the last ones.
-    Job* next_waiting()
+    CopyJob* next_waiting()
     {
         return waiting_ == 0 || closed_ ? nullptr : &jobs_[jobs_.size() - waiting_];
     }
 
-    void build(Job& job, FileContent& content, std::unique_lock<std::mutex>& lock)
+    void build(CopyJob& job, FileContent& content, std::unique_lock<std::mutex>& lock)
     {
-        job.state = Job::State::in_work;
+        job.state = CopyJob::State::in_work;
         --waiting_;
         lock.unlock();
         try {
@@ -120,21 +120,21 @@ private:
             job.error = std::current_exception();
         }
         lock.lock();
-        job.state = Job::State::done;
+        job.state = CopyJob::State::done;
         job_done_.notify_one();
     }
 
     [[nodiscard]] bool is_any_in_work() const
     {
         return std::any_of(jobs_.begin(), jobs_.end(),
-                           [](const Job& job) { return job.state == Job::State::in_work; });
+                           [](const CopyJob& job) { return job.state == CopyJob::State::in_work; });
     }
 
     std::mutex mutex_;
     std::condition_variable worth_waking_; // for the second thread
     std::condition_variable job_done_;     // for the first
-    std::deque<Job> jobs_;    // a deque: growing and shrinking at its ends moves no job
-    std::size_t waiting_ = 0; // the last jobs, which nobody has begun
+    std::deque<CopyJob> jobs_; // a deque: growing and shrinking at its ends moves no job
+    std::size_t waiting_ = 0;  // the last jobs, which nobody has begun
     bool has_second_thread_ = false;
     bool second_thread_sleeps_ = false;
     bool closed_ = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Operations/ErrorPlace.hpp"
 #include "Tool/Tool.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -17,6 +18,16 @@ inline void check_is_folder(const Url& url, const Error& no_item, const Error& n
         throw no_item.at(url);
     if (!Tool::is_directory(url))
         throw no_folder.at(url);
+}
+
+/// Refuses what a batch cannot go to.
+///
+/// Errors: "Destination folder doesn't exist."; "Destination url must point to a folder."
+inline void check_destination_folder(const Url& folder, const ErrorPlace& place,
+                                     std::source_location where = std::source_location::current())
+{
+    check_is_folder(folder, place("Destination folder doesn't exist.", where),
+                    place("Destination url must point to a folder.", where));
 }
 
 } // namespace orv

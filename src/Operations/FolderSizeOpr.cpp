@@ -13,7 +13,8 @@
 namespace orv {
 namespace {
 
-constexpr ErrorPlace place{"src/Operations/FolderSizeOpr", "calc_folder_size(for:status_closure:)"};
+constexpr ErrorPlace size_place{"src/Operations/FolderSizeOpr",
+                                "calc_folder_size(for:status_closure:)"};
 
 /// What an item adds to the size of the folder it lies in.
 std::int64_t size_of(const struct statx& facts)
@@ -29,8 +30,8 @@ std::int64_t saturating_sum(std::int64_t a, std::int64_t b)
 
 void check_is_measurable(const Url& url)
 {
-    check_is_folder(url, place("No item exists at given url."),
-                    place("Given url must point to a folder."));
+    check_is_folder(url, size_place("No item exists at given url."),
+                    size_place("Given url must point to a folder."));
 }
 
 std::int64_t sum_of(TreeWalk& walk, FunctionRef<void()> check_cancelled)

@@ -13,16 +13,16 @@ namespace {
 
 using MoveRequest = Request<MoveOperation>;
 
-constexpr ErrorPlace place{"src/Operations/MoveOpr", "move(src_url:dest_url:status_closure:)"};
+constexpr ErrorPlace move_place{"src/Operations/MoveOpr", "move(src_url:dest_url:status_closure:)"};
 
 /// How the move goes on after the question about a taken name, if there was one.
-struct Answer {
+struct MoveAnswer {
     Url destination;
     bool replaces = false;
     bool nothing_to_do = false;
 };
 
-Answer settle_conflict(MoveRequest& request, const Url& source, const Url& destination)
+MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& destination)
 {
     if (!Tool::item_exists(destination))
         return {destination};
@@ -33,21 +33,21 @@ Answer settle_conflict(MoveRequest& request, const Url& source, const Url& desti
         return {.destination = destination, .nothing_to_do = true};
     if (behaviour == ConflictBehaviour::replace)
         return {.destination = destination, .replaces = true};
-    return {free_url(destination, place("Couldn't generate a non-conflicting url."))};
+    return {free_url(destination, move_place("Couldn't generate a non-conflicting url."))};
 }
 
 } // namespace
 
 MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const Url& dest_url)
 {
-    check_source_and_destination(src_url, dest_url, place);
-    const Answer answer = settle_conflict(request, src_url, dest_url);
+    check_source_and_destination(src_url, dest_url, move_place);
+    const MoveAnswer answer = settle_conflict(request, src_url, dest_url);
     if (answer.nothing_to_do)
         return status::success{};
 
     const UrlLock lock({read(src_url)}, write(answer.destination));
     if (answer.replaces)
-        make_room(src_url, answer.destination, place);
+        make_room(src_url, answer.destination, move_place);
     pause_in_test_mode(std::chrono::seconds(1));
     move_with_records(src_url, answer.destination);
     return status::success{};

@@ -16,10 +16,10 @@
 namespace orv {
 namespace {
 
-using BatchRequest = Request<MultiCopyOperation>;
+using CopyBatch = Request<MultiCopyOperation>;
 
-constexpr ErrorPlace place{"src/Operations/MultiCopyOpr",
-                           "copy(src_urls:dest_folder_url:status_closure:)"};
+constexpr ErrorPlace multi_copy_place{"src/Operations/MultiCopyOpr",
+                                      "copy(src_urls:dest_folder_url:status_closure:)"};
 
 /// What the items of a batch weigh, and how much of that is done.
 ///
@@ -54,24 +54,19 @@ private:
     std::optional<CopyProgress> last_;
 };
 
-void check_destination(const Url& folder)
-{
-    check_is_folder(folder, place("Destination folder doesn't exist."),
-                    place("Destination url must point to a folder."));
-}
-
-std::vector<std::int64_t> measured(BatchRequest& batch, const std::vector<Url>& sources)
+std::vector<std::int64_t> measured(CopyBatch& batch, const std::vector<Url>& sources)
 {
     std::vector<std::int64_t> sizes;
     for (const Url& source : sources) {
         if (!Tool::item_exists(source))
-            throw place("Source item doesn't exist. \n" + source.description()).at(source);
+            throw multi_copy_place("Source item doesn't exist. \n" + source.description())
+                .at(source);
         sizes.push_back(item_size(source, [&] { batch.check_cancelled(); }));
     }
     return sizes;
 }
 
-CopyOperation::Status copy_one(BatchRequest& batch, BatchAnswers& answers, BatchProgress& progress,
+CopyOperation::Status copy_one(CopyBatch& batch, BatchAnswers& answers, BatchProgress& progress,
                                const Url& source, const Url& folder)
 {
     const Url destination = folder.appending(source.last_path_component());
@@ -86,7 +81,7 @@ CopyOperation::Status copy_one(BatchRequest& batch, BatchAnswers& answers, Batch
     });
 }
 
-void set_closing_progress(BatchRequest& batch, const BatchProgress& progress)
+void set_closing_progress(CopyBatch& batch, const BatchProgress& progress)
 {
     batch.check_cancelled();
     if (!progress.last())
@@ -96,10 +91,9 @@ void set_closing_progress(BatchRequest& batch, const BatchProgress& progress)
     batch.set_closing(status::progress<CopyProgress>{closing});
 }
 
-MultiCopyOperation::Status run(BatchRequest& batch, const std::vector<Url>& sources,
-                               const Url& folder)
+MultiCopyOperation::Status run(CopyBatch& batch, const std::vector<Url>& sources, const Url& folder)
 {
-    check_destination(folder);
+    check_destination_folder(folder, multi_copy_place);
     batch.report(status::preparing{});
     BatchAnswers answers(how_many_conflicts_occur(sources, folder));
     BatchProgress progress(measured(batch, sources));
@@ -121,7 +115,7 @@ std::shared_ptr<MultiCopyOperation> copy_items(std::vector<Url> src_urls, Url de
 {
     return start_request<MultiCopyOperation>(
         std::move(status_closure),
-        [sources = std::move(src_urls), folder = std::move(dest_folder_url)](BatchRequest& batch) {
+        [sources = std::move(src_urls), folder = std::move(dest_folder_url)](CopyBatch& batch) {
             return run(batch, sources, folder);
         });
 }

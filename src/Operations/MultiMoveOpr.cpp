@@ -8,18 +8,12 @@
 namespace orv {
 namespace {
 
-using BatchRequest = Request<MultiMoveOperation>;
+using MoveBatch = Request<MultiMoveOperation>;
 
-constexpr ErrorPlace place{"src/Operations/MultiMoveOpr",
-                           "move(src_urls:dest_folder_url:status_closure:)"};
+constexpr ErrorPlace multi_move_place{"src/Operations/MultiMoveOpr",
+                                      "move(src_urls:dest_folder_url:status_closure:)"};
 
-void check_destination(const Url& folder)
-{
-    check_is_folder(folder, place("Destination folder doesn't exist."),
-                    place("Destination url must point to a folder."));
-}
-
-MoveOperation::Status move_one(BatchRequest& batch, BatchAnswers& answers, const Url& source,
+MoveOperation::Status move_one(MoveBatch& batch, BatchAnswers& answers, const Url& source,
                                const Url& folder)
 {
     const Url destination = folder.appending(source.last_path_component());
@@ -32,10 +26,9 @@ MoveOperation::Status move_one(BatchRequest& batch, BatchAnswers& answers, const
     });
 }
 
-MultiMoveOperation::Status run(BatchRequest& batch, const std::vector<Url>& sources,
-                               const Url& folder)
+MultiMoveOperation::Status run(MoveBatch& batch, const std::vector<Url>& sources, const Url& folder)
 {
-    check_destination(folder);
+    check_destination_folder(folder, multi_move_place);
     BatchAnswers answers(how_many_conflicts_occur(sources, folder));
     for (const Url& source : sources) {
         const auto outcome = move_one(batch, answers, source, folder);
@@ -53,7 +46,7 @@ std::shared_ptr<MultiMoveOperation> move_items(std::vector<Url> src_urls, Url de
 {
     return start_request<MultiMoveOperation>(
         std::move(status_closure),
-        [sources = std::move(src_urls), folder = std::move(dest_folder_url)](BatchRequest& batch) {
+        [sources = std::move(src_urls), folder = std::move(dest_folder_url)](MoveBatch& batch) {
             return run(batch, sources, folder);
         });
 }

@@ -11,21 +11,21 @@ namespace {
 
 using Status = NewFolderOperation::Status;
 
-constexpr ErrorPlace place{"src/Operations/NewFolderOpr",
-                           "new_folder(at:also_create_intermediates:status_closure:)"};
+constexpr ErrorPlace new_folder_place{"src/Operations/NewFolderOpr",
+                                      "new_folder(at:also_create_intermediates:status_closure:)"};
 
 void create(const Url& url, bool also_create_intermediates)
 {
     try {
         Tool::make_directory(url, also_create_intermediates);
     } catch (const Error& cause) {
-        throw place("Couldn't create new folder.").because_of(cause).at(url);
+        throw new_folder_place("Couldn't create new folder.").because_of(cause).at(url);
     }
 }
 
 Status run(const Url& url, bool also_create_intermediates)
 {
-    check_path(url, "Given", place);
+    check_path(url, "Given", new_folder_place);
     const UrlLock lock(write(url));
     pause_in_test_mode(std::chrono::seconds(1));
     if (Tool::item_exists(url))

@@ -16,21 +16,22 @@
 namespace orv {
 namespace {
 
-constexpr ErrorPlace place{"src/Operations/RenameOpr", "rename(url:new_name:status_closure:)"};
+constexpr ErrorPlace rename_place{"src/Operations/RenameOpr",
+                                  "rename(url:new_name:status_closure:)"};
 
 void check_is_no_volume(const Url& url)
 {
     const auto is_volume = Tool::is_volume(url);
     if (!is_volume)
-        throw place("Couldn't obtain `isVolume` info from url resource values.", 73).at(url);
+        throw rename_place("Couldn't obtain `isVolume` info from url resource values.", 73).at(url);
     if (*is_volume)
-        throw place("Renaming a volume name is not supported yet.", 77).at(url);
+        throw rename_place("Renaming a volume name is not supported yet.", 77).at(url);
 }
 
 /// Of a link, its own date.
 void set_modification_date_to_now(const Url& url)
 {
-    const Error failure = place("Couldn't update modification date.", 113).at(url);
+    const Error failure = rename_place("Couldn't update modification date.", 113).at(url);
     try {
         const Place item = Place::of(url);
         const timespec now_only[2] = {{0, UTIME_OMIT}, {0, UTIME_NOW}};
@@ -43,19 +44,20 @@ void set_modification_date_to_now(const Url& url)
 
 void rename_to(const Url& url, const std::string& new_name)
 {
-    check_path(url, "Given", place, {.undefined = 44, .root = 47});
+    check_path(url, "Given", rename_place, {.undefined = 44, .root = 47});
     if (new_name.empty())
-        throw place("New name cannot be an empty string.", 52).at(url);
+        throw rename_place("New name cannot be an empty string.", 52).at(url);
     const Url new_url = url.deleting_last_path_component().appending(new_name);
 
     // The old name is no clash of locks: it is refused below, as taken.
     const bool is_old_name = url.standardized() == new_url.standardized();
     const UrlLock lock({read(url)}, write(new_url), is_old_name);
     if (!Tool::item_exists(url))
-        throw place("No item exists at given url.", 68).at(url);
+        throw rename_place("No item exists at given url.", 68).at(url);
     check_is_no_volume(url);
     if (Tool::item_exists(new_url))
-        throw place("Couldn't rename item, because the provided name is taken.", 82).at(new_url);
+        throw rename_place("Couldn't rename item, because the provided name is taken.", 82)
+            .at(new_url);
     pause_in_test_mode(std::chrono::seconds(1));
     move_with_records(url, new_url);
     set_modification_date_to_now(new_url);

@@ -39,8 +39,8 @@ namespace {
 
 using ReserveRequest = Request<ReserveFileUrlOpr>;
 
-constexpr ErrorPlace place{"src/Operations/ReserveFileUrlOpr",
-                           "reserve_file_url(_:status_closure:)"};
+constexpr ErrorPlace reserve_place{"src/Operations/ReserveFileUrlOpr",
+                                   "reserve_file_url(_:status_closure:)"};
 
 /// The location that is to be reserved after the question about a taken name, if there was one.
 Url settle_conflict(ReserveRequest& request, const Url& url)
@@ -49,10 +49,11 @@ Url settle_conflict(ReserveRequest& request, const Url& url)
         return url;
     switch (ask_about(request, url, false)) {
     case ConflictBehaviour::keep_both:
-        return free_url(url, place("Couldn't generate a non-conflicting url.", 96));
+        return free_url(url, reserve_place("Couldn't generate a non-conflicting url.", 96));
     case ConflictBehaviour::replace:
         remove_replaced(
-            url, place("Destination item couldn't be deleted while being overwritten.", 112));
+            url,
+            reserve_place("Destination item couldn't be deleted while being overwritten.", 112));
         break;
     case ConflictBehaviour::merge:
     case ConflictBehaviour::stop:
@@ -63,7 +64,7 @@ Url settle_conflict(ReserveRequest& request, const Url& url)
 
 ReserveFileUrlOpr::Status run(ReserveRequest& request, const Url& url)
 {
-    check_path(url, "Destination", place, {.undefined = 60, .root = 63});
+    check_path(url, "Destination", reserve_place, {.undefined = 60, .root = 63});
     const Url final_url = settle_conflict(request, url);
     const auto ticket = Reservation::issue(final_url);
     request.set_undo([ticket] { Reservation::release(*ticket); });

@@ -27,7 +27,7 @@ constexpr std::size_t max_items = 64;
 constexpr std::size_t worth_another_thread = max_items / 2;
 constexpr auto longest_wait = std::chrono::milliseconds(100);
 
-struct Job {
+struct SearchJob {
     enum class State { waiting, in_work, done };
 
     SearchedItem item;
@@ -107,14 +107,15 @@ public:
     [[nodiscard]] bool is_first_done()
     {
         const std::lock_guard lock(mutex_);
-        return jobs_.front().state == Job::State::done;
+        return jobs_.front().state == SearchJob::State::done;
     }
 
     void add(SearchedItem item)
     {
         const std::lock_guard lock(mutex_);
         const bool is_done = item.is_found;
-        jobs_.push_back({std::move(item), is_done ? Job::State::done : Job::State::waiting});
+        jobs_.push_back(
+            {std::move(item), is_done ? SearchJob::State::done : SearchJob::State::waiting});
         if (is_done)
             return;
         waiting_.push_back(&jobs_.back());
@@ -125,8 +126,8 @@ public:
     SearchedItem take()
     {
         std::unique_lock lock(mutex_);
-        while (jobs_.front().state != Job::State::done) {
-            if (Job* job = next_waiting()) {
+        while (jobs_.front().state != SearchJob::State::done) {
+            if (SearchJob* job = next_waiting()) {
                 if (!waiting_.empty())
                     call_helper();
                 work_on(*job, own_, meanwhile_, lock);
@@ -136,7 +137,7 @@ public:
                 wait(lock);
             }
         }
-        Job job = std::move(jobs_.front());
+        SearchJob job = std::move(jobs_.front());
         jobs_.pop_front();
         lock.unlock();
         if (job.error)
@@ -182,7 +183,7 @@ private:
         ContentSearch search(search_);
         std::unique_lock lock(mutex_);
         while (!closed_) {
-            if (Job* job = next_waiting())
+            if (SearchJob* job = next_waiting())
                 work_on(
                     *job, search, [this] { check_open(); }, lock);
             else
@@ -206,19 +207,19 @@ private:
             throw Exception();
     }
 
-    Job* next_waiting()
+    SearchJob* next_waiting()
     {
         if (waiting_.empty() || closed_)
             return nullptr;
-        Job* job = waiting_.front();
+        SearchJob* job = waiting_.front();
         waiting_.pop_front();
         return job;
     }
 
-    void work_on(Job& job, ContentSearch& search, FunctionRef<void()> check,
+    void work_on(SearchJob& job, ContentSearch& search, FunctionRef<void()> check,
                  std::unique_lock<std::mutex>& lock)
     {
-        job.state = Job::State::in_work;
+        job.state = SearchJob::State::in_work;
         ++in_work_;
         lock.unlock();
         try {
@@ -227,7 +228,7 @@ private:
             job.error = std::current_exception();
         }
         lock.lock();
-        job.state = Job::State::done;
+        job.state = SearchJob::State::done;
         --in_work_;
         job_done_.notify_one();
     }
@@ -240,8 +241,8 @@ private:
     std::mutex mutex_;
     std::condition_variable worth_waking_; // for the helpers
     std::condition_variable job_done_;     // for the calling thread
-    std::deque<Job> jobs_; // a deque: growing and shrinking at its ends moves no job
-    std::deque<Job*> waiting_;
+    std::deque<SearchJob> jobs_; // a deque: growing and shrinking at its ends moves no job
+    std::deque<SearchJob*> waiting_;
     std::size_t in_work_ = 0;
     std::size_t helpers_ = 0;
     std::size_t sleeping_ = 0;

@@ -23,7 +23,7 @@ using Criteria = SearchItemsOperation::Criteria;
 constexpr struct statx no_facts {
 };
 
-constexpr ErrorPlace place{
+constexpr ErrorPlace search_place{
     "src/Operations/SearchItemsOpr",
     "search_items(inside:keyword:recursive:include_hidden_files:criterias:status_closure:)"};
 
@@ -161,8 +161,8 @@ search_items(Url inside, std::string keyword, bool recursive, bool include_hidde
         [inside = std::move(inside), keyword = std::move(keyword), recursive, include_hidden_files,
          criterias = std::move(criterias)](
             Request<SearchItemsOperation>& request) -> SearchItemsOperation::Status {
-            check_is_folder(inside, place("No item exists at given url."),
-                            place("Given url must point to a folder."));
+            check_is_folder(inside, search_place("No item exists at given url."),
+                            search_place("Given url must point to a folder."));
             TreeWalkOptions options;
             options.recursive = recursive;
             options.include_hidden_files = include_hidden_files;

@@ -19,14 +19,12 @@
 namespace orv {
 namespace {
 
-constexpr const ErrorPlace& place = single_copy_place;
-
 void check_paths(const Url& source, const Url& destination)
 {
-    check_path(source, "Source", place);
-    check_path(destination, "Destination", place);
+    check_path(source, "Source", single_copy_place);
+    check_path(destination, "Destination", single_copy_place);
     if (source == destination)
-        throw place("Source and destination items cannot be the same.").at(source);
+        throw single_copy_place("Source and destination items cannot be the same.").at(source);
 }
 
 /// The lock is a momentary test: it is given back before the work begins.
@@ -40,16 +38,16 @@ void make_room(const Url& source, const Url& destination, bool overwrite)
     if (!Tool::item_exists(destination))
         return;
     if (!overwrite)
-        throw place("Destination item already exists.").at(destination);
+        throw single_copy_place("Destination item already exists.").at(destination);
     if (are_same_item(source, destination))
-        throw place("Source and destination items cannot be the same.").at(source);
+        throw single_copy_place("Source and destination items cannot be the same.").at(source);
     // Links may hide from the lock that the one lies in the other.
     if (UrlLocker::do_urls_conflict(source.resolving_symlinks(), destination.resolving_symlinks()))
-        throw place("Source path conflicts with destination path.").at(source);
+        throw single_copy_place("Source path conflicts with destination path.").at(source);
     try {
         Tool::remove_item(destination);
     } catch (const Error& cause) {
-        throw place("Destination item couldn't be deleted while being overwritten.")
+        throw single_copy_place("Destination item couldn't be deleted while being overwritten.")
             .because_of(cause);
     }
 }
@@ -114,7 +112,7 @@ std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool o
             if (should_lock_urls)
                 check_nobody_holds(src_url, dest_url);
             if (!Tool::item_exists(src_url))
-                throw place("Source item doesn't exist.").at(src_url);
+                throw single_copy_place("Source item doesn't exist.").at(src_url);
             make_room(src_url, dest_url, overwrite);
             copy_item(request, src_url, dest_url);
             return status::success{};

@@ -17,20 +17,21 @@ namespace {
 
 using UnzipRequest = Request<UnzipOperation>;
 
-constexpr ErrorPlace place{"src/Operations/UnzipOpr",
-                           "unzip(archive_url:to:password:status_closure:)"};
+constexpr ErrorPlace unzip_place{"src/Operations/UnzipOpr",
+                                 "unzip(archive_url:to:password:status_closure:)"};
 
 void check_urls(const Url& archive, const Url& destination)
 {
-    check_path(archive, "Archive", place, {.undefined = 82, .root = 85});
+    check_path(archive, "Archive", unzip_place, {.undefined = 82, .root = 85});
     if (destination.standardized().empty())
-        throw place("Destination url points to an undefined path.", 90);
+        throw unzip_place("Destination url points to an undefined path.", 90);
     if (archive == destination)
-        throw place("Archive and destination url cannot be the same.", 98).at(archive);
+        throw unzip_place("Archive and destination url cannot be the same.", 98).at(archive);
     if (!Tool::item_exists(destination))
-        throw place("Destination folder doesn't exist.", 109).at(destination);
+        throw unzip_place("Destination folder doesn't exist.", 109).at(destination);
     if (!Tool::is_directory(destination))
-        throw place("Destination url points to an existing non-folder item.", 105).at(destination);
+        throw unzip_place("Destination url points to an existing non-folder item.", 105)
+            .at(destination);
 }
 
 /// Where the archive is unpacked: a folder named like it, or with a free name.
@@ -40,7 +41,7 @@ Url container_of(const Url& archive, const Url& destination)
         destination.appending(archive.deleting_path_extension().last_path_component());
     if (!Tool::item_exists(container))
         return container;
-    return free_url(container, place("Couldn't generate a non-conflicting url.", 120));
+    return free_url(container, unzip_place("Couldn't generate a non-conflicting url.", 120));
 }
 
 void create_container(const Url& container)
@@ -48,7 +49,7 @@ void create_container(const Url& container)
     try {
         Tool::make_directory(container, false);
     } catch (const Error& cause) {
-        throw place("Couldn't create container folder.", 162).because_of(cause);
+        throw unzip_place("Couldn't create container folder.", 162).because_of(cause);
     }
 }
 
@@ -99,7 +100,7 @@ void unpack(UnzipRequest& request, const Url& archive, const Url& container,
         Zip::unzipFile(archive, container, password, canceller, intr_test_mode(), tell,
                        announced_name);
     };
-    with_zip_errors(Zip::Error::Case::unzip_failed, place("Unzip operation failed.", 220),
+    with_zip_errors(Zip::Error::Case::unzip_failed, unzip_place("Unzip operation failed.", 220),
                     [&] { request.do_part([canceller] { canceller->cancel(); }, call); });
 }
 
@@ -111,7 +112,7 @@ UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url&
 
     const auto lock = std::make_shared<UrlLock>(std::vector{read(archive)}, write(url), true);
     if (!Tool::item_exists(archive))
-        throw place("Archive file doesn't exist.", 157).at(archive);
+        throw unzip_place("Archive file doesn't exist.", 157).at(archive);
     Container container(url);
     unpack(request, archive, url, password);
     container.keep();

@@ -11,7 +11,7 @@
 namespace orv {
 namespace {
 
-constexpr ErrorPlace place{"src/Operations/UrlLocker", "lock(sources:dest:allow_conflict:)"};
+constexpr ErrorPlace lock_place{"src/Operations/UrlLocker", "lock(sources:dest:allow_conflict:)"};
 
 bool contains(const std::string& folder, const std::string& path)
 {
@@ -79,14 +79,14 @@ std::optional<Error> clash(const Registry& registry, const std::vector<LockType>
     using Kind = LockType::Kind;
     for (const LockType& source : sources) {
         if (registry.is_locked(Kind::write, source.url))
-            return place("Source item is being written by another operation.").at(source.url);
+            return lock_place("Source item is being written by another operation.").at(source.url);
         if (!allow_conflict && UrlLocker::do_urls_conflict(source.url, dest.url))
-            return place("Source path conflicts with destination path.").at(source.url);
+            return lock_place("Source path conflicts with destination path.").at(source.url);
     }
     if (registry.is_locked(Kind::read, dest.url))
-        return place("Destination item is being read by another operation.").at(dest.url);
+        return lock_place("Destination item is being read by another operation.").at(dest.url);
     if (registry.is_locked(Kind::write, dest.url))
-        return place("Destination item is being written by another operation.").at(dest.url);
+        return lock_place("Destination item is being written by another operation.").at(dest.url);
     return std::nullopt;
 }
 

@@ -16,8 +16,8 @@ namespace {
 
 using ZipRequest = Request<ZipOperation>;
 
-constexpr ErrorPlace place{"src/Operations/ZipOpr",
-                           "zip(item_urls:to:password:on_conflict:status_closure:)"};
+constexpr ErrorPlace zip_place{"src/Operations/ZipOpr",
+                               "zip(item_urls:to:password:on_conflict:status_closure:)"};
 
 /// What is to be packed, and with what.
 struct Content {
@@ -28,12 +28,12 @@ struct Content {
 void check_items(const std::vector<Url>& items, const Url& archive)
 {
     if (items.empty())
-        throw place("Item urls cannot be empty.", 81);
+        throw zip_place("Item urls cannot be empty.", 81);
     for (const Url& item : items) {
         if (item.standardized().empty())
-            throw place("Item url points to an undefined path. \n" + item.description(), 85);
+            throw zip_place("Item url points to an undefined path. \n" + item.description(), 85);
         if (item == archive)
-            throw place("Item url cannot be the same with archive url.", 88).at(item);
+            throw zip_place("Item url cannot be the same with archive url.", 88).at(item);
     }
 }
 
@@ -53,9 +53,9 @@ Target settle_conflict(const Url& archive, ConflictBehaviour on_conflict)
     case ConflictBehaviour::replace:
         return {.url = archive, .replaces = true};
     case ConflictBehaviour::keep_both:
-        return {free_url(archive, place("Couldn't generate a non-conflicting url.", 115))};
+        return {free_url(archive, zip_place("Couldn't generate a non-conflicting url.", 115))};
     case ConflictBehaviour::stop:
-        throw place("Destination item already exists.", 120).at(archive);
+        throw zip_place("Destination item already exists.", 120).at(archive);
     }
     return {archive};
 }
@@ -73,7 +73,7 @@ void check_items_exist(const std::vector<Url>& items)
 {
     for (const Url& item : items)
         if (!Tool::item_exists(item))
-            throw place("Source item doesn't exist. \n" + item.description(), 138).at(item);
+            throw zip_place("Source item doesn't exist. \n" + item.description(), 138).at(item);
 }
 
 /// Under another spelling, what is to be deleted may be what is to be packed.
@@ -81,7 +81,7 @@ void check_replaces_no_item(const std::vector<Url>& items, const Url& archive)
 {
     for (const Url& item : items)
         if (are_same_item(item, archive) || lies_inside(item, archive))
-            throw place("Item url cannot be the same with archive url.", 88).at(item);
+            throw zip_place("Item url cannot be the same with archive url.", 88).at(item);
 }
 
 /// Packs into `file`, out of sight. What goes wrong with it is told of the archive that it is to
@@ -106,10 +106,10 @@ try {
 
 void build_archive(ZipRequest& request, const Content& content, const Url& archive)
 {
-    const Error failure = place("Zip operation failed.", 191);
+    const Error failure = zip_place("Zip operation failed.", 191);
     build_file(archive,
                {.not_created = failure,
-                .not_finalized = place("Couldn't finalize zipping operation.", 209)},
+                .not_finalized = zip_place("Couldn't finalize zipping operation.", 209)},
                [&](const PartialFile& file) {
                    with_zip_errors(Zip::Error::Case::zip_failed, failure,
                                    [&] { pack(request, content, file.reachable_url(), archive); });
@@ -120,7 +120,7 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
                          ConflictBehaviour on_conflict)
 {
     check_items(content.items, archive);
-    check_path(archive, "Archive", place, {.undefined = 98, .root = 101});
+    check_path(archive, "Archive", zip_place, {.undefined = 98, .root = 101});
     const Target target = settle_conflict(archive, on_conflict);
 
     const auto lock = std::make_shared<UrlLock>(read_locks(content.items), write(target.url));
@@ -129,7 +129,7 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
         check_replaces_no_item(content.items, target.url);
         remove_replaced(
             target.url,
-            place("Destination item couldn't be deleted while being overwritten.", 145));
+            zip_place("Destination item couldn't be deleted while being overwritten.", 145));
     }
     build_archive(request, content, target.url);
     // The lock is kept for that: nobody else's archive may be deleted.

@@ -17,7 +17,7 @@ int errno_of(int result)
     return result == 0 ? 0 : errno;
 }
 
-bool is_lacking(int error)
+bool lacks_flag_or_call(int error)
 {
     return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
 }
@@ -62,8 +62,9 @@ int rename_by_empty_file(int from_folder, const char* from, int to_folder, const
 int rename_no_replace(int from_folder, const char* from, int to_folder, const char* to)
 {
     const int error = errno_of(::renameat2(from_folder, from, to_folder, to, RENAME_NOREPLACE));
-    return is_lacking(error) ? rename_no_replace_by_claiming(from_folder, from, to_folder, to)
-                             : error;
+    return lacks_flag_or_call(error)
+               ? rename_no_replace_by_claiming(from_folder, from, to_folder, to)
+               : error;
 }
 
 int rename_no_replace_by_claiming(int from_folder, const char* from, int to_folder, const char* to)
@@ -74,7 +75,7 @@ int rename_no_replace_by_claiming(int from_folder, const char* from, int to_fold
     if (S_ISDIR(item.st_mode))
         return rename_folder(from_folder, from, to_folder, to);
     const int error = rename_by_link(from_folder, from, to_folder, to);
-    const bool lacks_links = is_lacking(error) || error == EPERM || error == EMLINK;
+    const bool lacks_links = lacks_flag_or_call(error) || error == EPERM || error == EMLINK;
     return lacks_links ? rename_by_empty_file(from_folder, from, to_folder, to) : error;
 }
 

@@ -62,7 +62,7 @@ private:
     std::optional<FolderStack> stack_;
 };
 
-bool is_gone(int error)
+bool means_gone(int error)
 {
     return error == ENOENT || error == ENOTDIR || error == ELOOP;
 }
@@ -83,7 +83,7 @@ std::optional<ItemVersion> version_now(const Position& position, const std::stri
     struct stat status {};
     if (::fstatat(position.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
         return ItemVersion(status);
-    if (is_gone(errno))
+    if (means_gone(errno))
         return std::nullopt;
     throw platform_error(errno, position.url_of(name));
 }
@@ -97,7 +97,8 @@ OpenFolder opened_folder(const Position& position, const std::string& name,
     OpenFolder folder = open_folder(position.folder(), name.c_str());
     const Url url = position.url_of(name);
     if (folder.error != 0)
-        throw is_gone(folder.error) ? changed_while_moved(url) : platform_error(folder.error, url);
+        throw means_gone(folder.error) ? changed_while_moved(url)
+                                       : platform_error(folder.error, url);
     if (!version.is_same_item(version_of(folder.descriptor.get(), url)))
         throw changed_while_moved(url);
     return folder;
@@ -155,7 +156,7 @@ private:
             return;
         if (!version.is_same_with_fewer_links(*now))
             throw changed_while_moved(position_.url_of(name));
-        if (::unlinkat(position_.folder(), name.c_str(), 0) != 0 && !is_gone(errno))
+        if (::unlinkat(position_.folder(), name.c_str(), 0) != 0 && !means_gone(errno))
             throw platform_error(errno, position_.url_of(name));
     }
 
