@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 namespace orv::app {
@@ -28,12 +29,16 @@ void make_folder(const std::string& path, const Surroundings& surroundings)
             .because_of(platform_error(errno, folder));
 }
 
-/// Steps that fail are told, but not counted; one that hinders many hinders the last, too.
-void check_last_file(const Url& folder)
+/// A step that failed was told only where every step is.
+void check_all_are_there(const Url& folder)
 {
-    const Url last_file = folder.appending("Notes/Work/Project_C/phase_02.txt");
-    if (!OrvFileManager::singleton().file_exists(last_file))
-        throw Error("Not all example files could be created.").at(folder);
+    const auto missing = OrvFileBrowser::missing_example_files(folder);
+    if (!missing.empty())
+        throw Error(fmt::format("Not all example files could be created; {}.",
+                                missing.size() == 1
+                                    ? "one is missing"
+                                    : fmt::format("{} are missing, first", missing.size())))
+            .at(missing.front());
 }
 
 } // namespace
@@ -46,7 +51,7 @@ void run(const ExamplesCommand& command, const Surroundings& surroundings)
     OrvFileBrowser::create_example_files(command.folder, !surroundings.is_quiet,
                                          [&] { is_done = true; });
     drive_until([&] { return is_done; }, {});
-    check_last_file(command.folder);
+    check_all_are_there(command.folder);
 }
 
 } // namespace orv::app

@@ -5,7 +5,10 @@
 
 #include <orv/orv.hpp>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <string>
 
 #include <unistd.h>
 
@@ -21,6 +24,29 @@ void check_file(const Url& file)
         throw Error("A folder has no thumbnail.").at(file);
 }
 
+/// Why there is only the placeholder for the file.
+Error no_picture_of(const Url& file)
+{
+    std::string extension = file.path_extension();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::string known;
+    bool is_known = false;
+    for (const auto& [kind, generator] : OrvThumbnail::singleton().supportedFiletypes()) {
+        known += (known.empty() ? "" : ", ") + kind;
+        is_known = is_known || kind == extension;
+    }
+    if (!is_known)
+        return Error("Only files named as one of these kinds have thumbnails: " + known + ".")
+            .at(file);
+    if (!OrvFileManager::singleton().is_directory(helper_dir()))
+        return Error("What makes pictures of files was not installed together with the library.")
+            .at(helper_dir());
+    return Error("No picture can be made of the file: it is not what its name says, damaged, "
+                 "encrypted, without a picture, or too large.")
+        .at(file);
+}
+
 Picture thumbnail_of(const ThumbCommand& command, const Surroundings& surroundings)
 {
     const Url file(command.file);
@@ -34,9 +60,7 @@ Picture thumbnail_of(const ThumbCommand& command, const Surroundings& surroundin
         status,
         [&](const ThumbGenerateOpr::success& made) {
             if (made.is_placeholder)
-                throw Error("No picture can be made of the file: it is of no kind that is known, "
-                            "damaged, encrypted or too large.")
-                    .at(file);
+                throw no_picture_of(file);
             return made.thumb;
         },
         [](const status::cancelled&) -> Picture { throw Interrupted(); });

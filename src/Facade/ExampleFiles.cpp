@@ -32,6 +32,8 @@ struct ExampleFile {
     std::string_view resource;
     std::string_view folder;
     std::string_view name = resource;
+
+    [[nodiscard]] Url in(const Url& at) const { return at.appending(folder).appending(name); }
 };
 
 constexpr std::string_view lorem = "lorem.txt";
@@ -99,7 +101,7 @@ void create_tree(const Url& at, bool log_status)
         create_folder(at, folder, log_status);
     log(log_status, "⏳ Populating folders with resource files...");
     for (const ExampleFile& file : files)
-        bg_copy_resource(file.resource, at.appending(file.folder).appending(file.name), log_status);
+        bg_copy_resource(file.resource, file.in(at), log_status);
 }
 
 } // namespace
@@ -113,6 +115,20 @@ void create_example_files(Url at, bool log_status, std::function<void()> complet
                 completion();
         });
     });
+}
+
+std::vector<Url> missing_example_files(const Url& at)
+{
+    std::vector<Url> missing;
+    const auto look_for = [&](Url item) {
+        if (!OrvFileManager::singleton().file_exists(item))
+            missing.push_back(std::move(item));
+    };
+    for (const std::string_view folder : folders)
+        look_for(at.appending(folder));
+    for (const ExampleFile& file : files)
+        look_for(file.in(at));
+    return missing;
 }
 
 void bg_copy_resource(std::string_view name, const Url& dest_url, bool log_status)

@@ -195,4 +195,9 @@ void OrvFileBrowser::create_example_files(Url at, bool log_status, std::function
     orv::create_example_files(std::move(at), log_status, std::move(completion));
 }
 
+std::vector<Url> OrvFileBrowser::missing_example_files(const Url& at)
+{
+    return orv::missing_example_files(at);
+}
+
 } // namespace orv

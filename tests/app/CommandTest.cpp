@@ -100,11 +100,13 @@ TEST_F(CommandTest, FillsAFolderWithExampleFiles)
     EXPECT_EQ(quiet.out + quiet.err, "");
     EXPECT_EQ(tree(at("new/d")), made);
 
-    make_tree(work(), {"taken/Notes=mine"});
+    make_tree(work(), {"taken/Books=mine"});
     const Outcome hindered = orv({"examples", "taken"});
     EXPECT_EQ(hindered.exit_code, 1);
-    EXPECT_EQ(hindered.err, told("orv: Not all example files could be created: $W/taken\n"));
-    EXPECT_EQ(read_file(at("taken/Notes")), "mine");
+    EXPECT_EQ(hindered.err,
+              told("orv: Not all example files could be created; 3 are missing, first: "
+                   "$W/taken/Books/A-Room-with-a-View.pdf\n"));
+    EXPECT_EQ(read_file(at("taken/Books")), "mine");
 }
 
 TEST_F(CommandTest, AnswersWrongUsageWithoutTouchingAnything)

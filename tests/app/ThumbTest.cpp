@@ -57,15 +57,19 @@ TEST_F(ThumbTest, MakesThumbnails)
 
 TEST_F(ThumbTest, SaysWhyThereIsNoThumbnailAndWritesNothing)
 {
-    const std::string none = "orv: No picture can be made of the file: it is of no kind that is "
-                             "known, damaged, encrypted or too large: $W/";
     const struct {
         Words arguments;
         int exit_code;
         std::string err;
     } rows[] = {
-        {{"bad.png", "a.png"}, 1, none + "bad.png\n"},
-        {{"note.txt", "a.png"}, 1, none + "note.txt\n"},
+        {{"bad.png", "a.png"},
+         1,
+         "orv: No picture can be made of the file: it is not what its name says, damaged, "
+         "encrypted, without a picture, or too large: $W/bad.png\n"},
+        {{"note.txt", "a.png"},
+         1,
+         "orv: Only files named as one of these kinds have thumbnails: bmp, gif, heic, jpeg, jpg, "
+         "m4a, mov, mp4, pdf, png, tiff: $W/note.txt\n"},
         {{"d.png", "a.png"}, 1, "orv: A folder has no thumbnail: $W/d.png\n"},
         {{"gone.png", "a.png"},
          1,

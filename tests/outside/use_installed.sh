@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs a build into a scratch prefix and uses it as an application outside the repository does.
 #
-# use_installed.sh STEP BUILD_DIR WORK_DIR    STEP: install, find_package, pkg_config, command
+# use_installed.sh STEP BUILD_DIR WORK_DIR    STEP: install, find_package, pkg_config, command, moved
 set -euo pipefail
 step=$1 build=$2 work=$3
 project=$(cd "$(dirname "$0")/project" && pwd)
@@ -58,6 +58,27 @@ pkg_config)
 command)
     "$prefix/bin/orv" --version || fail "The installed command does not start."
     check_links "$prefix/bin/orv"
+    ;;
+moved)
+    # Out of the build folder, and told from it and from the prefix that was configured by what is
+    # changed in the moved tree.
+    work=$(mktemp -d) prefix=$work/moved
+    trap 'rm -rf "$work"' EXIT
+    cmake --install "$build" --prefix "$work/first" >/dev/null && mv "$work/first" "$prefix"
+    orv=$prefix/bin/orv decoder=$prefix/libexec/orv/orv-picture-decoder
+    echo moved >"$prefix/share/orv/lorem.txt"
+    "$orv" --quiet examples "$work/examples" || fail "The example files could not be made."
+    [[ $(<"$work/examples/Notes/notes.txt") == moved ]] || fail "The moved resources were not found."
+    if [[ -e $decoder ]]; then
+        mv "$decoder" "$decoder.real"
+        printf '#!/bin/sh\ntouch "%s"\nexec "%s" "$@"\n' "$work/decoder_used" "$decoder.real" >"$decoder"
+        chmod +x "$decoder"
+    fi
+    if said=$("$orv" thumb "$work/examples/Pictures/foxies.jpg" "$work/fox.png" 2>&1); then
+        [[ -e $work/decoder_used && -s $work/fox.png ]] || fail "The moved decoder was not found."
+    else
+        [[ ! -e $decoder && $said == *"was not installed together with the library"* ]] || fail "$said"
+    fi
     ;;
 *) fail "There is no step $step." ;;
 esac

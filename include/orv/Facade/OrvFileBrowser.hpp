@@ -113,6 +113,12 @@ public:
     /// Errors: a step that fails is printed only, and the next one follows.
     static void create_example_files(Url at, bool log_status, std::function<void()> completion);
 
+    /// The folders and files of that tree which are not in the folder `at`, in the order in which
+    /// they are made.
+    ///
+    /// Threading: any.
+    [[nodiscard]] static std::vector<Url> missing_example_files(const Url& at);
+
 private:
     OrvFileManager& fm_;
     Url curr_dir_;
