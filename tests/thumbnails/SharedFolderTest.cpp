@@ -1,4 +1,5 @@
 #include "ThumbGenerator/FileUri.hpp"
+#include "picture/Media.hpp"
 #include "picture/PngTexts.hpp"
 #include "support/Engine.hpp"
 #include "support/Statuses.hpp"
@@ -140,6 +141,25 @@ TEST_F(SharedFolderTest, shares_the_picture_that_is_large_enough)
         EXPECT_EQ(made(row.name, row.width, row.height), first) << "now from what is shared";
         EXPECT_EQ(shared(), row.shared) << row.name;
     }
+}
+
+TEST_F(SharedFolderTest, shares_the_frame_of_a_film_and_nothing_of_a_sound)
+{
+    if (lacks_tools())
+        GTEST_SKIP();
+    run_in(folder(), "ffmpeg -v error -f lavfi -i color=c=white:s=400x300:d=1 a.mp4 && "
+                     "ffmpeg -v error -f lavfi -i sine=d=1 b.m4a");
+    set_time(at("a.mp4"), long_ago);
+    set_time(at("b.m4a"), long_ago);
+    fs::create_directory(at("cache"));
+    made("b.m4a", 240, {});
+    EXPECT_EQ(shared(), std::vector<std::string>{});
+    const std::string first = made("a.mp4", 240, {});
+    EXPECT_TRUE(first.starts_with("success 240x180 25")) << first;
+    EXPECT_EQ(shared(), std::vector<std::string>{"large 256x192"});
+    write_file(place_of("a.mp4", "large"),
+               bytes_of(drawn(256, 192, telltale_grey), facts_of("a.mp4")));
+    EXPECT_EQ(made("a.mp4", 240, {}), "success 240x180 200");
 }
 
 TEST_F(SharedFolderTest, says_of_which_file_it_is_and_lets_nobody_else_see_it)
