@@ -2,6 +2,7 @@
 #include "decoder/Bounds.hpp"
 #include "decoder/MappedFile.hpp"
 #include "decoder/Reading.hpp"
+#include "decoder/UncroppedPage.hpp"
 #include "decoder/Vips.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -116,6 +117,9 @@ VImage trimmed(const VImage& page, PictureSize size)
 
 DecodedPicture read_pdf_page(Bytes bytes, SizeWanted wanted)
 {
+    const auto uncropped = uncropped_page(bytes);
+    if (uncropped)
+        bytes = *uncropped;
     const auto load = [&](double scale) {
         return VImage::pdfload_source(
             source_of(bytes),

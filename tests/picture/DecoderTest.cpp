@@ -126,6 +126,44 @@ TEST(Decoder, draws_the_first_page_of_a_pdf_on_white)
     EXPECT_EQ(decoded(root / "a4.pdf", Medium::pdf_page, {}).full_size, (PictureSize{240, 340}));
 }
 
+/// What a node of the pages and the page in it say of its boxes, and what is seen of a medium of
+/// 120 by 60, its left half red.
+struct CropCase {
+    std::string node, page;
+    PictureSize full;
+    Quarters colours;
+};
+
+TEST(Decoder, shows_the_whole_medium_of_a_page_that_is_cropped)
+{
+    const Scratch root;
+    const Quarters left_red{red, white, red, white};
+    const std::string medium = "/MediaBox [0 0 120 60] ";
+    for (const auto& [node, page, full_size, colours] :
+         {CropCase{medium, "/CropBox [0 0 60 60]", {240, 120}, left_red},
+          {medium + "/CropBox [70 50 30 10] /Rotate 90", "", {240, 480}, {red, red, white, white}},
+          {medium + "/CropBox [0 0 60 60]", "/CropBox [-9 -9 999 999]", {240, 120}, left_red},
+          {"/MediaBox [0 0 9 9]",
+           "/MediaBox [-20 0 140 60] /CropBox [0 0 9 9]",
+           {240, 90},
+           left_red}}) {
+        // One node before it is empty, and one layer of its drawing is hidden.
+        const std::string drawing = "1 0 0 rg -20 0 80 60 re f /OC /Layer BDC 0 0 120 60 re f EMC";
+        write_file(root / "a.pdf",
+                   pdf_of({"<</Type /Catalog /Pages 2 0 R /OCProperties <</OCGs [5 0 R] "
+                           "/D <</OFF [5 0 R]>>>>>>",
+                           "<</Type /Pages /Kids [6 0 R 3 0 R] /Count 1 "
+                           "/Resources <</Properties <</Layer 5 0 R>>>> " +
+                               node + ">>",
+                           "<</Type /Page /Parent 2 0 R /Contents 4 0 R " + page + ">>",
+                           pdf_drawing(drawing), "<</Type /OCG /Name (Layer)>>",
+                           "<</Type /Pages /Parent 2 0 R /Kids [] /Count 0>>"}));
+        const auto [picture, full] = decoded(root / "a.pdf", Medium::pdf_page, {});
+        EXPECT_EQ(full, full_size) << node << page;
+        EXPECT_TRUE(shows(picture, colours)) << node << page;
+    }
+}
+
 /// A film whose frame N has the brightness 8 N, and the brightness of the frame that is wanted.
 struct FilmCase {
     const char* what;

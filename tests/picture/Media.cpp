@@ -77,18 +77,34 @@ std::string with_orientation(const std::string& jpeg, char orientation)
     return jpeg.substr(0, 2) + "\xFF\xE1\0"s + length + exif + jpeg.substr(2);
 }
 
+std::string pdf_of(const std::vector<std::string>& objects, const std::string& trailer)
+{
+    const std::string size = std::to_string(objects.size() + 1);
+    std::string text = "%PDF-1.4\n";
+    std::string table = "xref\n0 " + size + "\n0000000000 65535 f \n";
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        const std::string place = std::to_string(text.size());
+        table += std::string(10 - place.size(), '0') + place + " 00000 n \n";
+        text += std::to_string(i + 1) + " 0 obj " + objects[i] + " endobj\n";
+    }
+    return text + table + "trailer <</Root 1 0 R /Size " + size + " " + trailer +
+           ">>\nstartxref\n" + std::to_string(text.size()) + "\n%%EOF\n";
+}
+
+std::string pdf_drawing(const std::string& drawing)
+{
+    return "<</Length " + std::to_string(drawing.size()) + ">> stream\n" + drawing + "\nendstream";
+}
+
 std::string pdf_page(const std::string& width, const std::string& height,
                      const std::string& trailer)
 {
-    const std::string drawing =
-        "1 0 0 rg 0 0 " + std::to_string(std::stol(width) / 2) + " " + height + " re f";
-    return "%PDF-1.4\n"
-           "1 0 obj <</Type /Catalog /Pages 2 0 R>> endobj\n"
-           "2 0 obj <</Type /Pages /Kids [3 0 R] /Count 1>> endobj\n"
-           "3 0 obj <</Type /Page /Parent 2 0 R /MediaBox [0 0 " +
-           width + " " + height + "] /Contents 4 0 R>> endobj\n4 0 obj <</Length " +
-           std::to_string(drawing.size()) + ">> stream\n" + drawing +
-           "\nendstream endobj\ntrailer <</Root 1 0 R " + trailer + ">>\n%%EOF\n";
+    return pdf_of({"<</Type /Catalog /Pages 2 0 R>>", "<</Type /Pages /Kids [3 0 R] /Count 1>>",
+                   "<</Type /Page /Parent 2 0 R /MediaBox [0 0 " + width + " " + height +
+                       "] /Contents 4 0 R>>",
+                   pdf_drawing("1 0 0 rg 0 0 " + std::to_string(std::stol(width) / 2) + " " +
+                               height + " re f")},
+                  trailer);
 }
 
 std::string png_header(std::uint32_t width, std::uint32_t height)

@@ -26,6 +26,13 @@ constexpr Quarters upright{red, green, blue, white};
 /// A JPEG picture with an EXIF orientation.
 [[nodiscard]] std::string with_orientation(const std::string& jpeg, char orientation);
 
+/// A PDF of these objects, numbered from 1; the first is its root.
+[[nodiscard]] std::string pdf_of(const std::vector<std::string>& objects,
+                                 const std::string& trailer = {});
+
+/// A stream in a PDF that draws.
+[[nodiscard]] std::string pdf_drawing(const std::string& drawing);
+
 /// A PDF of one page, its left half red; `trailer` goes into its trailer.
 [[nodiscard]] std::string pdf_page(const std::string& width, const std::string& height,
                                    const std::string& trailer = {});
