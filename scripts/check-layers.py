@@ -38,7 +38,7 @@ LIBRARIES = {
     r"zlib\.h": {"archive", "picture"},
     r"(turbojpeg|png)\.h": {"picture"},
     r"md5\.h": {"ThumbGenerator"},
-    r"(vips|stb|qpdf|libavcodec|libavformat|libavutil|libswscale)/.*|gmodule\.h": {"decoder"},
+    r"(vips|gdk-pixbuf|qpdf|libavcodec|libavformat|libavutil|libswscale)/.*|gmodule\.h": {"decoder"},
     r"(CLI|fmt)/.*": {"apps"},
 }
 STANDARD = re.compile(r"[a-z_]+")

@@ -4,21 +4,25 @@
 
 #include <orv/utility/Error.hpp>
 
-#include <limits>
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
+#include <utility>
 #include <vector>
 
-#define STB_IMAGE_IMPLEMENTATION
-#define STB_IMAGE_STATIC
-#define STBI_NO_STDIO
-#define STBI_ONLY_BMP
-#include <stb/stb_image.h>
+#include <gdk-pixbuf/gdk-pixbuf.h>
 
 namespace orv::decoder {
 namespace {
 
-std::uint64_t little_endian(std::span<const std::uint8_t> bytes, std::size_t offset,
-                            std::size_t size)
+using Bytes = std::span<const std::uint8_t>;
+
+struct ObjectEnd {
+    void operator()(gpointer object) const { ::g_object_unref(object); }
+};
+using Loader = std::unique_ptr<GdkPixbufLoader, ObjectEnd>;
+
+std::uint64_t little_endian(Bytes bytes, std::size_t offset, std::size_t size)
 {
     std::uint64_t number = 0;
     for (std::size_t i = size; i-- > 0;)
@@ -26,48 +30,77 @@ std::uint64_t little_endian(std::span<const std::uint8_t> bytes, std::size_t off
     return number;
 }
 
-/// Whether all rows are there: those that are not would be read as black.
-bool has_all_rows(std::span<const std::uint8_t> bytes, PictureSize size)
+/// Its first kind has short numbers only, and no rows but plain ones.
+bool is_old(Bytes bytes)
 {
-    constexpr std::size_t longest_header = 54;
-    if (bytes.size() < longest_header)
-        return false;
-    const bool is_old = little_endian(bytes, 14, 4) == 12;
+    return little_endian(bytes, 14, 4) == 12;
+}
+
+PictureSize size_of(Bytes bytes)
+{
+    const bool old = is_old(bytes);
+    const auto width = static_cast<std::uint32_t>(little_endian(bytes, 18, old ? 2 : 4));
+    const auto height =
+        static_cast<std::int32_t>(old ? little_endian(bytes, 20, 2) : little_endian(bytes, 22, 4));
+    // Rows from the top are told by a height below 0.
+    return {width, static_cast<std::uint32_t>(std::llabs(height))};
+}
+
+/// Whether all rows are there: those that are not would be read as black.
+bool has_all_rows(Bytes bytes, PictureSize size)
+{
     const std::uint64_t pixels_at = little_endian(bytes, 10, 4);
-    const std::uint64_t bits = little_endian(bytes, is_old ? 24 : 28, 2);
+    const std::uint64_t bits = little_endian(bytes, is_old(bytes) ? 24 : 28, 2);
+    const std::uint64_t kind = is_old(bytes) ? 0 : little_endian(bytes, 30, 4);
+    const bool has_runs = kind == 1 || kind == 2;
     const std::uint64_t row_size = (size.width * bits + 31) / 32 * 4;
-    return bytes.size() >= pixels_at && bytes.size() - pixels_at >= row_size * size.height;
+    const std::uint64_t needed = has_runs ? little_endian(bytes, 34, 4) : row_size * size.height;
+    return bytes.size() >= pixels_at && bytes.size() - pixels_at >= needed;
+}
+
+Picture picture_of(const GdkPixbuf* pixels)
+{
+    const auto width = static_cast<std::size_t>(::gdk_pixbuf_get_width(pixels));
+    const auto height = static_cast<std::size_t>(::gdk_pixbuf_get_height(pixels));
+    const auto channels = static_cast<std::size_t>(::gdk_pixbuf_get_n_channels(pixels));
+    const auto row_size = static_cast<std::size_t>(::gdk_pixbuf_get_rowstride(pixels));
+    const std::uint8_t* row = ::gdk_pixbuf_read_pixels(pixels);
+    std::vector<std::uint8_t> rgba(width * height * 4, 255);
+    auto* to = rgba.data();
+    for (std::size_t y = 0; y < height; ++y, row += row_size)
+        for (std::size_t x = 0; x < width; ++x, to += 4)
+            std::copy_n(row + x * channels, channels, to);
+    return {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), std::move(rgba)};
 }
 
 } // namespace
 
-bool is_bmp(std::span<const std::uint8_t> bytes)
+bool is_bmp(Bytes bytes)
 {
     return bytes.size() > 2 && bytes[0] == 'B' && bytes[1] == 'M';
 }
 
-Picture read_bmp(std::span<const std::uint8_t> bytes)
+Picture read_bmp(Bytes bytes)
 {
-    if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-        throw Error("The picture's file is too large.");
-    const auto count = static_cast<int>(bytes.size());
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    if (!::stbi_info_from_memory(bytes.data(), count, &width, &height, &channels))
-        throw Error("The BMP picture is damaged or of an unknown kind.");
-    const PictureSize size{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
+    constexpr std::size_t longest_header = 54;
+    if (bytes.size() < longest_header)
+        throw Error("The BMP picture is incomplete.");
+    const PictureSize size = size_of(bytes);
     check_bounds(size);
+    if (std::uint64_t{size.width} * size.height > Picture::max_pixels)
+        throw Error("The BMP picture is too large.");
     if (!has_all_rows(bytes, size))
         throw Error("The BMP picture is incomplete.");
-    const std::unique_ptr<stbi_uc, void (*)(void*)> rgba(
-        ::stbi_load_from_memory(bytes.data(), count, &width, &height, &channels, 4),
-        &::stbi_image_free);
-    if (!rgba)
-        throw Error("The BMP picture cannot be decoded.");
-    const std::size_t pixel_bytes = std::size_t{size.width} * size.height * 4;
-    return {size.width, size.height,
-            std::vector<std::uint8_t>(rgba.get(), rgba.get() + pixel_bytes)};
+    const Loader loader(::gdk_pixbuf_loader_new_with_type("bmp", nullptr));
+    if (!loader)
+        throw Error("What reads BMP pictures is not installed.");
+    const bool is_read =
+        ::gdk_pixbuf_loader_write(loader.get(), bytes.data(), bytes.size(), nullptr);
+    const bool is_whole = ::gdk_pixbuf_loader_close(loader.get(), nullptr);
+    const GdkPixbuf* pixels = ::gdk_pixbuf_loader_get_pixbuf(loader.get());
+    if (!is_read || !is_whole || !pixels)
+        throw Error("The BMP picture is damaged or of an unknown kind.");
+    return picture_of(pixels);
 }
 
 } // namespace orv::decoder

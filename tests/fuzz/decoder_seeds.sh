@@ -21,16 +21,25 @@ make_pictures() {
     vips icc_export colour.png ink.v --output-profile cmyk
     vips copy ink.v 'ink.jpg[strip]'
     rm ./*.v
-    cat >page.pdf <<'PDF'
-%PDF-1.4
-1 0 obj <</Type /Catalog /Pages 2 0 R>> endobj
-2 0 obj <</Type /Pages /Kids [3 0 R] /Count 1>> endobj
-3 0 obj <</Type /Page /Parent 2 0 R /MediaBox [0 0 80 60] /Contents 4 0 R /Rotate 90>> endobj
-4 0 obj <</Length 50>> stream
-1 0 0 rg 0 0 40 60 re f 0 1 0 RG 5 5 m 60 50 l S
-endstream endobj
-trailer <</Root 1 0 R>>
-PDF
+    make_page '<</Type /Catalog /Pages 2 0 R>>' \
+        '<</Type /Pages /Kids [3 0 R] /Count 1 /MediaBox [0 0 80 60]>>' \
+        '<</Type /Page /Parent 2 0 R /CropBox [4 4 70 50] /Contents 4 0 R /Rotate 90>>' \
+        $'<</Length 50>> stream\n1 0 0 rg 0 0 40 60 re f 0 1 0 RG 5 5 m 60 50 l S  \nendstream' >page.pdf
+    # Two lines of four pixels, each a run.
+    printf '%b' 'BM\x4a\0\0\0\0\0\0\0\x3e\0\0\0' '\x28\0\0\0\x04\0\0\0\x02\0\0\0\x01\0\x08\0' \
+        '\x01\0\0\0\x0a\0\0\0\0\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0' \
+        '\xff\0\0\0\0\xff\0\0' '\x04\x01\0\0\x04\0\0\0\0\x01\0\0' >runs.bmp
+}
+
+# A PDF of the objects given, the first its root, with a table of their places.
+make_page() {
+    local text=$'%PDF-1.4\n' table='' object number=0
+    for object; do
+        printf -v table '%s%010d 00000 n \n' "$table" ${#text}
+        text+="$((++number)) 0 obj $object endobj"$'\n'
+    done
+    printf '%sxref\n0 %d\n0000000000 65535 f \n%strailer <</Root 1 0 R /Size %d>>\nstartxref\n%d\n%%%%EOF\n' \
+        "$text" $((number + 1)) "$table" $((number + 1)) ${#text}
 }
 
 make_film() {

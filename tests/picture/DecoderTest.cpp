@@ -67,6 +67,50 @@ TEST(Decoder, reads_every_format_of_pictures_by_what_is_in_it)
     EXPECT_FALSE(decoded(root / "cmyk.jpg", Medium::image, {240, {}}).picture.is_empty());
 }
 
+std::string little_endian(std::uint32_t number)
+{
+    std::string bytes;
+    for (int shift = 0; shift < 32; shift += 8)
+        bytes += static_cast<char>(number >> shift & 0xFF);
+    return bytes;
+}
+
+/// A BMP picture of 64 by 48 in quarters, each line of them a run of one colour.
+std::string bmp_with_runs(char bits)
+{
+    std::string palette, runs;
+    for (const Colour& colour : upright)
+        for (const int channel : {2, 1, 0, 3})
+            palette += channel < 3 ? static_cast<char>(colour[std::size_t(channel)]) : '\0';
+    // Rows run from below; in the smaller kind a byte holds two pixels.
+    for (int row = 0; row < 48; ++row)
+        for (const int colour : {row < 24 ? 2 : 0, row < 24 ? 3 : 1, -1})
+            runs += colour < 0
+                        ? std::string(2, '\0')
+                        : ' ' + std::string(1, static_cast<char>(bits == 8 ? colour : colour * 17));
+    runs += std::string(1, '\0') + '\1';
+    const auto pixels_at = static_cast<std::uint32_t>(54 + palette.size());
+    const auto size = static_cast<std::uint32_t>(runs.size());
+    return "BM" + little_endian(pixels_at + size) + little_endian(0) + little_endian(pixels_at) +
+           little_endian(40) + little_endian(64) + little_endian(48) + '\1' + '\0' + bits + '\0' +
+           little_endian(bits == 8 ? 1 : 2) + little_endian(size) + little_endian(0) +
+           little_endian(0) + little_endian(4) + little_endian(0) + palette + runs;
+}
+
+TEST(Decoder, reads_bmp_pictures_with_runs_of_a_colour)
+{
+    const Scratch root;
+    for (const char bits : {'\x08', '\x04'}) {
+        const std::string bytes = bmp_with_runs(bits);
+        write_file(root / "a.bmp", bytes);
+        const auto [picture, full] = decoded(root / "a.bmp", Medium::image, {32, {}});
+        EXPECT_EQ(full, (PictureSize{64, 48}));
+        EXPECT_TRUE(shows(picture, upright)) << int(bits);
+        write_file(root / "half.bmp", bytes.substr(0, bytes.size() * 2 / 3));
+        EXPECT_THROW(decode_picture(root / "half.bmp", Medium::image, {32, {}}), Error);
+    }
+}
+
 TEST(Decoder, keeps_what_is_transparent)
 {
     const Scratch root;
