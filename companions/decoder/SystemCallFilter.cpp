@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include <fcntl.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -32,12 +33,12 @@ constexpr int forbidden_calls[] = {
     // other programs and processes
     SYS_execve, SYS_execveat, SYS_ptrace, SYS_process_vm_readv, SYS_process_vm_writev, SYS_kill,
     SYS_tkill, SYS_pidfd_open, SYS_pidfd_getfd, SYS_setpriority,
-    // files by their names
-    SYS_unlinkat, SYS_renameat2, SYS_linkat, SYS_symlinkat, SYS_mkdirat, SYS_mknodat, SYS_fchmodat,
-    SYS_fchownat, SYS_truncate, SYS_setxattr, SYS_lsetxattr, SYS_utimensat,
+    // files by their names; `open` is looked at more closely
+    SYS_openat2, SYS_unlinkat, SYS_renameat2, SYS_linkat, SYS_symlinkat, SYS_mkdirat, SYS_mknodat,
+    SYS_fchmodat, SYS_fchownat, SYS_truncate, SYS_setxattr, SYS_lsetxattr, SYS_utimensat,
 #if defined(__x86_64__)
-    SYS_unlink, SYS_rmdir, SYS_rename, SYS_renameat, SYS_link, SYS_symlink, SYS_mkdir, SYS_mknod,
-    SYS_chmod, SYS_chown, SYS_lchown, SYS_fork, SYS_vfork, SYS_accept,
+    SYS_creat, SYS_unlink, SYS_rmdir, SYS_rename, SYS_renameat, SYS_link, SYS_symlink, SYS_mkdir,
+    SYS_mknod, SYS_chmod, SYS_chown, SYS_lchown, SYS_fork, SYS_vfork, SYS_accept,
 #endif
     // the rest of the machine
     SYS_mount, SYS_umount2, SYS_unshare, SYS_setns, SYS_bpf, SYS_keyctl, SYS_add_key,
@@ -58,9 +59,23 @@ sock_filter end_with(unsigned result)
     return {BPF_RET | BPF_K, 0, 0, result};
 }
 
+constexpr unsigned refused = SECCOMP_RET_ERRNO | EPERM;
+
+/// Files are opened for reading only: some libraries would make them for code that they generate.
+void refuse_writing(std::vector<sock_filter>& filter, int call, std::size_t flags)
+{
+    constexpr unsigned writing = O_WRONLY | O_RDWR | O_CREAT | O_TRUNC;
+    filter.insert(filter.end(), {
+                                    skip_unless(BPF_JEQ, static_cast<unsigned>(call), 4),
+                                    load(offsetof(seccomp_data, args) + flags * sizeof(__u64)),
+                                    skip_unless(BPF_JSET, writing, 1),
+                                    end_with(refused),
+                                    end_with(SECCOMP_RET_ALLOW),
+                                });
+}
+
 std::vector<sock_filter> rules()
 {
-    constexpr unsigned refused = SECCOMP_RET_ERRNO | EPERM;
     std::vector<sock_filter> filter = {
         load(offsetof(seccomp_data, arch)),
         {BPF_JMP | BPF_K | BPF_JEQ, 1, 0, machine},
@@ -73,6 +88,10 @@ std::vector<sock_filter> rules()
         filter.push_back(skip_unless(BPF_JEQ, static_cast<unsigned>(call), 1));
         filter.push_back(end_with(refused));
     }
+#if defined(__x86_64__)
+    refuse_writing(filter, SYS_open, 1);
+#endif
+    refuse_writing(filter, SYS_openat, 2);
     filter.push_back(end_with(SECCOMP_RET_ALLOW));
     return filter;
 }

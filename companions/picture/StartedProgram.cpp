@@ -45,11 +45,16 @@ bool put(int descriptor, int place)
 
 bool become(const Start& start)
 {
+    const int place = start.socket_in_program;
+    // Where the application has closed its standard descriptors, the socket may have the place of
+    // one of them.
+    const long socket = ::syscall(SYS_fcntl, start.socket, F_DUPFD_CLOEXEC, place + 1);
+    if (socket < 0)
+        return false;
     for (const int standard : {0, 1, 2})
         if (!put(start.nothing, standard))
             return false;
-    const int place = start.socket_in_program;
-    if (!put(start.socket, place) ||
+    if (!put(static_cast<int>(socket), place) ||
         ::syscall(SYS_close_range, static_cast<unsigned>(place + 1), ~0U, CLOSE_RANGE_CLOEXEC) != 0)
         return false;
     std::array<char*, 2> arguments{const_cast<char*>(start.program), nullptr};

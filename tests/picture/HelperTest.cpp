@@ -10,7 +10,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 #include <thread>
 
@@ -201,6 +203,37 @@ TEST_F(Helpers, cannot_reach_anything_but_their_file)
                     target.starts_with("socket:") || target.starts_with("anon_inode:"))
             << target;
     }
+}
+
+TEST_F(Helpers, start_where_the_application_has_closed_its_standard_descriptors)
+{
+    std::map<int, int> kept;
+    for (const int standard : {0, 1, 2}) {
+        kept[standard] = ::fcntl(standard, F_DUPFD_CLOEXEC, 10);
+        ::close(standard);
+    }
+    std::string outcome;
+    {
+        picture::DecoderPool pool(program_, 1);
+        outcome = outcome_with(pool);
+    }
+    for (const auto& [standard, duplicate] : kept) {
+        ::dup2(duplicate, standard);
+        ::close(duplicate);
+    }
+    EXPECT_EQ(outcome, "right");
+}
+
+TEST_F(Helpers, leave_no_file_behind)
+{
+    const Url home = root_ / "home";
+    std::filesystem::create_directory(home);
+    for (const char* name : {"HOME", "TMPDIR", "XDG_RUNTIME_DIR"})
+        ::setenv(name, home.path().c_str(), 1);
+    const Url file = root_ / "b.jpg"; // for which code is made while it is decoded
+    write_file(file, text_of(quarters(640, 480, upright).jpeg(1)));
+    EXPECT_TRUE(shows(decode_picture(file, Medium::image, {24, {}}).picture, upright));
+    EXPECT_EQ(tree(home), std::vector<std::string>{});
 }
 
 } // namespace
