@@ -117,7 +117,7 @@ VImage trimmed(const VImage& page, PictureSize size)
 
 DecodedPicture read_pdf_page(Bytes bytes, SizeWanted wanted)
 {
-    const auto uncropped = uncropped_page(bytes);
+    const auto uncropped = uncropped_page(bytes.data(), bytes.size());
     if (uncropped)
         bytes = *uncropped;
     const auto load = [&](double scale) {

@@ -56,7 +56,7 @@ bool is_cropped(Object page)
            shown.ury < whole.ury;
 }
 
-Object pages_of(Object only_page)
+Object pages_of(const Object& only_page)
 {
     return Object::newDictionary({{"/Type", Object::newName("/Pages")},
                                   {"/Kids", Object::newArray(std::vector{only_page})},
@@ -64,7 +64,7 @@ Object pages_of(Object only_page)
 }
 
 /// Copies the page with what it draws and which of it is hidden.
-void copy_page(QPDF& from, Object page, QPDF& to)
+void copy_page(QPDF& from, const Object& page, QPDF& to)
 {
     // What is copied ends at other pages, and all that there are would be looked at to know them.
     from.getRoot().replaceKey("/Pages", pages_of(page));
@@ -88,14 +88,14 @@ std::vector<std::uint8_t> written(QPDF& document)
 
 } // namespace
 
-std::optional<std::vector<std::uint8_t>> uncropped_page(std::span<const std::uint8_t> pdf)
+std::optional<std::vector<std::uint8_t>> uncropped_page(const std::uint8_t* pdf, std::size_t size)
 {
     try {
         QPDF file;
         file.setSuppressWarnings(true);
         // A file out of order is read as well as can be by what draws it.
         file.setAttemptRecovery(false);
-        file.processMemoryFile("", reinterpret_cast<const char*>(pdf.data()), pdf.size());
+        file.processMemoryFile("", reinterpret_cast<const char*>(pdf), size);
         Object page = first_page(file.getRoot().getKey("/Pages"));
         const bool has_boxes = page.isDictionary() && page.isIndirect() &&
                                page.getKey("/MediaBox").isRectangle() &&
