@@ -113,6 +113,7 @@ void make_examples(const Url& in)
     MainQueue::instance().run_until([&] { return is_done; });
     expect(OrvFileManager::singleton().file_exists(in.appending("Books/The-Prince.pdf")),
            "create_example_files");
+    expect(OrvFileBrowser::missing_example_files(in).empty(), "missing_example_files");
 }
 
 void browser_alone(OrvFileBrowser& browser, const Url& folder)
