@@ -32,7 +32,7 @@ const FaultKind fault_kinds[] = {
 
 class Sweep : public testing::TestWithParam<std::tuple<FaultCase, FaultKind>> {};
 
-TEST_P(Sweep, loses_nothing_at_any_call)
+TEST_P(Sweep, loses_nothing_wherever_it_is_hit)
 {
     const auto& [request, fault] = GetParam();
     if (request.needs_volume)
