@@ -27,7 +27,6 @@ struct Start {
     const char* program;
     int socket;
     int socket_in_program;
-    int nothing;
     int error;
 };
 
@@ -45,18 +44,21 @@ bool put(int descriptor, int place)
 
 bool become(const Start& start)
 {
+    // First the socket: it may have the place of a standard descriptor that was closed.
     const int place = start.socket_in_program;
-    // Where the application has closed its standard descriptors, the socket may have the place of
-    // one of them.
-    const long socket = ::syscall(SYS_fcntl, start.socket, F_DUPFD_CLOEXEC, place + 1);
-    if (socket < 0)
+    if (!put(start.socket, place))
+        return false;
+    const auto nothing =
+        static_cast<int>(::syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR | O_CLOEXEC));
+    if (nothing < 0)
         return false;
     for (const int standard : {0, 1, 2})
-        if (!put(start.nothing, standard))
+        if (!put(nothing, standard))
             return false;
-    if (!put(static_cast<int>(socket), place) ||
-        ::syscall(SYS_close_range, static_cast<unsigned>(place + 1), ~0U, CLOSE_RANGE_CLOEXEC) != 0)
+    if (::syscall(SYS_close_range, static_cast<unsigned>(place + 1), ~0U, CLOSE_RANGE_CLOEXEC) != 0)
         return false;
+    // What the keys of a terminal send to the application's group is for the application to handle.
+    ::syscall(SYS_setpgid, 0, 0);
     std::array<char*, 2> arguments{const_cast<char*>(start.program), nullptr};
     ::execve(start.program, arguments.data(), environ);
     return false;
@@ -92,8 +94,7 @@ private:
 
 FileDescriptor start_program(const Url& program, int socket, int socket_in_program)
 {
-    const FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    Start start{program.path().c_str(), socket, socket_in_program, nothing.get(), 0};
+    Start start{program.path().c_str(), socket, socket_in_program, 0};
     std::vector<char> stack(std::size_t{64} * 1024);
     constexpr int flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD;
     int process = -1;

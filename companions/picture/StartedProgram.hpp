@@ -6,9 +6,10 @@
 
 namespace orv::picture {
 
-/// Starts a program that has nothing of this process but its environment and `socket`, as the
-/// descriptor `socket_in_program`. Gives its process descriptor, which stands for it even when the
-/// application waits for any child, or for none.
+/// Starts a program, in a process group of its own, that has nothing of this process but its
+/// environment and `socket`, as the descriptor `socket_in_program`, which is above the standard
+/// ones. Gives its process descriptor, which stands for it even when the application waits for any
+/// child, or for none.
 ///
 /// Errors: an `Error` when it cannot be started.
 [[nodiscard]] FileDescriptor start_program(const Url& program, int socket, int socket_in_program);

@@ -8,11 +8,11 @@
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Locations.hpp>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <set>
 #include <thread>
 
@@ -21,6 +21,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace orv::test {
 namespace {
@@ -205,23 +206,32 @@ TEST_F(Helpers, cannot_reach_anything_but_their_file)
     }
 }
 
-TEST_F(Helpers, start_where_the_application_has_closed_its_standard_descriptors)
+TEST_F(Helpers, start_where_standard_descriptors_are_closed)
 {
-    std::map<int, int> kept;
-    for (const int standard : {0, 1, 2}) {
-        kept[standard] = ::fcntl(standard, F_DUPFD_CLOEXEC, 10);
-        ::close(standard);
+    for (unsigned closed = 1; closed < 8; ++closed) {
+        std::array<FileDescriptor, 3> kept;
+        for (int i = 0; i < 3; ++i)
+            if (closed >> i & 1U) {
+                kept.at(static_cast<std::size_t>(i)) =
+                    FileDescriptor(::fcntl(i, F_DUPFD_CLOEXEC, 3));
+                ::close(i);
+            }
+        const std::string outcome = [&] {
+            picture::DecoderPool pool(program_, 1);
+            return outcome_with(pool);
+        }();
+        for (int i = 0; i < 3; ++i)
+            if (const auto& own = kept.at(static_cast<std::size_t>(i)))
+                ::dup2(own.get(), i);
+        EXPECT_EQ(outcome, "right") << closed;
     }
-    std::string outcome;
-    {
-        picture::DecoderPool pool(program_, 1);
-        outcome = outcome_with(pool);
-    }
-    for (const auto& [standard, duplicate] : kept) {
-        ::dup2(duplicate, standard);
-        ::close(duplicate);
-    }
-    EXPECT_EQ(outcome, "right");
+}
+
+TEST_F(Helpers, are_out_of_reach_of_the_keys_of_a_terminal)
+{
+    picture::DecoderPool pool(program_, 1);
+    ASSERT_EQ(outcome_with(pool), "right");
+    EXPECT_NE(::getpgid(*children().begin()), ::getpgrp());
 }
 
 TEST_F(Helpers, leave_no_file_behind)
