@@ -22,9 +22,7 @@ Codec open_codec(const AVStream& stream)
         throw Error("The film is damaged.");
     codec->pkt_timebase = stream.time_base;
     codec->max_pixels = most_frame_pixels;
-    // One more than there are cores: each waits where it is given a frame to pass over.
-    codec->thread_count =
-        static_cast<int>(std::clamp(std::thread::hardware_concurrency() + 1, 2U, 4U));
+    codec->thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 4U));
     if (::avcodec_open2(codec.get(), decoder, nullptr) < 0)
         throw Error("The film cannot be decoded.");
     return codec;
