@@ -45,7 +45,7 @@ find include companions src -name '*.hpp' -not -path '*/integrations/*' |
          !(name in first)' <(first_of_sources) - |
     xargs -P "$jobs" -I{} bash -c 'compile_alone "$1"' _ {} || failed=1
 # The largest first, so that no thread is left with it at the end.
-sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' "$build/compile_commands.json" | grep -v '/tests/\|/examples/\|/bench/' |
-    xargs -r wc -c | sort -rn | awk '$2 != "total" { print $2 }' |
+sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' "$build/compile_commands.json" |
+    grep -v "^$PWD/\(tests\|examples\|bench\)/" | xargs -d '\n' ls -S |
     xargs -P "$jobs" -I{} bash -c 'tidy "$0" "$1"' "$build" {} || failed=1
 exit "$failed"
