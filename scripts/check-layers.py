@@ -14,6 +14,7 @@ from pathlib import Path
 # From the bottom up. Layers on one line do not know each other.
 RANKS = [
     ["utility"],
+    ["files"],
     ["database", "archive", "picture"],
     ["Global", "integrations"],
     ["Database"],

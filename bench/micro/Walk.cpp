@@ -1,7 +1,7 @@
 #include "Misc/ItemFacts.hpp"
-#include "Tool/FolderReader.hpp"
+#include "files/FolderReader.hpp"
 #include "Tool/Tool.hpp"
-#include "Tool/TreeWalk.hpp"
+#include "files/TreeWalk.hpp"
 #include "micro/Micro.hpp"
 
 #include <vector>

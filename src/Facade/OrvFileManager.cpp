@@ -19,9 +19,9 @@
 #include "Operations/UnzipOpr.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Operations/ZipOpr.hpp"
-#include "Tool/ProcessedFiles.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
+#include "files/ProcessedFiles.hpp"
 #include "utility/WorkerPool.hpp"
 
 #include <orv/Facade/OrvFileManager.hpp>

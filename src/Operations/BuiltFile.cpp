@@ -1,8 +1,8 @@
 #include "Operations/BuiltFile.hpp"
 
-#include "Tool/ItemMetadata.hpp"
-#include "Tool/Place.hpp"
-#include "Tool/Staging.hpp"
+#include "files/ItemMetadata.hpp"
+#include "files/Place.hpp"
+#include "files/Staging.hpp"
 
 #include <fstream>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tool/PartialFile.hpp"
+#include "files/PartialFile.hpp"
 
 #include <orv/utility/Error.hpp>
 #include <orv/utility/FunctionRef.hpp>

@@ -1,8 +1,8 @@
 #include "Operations/ItemCopier.hpp"
 
 #include "Operations/SnglCopyOpr.hpp"
-#include "Tool/ItemMetadata.hpp"
 #include "Tool/Tool.hpp"
+#include "files/ItemMetadata.hpp"
 
 #include <orv/utility/Error.hpp>
 

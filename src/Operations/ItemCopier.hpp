@@ -1,9 +1,10 @@
 #pragma once
 
-#include "Tool/FileContent.hpp"
-#include "Tool/PartialFile.hpp"
-#include "Tool/Staging.hpp"
-#include "Tool/TransferItems.hpp"
+#include "Global/TestMode.hpp"
+#include "files/FileContent.hpp"
+#include "files/PartialFile.hpp"
+#include "files/Staging.hpp"
+#include "files/TransferItems.hpp"
 
 #include <orv/utility/FunctionRef.hpp>
 
@@ -54,7 +55,7 @@ private:
     PartialFile create_partial(const DestinationFolder& destination);
 
     Staging staging_;
-    FileContent content_;
+    FileContent content_{chunk_pause_in_test_mode()};
 };
 
 } // namespace orv

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Operations/ItemCopier.hpp"
-#include "Tool/Place.hpp"
+#include "files/Place.hpp"
 
 namespace orv {
 

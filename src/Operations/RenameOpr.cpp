@@ -5,8 +5,8 @@
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
 #include "Operations/UrlLocker.hpp"
-#include "Tool/Place.hpp"
 #include "Tool/Tool.hpp"
+#include "files/Place.hpp"
 
 #include <cerrno>
 

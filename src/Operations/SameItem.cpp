@@ -1,7 +1,7 @@
 #include "Operations/SameItem.hpp"
 
-#include "Tool/Identity.hpp"
-#include "Tool/Place.hpp"
+#include "files/Identity.hpp"
+#include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
 

@@ -7,10 +7,10 @@
 #include "Operations/Request.hpp"
 #include "Operations/SameItem.hpp"
 #include "Operations/UrlLocker.hpp"
-#include "Tool/ItemMetadata.hpp"
-#include "Tool/OpenFolder.hpp"
-#include "Tool/Place.hpp"
 #include "Tool/Tool.hpp"
+#include "files/ItemMetadata.hpp"
+#include "files/OpenFolder.hpp"
+#include "files/Place.hpp"
 
 #include <cerrno>
 

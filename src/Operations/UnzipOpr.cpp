@@ -6,10 +6,10 @@
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Operations/ZipErrors.hpp"
-#include "Tool/HiddenName.hpp"
-#include "Tool/ProcessedFiles.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
+#include "files/HiddenName.hpp"
+#include "files/ProcessedFiles.hpp"
 #include "utility/FileDescriptor.hpp"
 
 namespace orv {

@@ -1,6 +1,6 @@
 #include "Tool/CopyRecord.hpp"
 
-#include "Tool/ProcessedFiles.hpp"
+#include "files/ProcessedFiles.hpp"
 
 #include <orv/utility/Error.hpp>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tool/ItemVersion.hpp"
+#include "files/ItemVersion.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <cstddef>

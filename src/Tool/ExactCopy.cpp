@@ -1,12 +1,13 @@
 #include "Tool/ExactCopy.hpp"
 
-#include "Tool/DestinationFolders.hpp"
-#include "Tool/FileContent.hpp"
-#include "Tool/Flush.hpp"
-#include "Tool/HardLinks.hpp"
-#include "Tool/ItemMetadata.hpp"
-#include "Tool/OpenFolder.hpp"
-#include "Tool/TreeWalk.hpp"
+#include "Global/TestMode.hpp"
+#include "files/DestinationFolders.hpp"
+#include "files/FileContent.hpp"
+#include "files/Flush.hpp"
+#include "files/HardLinks.hpp"
+#include "files/ItemMetadata.hpp"
+#include "files/OpenFolder.hpp"
+#include "files/TreeWalk.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -290,7 +291,7 @@ private:
     const DestinationItem& destination_;
     const Url& shown_;
     CopyRecord& record_;
-    FileContent content_;
+    FileContent content_{chunk_pause_in_test_mode()};
     HardLinks links_;
     std::optional<DestinationFolders> folders_;
     Identity destination_folder_;

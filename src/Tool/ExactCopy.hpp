@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Tool/CopyRecord.hpp"
-#include "Tool/TransferItems.hpp"
+#include "files/TransferItems.hpp"
 
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>

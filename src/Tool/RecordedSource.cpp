@@ -1,8 +1,8 @@
 #include "Tool/RecordedSource.hpp"
 
 #include "Tool/ExactCopy.hpp"
-#include "Tool/FolderStack.hpp"
-#include "Tool/OpenFolder.hpp"
+#include "files/FolderStack.hpp"
+#include "files/OpenFolder.hpp"
 
 #include <orv/utility/Error.hpp>
 

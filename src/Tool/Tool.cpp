@@ -1,10 +1,12 @@
 #include "Tool/Tool.hpp"
 
-#include "Tool/NoReplaceRename.hpp"
-#include "Tool/Place.hpp"
-#include "Tool/RemoveTree.hpp"
 #include "Tool/VolumeMove.hpp"
 #include "Tool/WalkedFolder.hpp"
+#include "files/ItemStatus.hpp"
+#include "files/MakeFolder.hpp"
+#include "files/NoReplaceRename.hpp"
+#include "files/Place.hpp"
+#include "files/RemoveTree.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -12,8 +14,6 @@
 #include <orv/utility/Locations.hpp>
 
 #include <cerrno>
-#include <utility>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,29 +30,6 @@ Error walk_error(std::string_view sentence, int line)
                      "iterate_contents(of:inclusive:recursive:recursion_depth:"
                      "include_hidden_files:consume:)",
                      line);
-}
-
-/// What is at `url`; with AT_SYMLINK_NOFOLLOW in `flags`, of the link itself.
-std::optional<struct stat> facts_of(const Url& url, int flags)
-{
-    try {
-        const Place place = Place::of(url);
-        struct stat facts = {};
-        if (::fstatat(place.folder(), place.name(), &facts, flags) == 0)
-            return facts;
-    } catch (const Error&) {
-        // A folder on the way that cannot be opened hides the item like a failed call does.
-    }
-    return std::nullopt;
-}
-
-/// Creates the folder and returns 0, or the errno.
-int create_folder(const Url& url)
-try {
-    const Place place = Place::of(url);
-    return ::mkdirat(place.folder(), place.name(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? 0 : errno;
-} catch (const Error& error) {
-    return error.code().value_or(EIO);
 }
 
 /// Renames the item and returns 0, or the errno.
@@ -141,42 +118,23 @@ try {
 
 void Tool::make_directory(const Url& at, bool also_create_intermediates)
 {
-    std::vector<Url> below;
-    Url folder = at;
-    int error = create_folder(folder);
-    while (also_create_intermediates && error == ENOENT) {
-        below.push_back(folder);
-        folder = folder.deleting_last_path_component();
-        if (folder == below.back())
-            throw platform_error(error, folder);
-        error = create_folder(folder);
-    }
-    for (;;) {
-        if (error != 0 && !(also_create_intermediates && is_directory(folder)))
-            throw platform_error(error, folder);
-        if (below.empty())
-            return;
-        folder = std::move(below.back());
-        below.pop_back();
-        error = create_folder(folder);
-    }
+    make_folder(at, also_create_intermediates);
 }
 
 std::optional<std::int64_t> Tool::file_size(const Url& of)
 {
-    const auto facts = facts_of(of, AT_SYMLINK_NOFOLLOW);
+    const auto facts = item_status(of, AT_SYMLINK_NOFOLLOW);
     return facts ? std::optional<std::int64_t>(facts->st_size) : std::nullopt;
 }
 
 bool Tool::item_exists(const Url& at)
 {
-    return facts_of(at, AT_SYMLINK_NOFOLLOW).has_value();
+    return item_status(at, AT_SYMLINK_NOFOLLOW).has_value();
 }
 
 bool Tool::is_directory(const Url& at)
 {
-    const auto facts = facts_of(at, 0);
-    return facts && S_ISDIR(facts->st_mode);
+    return orv::is_directory(at);
 }
 
 std::optional<bool> Tool::is_volume(const Url& at)

@@ -2,16 +2,16 @@
 
 #include "Tool/CopyRecord.hpp"
 #include "Tool/ExactCopy.hpp"
-#include "Tool/Flush.hpp"
-#include "Tool/HiddenName.hpp"
-#include "Tool/Identity.hpp"
-#include "Tool/NoReplaceRename.hpp"
-#include "Tool/Place.hpp"
-#include "Tool/ProcessedFiles.hpp"
 #include "Tool/RecordedSource.hpp"
-#include "Tool/RemoveTree.hpp"
 #include "Tool/Tool.hpp"
-#include "Tool/TransferItems.hpp"
+#include "files/Flush.hpp"
+#include "files/HiddenName.hpp"
+#include "files/Identity.hpp"
+#include "files/NoReplaceRename.hpp"
+#include "files/Place.hpp"
+#include "files/ProcessedFiles.hpp"
+#include "files/RemoveTree.hpp"
+#include "files/TransferItems.hpp"
 
 #include <orv/utility/Error.hpp>
 

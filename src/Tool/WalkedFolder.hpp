@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Misc/ItemFacts.hpp"
-#include "Tool/TreeWalk.hpp"
+#include "files/TreeWalk.hpp"
 
 namespace orv {
 

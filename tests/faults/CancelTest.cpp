@@ -1,5 +1,5 @@
-#include "Tool/ProcessedFiles.hpp"
 #include "faults/Scene.hpp"
+#include "files/ProcessedFiles.hpp"
 #include "support/Engine.hpp"
 
 #include <algorithm>

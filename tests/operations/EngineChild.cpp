@@ -3,7 +3,7 @@
 // With "nobody" it first gives up the rights of the root user. Every line that it writes is
 // complete when it is written.
 
-#include "Tool/Staging.hpp"
+#include "files/Staging.hpp"
 #include "support/Statuses.hpp"
 
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "Tool/FileContent.hpp"
+#include "files/FileContent.hpp"
 
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"

@@ -1,4 +1,4 @@
-#include "Tool/Staging.hpp"
+#include "files/Staging.hpp"
 
 #include "support/Engine.hpp"
 #include "support/Volume.hpp"

@@ -1,4 +1,4 @@
-#include "Tool/NoReplaceRename.hpp"
+#include "files/NoReplaceRename.hpp"
 
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"

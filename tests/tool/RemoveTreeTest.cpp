@@ -1,4 +1,4 @@
-#include "Tool/RemoveTree.hpp"
+#include "files/RemoveTree.hpp"
 
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"

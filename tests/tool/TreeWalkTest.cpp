@@ -1,6 +1,6 @@
-#include "Tool/TreeWalk.hpp"
+#include "files/TreeWalk.hpp"
 
-#include "Tool/RemoveTree.hpp"
+#include "files/RemoveTree.hpp"
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"
 #include "tool/Surroundings.hpp"

@@ -1,6 +1,6 @@
-#include "Tool/HiddenName.hpp"
+#include "files/HiddenName.hpp"
 
-#include "Tool/ProcessedFiles.hpp"
+#include "files/ProcessedFiles.hpp"
 #include "utility/Uuid.hpp"
 
 #include <orv/utility/Error.hpp>

@@ -1,8 +1,8 @@
-#include "Tool/ProcessedFiles.hpp"
+#include "files/ProcessedFiles.hpp"
 
-#include "Tool/FolderReader.hpp"
-#include "Tool/RemoveTree.hpp"
-#include "Tool/Tool.hpp"
+#include "files/FolderReader.hpp"
+#include "files/MakeFolder.hpp"
+#include "files/RemoveTree.hpp"
 #include "utility/Uuid.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -104,7 +104,12 @@ const Url& processed_files_folder()
 
 bool create_processed_files_folder()
 {
-    return Tool::create_directory(processed_files_folder(), true);
+    try {
+        make_folder(processed_files_folder(), true);
+        return true;
+    } catch (const Error&) {
+        return false;
+    }
 }
 
 FileDescriptor open_processed_files_folder()

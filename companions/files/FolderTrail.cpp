@@ -1,4 +1,4 @@
-#include "Tool/FolderTrail.hpp"
+#include "files/FolderTrail.hpp"
 
 #include <cerrno>
 #include <utility>

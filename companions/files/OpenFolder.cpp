@@ -1,4 +1,4 @@
-#include "Tool/OpenFolder.hpp"
+#include "files/OpenFolder.hpp"
 
 #include <cerrno>
 

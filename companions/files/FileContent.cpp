@@ -1,6 +1,4 @@
-#include "Tool/FileContent.hpp"
-
-#include "Global/TestMode.hpp"
+#include "files/FileContent.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -8,6 +6,7 @@
 #include <cerrno>
 #include <limits>
 #include <optional>
+#include <thread>
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -20,7 +19,6 @@ namespace {
 constexpr std::int64_t chunk_size = 102'400;
 constexpr std::int64_t kernel_call_size = 8 << 20;
 constexpr std::int64_t block_size = 512; // the unit of st_blocks
-constexpr auto chunk_pause = std::chrono::milliseconds(500);
 
 /// Whether a call failed because these files cannot be handled in its way, so that another way is
 /// to be tried.
@@ -102,7 +100,7 @@ void FileContent::copy(const OpenFile& from, const OpenFile& to, const struct st
 /// Lets both files share their blocks, where the file system can.
 bool FileContent::cloned(int from, int to)
 {
-    if (!clones_ || intr_test_mode())
+    if (!clones_ || chunk_pause_)
         return false;
     if (::ioctl(to, FICLONE, from) == 0)
         return true;
@@ -136,14 +134,14 @@ std::int64_t FileContent::copy_range(const OpenFile& from, const OpenFile& to, R
 {
     std::int64_t done = range.begin;
     while (done < range.end) {
-        const std::int64_t count = moves_in_kernel_ && !intr_test_mode()
+        const std::int64_t count = moves_in_kernel_ && !chunk_pause_
                                        ? move_in_kernel(from, to, {done, range.end})
                                        : move_through_buffer(from, to, {done, range.end});
         if (count == 0)
             break;
         done += count;
         step(done);
-        pause_in_test_mode(chunk_pause);
+        pause_after_chunk();
     }
     return done;
 }
@@ -174,6 +172,12 @@ std::int64_t FileContent::move_through_buffer(const OpenFile& from, const OpenFi
     return count;
 }
 
+void FileContent::pause_after_chunk() const
+{
+    if (chunk_pause_)
+        std::this_thread::sleep_for(*chunk_pause_);
+}
+
 /// Copies a file that states no size: an empty one, or one that the system makes up as it is read.
 /// One that has a size by now was empty and grows; what it grows by is no part of it.
 void FileContent::copy_unsized(const OpenFile& from, const OpenFile& to, Step step)
@@ -185,7 +189,7 @@ void FileContent::copy_unsized(const OpenFile& from, const OpenFile& to, Step st
         if (size_now(from) != 0)
             break;
         step(done);
-        pause_in_test_mode(chunk_pause);
+        pause_after_chunk();
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tool/Identity.hpp"
-#include "Tool/OpenFolder.hpp"
+#include "files/Identity.hpp"
+#include "files/OpenFolder.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <cstddef>

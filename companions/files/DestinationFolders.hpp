@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Tool/FolderStack.hpp"
-#include "Tool/ItemMetadata.hpp"
-#include "Tool/PartialFile.hpp"
+#include "files/FolderStack.hpp"
+#include "files/ItemMetadata.hpp"
+#include "files/PartialFile.hpp"
 
 #include <optional>
 #include <vector>

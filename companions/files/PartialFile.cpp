@@ -1,7 +1,7 @@
-#include "Tool/PartialFile.hpp"
+#include "files/PartialFile.hpp"
 
-#include "Tool/NoReplaceRename.hpp"
-#include "Tool/ProcessedFiles.hpp"
+#include "files/NoReplaceRename.hpp"
+#include "files/ProcessedFiles.hpp"
 
 #include <orv/utility/Error.hpp>
 

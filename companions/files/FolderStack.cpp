@@ -1,4 +1,4 @@
-#include "Tool/FolderStack.hpp"
+#include "files/FolderStack.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "Tool/TreeWalk.hpp"
+#include "files/TreeWalk.hpp"
 
-#include "Tool/Place.hpp"
+#include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
 

@@ -1,7 +1,7 @@
-#include "Tool/RemoveTree.hpp"
+#include "files/RemoveTree.hpp"
 
-#include "Tool/FolderTrail.hpp"
-#include "Tool/Place.hpp"
+#include "files/FolderTrail.hpp"
+#include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
 

@@ -1,4 +1,4 @@
-#include "Tool/FolderReader.hpp"
+#include "files/FolderReader.hpp"
 
 #include <cerrno>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "Tool/ItemMetadata.hpp"
+#include "files/ItemMetadata.hpp"
 
 #include "utility/FileDescriptor.hpp"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tool/FolderTrail.hpp"
+#include "files/FolderTrail.hpp"
 
 #include <orv/utility/Url.hpp>
 

@@ -1,4 +1,4 @@
-#include "Tool/Flush.hpp"
+#include "files/Flush.hpp"
 
 #include <orv/utility/Error.hpp>
 

@@ -1,4 +1,4 @@
-#include "Tool/Place.hpp"
+#include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
 

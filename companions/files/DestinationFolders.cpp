@@ -1,7 +1,7 @@
-#include "Tool/DestinationFolders.hpp"
+#include "files/DestinationFolders.hpp"
 
-#include "Tool/Flush.hpp"
-#include "Tool/OpenFolder.hpp"
+#include "files/Flush.hpp"
+#include "files/OpenFolder.hpp"
 
 #include <orv/utility/Error.hpp>
 

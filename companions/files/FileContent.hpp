@@ -3,7 +3,9 @@
 #include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include <sys/stat.h>
@@ -26,9 +28,13 @@ public:
     /// Called between the calls that move bytes with the count of bytes done; may throw.
     using Step = FunctionRef<void(std::int64_t bytes_done)>;
 
+    /// With a `chunk_pause`, content moves in chunks of 102,400 bytes and every chunk is followed
+    /// by the pause.
+    using ChunkPause = std::optional<std::chrono::milliseconds>;
+    explicit FileContent(ChunkPause chunk_pause = {}) : chunk_pause_(chunk_pause) {}
+
     /// Copies what `from`, described by `status`, holds into the empty file `to`. A file that grows
-    /// meanwhile yields what it held at first, one that shrinks what was read. In test mode it goes
-    /// in chunks of 102,400 bytes.
+    /// meanwhile yields what it held at first, one that shrinks what was read.
     ///
     /// Errors: the platform's.
     void copy(const OpenFile& from, const OpenFile& to, const struct stat& status, Step step);
@@ -46,6 +52,9 @@ private:
     std::int64_t move_through_buffer(const OpenFile& from, const OpenFile& to, Range range);
     void copy_unsized(const OpenFile& from, const OpenFile& to, Step step);
 
+    void pause_after_chunk() const;
+
+    ChunkPause chunk_pause_;
     std::vector<char> buffer_;
     bool clones_ = true;
     bool moves_in_kernel_ = true;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tool/HiddenName.hpp"
-#include "Tool/PartialFile.hpp"
+#include "files/HiddenName.hpp"
+#include "files/PartialFile.hpp"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tool/FolderReader.hpp"
-#include "Tool/FolderStack.hpp"
+#include "files/FolderReader.hpp"
+#include "files/FolderStack.hpp"
 
 #include <orv/utility/Error.hpp>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tool/Identity.hpp"
+#include "files/Identity.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <sys/stat.h>
