@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
 #include <optional>
+#include <span>
 #include <thread>
 
 #include <fcntl.h>
@@ -16,41 +16,20 @@
 namespace orv {
 namespace {
 
-constexpr std::int64_t chunk_size = 102'400;
+// Network volumes and FUSE pay per call, so a call moves more than their usual 128 KiB.
+// Cancellation and progress stand between the calls, which keeps it far below a second's worth.
+constexpr std::int64_t buffer_size = 512 << 10;
+constexpr std::int64_t test_mode_chunk = 102'400;
 constexpr std::int64_t kernel_call_size = 8 << 20;
 constexpr std::int64_t block_size = 512; // the unit of st_blocks
 
-/// Whether a call failed because these files cannot be handled in its way, so that another way is
-/// to be tried.
+/// True if a call failed because these files cannot be handled in its way, so that another way may
+/// succeed. ETXTBSY: one of them is a swap file or a program at work. EBADF: a volume that reads no
+/// file while it is written.
 bool is_unsupported(int code)
 {
     return code == EOPNOTSUPP || code == ENOSYS || code == EXDEV || code == EINVAL ||
            code == ENOTTY || code == EPERM || code == ETXTBSY || code == EBADF;
-}
-
-std::int64_t read_some(const OpenFile& from, char* buffer, std::int64_t size, std::int64_t offset)
-{
-    for (;;) {
-        const ssize_t count = ::pread(from.fd, buffer, static_cast<std::size_t>(size), offset);
-        if (count >= 0)
-            return count;
-        if (errno != EINTR)
-            throw platform_error(errno, from.url);
-    }
-}
-
-void write_all(const OpenFile& to, const char* bytes, std::int64_t size, std::int64_t offset)
-{
-    while (size > 0) {
-        const ssize_t count = ::pwrite(to.fd, bytes, static_cast<std::size_t>(size), offset);
-        if (count < 0 && errno != EINTR)
-            throw platform_error(errno, to.url);
-        if (count > 0) {
-            bytes += count;
-            size -= count;
-            offset += count;
-        }
-    }
 }
 
 /// Where the next data at or after `offset` begins; no value when only a hole follows.
@@ -113,19 +92,46 @@ void FileContent::copy_with_holes(const OpenFile& from, const OpenFile& to, std:
 {
     std::int64_t done = 0;
     while (done < size) {
-        const auto begin = next_data(from, done);
+        const auto begin = leaves_holes_ ? next_data(from, done) : done;
         if (!begin || *begin >= size) {
             done = std::clamp(size_now(from), done, size); // it may have shrunk in the hole
             break;
         }
-        const std::int64_t end = next_hole(from, *begin, size);
-        done = copy_range(from, to, {*begin, end}, step);
+        const std::int64_t end = leaves_holes_ ? next_hole(from, *begin, size) : size;
+        done = copy_after_hole(from, to, done, {*begin, end}, step);
         if (done < end) // the file has shrunk
             break;
     }
-    if (::ftruncate(to.fd, done) != 0)
-        throw platform_error(errno, to.url);
+    set_size(from, to, done);
     step(done);
+}
+
+/// Copies a range that follows a hole from `done` on. A volume that only appends refuses to leave
+/// the hole; it gets the zeros instead.
+std::int64_t FileContent::copy_after_hole(const OpenFile& from, const OpenFile& to,
+                                          std::int64_t done, Range range, Step step)
+{
+    try {
+        return copy_range(from, to, range, step);
+    } catch (const Error& error) {
+        const bool appends_only = range.begin > done && error.path() == to.url && error.code() &&
+                                  (is_unsupported(*error.code()) || *error.code() == ESPIPE);
+        if (!appends_only)
+            throw;
+    }
+    leaves_holes_ = false;
+    return copy_range(from, to, {done, range.end}, step);
+}
+
+/// Lets a file end with a hole. Where the volume refuses to lengthen a file, it gets the zeros.
+void FileContent::set_size(const OpenFile& from, const OpenFile& to, std::int64_t size)
+{
+    const std::int64_t end = size_now(to);
+    if (end == size || ::ftruncate(to.fd, size) == 0)
+        return;
+    if (end > size)
+        throw platform_error(errno, to.url);
+    copy_range(from, to, {end, size}, [](std::int64_t) {});
 }
 
 /// Copies a range without holes. Returns where the data ended.
@@ -165,11 +171,15 @@ std::int64_t FileContent::move_in_kernel(const OpenFile& from, const OpenFile& t
 
 std::int64_t FileContent::move_through_buffer(const OpenFile& from, const OpenFile& to, Range range)
 {
-    buffer_.resize(chunk_size);
-    const std::int64_t wanted = std::min(range.end - range.begin, chunk_size);
-    const std::int64_t count = read_some(from, buffer_.data(), wanted, range.begin);
-    write_all(to, buffer_.data(), count, range.begin);
-    return count;
+    const std::int64_t wanted =
+        std::min(range.end - range.begin, chunk_pause_ ? test_mode_chunk : buffer_size);
+    // A buffer that grows with what is needed spares small files the page faults of a large one.
+    if (buffer_.size() < static_cast<std::size_t>(wanted))
+        buffer_.resize(static_cast<std::size_t>(wanted));
+    const std::span part(buffer_.data(), static_cast<std::size_t>(wanted));
+    const std::size_t count = read_some(from, part, range.begin);
+    write_all(to, part.first(count), range.begin);
+    return static_cast<std::int64_t>(count);
 }
 
 void FileContent::pause_after_chunk() const
@@ -182,9 +192,9 @@ void FileContent::pause_after_chunk() const
 /// One that has a size by now was empty and grows; what it grows by is no part of it.
 void FileContent::copy_unsized(const OpenFile& from, const OpenFile& to, Step step)
 {
-    constexpr auto no_end = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t part = 64 << 10; // most such files are empty and need no large buffer
     std::int64_t done = 0;
-    while (const std::int64_t count = move_through_buffer(from, to, {done, no_end})) {
+    while (const std::int64_t count = move_through_buffer(from, to, {done, done + part})) {
         done += count;
         if (size_now(from) != 0)
             break;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "files/ReadWrite.hpp"
+
 #include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
 
@@ -11,12 +13,6 @@
 #include <sys/stat.h>
 
 namespace orv {
-
-/// An open regular file, and where it is found, for the errors.
-struct OpenFile {
-    int fd;
-    const Url& url;
-};
 
 /// Copies the content of files, holes included, without it passing through this process where the
 /// file systems allow.
@@ -47,17 +43,21 @@ private:
 
     bool cloned(int from, int to);
     void copy_with_holes(const OpenFile& from, const OpenFile& to, std::int64_t size, Step step);
+    std::int64_t copy_after_hole(const OpenFile& from, const OpenFile& to, std::int64_t done,
+                                 Range range, Step step);
     std::int64_t copy_range(const OpenFile& from, const OpenFile& to, Range range, Step step);
     std::int64_t move_in_kernel(const OpenFile& from, const OpenFile& to, Range range);
     std::int64_t move_through_buffer(const OpenFile& from, const OpenFile& to, Range range);
+    void set_size(const OpenFile& from, const OpenFile& to, std::int64_t size);
     void copy_unsized(const OpenFile& from, const OpenFile& to, Step step);
 
     void pause_after_chunk() const;
 
     ChunkPause chunk_pause_;
-    std::vector<char> buffer_;
+    std::vector<std::byte> buffer_;
     bool clones_ = true;
     bool moves_in_kernel_ = true;
+    bool leaves_holes_ = true;
 };
 
 } // namespace orv

@@ -16,32 +16,37 @@ namespace orv {
 namespace {
 
 constexpr long xfs_magic = 0x58465342; // in no header of the system
-constexpr std::array<long, 6> told_by_volume{EXT4_SUPER_MAGIC, xfs_magic,   BTRFS_SUPER_MAGIC,
-                                             F2FS_SUPER_MAGIC, TMPFS_MAGIC, MSDOS_SUPER_MAGIC};
+constexpr std::array<long, 6> reporting_volumes{EXT4_SUPER_MAGIC, xfs_magic,   BTRFS_SUPER_MAGIC,
+                                                F2FS_SUPER_MAGIC, TMPFS_MAGIC, MSDOS_SUPER_MAGIC};
 
 } // namespace
 
 void flush(int item, const Url& url)
 {
     while (::fsync(item) != 0) {
-        if (errno == EINVAL) // there is nothing that could be flushed
+        // The item or its volume knows no flush: pipes answer EINVAL, FUSE ENOSYS, some network
+        // volumes ENOTSUP. EROFS is a failure, since a volume turns read-only after one.
+        if (errno == EINVAL || errno == ENOSYS || errno == ENOTSUP)
             return;
         if (errno != EINTR)
             throw platform_error(errno, url);
     }
 }
 
-bool can_flush_volume(int folder)
+bool reports_faults(int item)
 {
     struct statfs volume {};
+    return ::fstatfs(item, &volume) == 0 &&
+           std::ranges::find(reporting_volumes, static_cast<long>(volume.f_type)) !=
+               reporting_volumes.end();
+}
+
+bool can_flush_volume(int folder)
+{
     struct statx facts {};
-    if (::fstatfs(folder, &volume) != 0 ||
-        ::statx(folder, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &facts) != 0)
-        return false;
     // The kernel that began to tell of mounts is the one in which syncfs began to tell of failures.
-    return (facts.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0 &&
-           std::ranges::find(told_by_volume, static_cast<long>(volume.f_type)) !=
-               told_by_volume.end();
+    return ::statx(folder, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &facts) == 0 &&
+           (facts.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0 && reports_faults(folder);
 }
 
 void flush_volume(int folder, const Url& url)

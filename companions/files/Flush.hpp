@@ -10,8 +10,12 @@ namespace orv {
 /// Errors: the platform's, at `url`.
 void flush(int item, const Url& url);
 
-/// Whether `flush_volume` is as good as flushing each item: only for file systems and kernels that
-/// are known to tell of what could not be written.
+/// True if the volume of the open item is one whose errors can be relied on: a file system of a
+/// disk or of memory, neither FUSE nor a network volume.
+[[nodiscard]] bool reports_faults(int item);
+
+/// True if `flush_volume` is as good as flushing each item: the volume and the kernel report all
+/// that could not be written.
 [[nodiscard]] bool can_flush_volume(int folder);
 
 /// Writes all that is new on the volume of the open folder to its disk. What could not be written

@@ -1,37 +1,36 @@
 #include "files/HiddenName.hpp"
 
 #include "files/ProcessedFiles.hpp"
+#include "files/ReadWrite.hpp"
 #include "utility/Uuid.hpp"
 
 #include <orv/utility/Error.hpp>
-
-#include <cerrno>
 
 #include <unistd.h>
 
 namespace orv {
 
-HiddenName::HiddenName(const DestinationFolder& processed_files, const Url& folder)
-    : HiddenName(processed_files, new_uuid())
+HiddenName::HiddenName(const Url& folder) : HiddenName(folder, {}) {}
+
+/// The note exists once the other constructor is done, so it goes if it cannot be written.
+HiddenName::HiddenName(const Url& folder, std::string_view original_name) : HiddenName(new_uuid())
 {
-    const std::string path = folder.appending(text_).path();
-    const ssize_t written = ::write(note_.get(), path.data(), path.size());
-    if (written != static_cast<ssize_t>(path.size()))
-        throw platform_error(written < 0 ? errno : ENOSPC,
-                             processed_files.url.appending(note_name_));
+    const Url url = processed_files_folder().appending(note_name_);
+    write_all({note_.get(), url}, note_text(folder.appending(text_), original_name), 0);
 }
 
-HiddenName::HiddenName(const DestinationFolder& processed_files, const std::string& uuid)
-    : processed_files_(processed_files.fd), text_(hidden_name(uuid)), note_name_(note_name(uuid)),
-      note_(create_owned_file(processed_files.fd, note_name_,
-                              processed_files.url.appending(note_name_)))
+HiddenName::HiddenName(const std::string& uuid)
+    : processed_files_(made_processed_files_folder()), text_(hidden_name(uuid)),
+      note_name_(note_name(uuid)),
+      note_(create_owned_file(processed_files_.get(), note_name_,
+                              processed_files_folder().appending(note_name_)))
 {
 }
 
 HiddenName::~HiddenName()
 {
     if (!note_name_.empty())
-        ::unlinkat(processed_files_, note_name_.c_str(), 0);
+        ::unlinkat(processed_files_.get(), note_name_.c_str(), 0);
 }
 
 } // namespace orv

@@ -1,21 +1,29 @@
 #pragma once
 
-#include "files/PartialFile.hpp"
 #include "utility/FileDescriptor.hpp"
 
+#include <orv/utility/Url.hpp>
+
 #include <string>
+#include <string_view>
 
 namespace orv {
 
-/// The name that items get in a folder while they are being built there, out of sight. A note in
-/// the processed-files folder announces it before the first of them exists, so that the next start
-/// of the library finds what a killed process leaves there.
+/// A hidden name for items in one folder. A note in the processed-files folder announces it before
+/// the first of them exists, so that the next start of the library settles what a killed process
+/// left there.
 class HiddenName {
 public:
-    /// A new name in `folder`. `processed_files` is that folder, and has to stay open.
+    /// A new name in `folder` for items under construction: the next start removes them.
     ///
     /// Errors: the platform's.
-    HiddenName(const DestinationFolder& processed_files, const Url& folder);
+    explicit HiddenName(const Url& folder);
+
+    /// A new name in `folder` for the item `original_name` there, which is set aside: the next
+    /// start renames it back if the original name is free, and removes it otherwise.
+    ///
+    /// Errors: the platform's.
+    HiddenName(const Url& folder, std::string_view original_name);
 
     /// Withdraws the note: nothing has that name any more.
     ~HiddenName();
@@ -24,13 +32,13 @@ public:
 
     [[nodiscard]] const std::string& text() const { return text_; }
 
-    /// Leaves what has that name, and the note, to the next start.
+    /// Leaves the item of that name, and the note, to the next start.
     void leave_behind() { note_name_.clear(); }
 
 private:
-    HiddenName(const DestinationFolder& processed_files, const std::string& uuid);
+    explicit HiddenName(const std::string& uuid);
 
-    int processed_files_;
+    FileDescriptor processed_files_;
     std::string text_;
     std::string note_name_;
     FileDescriptor note_; // holds the note's lock

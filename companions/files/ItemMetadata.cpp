@@ -1,10 +1,12 @@
 #include "files/ItemMetadata.hpp"
 
+#include "files/Flush.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -15,16 +17,30 @@
 namespace orv {
 namespace {
 
-/// Whether a call failed because the file system lacks what was asked, or keeps it from this user.
+/// True if a call failed because the volume lacks the feature or keeps it from this user.
 bool is_lacking(int code)
 {
     return code == ENOTSUP || code == ENOSYS || code == EPERM || code == EACCES || code == EINVAL;
 }
 
-void check(int result, const Url& url)
+/// True if an attribute does not fit the volume's room for attributes. ext4 has one block for all
+/// of an item's and answers ENOSPC beyond, which on a small set of attributes means a full disk.
+bool is_too_large(int code, std::size_t bytes_so_far)
 {
-    if (result != 0 && !is_lacking(errno))
-        throw platform_error(errno, url);
+    constexpr std::size_t always_fits = 2048;
+    return code == E2BIG || code == ERANGE || (code == ENOSPC && bytes_so_far > always_fits);
+}
+
+/// FUSE and network volumes answer with errors of all kinds, EIO among them, where they cannot keep
+/// a mode, a time or an attribute. There the content counts. On a disk's own file system such an
+/// error means a damaged disk.
+void check(int result, int item, const Url& url)
+{
+    if (result == 0)
+        return;
+    const int code = errno;
+    if (!is_lacking(code) && reports_faults(item))
+        throw platform_error(code, url);
 }
 
 /// Security attributes are the system's own: labels belong to the place, and capabilities, like
@@ -94,33 +110,39 @@ ModeAndTimes::ModeAndTimes(const struct statx& facts)
 void keep_extended_attributes(int from, int to, const Url& to_url)
 {
     const std::string names = attribute_names(from);
+    std::size_t bytes = 0;
     for (std::size_t start = 0; start < names.size(); start = names.find('\0', start) + 1) {
         const char* name = names.c_str() + start;
         if (!is_kept(name))
             continue;
-        if (const auto value = attribute_value(from, name))
-            check(::fsetxattr(to, name, value->data(), value->size(), 0), to_url);
+        const auto value = attribute_value(from, name);
+        if (!value)
+            continue;
+        bytes += std::strlen(name) + value->size();
+        const int result = ::fsetxattr(to, name, value->data(), value->size(), 0);
+        if (result != 0 && !is_too_large(errno, bytes))
+            check(result, to, to_url);
     }
 }
 
 void keep_mode(int to, mode_t mode, const Url& to_url)
 {
     if (!has_mode(to, kept_mode(mode)))
-        check(::fchmod(to, kept_mode(mode)), to_url);
+        check(::fchmod(to, kept_mode(mode)), to, to_url);
 }
 
 void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url)
 {
     keep_mode(to, kept.mode, to_url);
     const timespec times[] = {kept.access, kept.modification};
-    check(::futimens(to, times), to_url);
+    check(::futimens(to, times), to, to_url);
 }
 
 void keep_times_of_link(int folder, const std::string& name, const ModeAndTimes& kept,
                         const Url& url)
 {
     const timespec times[] = {kept.access, kept.modification};
-    check(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW), url);
+    check(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW), folder, url);
 }
 
 void keep_mode_of_node(int folder, const std::string& name, mode_t mode)

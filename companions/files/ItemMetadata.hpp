@@ -36,7 +36,7 @@ void keep_mode(int to, mode_t mode, const Url& to_url);
 /// Errors: the platform's, at `to_url`.
 void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url);
 
-/// Gives the item `name` in an open folder, itself and not what it may point to, the times.
+/// Gives the link or node `name` in an open folder the times, as far as its volume can keep them.
 ///
 /// Errors: the platform's, at `url`.
 void keep_times_of_link(int folder, const std::string& name, const ModeAndTimes& kept,

@@ -1,9 +1,8 @@
 #include "files/NoReplaceRename.hpp"
 
-#include "utility/FileDescriptor.hpp"
-
 #include <cerrno>
 #include <cstdio>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,66 +16,69 @@ int errno_of(int result)
     return result == 0 ? 0 : errno;
 }
 
-bool lacks_flag_or_call(int error)
+/// No value if the volume lacks the flag. FUSE answers EINVAL, old kernels ENOSYS, some network
+/// volumes EOPNOTSUPP.
+std::optional<int> rename_by_flag(int from_folder, const char* from, int to_folder, const char* to)
 {
-    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
-}
-
-/// An empty folder claims the name: a folder may be renamed over it, and only while it is empty.
-int rename_folder(int from_folder, const char* from, int to_folder, const char* to)
-{
-    if (::mkdirat(to_folder, to, S_IRWXU) != 0)
-        return errno;
-    const int error = errno_of(::renameat(from_folder, from, to_folder, to));
-    if (error != 0)
-        ::unlinkat(to_folder, to, AT_REMOVEDIR);
+    const int error = errno_of(::renameat2(from_folder, from, to_folder, to, RENAME_NOREPLACE));
+    if (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP)
+        return std::nullopt;
     return error;
 }
 
-/// A second link claims the name and is the item at once.
-int rename_by_link(int from_folder, const char* from, int to_folder, const char* to)
+/// No value if the volume has no links, or none for such an item. It takes every error but EEXIST
+/// for that: volumes without links answer EPERM, ENOSYS, EOPNOTSUPP, EACCES, EIO and more.
+std::optional<int> rename_by_link(int from_folder, const char* from, int to_folder, const char* to)
 {
     if (::linkat(from_folder, from, to_folder, to, 0) != 0)
-        return errno;
+        return errno == EEXIST ? std::optional(EEXIST) : std::nullopt;
     const int error = errno_of(::unlinkat(from_folder, from, 0));
     if (error != 0)
         ::unlinkat(to_folder, to, 0);
     return error;
 }
 
-/// An empty file claims the name, for file systems without hard links.
-int rename_by_empty_file(int from_folder, const char* from, int to_folder, const char* to)
+int rename_by_looking(int from_folder, const char* from, int to_folder, const char* to,
+                      FileDescriptor* open_file)
 {
-    const FileDescriptor claim(
-        ::openat(to_folder, to, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR));
-    if (!claim)
+    struct stat taken {};
+    if (::fstatat(to_folder, to, &taken, AT_SYMLINK_NOFOLLOW) == 0)
+        return EEXIST;
+    if (errno != ENOENT)
         return errno;
-    const int error = errno_of(::renameat(from_folder, from, to_folder, to));
-    if (error != 0)
-        ::unlinkat(to_folder, to, 0);
-    return error;
+    if (open_file && *open_file && ::close(open_file->release()) != 0)
+        return errno;
+    return errno_of(::renameat(from_folder, from, to_folder, to));
+}
+
+bool is_folder(int folder, const char* name)
+{
+    struct stat item {};
+    return ::fstatat(folder, name, &item, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(item.st_mode);
 }
 
 } // namespace
 
-int rename_no_replace(int from_folder, const char* from, int to_folder, const char* to)
+int NoReplaceRename::operator()(int from_folder, const char* from, int to_folder, const char* to,
+                                FileDescriptor* open_file)
 {
-    const int error = errno_of(::renameat2(from_folder, from, to_folder, to, RENAME_NOREPLACE));
-    return lacks_flag_or_call(error)
-               ? rename_no_replace_by_claiming(from_folder, from, to_folder, to)
-               : error;
-}
-
-int rename_no_replace_by_claiming(int from_folder, const char* from, int to_folder, const char* to)
-{
-    struct stat item = {};
-    if (::fstatat(from_folder, from, &item, AT_SYMLINK_NOFOLLOW) != 0)
-        return errno;
-    if (S_ISDIR(item.st_mode))
-        return rename_folder(from_folder, from, to_folder, to);
-    const int error = rename_by_link(from_folder, from, to_folder, to);
-    const bool lacks_links = lacks_flag_or_call(error) || error == EPERM || error == EMLINK;
-    return lacks_links ? rename_by_empty_file(from_folder, from, to_folder, to) : error;
+    if (way_ == Way::by_flag) {
+        if (const auto error = rename_by_flag(from_folder, from, to_folder, to))
+            return *error;
+        way_ = Way::by_link;
+    }
+    if (way_ == Way::by_link) {
+        // No volume links folders, so a folder tells nothing about the next file.
+        if (is_folder(from_folder, from))
+            return rename_by_looking(from_folder, from, to_folder, to, open_file);
+        if (const auto error = rename_by_link(from_folder, from, to_folder, to))
+            return *error;
+    }
+    const int error = rename_by_looking(from_folder, from, to_folder, to, open_file);
+    // A rename that fails here, too, may have failed to link for the same reason.
+    if (error == 0)
+        way_ = Way::by_looking;
+    return error;
 }
 
 } // namespace orv

@@ -1,18 +1,36 @@
 #pragma once
 
+#include "utility/FileDescriptor.hpp"
+
 namespace orv {
 
-/// Gives the item `from` of one open folder the name `to` in another, or in the same one, on the
-/// same volume. What stands at the new name is never replaced.
+/// Renames items within a volume without replacing anything. Volumes differ in the calls they
+/// offer; the object remembers the first way that worked, so one request keeps one object for its
+/// destination.
 ///
-/// Threading: any.
-/// Errors: returns 0, or the errno: EEXIST when the name is taken, EXDEV when the folders lie on
-/// different volumes.
-[[nodiscard]] int rename_no_replace(int from_folder, const char* from, int to_folder,
-                                    const char* to);
+/// Threading: one thread.
+class NoReplaceRename {
+public:
+    /// `by_flag`: one call refuses a taken name. `by_link`: a second link takes the name, then the
+    /// first one goes. `by_looking`: a look at the name, then a plain rename. Only the last has a
+    /// gap, in which an item that appears at the name is replaced.
+    enum class Way { by_flag, by_link, by_looking };
 
-/// The same by other means, for file systems that have no such call.
-[[nodiscard]] int rename_no_replace_by_claiming(int from_folder, const char* from, int to_folder,
-                                                const char* to);
+    explicit NoReplaceRename(Way first = Way::by_flag) : way_(first) {}
+
+    /// Renames `from` of one open folder to `to` in another, or in the same one. `open_file`, if
+    /// given, is a descriptor of the item; it is closed before a plain rename, since some volumes
+    /// write a file on when it is closed later, and under its old name.
+    ///
+    /// Errors: returns 0 or the errno: EEXIST if the name is taken, EXDEV if the folders lie on
+    /// different volumes, the errno of a failed close.
+    [[nodiscard]] int operator()(int from_folder, const char* from, int to_folder, const char* to,
+                                 FileDescriptor* open_file = nullptr);
+
+    [[nodiscard]] Way way() const { return way_; }
+
+private:
+    Way way_;
+};
 
 } // namespace orv

@@ -1,6 +1,5 @@
 #include "files/PartialFile.hpp"
 
-#include "files/NoReplaceRename.hpp"
 #include "files/ProcessedFiles.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -12,15 +11,26 @@
 #include <fcntl.h>
 
 namespace orv {
+namespace {
+
+/// True if a file with a name would fail, too. Every other error may mean a volume without nameless
+/// files: EOPNOTSUPP as a rule, EISDIR or ENOENT from old kernels, EINVAL, ENOSYS or EIO from FUSE.
+bool refuses_any_file(int code)
+{
+    return code == EACCES || code == EROFS || code == ENOSPC || code == EDQUOT || code == EMFILE ||
+           code == ENFILE || code == ENOMEM;
+}
+
+} // namespace
 
 std::optional<PartialFile> PartialFile::unnamed(const DestinationFolder& folder, mode_t mode)
 {
     FileDescriptor file(::openat(folder.fd, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, mode));
     if (file)
         return PartialFile(folder.fd, {}, folder.url, std::move(file));
-    if (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL || errno == ENOENT)
-        return std::nullopt;
-    throw platform_error(errno, folder.url);
+    if (refuses_any_file(errno))
+        throw platform_error(errno, folder.url);
+    return std::nullopt;
 }
 
 PartialFile PartialFile::named(const DestinationFolder& folder, std::string name)
@@ -47,12 +57,13 @@ PartialFile::~PartialFile()
         ::unlinkat(folder_, name_.c_str(), 0);
 }
 
-int PartialFile::publish(const DestinationFolder& folder, const std::string& name)
+int PartialFile::publish(const DestinationFolder& folder, const std::string& name,
+                         NoReplaceRename& rename)
 {
     check_written();
     if (!has_name())
         return link_to(folder.fd, name.c_str());
-    const int code = rename_no_replace(folder_, name_.c_str(), folder.fd, name.c_str());
+    const int code = rename(folder_, name_.c_str(), folder.fd, name.c_str(), &file_);
     if (code == 0)
         name_.clear();
     return code;

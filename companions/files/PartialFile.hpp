@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/NoReplaceRename.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Url.hpp>
@@ -13,8 +14,8 @@ namespace orv {
 
 /// An open folder in which items are made, and where it is found, for the errors. Owns nothing.
 struct DestinationFolder {
-    int fd;
-    Url url;
+    int fd = -1;
+    Url url = {};
 };
 
 /// A file that is being built, out of sight, open to its owner alone. Unless it is published,
@@ -48,7 +49,8 @@ public:
     /// Errors: returns 0 or, when it stays as it was, the errno: EEXIST when the name is taken,
     /// EXDEV when the folder lies on another volume. Throws the platform's when the file could not
     /// be written to its end.
-    [[nodiscard]] int publish(const DestinationFolder& folder, const std::string& name);
+    [[nodiscard]] int publish(const DestinationFolder& folder, const std::string& name,
+                              NoReplaceRename& rename);
 
 private:
     PartialFile(int folder, std::string name, Url url, FileDescriptor file);

@@ -2,6 +2,9 @@
 
 #include "files/FolderReader.hpp"
 #include "files/MakeFolder.hpp"
+#include "files/NoReplaceRename.hpp"
+#include "files/Place.hpp"
+#include "files/ReadWrite.hpp"
 #include "files/RemoveTree.hpp"
 #include "utility/Uuid.hpp"
 
@@ -29,10 +32,26 @@ bool is_note(std::string_view name)
     return name.ends_with(note_ending) && is_uuid(name.substr(0, name.size() - note_ending.size()));
 }
 
-bool is_gone(int fd)
+/// Some volumes state no number of links for any file, so only a missing name proves a removal.
+bool is_gone(int file, int folder, const std::string& name)
 {
     struct stat status {};
-    return ::fstat(fd, &status) != 0 || status.st_nlink == 0;
+    if (::fstat(file, &status) == 0 && status.st_nlink != 0)
+        return false;
+    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT;
+}
+
+/// Volumes that store whole files elsewhere let nobody read a file while it is written. They refuse
+/// O_RDWR with errors of all kinds, so a second attempt asks for writing alone.
+FileDescriptor create_file(int folder, const std::string& name, const Url& url)
+{
+    constexpr int flags = O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    FileDescriptor file(::openat(folder, name.c_str(), O_RDWR | flags, 0600));
+    if (!file && errno != EEXIST)
+        file = FileDescriptor(::openat(folder, name.c_str(), O_WRONLY | flags, 0600));
+    if (!file)
+        throw platform_error(errno, url);
+    return file;
 }
 
 /// Takes the lock of an item whose owner no longer lives; no descriptor when it lives, or nothing
@@ -48,26 +67,43 @@ FileDescriptor lock_of_dead(int folder, const std::string& name)
     return file;
 }
 
-/// The path in a note; empty when the note was not finished.
-std::string announced_path(int note)
+/// The text of a note; a part of it if the note was not finished.
+std::string text_of(int note)
 {
-    std::string path;
-    std::array<char, PATH_MAX> text; // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
-    for (;;) {
-        const auto offset = static_cast<off_t>(path.size());
-        const ssize_t length = ::pread(note, text.data(), text.size(), offset);
-        if (length <= 0)
-            return path;
-        path.append(text.data(), static_cast<std::size_t>(length));
-    }
+    std::string text;
+    std::array<std::byte, PATH_MAX>
+        part; // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
+    const OpenFile file{note, processed_files_folder()};
+    while (const std::size_t size = read_some(file, part, static_cast<std::int64_t>(text.size())))
+        text.append(static_cast<const char*>(static_cast<const void*>(part.data())), size);
+    return text;
 }
 
-/// Removes what the note announces, which is nothing but a hidden item named after the note.
-void remove_announced(int note, std::string_view note_uuid)
+/// Gives an item that was set aside its name back. Returns false if the name is taken: the
+/// replacement is there, and it is complete, since it never has the name before.
+bool is_put_back(const Url& hidden, const std::string& original_name)
 {
-    const Url url(announced_path(note));
-    if (url.last_path_component() == hidden_name(std::string(note_uuid)))
-        remove_tree(url);
+    const Place place = Place::in_opened_folder(hidden);
+    const int code =
+        NoReplaceRename()(place.folder(), place.name(), place.folder(), original_name.c_str());
+    if (code != 0 && code != EEXIST)
+        throw platform_error(code, hidden);
+    return code == 0;
+}
+
+/// Settles the item that the note announces. It is always one named after the note, whatever the
+/// note says.
+void settle_announced(int note, std::string_view note_uuid)
+{
+    const std::string text = text_of(note);
+    // The original name comes first, so that a note cut short names no hidden item at all.
+    const std::size_t name_end = text.find('\0');
+    const bool is_aside = name_end != std::string::npos;
+    const Url hidden(is_aside ? text.substr(name_end + 1) : text);
+    if (hidden.last_path_component() != hidden_name(std::string(note_uuid)))
+        return;
+    if (!is_aside || !is_put_back(hidden, text.substr(0, name_end)))
+        remove_tree(hidden);
 }
 
 std::vector<std::string> names_in(int folder)
@@ -79,14 +115,14 @@ std::vector<std::string> names_in(int folder)
     return names;
 }
 
-void remove_leftover(int folder, const std::string& name)
+void settle_leftover(int folder, const std::string& name)
 {
     const FileDescriptor item = lock_of_dead(folder, name);
     if (!item)
         return;
     try {
         if (is_note(name))
-            remove_announced(item.get(), name.substr(0, name.size() - note_ending.size()));
+            settle_announced(item.get(), name.substr(0, name.size() - note_ending.size()));
     } catch (const Error& error) {
         if (error.code() != ENOENT)
             return; // the note stays, so that the next start tries again
@@ -112,10 +148,15 @@ bool create_processed_files_folder()
     }
 }
 
-FileDescriptor open_processed_files_folder()
+FileDescriptor made_processed_files_folder()
 {
-    FileDescriptor folder(
-        ::open(processed_files_folder().path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const char* path = processed_files_folder().path().c_str();
+    constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    FileDescriptor folder(::open(path, flags));
+    if (!folder && errno == ENOENT) {
+        make_folder(processed_files_folder(), true);
+        folder = FileDescriptor(::open(path, flags));
+    }
     if (!folder)
         throw platform_error(errno, processed_files_folder());
     return folder;
@@ -129,27 +170,24 @@ void remove_leftovers()
         return;
     for (const std::string& name : names_in(folder.get()))
         if (is_uuid(name) || is_note(name))
-            remove_leftover(folder.get(), name);
+            settle_leftover(folder.get(), name);
 }
 
 FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url)
 {
     for (;;) {
-        FileDescriptor file(::openat(folder, name.c_str(),
-                                     O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-        if (!file)
-            throw platform_error(errno, url);
+        FileDescriptor file = create_file(folder, name, url);
         // A process that starts now may have taken the file for a leftover before it was locked. On
         // a file system without locks nobody can.
         ::flock(file.get(), LOCK_EX);
-        if (!is_gone(file.get()))
+        if (!is_gone(file.get(), folder, name))
             return file;
     }
 }
 
 FileDescriptor create_nameless_file()
 {
-    const FileDescriptor folder = open_processed_files_folder();
+    const FileDescriptor folder = made_processed_files_folder();
     FileDescriptor file(::openat(folder.get(), ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
     if (!file) {
         const std::string name = new_uuid();
@@ -167,6 +205,13 @@ std::string hidden_name(const std::string& uuid)
 std::string note_name(const std::string& uuid)
 {
     return uuid + std::string(note_ending);
+}
+
+std::string note_text(const Url& url, std::string_view original_name)
+{
+    if (original_name.empty())
+        return url.path();
+    return std::string(original_name).append(1, '\0').append(url.path());
 }
 
 } // namespace orv

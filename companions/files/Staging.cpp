@@ -22,6 +22,13 @@ bool is_on_another_device(int one_folder, int other_folder)
            one.st_dev != other.st_dev;
 }
 
+/// True if a nameless file cannot get a name there, though a file with a name may.
+bool cannot_name(int code)
+{
+    return code == EPERM || code == ENOENT || code == EOPNOTSUPP || code == EINVAL ||
+           code == ENOSYS || code == EMLINK || code == EXDEV;
+}
+
 } // namespace
 
 PartialFile Staging::create(const DestinationFolder& destination)
@@ -41,11 +48,13 @@ PartialFile Staging::create(const DestinationFolder& destination)
 
 bool Staging::can_do_otherwise(int code)
 {
-    if (way_ == Way::unnamed && (code == EPERM || code == ENOENT || code == EOPNOTSUPP)) {
+    if (way_ == Way::unnamed && cannot_name(code)) {
         way_ = Way::in_processed_files;
         return true;
     }
-    if (way_ == Way::in_processed_files && code == EXDEV) {
+    // ENOENT: the file was closed for its rename, and a starting process took it for a leftover. A
+    // file beside its destination has its note for protection.
+    if (way_ == Way::in_processed_files && (code == EXDEV || code == ENOENT)) {
         way_ = Way::beside_destination;
         return true;
     }
@@ -56,7 +65,7 @@ void Staging::open_processed_files(const DestinationFolder& destination)
 {
     if (processed_files_fd_)
         return;
-    processed_files_fd_ = open_processed_files_folder();
+    processed_files_fd_ = made_processed_files_folder();
     processed_files_ = {processed_files_fd_.get(), processed_files_folder()};
     if (is_on_another_device(processed_files_.fd, destination.fd))
         way_ = Way::beside_destination;
@@ -65,7 +74,7 @@ void Staging::open_processed_files(const DestinationFolder& destination)
 void Staging::announce(const DestinationFolder& destination)
 {
     hidden_name_.reset();
-    hidden_name_.emplace(processed_files_, destination.url);
+    hidden_name_.emplace(destination.url);
     announced_folder_ = destination.url;
 }
 

@@ -25,7 +25,15 @@ public:
     /// Errors: the platform's.
     PartialFile create(const DestinationFolder& destination);
 
-    /// Says whether a file that could not be published for the errno `code` is to be built anew, in
+    /// Gives the finished file its name, in the way that the volume offers; see
+    /// `PartialFile::publish`.
+    [[nodiscard]] int publish(PartialFile& file, const DestinationFolder& folder,
+                              const std::string& name)
+    {
+        return file.publish(folder, name, rename_);
+    }
+
+    /// True if a file that could not be published for the errno `code` is to be built anew, in
     /// another way than up to now.
     bool can_do_otherwise(int code);
 
@@ -39,6 +47,7 @@ private:
     void announce(const DestinationFolder& destination);
 
     Way way_ = Way::unnamed;
+    NoReplaceRename rename_;
     FileDescriptor processed_files_fd_;
     DestinationFolder processed_files_{-1, {}};
     std::optional<HiddenName> hidden_name_; // that which files get in the announced folder

@@ -8,19 +8,23 @@
 
 namespace orv {
 
-/// An item that is to be copied: its name in an open folder, and where it is found, for the errors.
+/// An item to copy: its name in an open folder, and its location for errors.
 struct SourceItem {
     int folder;
     std::string name;
     Url url;
 };
 
-/// Where a copy is to appear: its name in an open folder.
+/// The place of a copy: its name in an open folder.
 struct DestinationItem {
     DestinationFolder folder;
     std::string name;
+    std::string shown_name = {}; ///< the final name, in errors, of an item that is built hidden
 
-    [[nodiscard]] Url url() const { return folder.url.appending(name); }
+    [[nodiscard]] Url url() const
+    {
+        return folder.url.appending(shown_name.empty() ? name : shown_name);
+    }
 };
 
 } // namespace orv

@@ -94,6 +94,7 @@ public:
     /// Valid until the next event.
     [[nodiscard]] int folder() const { return trail_.folder(); }
     [[nodiscard]] const std::string& folder_path() const { return trail_.path(); }
+    [[nodiscard]] const struct statx& folder_facts() const { return folder_facts_.back(); }
 
     [[nodiscard]] std::string relative_folder_path() const;
 

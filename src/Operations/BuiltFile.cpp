@@ -1,5 +1,6 @@
 #include "Operations/BuiltFile.hpp"
 
+#include "files/HiddenItem.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/Place.hpp"
 #include "files/Staging.hpp"
@@ -53,24 +54,54 @@ void open_to_others(const PartialFile& file, const Url& url, const BuiltFileErro
     }
 }
 
-} // namespace
-
-void build_file(const Url& url, const BuiltFileErrors& errors,
-                FunctionRef<void(const PartialFile&)> fill)
+void build_new_file(const DestinationItem& destination, const BuiltFileErrors& errors,
+                    FunctionRef<void(const PartialFile&)> fill)
 {
-    const Place destination = opened_folder_of(url, errors);
-    const DestinationFolder folder{destination.folder(), url.deleting_last_path_component()};
     Staging staging;
     for (;;) {
-        PartialFile file = created_file(staging, folder, errors);
+        PartialFile file = created_file(staging, destination.folder, errors);
         fill(file);
-        open_to_others(file, url, errors);
-        const int code = file.publish(folder, destination.path);
+        open_to_others(file, destination.url(), errors);
+        const int code = staging.publish(file, destination.folder, destination.name);
         if (code == 0)
             return;
         if (!staging.can_do_otherwise(code))
-            throw errors.not_finalized.because_of(platform_error(code, url));
+            throw errors.not_finalized.because_of(platform_error(code, destination.url()));
     }
+}
+
+/// The place of a file that replaces an item, hidden beside it until it is complete.
+HiddenItem hidden_place(const Url& url, const BuiltFileErrors& errors)
+{
+    try {
+        return HiddenItem(url);
+    } catch (const Error& cause) {
+        throw errors.not_finalized.because_of(cause);
+    }
+}
+
+void build_replacement(const Url& url, const BuiltFileErrors& errors,
+                       FunctionRef<void(const PartialFile&)> fill)
+{
+    HiddenItem hidden = hidden_place(url, errors);
+    build_new_file(hidden.item(), errors, fill);
+    try {
+        hidden.publish_replacing();
+    } catch (const Error& cause) {
+        throw errors.not_finalized.because_of(cause);
+    }
+}
+
+} // namespace
+
+void build_file(const Url& url, bool replaces, const BuiltFileErrors& errors,
+                FunctionRef<void(const PartialFile&)> fill)
+{
+    if (replaces)
+        return build_replacement(url, errors, fill);
+    const Place destination = opened_folder_of(url, errors);
+    build_new_file({{destination.folder(), url.deleting_last_path_component()}, destination.path},
+                   errors, fill);
 }
 
 } // namespace orv

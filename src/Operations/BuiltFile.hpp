@@ -8,18 +8,19 @@
 
 namespace orv {
 
-/// What is told when a file cannot be built, and when it is built but cannot be given its name.
+/// The errors for a file that cannot be built, and for one that is built but gets no name.
 struct BuiltFileErrors {
     Error not_created;
     Error not_finalized;
 };
 
 /// Makes a new file at `url`, with the permissions of new files. `fill` writes its content, out of
-/// sight, and is called again when the file has to be built in another way. Nothing is replaced,
-/// and what `fill` throws leaves nothing.
+/// sight, and is called again when the file has to be built in another way. If `fill` throws,
+/// nothing remains. With `replaces`, the complete file takes the place of an item that stands
+/// there.
 ///
 /// Errors: those given, told their cause.
-void build_file(const Url& url, const BuiltFileErrors& errors,
+void build_file(const Url& url, bool replaces, const BuiltFileErrors& errors,
                 FunctionRef<void(const PartialFile&)> fill);
 
 } // namespace orv

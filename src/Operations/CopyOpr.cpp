@@ -2,11 +2,11 @@
 
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/PathChecks.hpp"
-#include "Operations/SameItem.hpp"
 #include "Operations/TakenName.hpp"
 #include "Operations/TreeCopy.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/SameItem.hpp"
 
 namespace orv {
 namespace {
@@ -43,6 +43,16 @@ CopyAnswer settle_conflict(CopyRequest& request, const Url& source, const Url& d
     throw Exception();
 }
 
+/// The locks compare paths. This compares items, since a volume may know one under two spellings.
+void check_is_not_inside(const Url& source, const CopyAnswer& answer)
+{
+    if (!Tool::is_directory(source))
+        return;
+    if (lies_inside(answer.destination, source) ||
+        (answer.merges && are_same_item(source, answer.destination)))
+        throw copy_place("Source path conflicts with destination path.").at(source);
+}
+
 /// Copies, and returns the last progress that was told.
 CopyProgress copy(CopyRequest& request, const Url& source, const Url& destination)
 {
@@ -54,11 +64,15 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
 
     const UrlLock lock({read(source)}, write(answer.destination));
     request.check_cancelled();
+    check_is_not_inside(source, answer);
     if (answer.replaces)
-        make_room(source, answer.destination, copy_place);
+        check_can_be_replaced(source, answer.destination, copy_place);
     request.report(status::preparing{});
     const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
-    return copy_tree(request, {source, answer.destination, answer.merges, total}, nothing_copied);
+    const bool replaces =
+        answer.replaces && !makes_room_first(answer.destination, total, not_replaced(copy_place));
+    return copy_tree(request, {source, answer.destination, answer.merges, replaces, total},
+                     nothing_copied);
 }
 
 } // namespace

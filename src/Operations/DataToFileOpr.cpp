@@ -7,12 +7,10 @@
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/ReadWrite.hpp"
 
 #include <algorithm>
-#include <cerrno>
 #include <span>
-
-#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -54,24 +52,13 @@ TargetAnswer settle_conflict(DataRequest& request, const Url& target)
     return {target};
 }
 
-void write_chunk(int file, Bytes chunk, const Url& url)
-{
-    while (!chunk.empty()) {
-        const ssize_t written = ::write(file, chunk.data(), chunk.size());
-        if (written < 0 && errno != EINTR)
-            throw platform_error(errno, url);
-        if (written > 0)
-            chunk = chunk.subspan(static_cast<std::size_t>(written));
-    }
-}
-
 void write_data(DataRequest& request, int file, Bytes data, const Url& target,
                 GeneralProgress progress)
 {
     ProgressInterval interval;
     for (std::size_t written = 0; written < data.size();) {
         const Bytes chunk = data.subspan(written, std::min(chunk_size, data.size() - written));
-        write_chunk(file, chunk, target);
+        write_all({file, target}, chunk, static_cast<std::int64_t>(written));
         written += chunk.size();
         request.check_cancelled();
         if (interval.is_due()) {
@@ -88,14 +75,16 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
     const auto [target, replaces] = settle_conflict(request, url);
 
     const auto lock = std::make_shared<UrlLock>(write(target));
+    const Error failure =
+        data_place("Destination item couldn't be deleted while being overwritten.", 143);
     if (replaces)
-        remove_replaced(
-            target,
-            data_place("Destination item couldn't be deleted while being overwritten.", 143));
+        check_can_be_replaced(target, failure);
     const GeneralProgress progress{url, 0};
     request.report(status::progress<GeneralProgress>{progress});
+    const bool has_room =
+        replaces && makes_room_first(target, static_cast<std::int64_t>(data.size()), failure);
     build_file(
-        target,
+        target, replaces && !has_room,
         {.not_created = data_place("Couldn't create destination file.", 169),
          .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
         [&](const PartialFile& file) { write_data(request, file.fd(), data, target, progress); });

@@ -2,14 +2,13 @@
 
 #include "Operations/SnglCopyOpr.hpp"
 #include "Tool/Tool.hpp"
+#include "files/CopyNode.hpp"
 #include "files/ItemMetadata.hpp"
 
 #include <orv/utility/Error.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <optional>
 
 #include <fcntl.h>
@@ -38,36 +37,17 @@ Error source_error(int code, const Url& url)
     return code == ENOENT ? raise("Source item doesn't exist.").because_of(cause) : cause;
 }
 
-ModeAndTimes described(const SourceItem& source)
+/// Copies what has no content, by `make`.
+template <class Make>
+void copy_whole(Make make, const SourceItem& source, const DestinationItem& destination)
 {
-    struct stat status {};
-    if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        throw source_error(errno, source.url);
-    return ModeAndTimes(status);
-}
-
-void copy_link(const SourceItem& source, const DestinationItem& destination)
-{
-    std::array<char, PATH_MAX> text{};
-    const ssize_t length =
-        ::readlinkat(source.folder, source.name.c_str(), text.data(), text.size() - 1);
-    if (length < 0)
-        throw source_error(errno, source.url);
-    const ModeAndTimes kept = described(source);
-    if (::symlinkat(text.data(), destination.folder.fd, destination.name.c_str()) != 0)
-        throw placing_error(errno, destination.url());
-    keep_times_of_link(destination.folder.fd, destination.name, kept, destination.url());
-}
-
-/// Makes a FIFO or a socket: it has no content, so it is complete under its final name at once.
-void copy_node(const SourceItem& source, const DestinationItem& destination)
-{
-    const ModeAndTimes kept = described(source);
-    if (::mknodat(destination.folder.fd, destination.name.c_str(), kept.mode & (S_IFMT | 0777U),
-                  0) != 0)
-        throw placing_error(errno, destination.url());
-    keep_mode_of_node(destination.folder.fd, destination.name, kept.mode);
-    keep_times_of_link(destination.folder.fd, destination.name, kept, destination.url());
+    try {
+        (void)make(source, destination);
+    } catch (const Error& error) {
+        const int code = error.code().value_or(0);
+        throw error.path() == source.url ? source_error(code, source.url)
+                                         : placing_error(code, destination.url());
+    }
 }
 
 /// A regular file that is open for reading, as it was when it was opened.
@@ -129,9 +109,9 @@ void ItemCopier::copy(const SourceItem& source, mode_t mode, const DestinationIt
     if (S_ISREG(mode))
         copy_file(source, destination, on_progress);
     else if (S_ISLNK(mode))
-        copy_link(source, destination);
+        copy_whole(copy_link, source, destination);
     else if (S_ISFIFO(mode) || S_ISSOCK(mode))
-        copy_node(source, destination);
+        copy_whole(copy_node, source, destination);
     else
         throw raise("Device files can't be copied.").at(source.url);
 }
@@ -151,7 +131,7 @@ void ItemCopier::place(std::optional<PartialFile> built, const SourceItem& sourc
                        const DestinationItem& destination)
 {
     if (built) {
-        const int code = built->publish(destination.folder, destination.name);
+        const int code = staging_.publish(*built, destination.folder, destination.name);
         if (code == 0)
             return;
         const bool was_built_elsewhere = code == EXDEV;
@@ -178,7 +158,7 @@ void ItemCopier::copy_file(const SourceItem& source, const DestinationItem& dest
     for (;;) {
         PartialFile partial = create_partial(destination.folder);
         fill(partial, opened, source.url, destination.url(), content_, on_progress);
-        const int code = partial.publish(destination.folder, destination.name);
+        const int code = staging_.publish(partial, destination.folder, destination.name);
         if (code == 0)
             return;
         if (!staging_.can_do_otherwise(code))

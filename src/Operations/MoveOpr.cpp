@@ -1,12 +1,13 @@
 #include "Operations/MoveOpr.hpp"
 
 #include "Global/TestMode.hpp"
+#include "Operations/FolderSizeOpr.hpp"
 #include "Operations/MoveWithRecords.hpp"
 #include "Operations/PathChecks.hpp"
-#include "Operations/SameItem.hpp"
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/SameItem.hpp"
 
 namespace orv {
 namespace {
@@ -24,7 +25,7 @@ struct MoveAnswer {
 
 MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& destination)
 {
-    if (!Tool::item_exists(destination))
+    if (!Tool::item_exists(destination) || is_other_spelling(source, destination))
         return {destination};
     const ConflictBehaviour behaviour = ask_about(request, destination, false);
     if (behaviour == ConflictBehaviour::merge)
@@ -34,6 +35,14 @@ MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& d
     if (behaviour == ConflictBehaviour::replace)
         return {.destination = destination, .replaces = true};
     return {free_url(destination, move_place("Couldn't generate a non-conflicting url."))};
+}
+
+/// Deletes the item that the move replaces if both have no room on its volume.
+bool must_delete_first(const Url& source, const Url& destination)
+{
+    if (!are_on_two_devices(source, destination.deleting_last_path_component()))
+        return false;
+    return makes_room_first(destination, item_size(source, [] {}), not_replaced(move_place));
 }
 
 } // namespace
@@ -47,9 +56,10 @@ MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const 
 
     const UrlLock lock({read(src_url)}, write(answer.destination));
     if (answer.replaces)
-        make_room(src_url, answer.destination, move_place);
+        check_can_be_replaced(src_url, answer.destination, move_place);
     pause_in_test_mode(std::chrono::seconds(1));
-    move_with_records(src_url, answer.destination);
+    const bool replaces = answer.replaces && !must_delete_first(src_url, answer.destination);
+    move_with_records(src_url, answer.destination, replaces);
     return status::success{};
 }
 

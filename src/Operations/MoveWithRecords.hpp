@@ -4,11 +4,11 @@
 
 namespace orv {
 
-/// Gives the item at `from` the location `to`, where nothing may stand, and its attributes and
-/// those of everything below it to the new places. They are stored for both places until the item
-/// has moved; when it fails to, they stay so.
+/// Moves the item at `from` to `to`, with its attributes and those of everything below it. They are
+/// stored for both places until the item has moved. With `replaces`, the item takes the place of
+/// one that may stand at `to`; without, a taken location is an error.
 ///
 /// Errors: those of `Tool::move_item` and of the database.
-void move_with_records(const Url& from, const Url& to);
+void move_with_records(const Url& from, const Url& to, bool replaces);
 
 } // namespace orv

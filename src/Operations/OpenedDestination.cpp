@@ -1,28 +1,42 @@
 #include "Operations/OpenedDestination.hpp"
 
 #include "Operations/SnglCopyOpr.hpp"
+#include "Operations/TakenName.hpp"
 #include "Tool/Tool.hpp"
 
 namespace orv {
 namespace {
 
-Place open(const Url& url, bool is_folder)
+Error not_opened(const Error& cause, bool is_folder)
 {
-    try {
-        return Place::in_opened_folder(url);
-    } catch (const Error& cause) {
-        if (is_folder)
-            throw single_copy_place("Couldn't create destination directory.").because_of(cause);
-        throw move_error(cause);
-    }
+    return is_folder ? single_copy_place("Couldn't create destination directory.").because_of(cause)
+                     : move_error(cause);
 }
 
 } // namespace
 
-OpenedDestination::OpenedDestination(const Url& url, bool is_folder)
-    : place_(open(url, is_folder)), item_{{place_.folder(), url.deleting_last_path_component()},
-                                          place_.path}
+OpenedDestination::OpenedDestination(const Url& url, bool is_folder, bool replaces)
+try {
+    if (replaces) {
+        hidden_.emplace(url);
+        item_ = hidden_->item();
+    } else {
+        place_ = Place::in_opened_folder(url);
+        item_ = {{place_->folder(), url.deleting_last_path_component()}, place_->path};
+    }
+} catch (const Error& cause) {
+    throw not_opened(cause, is_folder);
+}
+
+void OpenedDestination::publish()
 {
+    if (!hidden_)
+        return;
+    try {
+        hidden_->publish_replacing();
+    } catch (const Error& cause) {
+        throw not_replaced(single_copy_place).because_of(cause);
+    }
 }
 
 } // namespace orv

@@ -1,23 +1,34 @@
 #pragma once
 
 #include "Operations/ItemCopier.hpp"
+#include "files/HiddenItem.hpp"
 #include "files/Place.hpp"
+
+#include <optional>
 
 namespace orv {
 
-/// Where a copy is to appear: the opened folder, and the name in it.
+/// The place of a copy: the opened folder, and the name in it. A copy that replaces an item is
+/// built under a hidden name beside it.
 class OpenedDestination {
 public:
     /// Opens the folder of `url`.
     ///
     /// Errors: when it cannot be opened, "Couldn't create destination directory." or, for what is
     /// no folder, "Couldn't move the item".
-    OpenedDestination(const Url& url, bool is_folder);
+    OpenedDestination(const Url& url, bool is_folder, bool replaces);
 
     [[nodiscard]] const DestinationItem& item() const { return item_; }
 
+    /// Puts a complete copy that replaces an item in its place.
+    ///
+    /// Errors: "Destination item couldn't be deleted while being overwritten."; then that item is
+    /// where it was.
+    void publish();
+
 private:
-    Place place_;
+    std::optional<Place> place_;
+    std::optional<HiddenItem> hidden_;
     DestinationItem item_;
 };
 

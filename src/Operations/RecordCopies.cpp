@@ -15,9 +15,9 @@ RecordKey key_in(const RecordKey& folder, const std::string& relative_path)
 
 } // namespace
 
-RecordCopies::RecordCopies(const Url& source, const Url& destination)
+RecordCopies::RecordCopies(const Url& source, const Url& destination, Pace pace)
     : source_(record_key(source)), destination_(record_key_of_entry(destination)),
-      any_(RecCustomAttr::any_records_below(source_))
+      any_(RecCustomAttr::any_records_below(source_)), pace_(pace)
 {
 }
 
@@ -28,6 +28,8 @@ void RecordCopies::add(const std::string& relative_path)
     if (waiting_.empty())
         waiting_since_.reset();
     waiting_.push_back({key_in(source_, relative_path), key_in(destination_, relative_path)});
+    if (pace_ == Pace::at_the_end)
+        return;
     if (waiting_.size() >= max_waiting || waiting_since_.elapsed_time() > max_delay_s ||
         intr_test_mode())
         write();

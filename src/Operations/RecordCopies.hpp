@@ -16,10 +16,14 @@ namespace orv {
 /// Errors: those of the database.
 class RecordCopies {
 public:
-    RecordCopies(const Url& source, const Url& destination);
+    /// A copy that replaces an item appears at its destination as a whole. Until then the rows
+    /// there are those of the item it replaces.
+    enum class Pace { with_the_items, at_the_end };
+
+    RecordCopies(const Url& source, const Url& destination, Pace pace);
 
     /// Notes that the item at `relative_path` below the source, the source itself for an empty one,
-    /// now is at the destination, too. Its row follows now or within some items.
+    /// now is at the destination, too. Its row follows at the pace given.
     void add(const std::string& relative_path);
 
     /// Writes the rows of all items that were noted.
@@ -29,6 +33,7 @@ private:
     RecordKey source_;
     RecordKey destination_;
     bool any_;
+    Pace pace_;
     std::vector<RecordCopy> waiting_;
     StopWatch waiting_since_;
 };

@@ -7,6 +7,7 @@
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/Place.hpp"
+#include "files/SameItem.hpp"
 
 #include <cerrno>
 
@@ -55,11 +56,11 @@ void rename_to(const Url& url, const std::string& new_name)
     if (!Tool::item_exists(url))
         throw rename_place("No item exists at given url.", 68).at(url);
     check_is_no_volume(url);
-    if (Tool::item_exists(new_url))
+    if (Tool::item_exists(new_url) && !is_other_spelling(url, new_url))
         throw rename_place("Couldn't rename item, because the provided name is taken.", 82)
             .at(new_url);
     pause_in_test_mode(std::chrono::seconds(1));
-    move_with_records(url, new_url);
+    move_with_records(url, new_url, false);
     set_modification_date_to_now(new_url);
 }
 

@@ -4,8 +4,13 @@
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/Place.hpp"
+#include "files/Removability.hpp"
+#include "files/SetAside.hpp"
 
 #include <orv/utility/MainQueue.hpp>
+
+#include <optional>
 
 namespace orv {
 
@@ -42,33 +47,62 @@ using ReserveRequest = Request<ReserveFileUrlOpr>;
 constexpr ErrorPlace reserve_place{"src/Operations/ReserveFileUrlOpr",
                                    "reserve_file_url(_:status_closure:)"};
 
-/// The location that is to be reserved after the question about a taken name, if there was one.
-Url settle_conflict(ReserveRequest& request, const Url& url)
+/// The location to reserve after the question about a taken name, if there was one.
+struct ReservedPlace {
+    Url url;
+    bool replaces = false;
+};
+
+ReservedPlace settle_conflict(ReserveRequest& request, const Url& url)
 {
     if (!Tool::item_exists(url))
-        return url;
+        return {url};
     switch (ask_about(request, url, false)) {
     case ConflictBehaviour::keep_both:
-        return free_url(url, reserve_place("Couldn't generate a non-conflicting url.", 96));
+        return {free_url(url, reserve_place("Couldn't generate a non-conflicting url.", 96))};
     case ConflictBehaviour::replace:
-        remove_replaced(
-            url,
-            reserve_place("Destination item couldn't be deleted while being overwritten.", 112));
-        break;
+        return {.url = url, .replaces = true};
     case ConflictBehaviour::merge:
     case ConflictBehaviour::stop:
         break;
     }
-    return url;
+    return {url};
 }
+
+/// An item that gives its location to a reservation. It is back if the reservation fails.
+class ReplacedItem {
+public:
+    explicit ReplacedItem(const Url& url)
+    try : place_(Place::in_opened_folder(url)) {
+        check_can_be_removed(place_.folder(), place_.name(), url);
+        aside_.emplace(DestinationFolder{place_.folder(), url.deleting_last_path_component()},
+                       place_.path);
+    } catch (const Error& cause) {
+        throw reserve_place("Destination item couldn't be deleted while being overwritten.", 112)
+            .because_of(cause);
+    }
+
+    void discard() { aside_->discard(); }
+
+private:
+    Place place_;
+    std::optional<SetAside> aside_;
+};
 
 ReserveFileUrlOpr::Status run(ReserveRequest& request, const Url& url)
 {
     check_path(url, "Destination", reserve_place, {.undefined = 60, .root = 63});
-    const Url final_url = settle_conflict(request, url);
-    const auto ticket = Reservation::issue(final_url);
+    const ReservedPlace place = settle_conflict(request, url);
+    std::optional<ReplacedItem> replaced;
+    if (place.replaces)
+        replaced.emplace(place.url);
+    const auto ticket = Reservation::issue(place.url);
     request.set_undo([ticket] { Reservation::release(*ticket); });
-    return ReserveFileUrlOpr::success{final_url, ticket};
+    if (replaced) {
+        request.check_cancelled();
+        replaced->discard();
+    }
+    return ReserveFileUrlOpr::success{place.url, ticket};
 }
 
 } // namespace

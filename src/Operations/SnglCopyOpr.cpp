@@ -5,12 +5,13 @@
 #include "Operations/OpenedDestination.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
-#include "Operations/SameItem.hpp"
+#include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/Place.hpp"
+#include "files/SameItem.hpp"
 
 #include <cerrno>
 
@@ -33,10 +34,11 @@ void check_nobody_holds(const Url& source, const Url& destination)
     const UrlLock lock({read(source)}, write(destination));
 }
 
-void make_room(const Url& source, const Url& destination, bool overwrite)
+/// Says whether an item at the destination is to be replaced.
+bool must_replace(const Url& source, const Url& destination, bool overwrite)
 {
     if (!Tool::item_exists(destination))
-        return;
+        return false;
     if (!overwrite)
         throw single_copy_place("Destination item already exists.").at(destination);
     if (are_same_item(source, destination))
@@ -44,12 +46,8 @@ void make_room(const Url& source, const Url& destination, bool overwrite)
     // Links may hide from the lock that the one lies in the other.
     if (UrlLocker::do_urls_conflict(source.resolving_symlinks(), destination.resolving_symlinks()))
         throw single_copy_place("Source path conflicts with destination path.").at(source);
-    try {
-        Tool::remove_item(destination);
-    } catch (const Error& cause) {
-        throw single_copy_place("Destination item couldn't be deleted while being overwritten.")
-            .because_of(cause);
-    }
+    check_can_be_replaced(source, destination, single_copy_place);
+    return true;
 }
 
 mode_t mode_of(const SourceItem& source)
@@ -73,7 +71,8 @@ void copy_empty_folder(const SourceItem& source, const DestinationItem& destinat
     keep_mode_and_times(to.descriptor.get(), ModeAndTimes(from.facts), url);
 }
 
-void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Url& dest_url)
+void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Url& dest_url,
+               bool replaces)
 {
     const Place from = Place::in_opened_folder(src_url);
     const SourceItem source{from.folder(), from.path, src_url};
@@ -81,7 +80,7 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
     CopyProgress progress{dest_url.last_path_component(), S_ISDIR(mode), 0};
     request.report(status::progress<CopyProgress>{progress});
 
-    const OpenedDestination to(dest_url, S_ISDIR(mode));
+    OpenedDestination to(dest_url, S_ISDIR(mode), replaces);
     ProgressInterval interval;
     const auto tell = [&](float part_done) {
         request.check_cancelled();
@@ -94,6 +93,8 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
         copy_empty_folder(source, to.item());
     else
         ItemCopier().copy(source, mode, to.item(), tell);
+    request.check_cancelled();
+    to.publish();
 
     progress.value = 1;
     request.set_closing(status::progress<CopyProgress>{progress});
@@ -113,8 +114,7 @@ std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool o
                 check_nobody_holds(src_url, dest_url);
             if (!Tool::item_exists(src_url))
                 throw single_copy_place("Source item doesn't exist.").at(src_url);
-            make_room(src_url, dest_url, overwrite);
-            copy_item(request, src_url, dest_url);
+            copy_item(request, src_url, dest_url, must_replace(src_url, dest_url, overwrite));
             return status::success{};
         });
 }

@@ -7,6 +7,7 @@
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
 
+#include <cstdint>
 #include <memory>
 
 namespace orv {
@@ -30,16 +31,27 @@ ConflictBehaviour ask_about(Request<Operation>& request, const Url& destination,
 /// Errors: `none_is_free`, told the location.
 [[nodiscard]] Url free_url(const Url& taken, const Error& none_is_free);
 
-/// Deletes the item that is to be replaced.
+/// Refuses to replace the item at `destination` if it could not be removed afterwards.
 ///
 /// Errors: `failure`, told its cause.
-void remove_replaced(const Url& destination, const Error& failure);
+void check_can_be_replaced(const Url& destination, const Error& failure);
 
-/// Deletes the item at `destination`, which is to be replaced by the one at `source`.
+/// The same for an item that makes room for the one at `source`.
 ///
-/// Errors: "Source path conflicts with destination path." when the source lies in it; "Destination
+/// Errors: "Source path conflicts with destination path." if the source lies in it; "Destination
 /// item couldn't be deleted while being overwritten.", told its cause.
-void make_room(const Url& source, const Url& destination, const ErrorPlace& place,
-               std::source_location where = std::source_location::current());
+void check_can_be_replaced(const Url& source, const Url& destination, const ErrorPlace& place,
+                           std::source_location where = std::source_location::current());
+
+/// Deletes the item at `destination` if its volume has no room for `bytes` beside it, but has room
+/// once it is gone. Returns false if it stays until its replacement is complete.
+///
+/// Errors: `failure`, told its cause.
+[[nodiscard]] bool makes_room_first(const Url& destination, std::int64_t bytes,
+                                    const Error& failure);
+
+/// The documented error for an item that could not be deleted.
+[[nodiscard]] Error not_replaced(const ErrorPlace& place,
+                                 std::source_location where = std::source_location::current());
 
 } // namespace orv

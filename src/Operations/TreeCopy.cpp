@@ -109,7 +109,9 @@ class TreeCopy {
 public:
     TreeCopy(Request<CopyOperation>& request, const CopyPlan& plan, const CopyProgress& progress)
         : request_(request), plan_(plan), progress_(progress),
-          records_(plan.source, plan.destination)
+          records_(plan.source, plan.destination,
+                   plan.replaces ? RecordCopies::Pace::at_the_end
+                                 : RecordCopies::Pace::with_the_items)
     {
     }
 
@@ -128,6 +130,7 @@ public:
 
 private:
     void copy_top();
+    void publish(OpenedDestination& destination);
     void copy_contents(const Place& source, const OpenedDestination& top);
     TreeWalk::Event next_event(TreeWalk& walk);
     void come_to_item(TreeWalk& walk);
@@ -191,7 +194,7 @@ void TreeCopy::copy_top()
     const Item item = top_item(place, plan_);
     std::optional<OpenedDestination> destination;
     try {
-        destination.emplace(plan_.destination, item.is_folder());
+        destination.emplace(plan_.destination, item.is_folder(), plan_.replaces);
     } catch (const Error&) {
         tell(item, 0);
         throw;
@@ -200,6 +203,15 @@ void TreeCopy::copy_top()
     const bool is_taken_in = handle(item, source, destination->item());
     if (is_taken_in && item.is_folder())
         copy_contents(place, *destination);
+    if (is_taken_in && plan_.replaces)
+        publish(*destination);
+}
+
+/// Puts a copy that replaces an item in its place. A cancel up to here leaves that item.
+void TreeCopy::publish(OpenedDestination& destination)
+{
+    request_.check_cancelled();
+    destination.publish();
 }
 
 void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
@@ -466,9 +478,11 @@ void TreeCopy::tell(const Item& item, float part_done)
     request_.report_soon(status::progress<CopyProgress>{progress_});
 }
 
-/// What was copied stays, so it gets what belongs to it.
+/// What was copied stays, so it gets what belongs to it. A copy that was to replace an item goes.
 void TreeCopy::settle_after_failure() noexcept
 {
+    if (plan_.replaces)
+        return;
     if (folders_)
         folders_->abandon();
     try {

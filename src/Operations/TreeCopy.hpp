@@ -13,6 +13,7 @@ struct CopyPlan {
     Url source;
     Url destination;
     bool merges;             ///< what exists at the destination stays, instead of being an error
+    bool replaces;           ///< the complete copy takes the place of the item at the destination
     std::int64_t total_size; ///< bytes
 };
 
@@ -22,7 +23,8 @@ struct CopyPlan {
 ///
 /// Left out are hidden items that are marked to be ignored or belong to the library itself.
 ///
-/// Cancel: between items and within files; what is complete by then stays.
+/// Cancel: between items and within files; what is complete by then stays, unless the copy replaces
+/// an item: then that one stays, and nothing of the copy.
 /// Errors: those of `ItemCopier`; a folder that cannot be read is one.
 CopyProgress copy_tree(Request<CopyOperation>& request, const CopyPlan& plan,
                        const CopyProgress& progress);

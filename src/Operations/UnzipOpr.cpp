@@ -9,8 +9,6 @@
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
 #include "files/HiddenName.hpp"
-#include "files/ProcessedFiles.hpp"
-#include "utility/FileDescriptor.hpp"
 
 namespace orv {
 namespace {
@@ -72,21 +70,10 @@ private:
     bool is_kept_ = false;
 };
 
-/// The name of a file that has to be built beside others, announced to the next start.
-struct AnnouncedName {
-    explicit AnnouncedName(const Url& folder)
-        : hidden({processed_files.get(), processed_files_folder()}, folder)
-    {
-    }
-
-    FileDescriptor processed_files = open_processed_files_folder();
-    HiddenName hidden;
-};
-
 std::shared_ptr<const std::string> announced_name(const Url& folder)
 {
-    const auto name = std::make_shared<const AnnouncedName>(folder);
-    return {name, &name->hidden.text()};
+    const auto name = std::make_shared<const HiddenName>(folder);
+    return {name, &name->text()};
 }
 
 void unpack(UnzipRequest& request, const Url& archive, const Url& container,

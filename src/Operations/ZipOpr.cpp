@@ -4,12 +4,12 @@
 #include "Operations/BuiltFile.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
-#include "Operations/SameItem.hpp"
 #include "Operations/TakenName.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Operations/ZipErrors.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
+#include "files/SameItem.hpp"
 
 namespace orv {
 namespace {
@@ -104,10 +104,11 @@ try {
     throw Zip::Error(error.kind(), error.cause().at(archive));
 }
 
-void build_archive(ZipRequest& request, const Content& content, const Url& archive)
+void build_archive(ZipRequest& request, const Content& content, const Target& target)
 {
+    const Url& archive = target.url;
     const Error failure = zip_place("Zip operation failed.", 191);
-    build_file(archive,
+    build_file(archive, target.replaces,
                {.not_created = failure,
                 .not_finalized = zip_place("Couldn't finalize zipping operation.", 209)},
                [&](const PartialFile& file) {
@@ -127,11 +128,11 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
     check_items_exist(content.items);
     if (target.replaces) {
         check_replaces_no_item(content.items, target.url);
-        remove_replaced(
+        check_can_be_replaced(
             target.url,
             zip_place("Destination item couldn't be deleted while being overwritten.", 145));
     }
-    build_archive(request, content, target.url);
+    build_archive(request, content, target);
     // The lock is kept for that: nobody else's archive may be deleted.
     request.set_undo([url = target.url, lock] { Tool::delete_item(url); });
     return status::success{};

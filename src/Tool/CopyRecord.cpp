@@ -1,6 +1,7 @@
 #include "Tool/CopyRecord.hpp"
 
 #include "files/ProcessedFiles.hpp"
+#include "files/ReadWrite.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -8,8 +9,6 @@
 #include <cerrno>
 #include <cstring>
 #include <type_traits>
-
-#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -56,12 +55,7 @@ void CopyRecord::spill()
 {
     if (!file_)
         file_ = create_nameless_file();
-    for (std::size_t written = 0; written < bytes_.size();) {
-        const ssize_t count = ::write(file_.get(), &bytes_[written], bytes_.size() - written);
-        if (count < 0 && errno != EINTR)
-            throw platform_error(errno, processed_files_folder());
-        written += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
+    write_all({file_.get(), processed_files_folder()}, bytes_, static_cast<std::int64_t>(spilled_));
     spilled_ += bytes_.size();
     bytes_.clear();
 }
@@ -91,11 +85,11 @@ const std::byte* CopyRecord::Reader::bytes(std::size_t count)
     if (position_ + count > window_start_ + window_.size()) {
         window_start_ = position_;
         window_.resize(std::min(max_bytes_in_memory, record_.spilled_ - position_));
-        const ssize_t got = ::pread(record_.file_.get(), window_.data(), window_.size(),
-                                    static_cast<off_t>(position_));
-        if (got < static_cast<ssize_t>(count))
-            throw platform_error(got < 0 ? errno : EIO, processed_files_folder());
-        window_.resize(static_cast<std::size_t>(got));
+        const OpenFile file{record_.file_.get(), processed_files_folder()};
+        const std::size_t got = read_some(file, window_, static_cast<std::int64_t>(position_));
+        if (got < count)
+            throw platform_error(EIO, file.url);
+        window_.resize(got);
     }
     return &window_[position_ - window_start_];
 }

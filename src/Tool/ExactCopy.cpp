@@ -1,19 +1,19 @@
 #include "Tool/ExactCopy.hpp"
 
 #include "Global/TestMode.hpp"
+#include "files/CopyNode.hpp"
 #include "files/DestinationFolders.hpp"
 #include "files/FileContent.hpp"
 #include "files/Flush.hpp"
 #include "files/HardLinks.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/OpenFolder.hpp"
+#include "files/Removability.hpp"
 #include "files/TreeWalk.hpp"
 
 #include <orv/utility/Error.hpp>
 
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <ctime>
 #include <optional>
 #include <tuple>
@@ -26,28 +26,21 @@
 namespace orv {
 namespace {
 
-/// Where one item of the copy is made, and how that is shown.
-struct Target {
-    int folder;
-    const std::string& name;
-    Url url;
-};
-
 /// An item that is open, and what it was then.
 struct OpenedItem {
     FileDescriptor descriptor;
     struct stat status {};
 };
 
-OpenedItem open_item(const SourceItem& source, mode_t type, int flags)
+OpenedItem open_file(const SourceItem& source)
 {
     OpenedItem item{
         FileDescriptor(::openat(source.folder, source.name.c_str(),
-                                flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)),
+                                O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)),
         {}};
     if (!item.descriptor || ::fstat(item.descriptor.get(), &item.status) != 0)
         throw platform_error(errno, source.url);
-    if ((item.status.st_mode & S_IFMT) != type)
+    if (!S_ISREG(item.status.st_mode))
         throw changed_while_moved(source.url);
     return item;
 }
@@ -75,17 +68,23 @@ void close_written(FileDescriptor file, const Url& url)
         throw platform_error(errno, url);
 }
 
-void make_folder(const Target& target)
+void create_folder(const DestinationItem& target)
 {
-    if (::mkdirat(target.folder, target.name.c_str(), S_IRWXU) != 0)
-        throw platform_error(errno, target.url);
+    if (::mkdirat(target.folder.fd, target.name.c_str(), S_IRWXU) != 0)
+        throw platform_error(errno, target.url());
 }
 
-/// Refuses a folder out of which nothing may be taken.
-void check_can_take_from(int folder, const Url& url)
+/// The copy of a link or a node, made by `make`. Its status tells what was copied.
+template <class Make>
+struct stat made_copy(Make make, const SourceItem& source, const DestinationItem& target)
 {
-    if (::faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0)
-        throw platform_error(errno, url);
+    try {
+        return make(source, target);
+    } catch (const Error& error) {
+        if (error.code() == ESTALE && error.path() == source.url)
+            throw changed_while_moved(source.url);
+        throw;
+    }
 }
 
 struct statx facts_of(int folder, const char* name, const Url& url)
@@ -97,19 +96,11 @@ struct statx facts_of(int folder, const char* name, const Url& url)
     return facts;
 }
 
-/// In a folder like /tmp only the owner of an item may take it away.
-bool may_take(const struct statx& item, const struct statx& folder)
-{
-    const uid_t user = ::geteuid();
-    return (folder.stx_mode & S_ISVTX) == 0 || user == 0 || user == item.stx_uid ||
-           user == folder.stx_uid;
-}
-
 class ExactCopy {
 public:
-    ExactCopy(const DestinationItem& destination, const Url& shown, CopyRecord& record)
-        : destination_(destination), shown_(shown), record_(record), links_(destination.folder.fd),
-          destination_folder_(identity_of(facts_of(destination.folder.fd, "", shown)))
+    ExactCopy(const DestinationItem& destination, CopyRecord& record)
+        : destination_(destination), record_(record), links_(destination.folder.fd),
+          destination_folder_(identity_of(facts_of(destination.folder.fd, "", destination.url())))
     {
     }
 
@@ -117,20 +108,16 @@ public:
     {
         const struct statx facts = facts_of(source.folder, source.name.c_str(), source.url);
         const struct statx above = facts_of(source.folder, "", source.url);
-        source_folder_ = identity_of(above);
         check_can_take_from(source.folder, source.url.deleting_last_path_component());
-        check_can_be_moved(facts, source.url);
-        if (!may_take(facts, above))
-            throw platform_error(EPERM, source.url);
+        check_can_be_moved(facts, above, source.url);
 
-        const Target top{destination_.folder.fd, destination_.name, shown_};
         if (!S_ISDIR(facts.stx_mode))
-            return copy(source, facts.stx_mode, top);
+            return copy(source, facts.stx_mode, destination_);
         flushes_each_ = !can_flush_volume(destination_.folder.fd);
-        make_folder(top);
+        create_folder(destination_);
         copy_contents(source);
         if (!flushes_each_)
-            flush_volume(destination_.folder.fd, shown_);
+            flush_volume(destination_.folder.fd, destination_.url());
     }
 
 private:
@@ -163,11 +150,10 @@ private:
         if (std::exchange(is_first_in_folder_, false))
             check_can_take_from(walk.folder(), walk.folder_path());
         const SourceItem source{walk.folder(), walk.name(), walk.path()};
-        check_can_be_moved(walk.facts(), source.url);
-        const DestinationFolder folder = folders_->innermost();
-        const Target target{folder.fd, source.name, folder.url.appending(source.name)};
+        check_can_be_moved(walk.facts(), walk.folder_facts(), source.url);
+        const DestinationItem target{folders_->innermost(), source.name};
         if (walk.is_folder())
-            make_folder(target);
+            create_folder(target);
         else if (walk.facts().stx_nlink == 1 || !S_ISREG(walk.facts().stx_mode))
             copy(source, walk.facts().stx_mode, target);
         else
@@ -180,7 +166,7 @@ private:
         if (folders_)
             folders_->enter(walk.name(), kept);
         else
-            folders_.emplace(destination_.folder, destination_.name, shown_, kept);
+            folders_.emplace(destination_.folder, destination_.name, destination_.url(), kept);
         struct stat status {};
         if (::fstat(walk.folder(), &status) != 0)
             throw platform_error(errno, walk.path());
@@ -195,49 +181,46 @@ private:
         record_.add_left();
     }
 
-    void check_can_be_moved(const struct statx& facts, const Url& url) const
+    void check_can_be_moved(const struct statx& facts, const struct statx& above,
+                            const Url& url) const
     {
-        constexpr auto fixed = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
-        if (is_mounted(facts, source_folder_))
-            throw platform_error(EBUSY, url);
-        if ((facts.stx_attributes & fixed) != 0)
-            throw platform_error(EPERM, url);
+        check_can_be_taken(facts, above, url);
         if (identity_of(facts) == destination_folder_)
             throw platform_error(EINVAL, url);
     }
 
     /// Copies what is no folder.
-    void copy(const SourceItem& source, mode_t mode, const Target& target)
+    void copy(const SourceItem& source, mode_t mode, const DestinationItem& target)
     {
         if (S_ISREG(mode))
             copy_file(source, target);
         else if (S_ISLNK(mode))
-            copy_link(source, target);
+            record(source, made_copy(copy_link, source, target));
         else if (S_ISFIFO(mode) || S_ISSOCK(mode))
-            copy_node(source, target);
+            record(source, made_copy(copy_node, source, target));
         else
             throw Error("Device files can't be moved to another volume.").at(source.url);
     }
 
-    struct stat copy_file(const SourceItem& source, const Target& target)
+    struct stat copy_file(const SourceItem& source, const DestinationItem& target)
     {
-        OpenedItem original = open_item(source, S_IFREG, O_RDONLY);
+        const Url url = target.url();
+        OpenedItem original = open_file(source);
         let_tick_pass(original);
-        FileDescriptor file(::openat(target.folder, target.name.c_str(),
+        FileDescriptor file(::openat(target.folder.fd, target.name.c_str(),
                                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                      S_IRUSR | S_IWUSR));
         if (!file)
-            throw platform_error(errno, target.url);
+            throw platform_error(errno, url);
         const int from = original.descriptor.get();
-        content_.copy({from, source.url}, {file.get(), target.url}, original.status,
-                      [](std::int64_t) {});
-        keep_extended_attributes(from, file.get(), target.url);
-        keep_mode_and_times(file.get(), ModeAndTimes(original.status), target.url);
+        content_.copy({from, source.url}, {file.get(), url}, original.status, [](std::int64_t) {});
+        keep_extended_attributes(from, file.get(), url);
+        keep_mode_and_times(file.get(), ModeAndTimes(original.status), url);
         if (flushes_each_)
-            flush(file.get(), target.url);
-        close_written(std::move(file), target.url);
+            flush(file.get(), url);
+        close_written(std::move(file), url);
         check_unchanged(original, source.url);
-        record_.add_item(source.name, ItemVersion(original.status));
+        record(source, original.status);
         return original.status;
     }
 
@@ -250,62 +233,37 @@ private:
             throw changed_while_moved(url);
     }
 
-    void copy_linked_file(const SourceItem& source, const Target& target, std::string path)
+    void copy_linked_file(const SourceItem& source, const DestinationItem& target, std::string path)
     {
         struct stat status {};
         if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
             throw platform_error(errno, source.url);
-        if (links_.make(status, target.folder, target.name))
-            record_.add_item(source.name, ItemVersion(status));
+        if (links_.make(status, target.folder.fd, target.name))
+            record(source, status);
         else
             links_.add(copy_file(source, target), std::move(path));
     }
 
-    void copy_link(const SourceItem& source, const Target& target)
+    void record(const SourceItem& source, const struct stat& status)
     {
-        const OpenedItem original = open_item(source, S_IFLNK, O_PATH);
-        std::array<char, PATH_MAX> text{};
-        if (::readlinkat(original.descriptor.get(), "", text.data(), text.size() - 1) < 0)
-            throw platform_error(errno, source.url);
-        if (::symlinkat(text.data(), target.folder, target.name.c_str()) != 0)
-            throw platform_error(errno, target.url);
-        keep_times_of_link(target.folder, target.name, ModeAndTimes(original.status), target.url);
-        record_.add_item(source.name, ItemVersion(original.status));
-    }
-
-    void copy_node(const SourceItem& source, const Target& target)
-    {
-        struct stat status {};
-        if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-            throw platform_error(errno, source.url);
-        if (!S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode))
-            throw changed_while_moved(source.url);
-        if (::mknodat(target.folder, target.name.c_str(), status.st_mode & (S_IFMT | 0777U), 0) !=
-            0)
-            throw platform_error(errno, target.url);
-        keep_mode_of_node(target.folder, target.name, status.st_mode);
-        keep_times_of_link(target.folder, target.name, ModeAndTimes(status), target.url);
         record_.add_item(source.name, ItemVersion(status));
     }
 
     const DestinationItem& destination_;
-    const Url& shown_;
     CopyRecord& record_;
     FileContent content_{chunk_pause_in_test_mode()};
     HardLinks links_;
     std::optional<DestinationFolders> folders_;
     Identity destination_folder_;
-    Identity source_folder_;
     bool flushes_each_ = true;
     bool is_first_in_folder_ = false;
 };
 
 } // namespace
 
-void copy_exactly(const SourceItem& source, const DestinationItem& destination, const Url& shown,
-                  CopyRecord& record)
+void copy_exactly(const SourceItem& source, const DestinationItem& destination, CopyRecord& record)
 {
-    ExactCopy(destination, shown, record).run(source);
+    ExactCopy(destination, record).run(source);
 }
 
 Error changed_while_moved(const Url& url)

@@ -12,17 +12,15 @@ namespace orv {
 /// the disk in the end, and `record` tells what was copied. Links are copied as links, FIFOs and
 /// sockets are made anew, files that are one under several names stay one.
 ///
-/// `destination` is a name that nobody looks at yet; in errors it is shown as `shown`. What stands
-/// there after an error is the caller's.
+/// `destination` is a hidden name. The caller removes what stands there after an error.
 ///
 /// Errors: the platform's; that something was changed during the copy, or is of a kind that is not
 /// copied. What could not be removed from the source afterwards is found out here: EBUSY for a
 /// mounted volume, EROFS, EACCES or EPERM for what may not be changed; and EINVAL when the
 /// destination lies in the source.
-void copy_exactly(const SourceItem& source, const DestinationItem& destination, const Url& shown,
-                  CopyRecord& record);
+void copy_exactly(const SourceItem& source, const DestinationItem& destination, CopyRecord& record);
 
-/// That the item at `url` is not any more what was copied.
+/// The error for an item at `url` that changed after it was copied.
 [[nodiscard]] Error changed_while_moved(const Url& url);
 
 } // namespace orv

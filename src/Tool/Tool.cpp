@@ -7,6 +7,8 @@
 #include "files/NoReplaceRename.hpp"
 #include "files/Place.hpp"
 #include "files/RemoveTree.hpp"
+#include "files/SameItem.hpp"
+#include "files/SetAside.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -14,6 +16,7 @@
 #include <orv/utility/Locations.hpp>
 
 #include <cerrno>
+#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -37,10 +40,53 @@ int rename_item(const Url& from, const Url& to)
 try {
     const Place source = Place::of(from);
     const Place destination = Place::of(to);
-    return rename_no_replace(source.folder(), source.name(), destination.folder(),
-                             destination.name());
+    const int code =
+        NoReplaceRename()(source.folder(), source.name(), destination.folder(), destination.name());
+    // A name in another spelling is taken by the item itself.
+    if (code == EEXIST && is_other_spelling(from, to) &&
+        ::renameat(source.folder(), source.name(), destination.folder(), destination.name()) == 0)
+        return 0;
+    return code;
 } catch (const Error& error) {
     throw move_error(error);
+}
+
+bool is_folder(const Place& place)
+{
+    struct stat status {};
+    return ::fstatat(place.folder(), place.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISDIR(status.st_mode);
+}
+
+bool exists(const Place& place)
+{
+    struct stat status {};
+    return ::fstatat(place.folder(), place.name(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+/// Renames the item over the one at `to`, which is removed. Returns 0 or the errno.
+int rename_replacing(const Url& from, const Url& to)
+{
+    const Place source = Place::in_opened_folder(from);
+    const Place destination = Place::in_opened_folder(to);
+    if (!is_folder(source) && !is_folder(destination))
+        return ::renameat(source.folder(), source.name(), destination.folder(),
+                          destination.name()) == 0
+                   ? 0
+                   : errno;
+    NoReplaceRename rename;
+    const auto move = [&] {
+        return rename(source.folder(), source.name(), destination.folder(), destination.name());
+    };
+    if (const int code = move(); code != EEXIST)
+        return code;
+    SetAside old({destination.folder(), to.deleting_last_path_component()}, destination.path);
+    if (!exists(source))
+        return 0; // both were spellings of one item, which gets its name back
+    const int code = move();
+    if (code == 0)
+        old.discard();
+    return code;
 }
 
 } // namespace
@@ -152,9 +198,23 @@ void Tool::move_item(const Url& from, const Url& to)
 {
     const int error = rename_item(from, to);
     if (error == EXDEV)
-        move_across_volumes(from, to);
+        move_across_volumes(from, to, false);
     else if (error != 0)
         throw move_error(platform_error(error, error == EEXIST ? to : from));
+}
+
+void Tool::move_item_replacing(const Url& from, const Url& to)
+{
+    int error = 0;
+    try {
+        error = rename_replacing(from, to);
+    } catch (const Error& cause) {
+        throw move_error(cause);
+    }
+    if (error == EXDEV)
+        move_across_volumes(from, to, true);
+    else if (error != 0)
+        throw move_error(platform_error(error, from));
 }
 
 Error move_error(const Error& cause)

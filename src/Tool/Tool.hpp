@@ -76,6 +76,10 @@ public:
     /// could not be removed: a mounted volume (EBUSY), a folder or file that may not be changed.
     static void move_item(const Url& from, const Url& to);
 
+    /// The same, in place of an item that may stand at `to`. That one is removed once the other has
+    /// its name, and is there again after a failure.
+    static void move_item_replacing(const Url& from, const Url& to);
+
     /// The user's documents folder, created when it is missing.
     [[nodiscard]] static const Url& docs_dir();
     [[nodiscard]] static const Url& temp_dir();

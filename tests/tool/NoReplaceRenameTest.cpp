@@ -16,7 +16,7 @@ namespace orv::test {
 namespace {
 
 using Names = std::vector<std::string>;
-using Rename = int (*)(int, const char*, int, const char*);
+using Way = NoReplaceRename::Way;
 
 bool same_volume(const FileDescriptor& one, const FileDescriptor& other)
 {
@@ -26,23 +26,31 @@ bool same_volume(const FileDescriptor& one, const FileDescriptor& other)
     return facts[0].st_dev == facts[1].st_dev;
 }
 
-class NoReplaceRename : public testing::TestWithParam<Rename> {
+class NoReplaceRenameTest : public testing::TestWithParam<Way> {
 protected:
+    static int rename_once(int from_folder, const char* from, int to_folder, const char* to)
+    {
+        return NoReplaceRename(GetParam())(from_folder, from, to_folder, to);
+    }
+
     /// Renames below the scratch folder.
     int rename(const char* from, const char* to) const
     {
         const FileDescriptor folder = opened_folder(scratch.url());
-        return GetParam()(folder.get(), from, folder.get(), to);
+        return rename_once(folder.get(), from, folder.get(), to);
     }
 
     Scratch scratch;
 };
 
-INSTANTIATE_TEST_SUITE_P(, NoReplaceRename,
-                         testing::Values(&rename_no_replace, &rename_no_replace_by_claiming),
-                         [](const auto& way) {
-                             return way.index == 0 ? "in_one_call" : "by_claiming";
-                         });
+std::string name_of(const testing::TestParamInfo<Way>& way)
+{
+    static const std::string names[] = {"by_flag", "by_link", "by_looking"};
+    return names[way.index];
+}
+
+INSTANTIATE_TEST_SUITE_P(, NoReplaceRenameTest,
+                         testing::Values(Way::by_flag, Way::by_link, Way::by_looking), name_of);
 
 struct RenameCase {
     Names before;
@@ -70,19 +78,19 @@ const RenameCase rename_cases[] = {
     {{"a=1"}, "a", "missing/b", ENOENT, {"a=1"}},
 };
 
-TEST_P(NoReplaceRename, MovesToAFreeNameOnly)
+TEST_P(NoReplaceRenameTest, MovesToAFreeNameOnly)
 {
     for (const RenameCase& row : rename_cases) {
         const Scratch place;
         make_tree(place.url(), row.before);
         const FileDescriptor folder = opened_folder(place.url());
-        EXPECT_EQ(GetParam()(folder.get(), row.from, folder.get(), row.to), row.error)
+        EXPECT_EQ(rename_once(folder.get(), row.from, folder.get(), row.to), row.error)
             << row.before.front() << " to " << row.to;
         EXPECT_EQ(tree(place.url()), row.after);
     }
 }
 
-TEST_P(NoReplaceRename, KeepsSpecialItemsAndModes)
+TEST_P(NoReplaceRenameTest, KeepsSpecialItemsAndModes)
 {
     make_fifo(scratch / "fifo");
     make_tree(scratch.url(), {"folder/"});
@@ -95,7 +103,7 @@ TEST_P(NoReplaceRename, KeepsSpecialItemsAndModes)
     EXPECT_EQ(tree(scratch.url()), Names({"moved fifo|", "moved folder/"}));
 }
 
-TEST_P(NoReplaceRename, TellsThatVolumesDifferAndLeavesNothing)
+TEST_P(NoReplaceRenameTest, TellsThatVolumesDifferAndLeavesNothing)
 {
     std::string other = "/dev/shm/orv-test-XXXXXX";
     if (!::mkdtemp(other.data()))
@@ -108,8 +116,8 @@ TEST_P(NoReplaceRename, TellsThatVolumesDifferAndLeavesNothing)
             ::rmdir(other.c_str());
             GTEST_SKIP() << "no second volume";
         }
-        EXPECT_EQ(GetParam()(from.get(), "file", to.get(), "file"), EXDEV);
-        EXPECT_EQ(GetParam()(from.get(), "folder", to.get(), "folder"), EXDEV);
+        EXPECT_EQ(rename_once(from.get(), "file", to.get(), "file"), EXDEV);
+        EXPECT_EQ(rename_once(from.get(), "folder", to.get(), "folder"), EXDEV);
     }
     EXPECT_EQ(tree(other), Names());
     EXPECT_EQ(tree(scratch.url()), Names({"file=1", "folder/"}));
@@ -118,7 +126,7 @@ TEST_P(NoReplaceRename, TellsThatVolumesDifferAndLeavesNothing)
 
 // The kernel lets nobody link a file that they may not write, so this one takes the way of a file
 // system without hard links.
-TEST_P(NoReplaceRename, NeedsNoHardLinks)
+TEST_P(NoReplaceRenameTest, NeedsNoHardLinks)
 {
     make_tree(scratch.url(), {"a=1", "b=2"});
     std::filesystem::permissions(scratch / "a", std::filesystem::perms::owner_read);

@@ -1,0 +1,138 @@
+#include "files/HiddenItem.hpp"
+
+#include "files/Flush.hpp"
+#include "files/RemoveTree.hpp"
+#include "files/SetAside.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cerrno>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace orv {
+namespace {
+
+std::optional<struct statx> facts_at(int folder, const char* name)
+{
+    struct statx facts {};
+    if (::statx(folder, name, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) != 0)
+        return std::nullopt;
+    return facts;
+}
+
+std::optional<Identity> identity_at(int folder, const char* name)
+{
+    const auto facts = facts_at(folder, name);
+    return facts ? std::optional(identity_of(*facts)) : std::nullopt;
+}
+
+bool is_folder_at(int folder, const char* name)
+{
+    const auto facts = facts_at(folder, name);
+    return facts && S_ISDIR(facts->stx_mode);
+}
+
+FileDescriptor opened_folder(const Place& place, const Url& destination)
+{
+    FileDescriptor folder(
+        ::openat(place.folder(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
+    if (!folder)
+        throw platform_error(errno, destination.deleting_last_path_component());
+    return folder;
+}
+
+} // namespace
+
+HiddenItem::HiddenItem(const Url& destination)
+    : place_(Place::in_opened_folder(destination)), url_(destination),
+      folder_(opened_folder(place_, destination)), name_(destination.deleting_last_path_component())
+{
+}
+
+HiddenItem::~HiddenItem()
+{
+    if (!published_)
+        remove_hidden();
+}
+
+DestinationItem HiddenItem::item() const
+{
+    return {{folder_.get(), url_.deleting_last_path_component()}, name_.text(), place_.path};
+}
+
+bool HiddenItem::is_taken() const
+{
+    return facts_at(folder_.get(), final_name()).has_value();
+}
+
+void HiddenItem::publish()
+{
+    const auto identity = identity_at(folder_.get(), hidden());
+    if (const int code = rename_(folder_.get(), hidden(), folder_.get(), final_name()))
+        throw platform_error(code, url_);
+    published_ = identity;
+}
+
+void HiddenItem::publish_replacing()
+{
+    const auto identity = identity_at(folder_.get(), hidden());
+    const bool any_folder =
+        is_folder_at(folder_.get(), hidden()) || is_folder_at(folder_.get(), final_name());
+    // A rename takes the place of a file in one step on every volume, but never that of a folder.
+    if (!any_folder) {
+        if (::renameat(folder_.get(), hidden(), folder_.get(), final_name()) != 0)
+            throw platform_error(errno, url_);
+        published_ = identity;
+    } else if (exchange()) {
+        published_ = identity;
+        remove_hidden();
+    } else {
+        replace_by_setting_aside();
+    }
+}
+
+/// Both items change names in one step. Not all volumes can do that.
+bool HiddenItem::exchange() const
+{
+    return ::renameat2(folder_.get(), hidden(), folder_.get(), final_name(), RENAME_EXCHANGE) == 0;
+}
+
+/// Removes the item that has the hidden name: an unfinished one or, after an exchange, the old one.
+/// The next start removes what stays.
+void HiddenItem::remove_hidden() noexcept
+{
+    try {
+        remove_tree(folder_.get(), hidden(), url_);
+    } catch (const Error& error) {
+        if (error.code() != ENOENT)
+            name_.leave_behind();
+    } catch (const std::exception&) {
+        name_.leave_behind();
+    }
+}
+
+void HiddenItem::replace_by_setting_aside()
+{
+    if (!is_taken())
+        return publish();
+    SetAside old(item().folder, place_.path);
+    publish();
+    old.discard();
+}
+
+void HiddenItem::flush_folder() const
+{
+    flush(folder_.get(), url_);
+}
+
+void HiddenItem::withdraw()
+{
+    if (published_ && published_ == identity_at(folder_.get(), final_name()) &&
+        rename_(folder_.get(), final_name(), folder_.get(), hidden()) == 0)
+        published_.reset();
+}
+
+} // namespace orv

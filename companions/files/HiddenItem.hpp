@@ -1,0 +1,71 @@
+#pragma once
+
+#include "files/HiddenName.hpp"
+#include "files/Identity.hpp"
+#include "files/NoReplaceRename.hpp"
+#include "files/Place.hpp"
+#include "files/TransferItems.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Url.hpp>
+
+#include <optional>
+
+namespace orv {
+
+/// An item under construction, hidden beside its destination. Nothing remains of it unless it is
+/// published.
+///
+/// Threading: one thread.
+class HiddenItem {
+public:
+    /// Opens the folder of `destination` and announces a hidden name in it.
+    ///
+    /// Errors: the platform's.
+    explicit HiddenItem(const Url& destination);
+    ~HiddenItem();
+    HiddenItem(const HiddenItem&) = delete;
+    HiddenItem& operator=(const HiddenItem&) = delete;
+
+    /// The place to build the item at. Errors show the destination instead.
+    [[nodiscard]] DestinationItem item() const;
+
+    /// True if an item has the destination's name.
+    [[nodiscard]] bool is_taken() const;
+
+    /// Gives the complete item the destination's name. It replaces nothing.
+    ///
+    /// Errors: the platform's; EEXIST if the name is taken.
+    void publish();
+
+    /// Gives the complete item the destination's name and removes the item that has it. At every
+    /// moment, also after a kill and the next start, one of the two has the name and is complete.
+    ///
+    /// Errors: the platform's; then the old item stays. If the old item cannot be removed in the
+    /// end, the next start tries again.
+    void publish_replacing();
+
+    /// Writes the folder to its disk, so that a power cut cannot take the name back.
+    ///
+    /// Errors: the platform's.
+    void flush_folder() const;
+
+    /// Takes an item that replaced nothing back to its hidden name, if it still has the other one.
+    void withdraw();
+
+private:
+    [[nodiscard]] const char* hidden() const { return name_.text().c_str(); }
+    [[nodiscard]] const char* final_name() const { return place_.path.c_str(); }
+    void remove_hidden() noexcept;
+    void replace_by_setting_aside();
+    [[nodiscard]] bool exchange() const;
+
+    Place place_;
+    Url url_;
+    FileDescriptor folder_;
+    HiddenName name_;
+    NoReplaceRename rename_;
+    std::optional<Identity> published_;
+};
+
+} // namespace orv

@@ -1,0 +1,43 @@
+#include "files/ReadWrite.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace orv {
+
+void write_all(const OpenFile& file, std::span<const std::byte> bytes, std::int64_t offset)
+{
+    while (!bytes.empty()) {
+        const ssize_t count =
+            ::pwrite(file.fd, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (count < 0 && errno == EINTR)
+            continue;
+        // A volume that takes nothing and names no error would be asked for ever.
+        if (count <= 0)
+            throw platform_error(count < 0 ? errno : ENOSPC, file.url);
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+        offset += count;
+    }
+}
+
+void write_all(const OpenFile& file, std::string_view text, std::int64_t offset)
+{
+    write_all(file, std::as_bytes(std::span(text)), offset);
+}
+
+std::size_t read_some(const OpenFile& file, std::span<std::byte> buffer, std::int64_t offset)
+{
+    for (;;) {
+        const ssize_t count =
+            ::pread(file.fd, buffer.data(), buffer.size(), static_cast<off_t>(offset));
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno != EINTR)
+            throw platform_error(errno, file.url);
+    }
+}
+
+} // namespace orv

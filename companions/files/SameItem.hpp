@@ -1,0 +1,23 @@
+#pragma once
+
+#include <orv/utility/Url.hpp>
+
+namespace orv {
+
+/// True if two locations, however they are spelled, mean one item.
+///
+/// Threading: any.
+[[nodiscard]] bool are_same_item(const Url& one, const Url& other);
+
+/// True if two names in one folder are spellings of one entry, on a volume that takes "A" and "a",
+/// or the composed and the decomposed form of a letter, for one name.
+[[nodiscard]] bool is_other_spelling(const Url& one, const Url& other);
+
+/// True if both items lie on devices of their own, so that only a copy can move the one to the
+/// other. Two items on one device may still be on two mounts.
+[[nodiscard]] bool are_on_two_devices(const Url& one, const Url& other);
+
+/// True if `folder` is one of the folders above `item`, however both are spelled.
+[[nodiscard]] bool lies_inside(const Url& item, const Url& folder);
+
+} // namespace orv
