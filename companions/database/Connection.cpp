@@ -1,6 +1,7 @@
 #include "database/Connection.hpp"
 
 #include "database/DatabaseFault.hpp"
+#include "database/SharedMemory.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -52,7 +53,7 @@ void Database::Connection::open_file(bool create_if_absent)
     if (code != SQLITE_OK)
         fail(code);
     if (sqlite3_db_readonly(handle, "main") == 1)
-        fail(SQLITE_READONLY);
+        fail(SQLITE_READONLY, "the database is read-only");
 }
 
 void Database::Connection::configure()
@@ -62,8 +63,10 @@ void Database::Connection::configure()
     sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     control("PRAGMA cell_size_check = ON");
-    use_write_ahead_log();
-    control("PRAGMA synchronous = NORMAL");
+    if (can_share_memory_beside(file_url_))
+        use_write_ahead_log();
+    else
+        use_rollback_journal();
 }
 
 // Connections that change the mode of a new file at the same time would wait for each other for
@@ -75,6 +78,7 @@ void Database::Connection::use_write_ahead_log()
     for (int turn = 1;; ++turn) {
         try {
             control("PRAGMA journal_mode = WAL");
+            control("PRAGMA synchronous = NORMAL");
             return;
         } catch (const Error& error) {
             if (database_fault(error) != DatabaseFault::busy || turn == most_turns)
@@ -83,6 +87,32 @@ void Database::Connection::use_write_ahead_log()
         control("BEGIN IMMEDIATE");
         control("COMMIT");
     }
+}
+
+// A write-ahead log that was left elsewhere is read without shared memory by a connection that has
+// the file to itself.
+void Database::Connection::use_rollback_journal()
+{
+    const bool has_log = has_write_ahead_log();
+    if (has_log)
+        control("PRAGMA locking_mode = EXCLUSIVE");
+    control("PRAGMA journal_mode = DELETE");
+    control("PRAGMA synchronous = FULL");
+    if (!has_log)
+        return;
+    control("PRAGMA locking_mode = NORMAL");
+    control("SELECT 1 FROM sqlite_master"); // only then are the locks given back
+}
+
+bool Database::Connection::has_write_ahead_log() const
+{
+    constexpr int place_in_header = 19; // the format's version that reading takes: 2 with a log
+    sqlite3_file* file = nullptr;
+    unsigned char version = 0;
+    return sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file) ==
+               SQLITE_OK &&
+           file->pMethods &&
+           file->pMethods->xRead(file, &version, 1, place_in_header) == SQLITE_OK && version == 2;
 }
 
 void Database::Connection::execute(std::string_view sql, Arguments args)

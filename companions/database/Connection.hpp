@@ -33,6 +33,8 @@ private:
     void open_file(bool create_if_absent);
     void configure();
     void use_write_ahead_log();
+    void use_rollback_journal();
+    [[nodiscard]] bool has_write_ahead_log() const;
 
     /// Executes `sql` without the tests that keep callers within their transaction.
     void control(std::string_view sql);

@@ -1,0 +1,61 @@
+#include "database/SharedMemory.hpp"
+
+#include "utility/FileDescriptor.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/mman.h>
+#include <sys/statfs.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+constexpr std::size_t mapped_size = 32'768; // as SQLite maps it
+
+// Behind these stands a server. When it goes away, mapped memory ends the process with SIGBUS,
+// where a call would only fail; and other machines do not see the memory.
+constexpr std::array<long, 11> served{FUSE_SUPER_MAGIC, NFS_SUPER_MAGIC,  SMB_SUPER_MAGIC,
+                                      CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC, V9FS_MAGIC,
+                                      AFS_SUPER_MAGIC,  AFS_FS_MAGIC,     CEPH_SUPER_MAGIC,
+                                      CODA_SUPER_MAGIC, NCP_SUPER_MAGIC};
+
+bool is_served(int file)
+{
+    struct statfs volume {};
+    return ::fstatfs(file, &volume) == 0 &&
+           std::ranges::find(served, static_cast<long>(volume.f_type)) != served.end();
+}
+
+/// Writes to the mapped file as the kernel does it, which fails where the process would be ended.
+bool can_map(int file)
+{
+    if (::ftruncate(file, mapped_size) != 0)
+        return false;
+    void* memory = ::mmap(nullptr, mapped_size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (memory == MAP_FAILED)
+        return false;
+    const bool is_writable = ::madvise(memory, mapped_size, MADV_POPULATE_WRITE) == 0;
+    ::munmap(memory, mapped_size);
+    return is_writable;
+}
+
+} // namespace
+
+bool can_share_memory_beside(const Url& file)
+{
+    // One name for all processes: what a killed one leaves is taken, and removed, by the next.
+    const std::string path = file.path() + "-tried";
+    const FileDescriptor tried(
+        ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!tried)
+        return true; // whatever stands in the way, the database tells it better
+    ::unlink(path.c_str());
+    return !is_served(tried.get()) && can_map(tried.get());
+}
+
+} // namespace orv
