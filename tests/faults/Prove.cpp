@@ -1,8 +1,12 @@
-/// Injects faults into requests and into other commands that do the same, and prints what was lost.
+/// Injects faults into requests and into other commands that do the same, prints what was lost, and
+/// tries all kinds of volume.
+///
+///     orv_prove [VOLUME]    only the kinds of volume whose names contain VOLUME
 
 #include "faults/ChangedUnderneath.hpp"
 #include "faults/Mount.hpp"
 #include "faults/Peers.hpp"
+#include "faults/ProveVolumes.hpp"
 #include "faults/Sweep.hpp"
 
 #include <cerrno>
@@ -90,14 +94,17 @@ void show_peers()
 
 } // namespace
 
-int main()
+int main(int count, char** arguments)
 try {
+    if (count > 1)
+        return prove_volumes(arguments[1]) == 0 ? 0 : 1;
     std::printf("%-56s %8s %10s %6s\n", "orv", "faults", "survived", "lost");
     Tally all = prove_requests();
     all += prove_changes();
     print_row("all", all);
     show_peers();
-    return all.lost == 0 ? 0 : 1;
+    const int failed = prove_volumes("");
+    return all.lost == 0 && failed == 0 ? 0 : 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "prove: %s\n", error.what());
     return 2;

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "support/Scratch.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orv::test {
+
+/// A kind of volume that a person may plug in or mount.
+struct VolumeKind {
+    std::string name;
+    /// The shell command that mounts one at $MOUNT, with $SPARE for whatever it needs. $SEED is the
+    /// folder that it shows, for kinds that show one.
+    std::string mount;
+    std::vector<std::string> programs = {}; ///< that the command needs
+    bool is_read_only = false;              ///< what lies in $SEED is there from the start
+    std::string not_tried = {};             ///< a request that the volume itself can't bear
+    bool is_sound = true;                   ///< all requests that the test suite tries pass
+};
+
+/// How a failed test shows it.
+inline void PrintTo(const VolumeKind& kind, std::ostream* to)
+{
+    *to << kind.name;
+}
+
+[[nodiscard]] const std::vector<VolumeKind>& volume_kinds();
+[[nodiscard]] const VolumeKind& volume_kind(const std::string& name);
+
+/// Why none of that kind can be mounted here; none when it can.
+[[nodiscard]] std::optional<std::string> obstacle_to(const VolumeKind& kind);
+
+/// A volume of some kind, mounted while the object lives.
+class MountedKind {
+public:
+    MountedKind() = default;
+    ~MountedKind();
+    MountedKind(const MountedKind&) = delete;
+    MountedKind& operator=(const MountedKind&) = delete;
+
+    /// What a read-only volume is to hold is put here before it is mounted.
+    [[nodiscard]] Url seed() const { return scratch_ / "seed"; }
+    [[nodiscard]] Url url() const { return scratch_ / "mount"; }
+
+    /// Errors: `std::runtime_error`, with what the command wrote.
+    void mount(const VolumeKind& kind);
+
+private:
+    Scratch scratch_;
+};
+
+} // namespace orv::test

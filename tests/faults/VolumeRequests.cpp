@@ -1,0 +1,148 @@
+#include "faults/VolumeRequests.hpp"
+
+#include "faults/Site.hpp"
+#include "faults/VolumeItems.hpp"
+#include "support/Tree.hpp"
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+#include <sys/wait.h>
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool is_sentence(const std::string& errors)
+{
+    return !errors.empty() && errors.find('\n') == std::string::npos;
+}
+
+} // namespace
+
+/// Where one of the two commands works on a request: a folder on the volume, and one beside it.
+struct VolumeTrial::Place {
+    fs::path home;
+    fs::path volume;
+
+    void fill(const VolumeRequest& request, bool is_filled_already) const
+    {
+        make_items(home, request.home);
+        if (!is_filled_already)
+            make_items(volume, request.volume);
+        if (items_below(volume) != items_of(request.volume))
+            throw std::runtime_error("what the request needs can't be made there");
+    }
+
+    [[nodiscard]] bool is_done(const VolumeRequest& request, const Ran& ran) const
+    {
+        return items_below(home) == items_of(request.home_after) &&
+               items_below(volume) == items_of(request.volume_after) &&
+               ran.output.find(request.told) != std::string::npos;
+    }
+
+    [[nodiscard]] Items lost_of(const VolumeRequest& request) const
+    {
+        Items lost = without(items_of(request.home), items_below(home));
+        lost.merge(without(items_of(request.volume), items_below(volume)));
+        return lost;
+    }
+
+    /// What is neither from before nor part of what was asked for.
+    [[nodiscard]] Items left_by(const VolumeRequest& request) const
+    {
+        Items left = without(without(items_below(home), items_of(request.home)),
+                             items_of(request.home_after));
+        left.merge(without(without(items_below(volume), items_of(request.volume)),
+                           items_of(request.volume_after)));
+        return left;
+    }
+};
+
+VolumeTrial::VolumeTrial(const VolumeKind& kind)
+    : is_read_only_(kind.is_read_only), not_tried_(kind.not_tried)
+{
+    fs::create_directories(home_ / "log/home");
+    if (is_read_only_)
+        for (const VolumeRequest& request : volume_requests())
+            for (const char* who : {"orv", "peer"})
+                make_items(fs::path(volume_.seed()) / request.name / who, request.volume);
+    volume_.mount(kind);
+}
+
+VolumeTrial::Place VolumeTrial::place_of(const VolumeRequest& request, const char* who) const
+{
+    return {fs::path(home_.url()) / request.name / who,
+            fs::path(volume_.url()) / request.name / who};
+}
+
+VolumeTrial::Ran VolumeTrial::run_at(const Place& place, const std::string& command) const
+{
+    const std::string log = (home_ / "log").path();
+    const std::string text = "cd " + place.home.string() + " && export V=" + place.volume.string() +
+                             " ORV='" + orv_command() + " --home " + log +
+                             "/home' H=" + place.home.string() + " && timeout -s KILL 20 sh -c '" +
+                             command + "' >" + log + "/output 2>" + log + "/errors";
+    const int status = std::system(text.c_str());
+    std::string errors = read_file(Url(log + "/errors"));
+    if (errors.ends_with('\n'))
+        errors.pop_back();
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(Url(log + "/output")), errors};
+}
+
+VolumeOutcome VolumeTrial::run(const VolumeRequest& request) const
+{
+    if (request.name == not_tried_)
+        return {VolumeOutcome::Kind::not_possible, "not tried"};
+    const Place place = place_of(request, "orv");
+    const Place other = place_of(request, "peer");
+    try {
+        place.fill(request, is_read_only_);
+        other.fill(request, is_read_only_);
+    } catch (const std::exception& error) {
+        return {VolumeOutcome::Kind::not_possible, error.what()};
+    }
+    if (request.needs_one_spelling && !fs::exists(place.volume.parent_path() / "ORV"))
+        return {VolumeOutcome::Kind::not_possible, "names differ in case"};
+
+    const Ran peer = run_at(other, request.peer);
+    const Ran orv = run_at(place, request.orv);
+    const bool other_can = !is_read_only_ && other.is_done(request, peer);
+    if (orv.code == 0 && place.is_done(request, orv))
+        return request.keeps_all ? lacks_of(place, other) : VolumeOutcome{};
+    const std::string wrong = wrong_with(request, place, orv, other_can);
+    if (wrong.empty())
+        return {VolumeOutcome::Kind::refused, orv.errors};
+    return {VolumeOutcome::Kind::failed, wrong + ", told: " + orv.errors};
+}
+
+/// A request that did all has kept what the other command keeps, and left no note.
+VolumeOutcome VolumeTrial::lacks_of(const Place& place, const Place& other) const
+{
+    Items lacks = not_kept(place.home, other.home);
+    lacks.merge(not_kept(place.volume, other.volume));
+    lacks.merge(items_below(fs::path(home_ / "log/home/.cache/orv/tmp/__orv_proc_files__")));
+    if (lacks.empty())
+        return {};
+    return {VolumeOutcome::Kind::failed, "not kept, or left:" + joined(lacks)};
+}
+
+/// What is wrong with a request that did not do all, or an empty text.
+std::string VolumeTrial::wrong_with(const VolumeRequest& request, const Place& place,
+                                    const Ran& ran, bool other_can)
+{
+    if (ran.code == 0)
+        return "success, but home has" + joined(items_below(place.home)) + ", volume has" +
+               joined(items_below(place.volume)) + ", written: " + ran.output;
+    if (ran.code != 1 || !is_sentence(ran.errors))
+        return "ended with code " + std::to_string(ran.code);
+    if (const Items lost = place.lost_of(request); !lost.empty())
+        return "lost" + joined(lost);
+    if (const Items left = place.left_by(request); !left.empty())
+        return "left" + joined(left);
+    return other_can ? "the other command can" : "";
+}
+
+} // namespace orv::test
