@@ -5,7 +5,8 @@
 namespace orv::decoder {
 
 /// The frame that is shown at `time`, or from then on first; where the film ends before it, the
-/// last one; where decoding up to it takes longer than a second, the last one before it.
+/// last one; where decoding up to it takes more than three seconds of processor time, the last one
+/// before it.
 ///
 /// Errors: an `Error` when no frame can be decoded.
 [[nodiscard]] Frame frame_at(FilmInput& input, const AVStream& stream, std::int64_t time);

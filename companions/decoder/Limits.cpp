@@ -1,21 +1,17 @@
 #include "decoder/Limits.hpp"
 
 #include "decoder/SystemCallFilter.hpp"
+#include "picture/DecoderProtocol.hpp"
 
-#include <cstdlib>
-#include <thread>
-
+#include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 namespace orv::decoder {
 namespace {
-
-// Beyond what the application waits for, so that it is the one to tell what happened.
-constexpr time_t longest_seconds = 3;
 
 void limit(int resource, rlim_t most)
 {
@@ -32,31 +28,24 @@ void reset_signals()
     // What would write to a file finds that it cannot, and goes on.
     ::signal(SIGXFSZ, SIG_IGN);
     ::signal(SIGPIPE, SIG_IGN);
-    ::signal(SIGALRM, SIG_DFL);
     ::signal(SIGXCPU, SIG_DFL);
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-void set_timer(time_t seconds)
+/// The kernel kills this process when the application's end of the pipe is closed. Nothing that a
+/// file makes of this program can be so busy, or so idle, that it would outlive the application.
+void end_with_application()
 {
-    itimerval timer{};
-    timer.it_value.tv_sec = seconds;
-    ::setitimer(ITIMER_REAL, &timer, nullptr);
-}
-
-void allow_processor_time()
-{
-    rusage usage{};
-    ::getrusage(RUSAGE_SELF, &usage);
-    const rlim_t used = static_cast<rlim_t>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec);
-    const rlim_t cores = std::thread::hardware_concurrency();
-    rlimit limits{};
-    ::getrlimit(RLIMIT_CPU, &limits);
-    limits.rlim_cur = used + 2 + cores * rlim_t{longest_seconds};
-    if (limits.rlim_cur <= limits.rlim_max)
-        ::setrlimit(RLIMIT_CPU, &limits);
+    constexpr int pipe = picture::decoder_lifeline;
+    ::fcntl(pipe, F_SETOWN, ::getpid());
+    ::fcntl(pipe, F_SETSIG, SIGKILL);
+    ::fcntl(pipe, F_SETFL, O_RDONLY | O_ASYNC);
+    // Nobody is told of what happened before.
+    pollfd end{pipe, POLLIN, 0};
+    if (::poll(&end, 1, 0) != 0)
+        ::_exit(0);
 }
 
 } // namespace
@@ -65,6 +54,7 @@ void confine_process()
 {
     constexpr rlim_t gibibyte = rlim_t{1} << 30;
     reset_signals();
+    end_with_application();
     limit(RLIMIT_AS, 3 * gibibyte);
     limit(RLIMIT_FSIZE, 0);
     limit(RLIMIT_NOFILE, 64);
@@ -75,15 +65,18 @@ void confine_process()
     static_cast<void>(::chdir("/") == 0);
 }
 
-FileTime::FileTime()
+void allow_time_for_a_file()
 {
-    allow_processor_time();
-    set_timer(longest_seconds);
-}
-
-FileTime::~FileTime()
-{
-    set_timer(0);
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    const auto used = static_cast<rlim_t>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec);
+    // A little beyond what the application allows, so that it is the one to tell what happened.
+    constexpr rlim_t spare = 3;
+    rlimit limits{};
+    ::getrlimit(RLIMIT_CPU, &limits);
+    limits.rlim_cur = used + rlim_t{picture::longest_processor_seconds} + spare;
+    if (limits.rlim_cur <= limits.rlim_max)
+        ::setrlimit(RLIMIT_CPU, &limits);
 }
 
 } // namespace orv::decoder

@@ -6,14 +6,8 @@ namespace orv::decoder {
 /// writing to files, running other programs, the network.
 void confine_process();
 
-/// From here on one file is read: the process is ended when that takes too long, whatever became of
-/// the application.
-class FileTime {
-public:
-    FileTime();
-    ~FileTime();
-    FileTime(const FileTime&) = delete;
-    FileTime& operator=(const FileTime&) = delete;
-};
+/// From here on one file is read: the kernel ends the process when that takes too much processor
+/// time, also while the application is stopped.
+void allow_time_for_a_file();
 
 } // namespace orv::decoder

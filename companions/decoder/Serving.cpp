@@ -118,7 +118,7 @@ void serve()
         const auto received = next_request();
         if (!received)
             return;
-        const FileTime time;
+        allow_time_for_a_file();
         is_heard = answer(*received);
     }
 }

@@ -19,16 +19,22 @@ namespace {
 /// The helpers for a medium. They live as long as the process: requests may run while it ends.
 picture::DecoderPool& pool_for(Medium medium)
 {
-    const auto new_pool = [](const char* program) {
+    const auto new_pool = [](const char* program, Medium its_medium) {
         const std::size_t cores = std::max(std::thread::hardware_concurrency(), 1U);
-        return new picture::DecoderPool(helper_dir().appending(program), cores);
+        return new picture::DecoderPool(helper_dir().appending(program), its_medium, cores);
     };
-    if (medium == Medium::film_frame) {
-        static auto* films = new_pool("orv-film-decoder");
-        return *films;
+    static auto* pictures = new_pool("orv-picture-decoder", Medium::image);
+    static auto* pages = new_pool("orv-picture-decoder", Medium::pdf_page);
+    static auto* films = new_pool("orv-film-decoder", Medium::film_frame);
+    switch (medium) {
+    case Medium::image:
+        return *pictures;
+    case Medium::pdf_page:
+        return *pages;
+    case Medium::film_frame:
+        break;
     }
-    static auto* pictures = new_pool("orv-picture-decoder");
-    return *pictures;
+    return *films;
 }
 
 void check_is_regular(int result, const struct stat& facts, const Url& file)
@@ -56,11 +62,12 @@ FileDescriptor open_regular(const Url& file)
 
 } // namespace
 
-DecodedPicture decode_picture(const Url& file, Medium medium, SizeWanted wanted)
+DecodedPicture decode_picture(const Url& file, Medium medium, SizeWanted wanted,
+                              const std::stop_token& stop)
 {
     try {
         const FileDescriptor opened = open_regular(file);
-        return pool_for(medium).decode(opened.get(), medium, wanted);
+        return pool_for(medium).decode(opened.get(), wanted, stop);
     } catch (const Error& error) {
         throw error.at(file);
     }

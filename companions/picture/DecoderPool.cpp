@@ -8,10 +8,12 @@ namespace orv::picture {
 
 class DecoderPool::Turn {
 public:
-    explicit Turn(DecoderPool& pool) : pool_(pool)
+    Turn(DecoderPool& pool, const std::stop_token& stop) : pool_(pool)
     {
         std::unique_lock lock(pool_.mutex_);
-        pool_.turn_ended_.wait(lock, [&] { return pool_.turns_ < pool_.max_processes_; });
+        const auto is_free = [&] { return pool_.turns_ < pool_.max_processes_; };
+        if (!pool_.turn_ended_.wait(lock, stop, is_free) || stop.stop_requested())
+            throw Exception();
         ++pool_.turns_;
     }
     ~Turn()
@@ -27,19 +29,20 @@ private:
     DecoderPool& pool_;
 };
 
-DecoderPool::DecoderPool(Url program, std::size_t max_processes)
-    : program_(std::move(program)), max_processes_(max_processes)
+DecoderPool::DecoderPool(Url program, Medium medium, std::size_t max_processes,
+                         DecodingLimits limits)
+    : program_(std::move(program)), medium_(medium), max_processes_(max_processes), limits_(limits)
 {
 }
 
 DecoderPool::~DecoderPool() = default;
 
-DecodedPicture DecoderPool::decode(int file, Medium medium, SizeWanted wanted)
+DecodedPicture DecoderPool::decode(int file, SizeWanted wanted, const std::stop_token& stop)
 {
-    const Turn turn(*this);
+    const Turn turn(*this, stop);
     auto process = living_process();
     // What this throws ends the process: it is not kept.
-    auto answer = process->decode(file, medium, wanted);
+    auto answer = process->decode(file, wanted, limits_, stop);
     {
         const std::lock_guard lock(mutex_);
         idle_.push_back(std::move(process));
@@ -63,7 +66,7 @@ std::unique_ptr<DecoderProcess> DecoderPool::living_process()
         if (process->is_alive())
             return process;
     }
-    return std::make_unique<DecoderProcess>(program_);
+    return std::make_unique<DecoderProcess>(program_, medium_);
 }
 
 } // namespace orv::picture

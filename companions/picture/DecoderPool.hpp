@@ -1,32 +1,35 @@
 #pragma once
 
 #include "picture/Decoder.hpp"
+#include "picture/HelperWatch.hpp"
 
 #include <condition_variable>
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <vector>
 
 namespace orv::picture {
 
 class DecoderProcess;
 
-/// The helpers that run one program: started when they are needed, kept for the next file, and
-/// replaced when they died or had to be killed.
+/// The helpers that run one program for one medium: started when they are needed, kept for the next
+/// file, and replaced when they died or had to be killed.
 ///
 /// Threading: any.
 class DecoderPool {
 public:
-    DecoderPool(Url program, std::size_t max_processes);
+    DecoderPool(Url program, Medium medium, std::size_t max_processes, DecodingLimits limits = {});
     ~DecoderPool();
     DecoderPool(const DecoderPool&) = delete;
     DecoderPool& operator=(const DecoderPool&) = delete;
 
     /// Has a helper make a picture from the open file; waits for one that is free.
     ///
+    /// Cancel: `stop` ends the waiting at once, with an `Exception`.
     /// Errors: an `Error` that says why there is no picture.
-    DecodedPicture decode(int file, Medium medium, SizeWanted wanted);
+    DecodedPicture decode(int file, SizeWanted wanted, const std::stop_token& stop = {});
 
 private:
     /// The right to use one helper.
@@ -35,9 +38,11 @@ private:
     std::unique_ptr<DecoderProcess> living_process();
 
     const Url program_;
+    const Medium medium_;
     const std::size_t max_processes_;
+    const DecodingLimits limits_;
     std::mutex mutex_;
-    std::condition_variable turn_ended_;
+    std::condition_variable_any turn_ended_;
     std::size_t turns_ = 0;
     std::vector<std::unique_ptr<DecoderProcess>> idle_;
 };

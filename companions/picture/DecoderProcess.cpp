@@ -3,22 +3,20 @@
 #include "picture/DecoderProtocol.hpp"
 #include "picture/DecoderSocket.hpp"
 #include "picture/Scaling.hpp"
-#include "picture/StartedProgram.hpp"
 
 #include <orv/utility/Error.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <vector>
 
-#include <poll.h>
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace orv::picture {
 namespace {
-
-/// From the request to the whole answer, the start of the helper included.
-constexpr std::chrono::milliseconds longest_decoding{1800};
 
 /// What a helper says is no more to be trusted than the file that it read.
 std::string printable(std::string text)
@@ -47,34 +45,8 @@ DecodedPicture read_picture(DecoderSocket& socket, PictureSize full, SizeWanted 
     return {Picture(width, height, std::move(rgba)), full};
 }
 
-} // namespace
-
-DecoderProcess::DecoderProcess(const Url& program)
+DecodeRequest request_for(Medium medium, SizeWanted wanted)
 {
-    try {
-        auto [own, its] = socket_pair();
-        process_ = start_program(program, its.get(), decoder_socket);
-        socket_ = std::move(own);
-    } catch (const Error& error) {
-        throw Error("The helper that decodes pictures cannot be started.").because_of(error);
-    }
-}
-
-DecoderProcess::~DecoderProcess()
-{
-    end_program(process_);
-}
-
-bool DecoderProcess::is_alive() const
-{
-    pollfd end{process_.get(), POLLIN, 0};
-    return ::poll(&end, 1, 0) == 0;
-}
-
-std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, Medium medium,
-                                                             SizeWanted wanted)
-{
-    DecoderSocket socket(socket_.get(), std::chrono::steady_clock::now() + longest_decoding);
     DecodeRequest request;
     request.medium = medium;
     request.has_width = wanted.width ? 1 : 0;
@@ -82,8 +54,11 @@ std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, Medium me
     request.width = wanted.width.value_or(0);
     request.height = wanted.height.value_or(0);
     request.delivery = wanted.delivery;
-    socket.send(&request, sizeof request, file);
+    return request;
+}
 
+std::variant<DecodedPicture, Refusal> read_answer(DecoderSocket& socket, SizeWanted wanted)
+{
     DecodeAnswer answer;
     socket.read(&answer, sizeof answer);
     if (answer.version != decoder_version)
@@ -91,6 +66,55 @@ std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, Medium me
     if (answer.text_size > 0)
         return read_refusal(socket, answer.text_size);
     return read_picture(socket, answer.full_size, wanted);
+}
+
+/// A pipe: its reading end, and its writing end.
+std::pair<FileDescriptor, FileDescriptor> new_pipe()
+{
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        throw platform_error(errno, {});
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+} // namespace
+
+DecoderProcess::DecoderProcess(const Url& program, Medium medium) : medium_(medium)
+{
+    try {
+        auto [own, its] = socket_pair();
+        auto [its_lifeline, lifeline] = new_pipe();
+        static_assert(decoder_socket == 3 && decoder_lifeline == 4);
+        const std::array<int, 2> given{its.get(), its_lifeline.get()};
+        program_.emplace(program, std::to_string(static_cast<int>(medium)), given);
+        socket_ = std::move(own);
+        lifeline_ = std::move(lifeline);
+    } catch (const Error& error) {
+        throw Error("The helper that decodes pictures cannot be started.").because_of(error);
+    }
+}
+
+std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, SizeWanted wanted,
+                                                             DecodingLimits limits,
+                                                             const std::stop_token& stop)
+{
+    const auto answer = [&]() -> std::variant<DecodedPicture, Refusal> {
+        // What waits for the socket takes its end for that of the helper.
+        const std::stop_callback end_waiting(stop, [&] { ::shutdown(socket_.get(), SHUT_RDWR); });
+        try {
+            DecoderSocket socket(socket_.get(), HelperWatch(program_->id(), limits));
+            const DecodeRequest request = request_for(medium_, wanted);
+            socket.send(&request, sizeof request, file);
+            return read_answer(socket, wanted);
+        } catch (const Error&) {
+            if (!stop.stop_requested())
+                throw;
+            return Refusal();
+        }
+    }();
+    if (stop.stop_requested())
+        throw Exception();
+    return answer;
 }
 
 } // namespace orv::picture

@@ -1,8 +1,12 @@
 #pragma once
 
 #include "picture/Decoder.hpp"
+#include "picture/HelperWatch.hpp"
+#include "picture/StartedProgram.hpp"
 #include "utility/FileDescriptor.hpp"
 
+#include <optional>
+#include <stop_token>
 #include <string>
 #include <variant>
 
@@ -18,25 +22,31 @@ struct Refusal {
 /// Threading: one thread at a time.
 class DecoderProcess {
 public:
-    /// Starts the program.
+    /// Starts the program for files of that medium.
     ///
     /// Errors: an `Error` when it cannot be started.
-    explicit DecoderProcess(const Url& program);
-    ~DecoderProcess();
+    DecoderProcess(const Url& program, Medium medium);
+    ~DecoderProcess() = default;
     DecoderProcess(const DecoderProcess&) = delete;
     DecoderProcess& operator=(const DecoderProcess&) = delete;
 
-    [[nodiscard]] bool is_alive() const;
+    [[nodiscard]] bool is_alive() const { return program_->is_alive(); }
 
     /// Has it make a picture from the open file.
     ///
-    /// Errors: an `Error` when it has died, takes too long or does not answer as agreed; it is of
-    /// no use then.
-    std::variant<DecodedPicture, Refusal> decode(int file, Medium medium, SizeWanted wanted);
+    /// Cancel: `stop` ends the waiting at once, with an `Exception`.
+    /// Errors: an `Error` when it has died, takes too long or does not answer as agreed. It is of
+    /// no use after that, or after a cancel.
+    std::variant<DecodedPicture, Refusal> decode(int file, SizeWanted wanted, DecodingLimits limits,
+                                                 const std::stop_token& stop);
 
 private:
+    Medium medium_;
     FileDescriptor socket_;
-    FileDescriptor process_;
+    /// The kernel kills the program when this end of a pipe to it closes, however this process
+    /// ends.
+    FileDescriptor lifeline_;
+    std::optional<StartedProgram> program_;
 };
 
 } // namespace orv::picture

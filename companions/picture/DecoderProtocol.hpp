@@ -7,14 +7,22 @@
 namespace orv::picture {
 
 // What the application and a helper say to each other on a stream socket, which the helper has as
-// its descriptor `decoder_socket`. The application sends a request, and with it a descriptor of the
+// its descriptor `decoder_socket`. The program's argument is the number of the medium of all files
+// that it will get. The application sends a request, and with it a descriptor of the
 // file; the helper answers, and ends when the socket does. Each request is answered before the
 // next.
 
 constexpr int decoder_socket = 3;
 
+/// A pipe that is never written to. The application's end closes when the application ends, and the
+/// helper has the kernel kill it then.
+constexpr int decoder_lifeline = 4;
+
+/// How much of it a helper may use for one file, all its threads together.
+constexpr int longest_processor_seconds = 10;
+
 /// Changes with these structures: a helper of another version gives no answer.
-constexpr std::uint32_t decoder_version = 0x4F525632;
+constexpr std::uint32_t decoder_version = 0x4F525633;
 
 struct DecodeRequest {
     std::uint32_t version = decoder_version;

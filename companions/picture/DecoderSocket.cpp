@@ -64,18 +64,15 @@ void DecoderSocket::read(void* bytes, std::size_t size)
 
 void DecoderSocket::wait_for_bytes()
 {
-    using std::chrono::milliseconds;
-    using std::chrono::steady_clock;
+    constexpr int between_looks_ms = 100;
     pollfd socket{socket_, POLLIN, 0};
     for (;;) {
-        const auto left = std::chrono::ceil<milliseconds>(deadline_ - steady_clock::now());
-        if (left <= milliseconds(0))
-            throw Error("The file takes too long to decode.");
-        const int found = ::poll(&socket, 1, static_cast<int>(left.count()));
+        const int found = ::poll(&socket, 1, between_looks_ms);
         if (found > 0)
             return;
         if (found < 0 && errno != EINTR)
             throw platform_error(errno, {});
+        watch_.look();
     }
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "picture/HelperWatch.hpp"
 #include "utility/FileDescriptor.hpp"
 
-#include <chrono>
 #include <cstddef>
 #include <utility>
 
@@ -11,15 +11,12 @@ namespace orv::picture {
 /// Both ends of a new stream; neither outlives a program that this process becomes.
 [[nodiscard]] std::pair<FileDescriptor, FileDescriptor> socket_pair();
 
-/// The application's end of the socket to a helper, up to a deadline.
+/// The application's end of the socket to a helper, which is watched while it is waited for.
 ///
-/// Errors: every function throws an `Error` when the helper has died or the deadline has passed.
+/// Errors: every function throws an `Error` when the helper has died or takes too long.
 class DecoderSocket {
 public:
-    DecoderSocket(int socket, std::chrono::steady_clock::time_point deadline)
-        : socket_(socket), deadline_(deadline)
-    {
-    }
+    DecoderSocket(int socket, HelperWatch watch) : socket_(socket), watch_(watch) {}
 
     /// Sends bytes, few enough to be sent at once, and with them a descriptor.
     void send(const void* bytes, std::size_t size, int descriptor);
@@ -31,7 +28,7 @@ private:
     void wait_for_bytes();
 
     int socket_;
-    std::chrono::steady_clock::time_point deadline_;
+    HelperWatch watch_;
 };
 
 } // namespace orv::picture

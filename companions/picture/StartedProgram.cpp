@@ -7,122 +7,137 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <linux/close_range.h>
 #include <poll.h>
-#include <sched.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// `clone` by the name under which no tool takes it for a fork, which shares no memory.
-// NOLINTNEXTLINE(readability-identifier-naming): the C library named it
-extern "C" int __clone(int (*run)(void*), void* stack, int flags, void* argument, ...);
-
 namespace orv::picture {
 namespace {
 
-/// What the new process finds in the memory that it shares until it runs its program.
-struct Start {
-    const char* program;
-    int socket;
-    int socket_in_program;
-    int error;
-};
+constexpr int first_descriptor = 3;
 
-// What follows runs in the memory of this process but is none of its threads: tools that watch
-// those by the functions they call must not see it, hence the bare system calls.
-
-/// Makes `place` the same as `descriptor`, to be kept by the program.
-bool put(int descriptor, int place)
+void check(int error)
 {
-    // One that has its place already would keep its mark to be closed.
-    if (descriptor == place)
-        return ::syscall(SYS_fcntl, place, F_SETFD, 0) == 0;
-    return ::syscall(SYS_dup3, descriptor, place, 0) == place;
+    if (error != 0)
+        throw platform_error(error, {});
 }
 
-bool become(const Start& start)
-{
-    // First the socket: it may have the place of a standard descriptor that was closed.
-    const int place = start.socket_in_program;
-    if (!put(start.socket, place))
-        return false;
-    const auto nothing =
-        static_cast<int>(::syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR | O_CLOEXEC));
-    if (nothing < 0)
-        return false;
-    for (const int standard : {0, 1, 2})
-        if (!put(nothing, standard))
-            return false;
-    if (::syscall(SYS_close_range, static_cast<unsigned>(place + 1), ~0U, CLOSE_RANGE_CLOEXEC) != 0)
-        return false;
-    // What the keys of a terminal send to the application's group is for the application to handle.
-    ::syscall(SYS_setpgid, 0, 0);
-    std::array<char*, 2> arguments{const_cast<char*>(start.program), nullptr};
-    ::execve(start.program, arguments.data(), environ);
-    return false;
-}
-
-int run(void* argument)
-{
-    auto& start = *static_cast<Start*>(argument);
-    become(start);
-    start.error = errno;
-    ::syscall(SYS_exit_group, 127);
-    return 127;
-}
-
-/// No handler of a signal may run in a process that shares this one's memory.
-class SignalsHeld {
+/// What is done to the descriptors of a new process before it runs its program.
+class DescriptorActions {
 public:
-    SignalsHeld()
+    explicit DescriptorActions(std::span<const int> descriptors)
     {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+        check(::posix_spawn_file_actions_init(&actions_));
+        int place = first_descriptor;
+        for (const int descriptor : descriptors)
+            check(::posix_spawn_file_actions_adddup2(&actions_, descriptor, place++));
+        check(::posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDWR, 0));
+        for (const int standard : {1, 2})
+            check(::posix_spawn_file_actions_adddup2(&actions_, 0, standard));
+        check(::posix_spawn_file_actions_addclosefrom_np(&actions_, place));
     }
-    ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsHeld(const SignalsHeld&) = delete;
-    SignalsHeld& operator=(const SignalsHeld&) = delete;
+    ~DescriptorActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+    DescriptorActions(const DescriptorActions&) = delete;
+    DescriptorActions& operator=(const DescriptorActions&) = delete;
+
+    [[nodiscard]] const posix_spawn_file_actions_t* get() const { return &actions_; }
 
 private:
-    sigset_t before_{};
+    posix_spawn_file_actions_t actions_{};
 };
+
+/// A session of its own has no terminal: neither do keys reach the program, nor can it type.
+class NewSession {
+public:
+    NewSession()
+    {
+        check(::posix_spawnattr_init(&attributes_));
+        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSID);
+    }
+    ~NewSession() { ::posix_spawnattr_destroy(&attributes_); }
+    NewSession(const NewSession&) = delete;
+    NewSession& operator=(const NewSession&) = delete;
+
+    [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_{};
+};
+
+/// Copies of the descriptors that no place of the new process's descriptors overlaps.
+std::vector<FileDescriptor> moved_up(std::span<const int> descriptors)
+{
+    std::vector<FileDescriptor> moved;
+    const int lowest = first_descriptor + static_cast<int>(descriptors.size());
+    for (const int descriptor : descriptors) {
+        moved.emplace_back(::fcntl(descriptor, F_DUPFD_CLOEXEC, lowest));
+        if (!moved.back())
+            throw platform_error(errno, {});
+    }
+    return moved;
+}
+
+pid_t spawned(const Url& program, const std::string& argument, std::span<const int> descriptors)
+{
+    const std::vector<FileDescriptor> moved = moved_up(descriptors);
+    std::vector<int> numbers;
+    for (const FileDescriptor& descriptor : moved)
+        numbers.push_back(descriptor.get());
+    const DescriptorActions actions(numbers);
+    const NewSession session;
+    // Neither text is changed by the call.
+    const std::array<char*, 3> arguments{const_cast<char*>(program.path().c_str()),
+                                         const_cast<char*>(argument.c_str()), nullptr};
+    pid_t id = -1;
+    const int error = ::posix_spawn(&id, program.path().c_str(), actions.get(), session.get(),
+                                    arguments.data(), environ);
+    if (error != 0)
+        throw platform_error(error, program);
+    return id;
+}
+
+int wait_for(const FileDescriptor& process, int how)
+{
+    siginfo_t info{};
+    int result = 0;
+    do
+        result = ::waitid(P_PIDFD, static_cast<id_t>(process.get()), &info, how | __WALL);
+    while (result != 0 && errno == EINTR);
+    return result;
+}
 
 } // namespace
 
-FileDescriptor start_program(const Url& program, int socket, int socket_in_program)
+StartedProgram::StartedProgram(const Url& program, const std::string& argument,
+                               std::span<const int> descriptors)
+    : id_(spawned(program, argument, descriptors)),
+      process_(static_cast<int>(::syscall(SYS_pidfd_open, id_, 0)))
 {
-    Start start{program.path().c_str(), socket, socket_in_program, 0};
-    std::vector<char> stack(std::size_t{64} * 1024);
-    constexpr int flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD;
-    int process = -1;
-    int id = -1;
-    {
-        const SignalsHeld held;
-        // Returns when the program runs or could not be run.
-        id = __clone(&run, stack.data() + stack.size(), flags, &start, &process);
-        if (id < 0)
-            start.error = errno;
+    if (!process_) {
+        const Error error = platform_error(errno, program);
+        ::kill(id_, SIGKILL);
+        ::waitpid(id_, nullptr, 0);
+        throw error;
     }
-    FileDescriptor descriptor(id < 0 ? -1 : process);
-    if (start.error != 0) {
-        end_program(descriptor);
-        throw platform_error(start.error, program);
-    }
-    return descriptor;
+    // The application may have waited for any child, or for none, and the number be of another
+    // process by now.
+    if (wait_for(process_, WEXITED | WNOHANG | WNOWAIT) != 0)
+        throw platform_error(errno, program);
 }
 
-void end_program(const FileDescriptor& process) noexcept
+StartedProgram::~StartedProgram()
 {
-    if (!process)
-        return;
-    ::syscall(SYS_pidfd_send_signal, process.get(), SIGKILL, nullptr, 0);
-    siginfo_t info{};
-    const auto id = static_cast<id_t>(process.get());
-    while (::waitid(P_PIDFD, id, &info, WEXITED | __WALL) != 0 && errno == EINTR) {
-    }
+    ::syscall(SYS_pidfd_send_signal, process_.get(), SIGKILL, nullptr, 0);
+    wait_for(process_, WEXITED);
+}
+
+bool StartedProgram::is_alive() const
+{
+    pollfd end{process_.get(), POLLIN, 0};
+    return ::poll(&end, 1, 0) == 0;
 }
 
 } // namespace orv::picture

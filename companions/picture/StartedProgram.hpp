@@ -4,17 +4,37 @@
 
 #include <orv/utility/Url.hpp>
 
+#include <span>
+#include <string>
+
+#include <sys/types.h>
+
 namespace orv::picture {
 
-/// Starts a program, in a process group of its own, that has nothing of this process but its
-/// environment and `socket`, as the descriptor `socket_in_program`, which is above the standard
-/// ones. Gives its process descriptor, which stands for it even when the application waits for any
-/// child, or for none.
+/// A program at work in a process of its own, which is killed and waited for at the end.
 ///
-/// Errors: an `Error` when it cannot be started.
-[[nodiscard]] FileDescriptor start_program(const Url& program, int socket, int socket_in_program);
+/// Threading: one thread at a time.
+class StartedProgram {
+public:
+    /// Starts the program with one argument, in a session of its own. It has nothing of this
+    /// process but its environment and `descriptors`, which are its descriptors 3, 4 and so on.
+    ///
+    /// Errors: an `Error` when it cannot be started.
+    StartedProgram(const Url& program, const std::string& argument,
+                   std::span<const int> descriptors);
+    ~StartedProgram();
+    StartedProgram(const StartedProgram&) = delete;
+    StartedProgram& operator=(const StartedProgram&) = delete;
 
-/// Kills the program and waits for its end.
-void end_program(const FileDescriptor& process) noexcept;
+    [[nodiscard]] bool is_alive() const;
+
+    /// Its process number, to look at the process by. Another process may have it once this one has
+    /// died and the application has waited for any child.
+    [[nodiscard]] pid_t id() const { return id_; }
+
+private:
+    pid_t id_ = -1;
+    FileDescriptor process_; ///< stands for it even when the application waits for any child
+};
 
 } // namespace orv::picture

@@ -5,6 +5,8 @@
 
 #include <orv/ThumbGenerator/OrvThumbnail.hpp>
 
+#include <stop_token>
+
 namespace orv {
 
 std::shared_ptr<ThumbGenerateOpr> generate_thumb(Url url, std::optional<std::uint32_t> resize_width,
@@ -14,11 +16,16 @@ std::shared_ptr<ThumbGenerateOpr> generate_thumb(Url url, std::optional<std::uin
     return start_request<ThumbGenerateOpr>(
         std::move(status_closure),
         [url = std::move(url), resize_width,
-         resize_height](Request<ThumbGenerateOpr>&) -> ThumbGenerateOpr::Status {
+         resize_height](Request<ThumbGenerateOpr>& request) -> ThumbGenerateOpr::Status {
             pause_in_test_mode(std::chrono::seconds(1));
-            auto [thumb, is_placeholder] =
-                OrvThumbnail::singleton().getThumbnail(url, resize_width, resize_height);
-            return ThumbGenerateOpr::success{std::move(thumb), is_placeholder};
+            std::stop_source stop;
+            OrvThumbnail::Thumbnail made;
+            request.do_part([stop]() mutable { stop.request_stop(); },
+                            [&] {
+                                made = OrvThumbnail::singleton().getThumbnail(
+                                    url, resize_width, resize_height, stop.get_token());
+                            });
+            return ThumbGenerateOpr::success{std::move(made.thumb), made.is_placeholder};
         });
 }
 

@@ -29,9 +29,10 @@ std::optional<Medium> medium_of(const OrvThumbnailGenerator& generator)
     return std::nullopt;
 }
 
-Preview decoded_preview(const Url& url, Medium medium, SizeWanted wanted)
+Preview decoded_preview(const Url& url, Medium medium, SizeWanted wanted,
+                        const std::stop_token& stop)
 try {
-    DecodedPicture decoded = decode_picture(url, medium, wanted);
+    DecodedPicture decoded = decode_picture(url, medium, wanted, stop);
     return {std::move(decoded.picture), decoded.full_size.width, decoded.full_size.height};
 } catch (const Error& error) {
     if (medium == Medium::film_frame)

@@ -35,12 +35,13 @@ Preview placeholder_preview()
 
 /// A shared picture of the file, else one that is made, and shared from now on.
 Preview shared_preview_of(const Url& url, const FileVersion& version, Medium medium,
-                          SizeWanted wanted, const SharedThumbnails& shared)
+                          SizeWanted wanted, const SharedThumbnails& shared,
+                          const std::stop_token& stop)
 {
     wanted.delivery = medium == Medium::pdf_page ? Delivery::shared_of_any_size : Delivery::shared;
     if (auto found = shared.find(url, version, wanted))
         return *std::move(found);
-    Preview made = decoded_preview(url, medium, wanted);
+    Preview made = decoded_preview(url, medium, wanted, stop);
     if (!made.picture.is_same(intr_thumb_placeholder()))
         shared.store(url, version, made, wanted);
     return made;
@@ -78,7 +79,8 @@ struct OrvThumbnail::Content {
 
     /// What the generator makes of the file, or another program made of it. An application's own
     /// generator may throw anything.
-    [[nodiscard]] Preview preview_for(const ThumbnailKey& key, bool has_version) const;
+    [[nodiscard]] Preview preview_for(const ThumbnailKey& key, bool has_version,
+                                      const std::stop_token& stop) const;
 
     [[nodiscard]] std::shared_ptr<const SharedThumbnails> shared_now() const;
 };
@@ -97,18 +99,26 @@ std::shared_ptr<const SharedThumbnails> OrvThumbnail::Content::shared_now() cons
     return shared;
 }
 
-Preview OrvThumbnail::Content::preview_for(const ThumbnailKey& key, bool has_version) const
+Preview OrvThumbnail::Content::preview_for(const ThumbnailKey& key, bool has_version,
+                                           const std::stop_token& stop) const
 {
-    try {
-        const auto folder = shared_now();
+    const auto made = [&] {
         const std::optional<Medium> medium = medium_of(*key.generator);
-        const bool is_shared = folder && has_version && medium && folder->may_serve(key.url);
-        Preview preview =
-            is_shared ? shared_preview_of(key.url, key.version, *medium, key.wanted, *folder)
-                      : key.generator->preview(key.url, key.wanted.width, key.wanted.height);
+        if (!medium)
+            return key.generator->preview(key.url, key.wanted.width, key.wanted.height);
+        const auto folder = shared_now();
+        const bool is_shared = folder && has_version && folder->may_serve(key.url);
+        return is_shared
+                   ? shared_preview_of(key.url, key.version, *medium, key.wanted, *folder, stop)
+                   : decoded_preview(key.url, *medium, key.wanted, stop);
+    };
+    try {
+        Preview preview = made();
         if (!preview.picture.is_empty())
             return preview;
     } catch (...) {
+        if (stop.stop_requested())
+            throw Exception();
     }
     return placeholder_preview();
 }
@@ -170,7 +180,8 @@ void OrvThumbnail::use_shared_folder(bool use)
 
 OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
                                                    std::optional<std::uint32_t> resize_width,
-                                                   std::optional<std::uint32_t> resize_height)
+                                                   std::optional<std::uint32_t> resize_height,
+                                                   const std::stop_token& stop)
 {
     auto [generator, quality] = content_->maker_for(url);
     if (!generator)
@@ -182,7 +193,7 @@ OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
     if (auto kept = content_->cache.find(key))
         return {std::move(*kept), false};
 
-    const Preview preview = content_->preview_for(key, version.has_value());
+    const Preview preview = content_->preview_for(key, version.has_value(), stop);
     const bool is_placeholder = preview.picture.is_same(intr_thumb_placeholder());
     Picture thumb = scaled(preview, wanted);
     if (quality < 1)

@@ -12,6 +12,9 @@ namespace orv {
 [[nodiscard]] std::optional<Medium> medium_of(const OrvThumbnailGenerator& generator);
 
 /// What those generators make of a file: `decode_picture`, or the placeholder where that fails.
-[[nodiscard]] Preview decoded_preview(const Url& url, Medium medium, SizeWanted wanted);
+///
+/// Cancel: `stop` ends the waiting at once, with an `Exception`.
+[[nodiscard]] Preview decoded_preview(const Url& url, Medium medium, SizeWanted wanted,
+                                      const std::stop_token& stop = {});
 
 } // namespace orv

@@ -14,17 +14,22 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <stop_token>
 #include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace orv::test {
 namespace {
+
+using namespace std::chrono_literals;
 
 /// The processes that this one has started, dead ones included.
 std::set<pid_t> children()
@@ -56,21 +61,23 @@ protected:
                                            SizeWanted wanted = {24, {}}) const
     {
         try {
-            const auto decoded = pool.decode(file_.get(), Medium::image, wanted);
+            const auto decoded = pool.decode(file_.get(), wanted);
             return shows(decoded.picture, upright) ? "right" : "wrong";
         } catch (const Error& error) {
             return error.sentence();
         }
     }
 
-    /// A program that answers as told.
-    [[nodiscard]] Url liar(const std::string& answer) const
+    /// A program that answers as told, after it has done something else.
+    [[nodiscard]] Url liar(const std::string& answer, const std::string& work = "pass") const
     {
         const Url program = root_ / "liar";
         write_file(program, "#!/usr/bin/python3\n"
-                            "import os, struct\n"
-                            "os.read(3, 64)\n"
-                            "os.write(3, " +
+                            "import os, struct, time\n"
+                            "os.read(3, 64)\n" +
+                                work +
+                                "\n"
+                                "os.write(3, " +
                                 answer +
                                 ")\n"
                                 "os.read(3, 64)\n");
@@ -80,15 +87,16 @@ protected:
 
     const Scratch root_;
     FileDescriptor file_;
+    const std::string version_ = "struct.pack('IIII', 0x4F525633, ";
     const Url program_ = helper_dir().appending("orv-picture-decoder");
 };
 
 TEST_F(Helpers, are_replaced_when_they_are_killed)
 {
-    picture::DecoderPool pool(program_, 2);
+    picture::DecoderPool pool(program_, Medium::image, 2);
     ASSERT_EQ(outcome_with(pool), "right");
     const std::size_t descriptors = open_descriptors();
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 40; ++i) {
         const auto helpers = children();
         ASSERT_EQ(helpers.size(), 1U);
         ::kill(*helpers.begin(), SIGKILL);
@@ -107,7 +115,7 @@ TEST_F(Helpers, work_on_several_files_at_once_while_they_are_killed)
     const auto before = children();
     const std::size_t descriptors = open_descriptors();
     {
-        picture::DecoderPool pool(program_, 3);
+        picture::DecoderPool pool(program_, Medium::image, 3);
         std::atomic<int> answers = 0;
         std::atomic<bool> is_done = false;
         std::vector<std::thread> askers;
@@ -139,7 +147,7 @@ TEST_F(Helpers, may_be_waited_for_by_the_application)
 {
     for (const auto handler : {SIG_DFL, SIG_IGN}) {
         ::signal(SIGCHLD, handler);
-        picture::DecoderPool pool(program_, 1);
+        picture::DecoderPool pool(program_, Medium::image, 1);
         EXPECT_EQ(outcome_with(pool), "right");
         const auto helpers = children();
         ASSERT_EQ(helpers.size(), 1U);
@@ -157,7 +165,6 @@ TEST_F(Helpers, that_do_not_answer_as_agreed_are_errors_within_two_seconds)
 {
     const std::string odd = "The helper that decodes pictures does not answer as agreed.";
     const std::string dead = "The helper that decodes pictures ended over this file.";
-    const std::string version = "struct.pack('IIII', 0x4F525632, ";
     struct Case {
         const char* what;
         Url program;
@@ -165,7 +172,7 @@ TEST_F(Helpers, that_do_not_answer_as_agreed_are_errors_within_two_seconds)
     };
     const auto check = [&](const Case& row) {
         const auto start = std::chrono::steady_clock::now();
-        picture::DecoderPool pool(row.program, 1);
+        picture::DecoderPool pool(row.program, Medium::image, 1, {300ms, 300ms});
         EXPECT_EQ(outcome_with(pool, {}), row.sentence) << row.what;
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << row.what;
         EXPECT_LE(children().size(), 1U);
@@ -173,21 +180,89 @@ TEST_F(Helpers, that_do_not_answer_as_agreed_are_errors_within_two_seconds)
     check({"none", "/no/such/helper", "The helper that decodes pictures cannot be started."});
     check({"no program", root_ / "a.png", "The helper that decodes pictures cannot be started."});
     check({"one that ends", "/bin/true", dead});
-    check({"one that hangs", "/usr/bin/yes", "The file takes too long to decode."});
+    check({"one that computes", "/usr/bin/yes", "The file takes too long to decode."});
     check({"another version", liar("struct.pack('IIII', 7, 0, 64, 48)"),
            "The helper that decodes pictures is of another version."});
-    check({"no end of words", liar(version + "0xFFFFFFFF, 64, 48)"), odd});
-    check({"no end of pixels", liar(version + "0, 0xFFFFFFFF, 0xFFFFFFFF)"), odd});
-    check({"no pixels", liar(version + "0, 0, 48)"), odd});
-    check({"too few pixels", liar(version + "0, 64, 48) + b'x' * 9"),
+    check({"no end of words", liar(version_ + "0xFFFFFFFF, 64, 48)"), odd});
+    check({"no end of pixels", liar(version_ + "0, 0xFFFFFFFF, 0xFFFFFFFF)"), odd});
+    check({"no pixels", liar(version_ + "0, 0, 48)"), odd});
+    check({"too few pixels", liar(version_ + "0, 64, 48) + b'x' * 9"),
            "The file takes too long to decode."});
-    check({"words for a terminal", liar(version + "5, 64, 48) + b'a\\x1b[2J'"), "a [2J"});
+    check({"words for a terminal", liar(version_ + "5, 64, 48) + b'a\\x1b[2J'"), "a [2J"});
     EXPECT_TRUE(children().empty());
+}
+
+TEST_F(Helpers, have_time_to_wait_for_a_core_and_to_work_little_by_little)
+{
+    std::atomic<bool> is_done = false;
+    std::vector<std::thread> busy;
+    for (unsigned i = 0; i < 2 * std::thread::hardware_concurrency(); ++i)
+        busy.emplace_back([&] {
+            while (!is_done) {
+            }
+        });
+    const std::string refusal = version_ + "4, 0, 0) + b'done'";
+    for (const char* work : {"os.nice(19)\nwhile time.process_time() < 0.03: pass",
+                             "for n in range(30): time.sleep(0.02)"}) {
+        picture::DecoderPool pool(liar(refusal, work), Medium::image, 1, {2s, 300ms});
+        EXPECT_EQ(outcome_with(pool), "done") << work;
+    }
+    is_done = true;
+    for (std::thread& thread : busy)
+        thread.join();
+}
+
+TEST_F(Helpers, are_waited_for_no_longer_when_the_request_is_cancelled)
+{
+    picture::DecoderPool pool(liar("b''"), Medium::image, 1);
+    std::stop_source stop;
+    std::atomic<int> ended = 0;
+    std::vector<std::thread>
+        askers; // one has the helper, which says nothing, the others their turn
+    for (int i = 0; i < 3; ++i)
+        askers.emplace_back([&] {
+            EXPECT_THROW(static_cast<void>(pool.decode(file_.get(), {24, {}}, stop.get_token())),
+                         Exception);
+            ++ended;
+        });
+    while (children().empty())
+        std::this_thread::yield();
+    EXPECT_EQ(ended, 0);
+    const auto start = std::chrono::steady_clock::now();
+    stop.request_stop();
+    for (std::thread& asker : askers)
+        asker.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
+    EXPECT_TRUE(children().empty());
+}
+
+TEST_F(Helpers, end_with_the_application_however_it_ends)
+{
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const pid_t application = ::fork();
+    if (application == 0) {
+        picture::DecoderPool pool(program_, Medium::image, 1);
+        static_cast<void>(outcome_with(pool));
+        const pid_t helper = *children().begin();
+        ::kill(helper, SIGSTOP); // so that it notices nothing itself
+        static_cast<void>(::write(ends[1], &helper, sizeof helper));
+        ::pause();
+    }
+    pid_t helper = 0;
+    ASSERT_EQ(::read(ends[0], &helper, sizeof helper), ssize_t{sizeof helper});
+    const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, helper, 0)));
+    ::kill(application, SIGKILL);
+    ::waitpid(application, nullptr, 0);
+    pollfd end{process.get(), POLLIN, 0};
+    EXPECT_EQ(::poll(&end, 1, 5000), 1);
+    for (const int descriptor : ends)
+        ::close(descriptor);
 }
 
 TEST_F(Helpers, cannot_reach_anything_but_their_file)
 {
-    picture::DecoderPool pool(program_, 1);
+    picture::DecoderPool pool(program_, Medium::image, 1);
     ASSERT_EQ(outcome_with(pool), "right");
     const std::string process = "/proc/" + std::to_string(*children().begin());
     const std::string status = read_file(Url(process + "/status"));
@@ -201,7 +276,8 @@ TEST_F(Helpers, cannot_reach_anything_but_their_file)
         const std::string target = std::filesystem::read_symlink(entry).string();
         // It closes its file a moment after it has answered.
         EXPECT_TRUE(target == "/dev/null" || target == (root_ / "a.png").path() ||
-                    target.starts_with("socket:") || target.starts_with("anon_inode:"))
+                    target.starts_with("socket:") || target.starts_with("pipe:") ||
+                    target.starts_with("anon_inode:"))
             << target;
     }
 }
@@ -217,7 +293,7 @@ TEST_F(Helpers, start_where_standard_descriptors_are_closed)
                 ::close(i);
             }
         const std::string outcome = [&] {
-            picture::DecoderPool pool(program_, 1);
+            picture::DecoderPool pool(program_, Medium::image, 1);
             return outcome_with(pool);
         }();
         for (int i = 0; i < 3; ++i)
@@ -229,9 +305,10 @@ TEST_F(Helpers, start_where_standard_descriptors_are_closed)
 
 TEST_F(Helpers, are_out_of_reach_of_the_keys_of_a_terminal)
 {
-    picture::DecoderPool pool(program_, 1);
+    picture::DecoderPool pool(program_, Medium::image, 1);
     ASSERT_EQ(outcome_with(pool), "right");
-    EXPECT_NE(::getpgid(*children().begin()), ::getpgrp());
+    const pid_t helper = *children().begin();
+    EXPECT_EQ(::getsid(helper), helper);
 }
 
 TEST_F(Helpers, leave_no_file_behind)

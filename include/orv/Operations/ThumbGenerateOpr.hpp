@@ -16,7 +16,8 @@ namespace orv {
 /// The making of a thumbnail. It locks nothing and never fails: at worst the thumbnail is the
 /// placeholder.
 ///
-/// Cancel: the thumbnail is made all the same, but not delivered.
+/// Cancel: a thumbnail that has not begun is not made, and one that is being decoded is given up at
+/// once. An application's own generator is waited for, and what it makes is not delivered.
 class ThumbGenerateOpr final : public OrvOperation {
 public:
     struct success {

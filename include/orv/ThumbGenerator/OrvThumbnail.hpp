@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 namespace orv {
@@ -59,11 +60,14 @@ public:
     /// is no picture of has the placeholder, in the size asked for. A thumbnail that was made
     /// before is not made again while the file stays as it is.
     ///
-    /// Threading: as above; it works on the calling thread and may take two seconds, so requests
-    /// are better made with `generate_thumb`.
+    /// Threading: as above; it works on the calling thread and may take as long as a slow disk
+    /// does, so requests are better made with `generate_thumb`.
+    /// Cancel: `stop` ends the waiting for a decoder at once, with an `Exception`; an application's
+    /// own generator is waited for.
     /// Units: pixels.
     [[nodiscard]] Thumbnail getThumbnail(const Url& url, std::optional<std::uint32_t> resize_width,
-                                         std::optional<std::uint32_t> resize_height);
+                                         std::optional<std::uint32_t> resize_height,
+                                         const std::stop_token& stop = {});
 
 private:
     OrvThumbnail();
