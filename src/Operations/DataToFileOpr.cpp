@@ -88,8 +88,10 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
         {.not_created = data_place("Couldn't create destination file.", 169),
          .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
         [&](const PartialFile& file) { write_data(request, file.fd(), data, target, progress); });
-    // The lock is kept for that: nobody else's file may be deleted.
-    request.set_undo([target = target, lock] { Tool::delete_item(target); });
+    // The lock is kept for that: nobody else's file may be deleted. A file that took the place of
+    // another stays, since the other one is gone.
+    if (!replaces)
+        request.set_undo([target = target, lock] { Tool::delete_item(target); });
     return status::success{};
 }
 

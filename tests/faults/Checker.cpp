@@ -122,6 +122,13 @@ const std::string* find(const Rows& rows, const std::string& key)
     return found == rows.end() ? nullptr : &found->second;
 }
 
+/// Whether the item that a request is to replace still stands there, in whole.
+bool has_kept_replaced(const FaultCase& request, const Snapshot& now)
+{
+    return !request.replaced.empty() &&
+           is_complete_at(request.replaced, request.before.items, now, Strictness::content);
+}
+
 Problems wrong_rows(const FaultCase& request, const Rows& now, const Snapshot& items)
 {
     std::set<std::string> keys;
@@ -129,10 +136,14 @@ Problems wrong_rows(const FaultCase& request, const Rows& now, const Snapshot& i
         for (const auto& [key, row] : *rows)
             keys.insert(key);
     Problems problems;
+    const bool keeps_replaced = has_kept_replaced(request, items);
     for (const std::string& key : keys) {
+        const std::string item = "home/" + key;
+        const bool has_come =
+            items.contains(item) && !(keeps_replaced && is_at_or_below(item, request.replaced));
         const std::string wrong =
             wrong_row(find(request.before.rows, key), find(request.after.rows, key), find(now, key),
-                      items.contains("home/" + key), !request.moved.empty());
+                      has_come, !request.moved.empty());
         if (!wrong.empty())
             problems.push_back("the row of " + key + " " + wrong);
     }
@@ -166,7 +177,9 @@ public:
         check_state(items);
         if (!site_.start_again())
             problems_.emplace_back("the library does not start again");
-        check_state(items_of_site());
+        items = items_of_site();
+        check_state(items);
+        check_replaced(items);
         if (site_.unfinished() != Site::unfinished_of_living())
             problems_.emplace_back("unfinished files are left, or a living process lost its own");
         return problems_;
@@ -206,7 +219,10 @@ private:
     /// A process that ends by itself leaves no unfinished files of its own, not even for a while.
     void check_tidiness(const Snapshot& items)
     {
-        if (fault_.kind == Fault::Kind::kill || ending_.hit.starts_with("unlink"))
+        const bool keeps_replaced_item =
+            !request_.replaced.empty() && ending_.hit.find(".orvresume") != std::string::npos;
+        if (fault_.kind == Fault::Kind::kill || ending_.hit.starts_with("unlink") ||
+            keeps_replaced_item)
             return;
         for (const std::string& name : site_.unfinished())
             if (!Site::is_unfinished_from_the_start(name))
@@ -231,6 +247,22 @@ private:
         } catch (const std::exception& error) {
             problems_.emplace_back(error.what());
         }
+    }
+
+    void check_replaced(const Snapshot& items)
+    {
+        const auto is_whole = [&](const Scene& scene) {
+            const auto part = [&](const Snapshot& all) {
+                Snapshot below;
+                for (const auto& entry : all)
+                    if (is_at_or_below(entry.first, request_.replaced))
+                        below.insert(entry);
+                return below;
+            };
+            return differences(part(scene.items), part(items), strictness_).empty();
+        };
+        if (!request_.replaced.empty() && !is_whole(request_.before) && !is_whole(request_.after))
+            problems_.push_back(request_.replaced + " is neither the old item nor the new one");
     }
 
     void add(const Problems& more) { problems_.insert(problems_.end(), more.begin(), more.end()); }
@@ -270,7 +302,7 @@ std::vector<std::string> wrong_order(const FaultCase& request, const Snapshot& n
     Problems problems;
     for (const auto& [from, to] : request.moved) {
         const bool has_come = is_complete_at(to, request.after.items, now, strictness);
-        if (!has_come && now.contains(to))
+        if (!has_come && now.contains(to) && !has_kept_replaced(request, now))
             problems.push_back(to + " is there in part");
         if (!has_come && !is_complete_at(from, request.before.items, now, strictness))
             problems.push_back(from + " is complete neither there nor at " + to);

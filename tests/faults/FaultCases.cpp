@@ -106,6 +106,7 @@ FaultCase lacking(FaultCase request, const Lacking& what, const std::string& nam
 {
     request.name += name;
     request.lacking = what;
+    request.step = std::max(request.step, 5L);
     request.peers.clear();
     return request;
 }
@@ -135,6 +136,7 @@ FaultCase replace_case()
     add_copy(request.after);
     put(request.before.items, copy, taken_place());
     request.before.rows["dest/tree/a.txt"] = "0|1|0|0";
+    request.replaced = copy;
     return finished(std::move(request));
 }
 
@@ -221,6 +223,35 @@ FaultCase write_case()
     return finished(std::move(request));
 }
 
+FaultCase write_that_replaces_case()
+{
+    FaultCase request = write_case();
+    request.name = "write that replaces";
+    request.arguments.insert(request.arguments.end(), {"--on-conflict", "replace"});
+    request.replaced = request.arguments[1].substr(1);
+    request.before.items[request.replaced] = file("older", 0600);
+    return finished(std::move(request));
+}
+
+/// The move `request` onto a place that is taken.
+FaultCase replacing(FaultCase request, const Snapshot& taken)
+{
+    request.name += " that replaces";
+    request.arguments.insert(request.arguments.end(), {"--on-conflict", "replace"});
+    request.peers.clear();
+    request.replaced = request.moved.front().second;
+    put(request.before.items, request.replaced, taken);
+    return finished(std::move(request));
+}
+
+FaultCase move_across_that_replaces_case()
+{
+    FaultCase request = move_case("move to another volume", {"mv", "@" + tree, "@home/disk"},
+                                  {{tree, "home/disk/tree"}});
+    request.needs_volume = true;
+    return replacing(std::move(request), taken_place());
+}
+
 FaultCase delete_case()
 {
     FaultCase request{.name = "delete",
@@ -303,6 +334,7 @@ FaultCase zip_that_replaces_case()
     request.peers.clear();
     request.arguments.insert(request.arguments.end(), {"--on-conflict", "replace"});
     request.before.items[request.archive->path] = file("an older archive", 0600);
+    request.replaced = request.archive->path;
     return finished(std::move(request));
 }
 
@@ -348,21 +380,29 @@ FaultCase unzip_case()
 const std::vector<FaultCase>& fault_cases()
 {
     constexpr Lacking some{.unnamed_files = true};
-    constexpr Lacking more{.unnamed_files = true, .renaming_without_replacing = true};
+    constexpr Lacking more{.unnamed_files = true, .renaming_with_flags = true};
     static const std::vector<FaultCase> cases{
         copy_case(),
         lacking(copy_case(), some, " by renaming"),
         lacking(copy_case(), more, " by linking"),
         merge_case(),
         replace_case(),
+        lacking(replace_case(), more, " without flags"),
         copy_across_case(),
         lacking(copy_across_case(), some, " by renaming"),
         rename_case(),
         move_case("move", {"mv", "@" + tree, "@" + copy}, {{tree, copy}}),
+        replacing(move_case("move", {"mv", "@" + tree, "@home/dest"}, {{tree, copy}}),
+                  taken_place()),
+        lacking(replacing(move_case("move", {"mv", "@" + tree, "@home/dest"}, {{tree, copy}}),
+                          taken_place()),
+                more, " without flags"),
         move_several_case(),
         write_case(),
+        write_that_replaces_case(),
         move_across_case("move to another volume"),
         move_across_case("move of a file to another volume", "/sub/c.bin"),
+        move_across_that_replaces_case(),
         delete_case(),
         new_folder_case(),
         attributes_case(),

@@ -32,6 +32,9 @@ struct FaultCase {
     /// before it.
     std::vector<std::pair<std::string, std::string>> moved = {};
     std::optional<MadeArchive> archive = {};
+    /// The item that the request replaces. After the next start the old or the new one stands
+    /// there, whole, and after an error the old one.
+    std::string replaced = {};
     std::string taken_back = {}; ///< what it leaves nothing of when it fails
     long step = 3; ///< of how many calls the tests try one; whoever has the time tries all
 };

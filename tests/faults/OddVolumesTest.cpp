@@ -94,10 +94,8 @@ TEST(PoorFileSystem, gets_all_but_the_attributes)
         if (is_at_or_below(path, "home/dest/tree"))
             item.extended_attributes.clear();
     Site site(request.before);
-    site.lack({.unnamed_files = true,
-               .renaming_without_replacing = true,
-               .links = true,
-               .attributes = true});
+    site.lack(
+        {.unnamed_files = true, .renaming_with_flags = true, .links = true, .attributes = true});
     site.reset();
     const Supervision ending = site.run(request.arguments);
     EXPECT_EQ(ending.exit_code, 0) << ending.errors;
@@ -123,7 +121,7 @@ const OddVolume odd_volumes[] = {
      same_volume_again,
      0,
      "copy to another volume",
-     {.unnamed_files = true, .renaming_without_replacing = true}},
+     {.unnamed_files = true, .renaming_with_flags = true}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Volumes, OddVolumes, testing::ValuesIn(odd_volumes),

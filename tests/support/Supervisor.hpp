@@ -24,7 +24,7 @@ struct Fault {
 /// What the file systems seem to lack while a command is supervised, as older and foreign ones do.
 struct Lacking {
     bool unnamed_files = false; ///< files that have no name until they are linked
-    bool renaming_without_replacing = false;
+    bool renaming_with_flags = false;
     bool links = false; ///< second names of one file
     bool attributes = false;
 };

@@ -179,8 +179,7 @@ int code_of_lacking(const Lacking& lacking, const seccomp_notif& call)
         return lacking.unnamed_files && (call.data.args[2] & O_TMPFILE) == O_TMPFILE ? EOPNOTSUPP
                                                                                      : 0;
     case SYS_renameat2:
-        return lacking.renaming_without_replacing && call.data.args[4] == RENAME_NOREPLACE ? EINVAL
-                                                                                           : 0;
+        return lacking.renaming_with_flags && call.data.args[4] != 0 ? EINVAL : 0;
     case SYS_linkat:
         return lacking.links ? EPERM : 0;
     case SYS_fsetxattr:
