@@ -18,6 +18,7 @@ constexpr std::string_view end_mark = "PK\5\6";
 constexpr std::string_view large_end_mark = "PK\6\6";
 constexpr std::string_view large_end_pointer_mark = "PK\6\7";
 constexpr std::string_view directory_entry_mark = "PK\1\2";
+constexpr std::string_view signature_mark = "PK\5\5";
 
 constexpr std::uint64_t end_size = 22;
 constexpr std::uint64_t large_end_size = 56;
@@ -33,6 +34,7 @@ struct Location {
     std::uint64_t size = 0;
     std::uint64_t offset = 0;
     std::uint64_t end = 0; // of the directory, where what tells all this begins
+    bool is_large = false; // the numbers have 64 bits
 };
 
 std::string read_text(const ArchiveToRead& archive, std::uint64_t position, std::uint64_t size)
@@ -80,6 +82,7 @@ Location read_large_end(const ArchiveToRead& archive, std::uint64_t position)
     location.size = record.u64();
     location.offset = record.u64();
     location.end = position;
+    location.is_large = true;
     if (record.ran_out() || disk != 0 || directory_disk != 0 || count_here != location.entry_count)
         throw damaged(archive.url);
     return location;
@@ -138,6 +141,14 @@ public:
     /// The next bytes, valid until the next call; fewer at the end.
     std::string_view take(std::size_t size)
     {
+        const std::string_view taken = peek(size);
+        at_ += taken.size();
+        return taken;
+    }
+
+    /// The same bytes, without going on.
+    std::string_view peek(std::size_t size)
+    {
         if (buffer_.size() - at_ < size) {
             buffer_.erase(0, at_);
             at_ = 0;
@@ -145,9 +156,7 @@ public:
             buffer_ += read_text(archive_, position_, more);
             position_ += more;
         }
-        const std::string_view taken = std::string_view(buffer_).substr(at_, size);
-        at_ += taken.size();
-        return taken;
+        return std::string_view(buffer_).substr(at_, size);
     }
 
 private:
@@ -253,6 +262,37 @@ bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& direc
     return !told.is_exact_name && !is_utf8(entry.name);
 }
 
+/// True if another entry follows, whatever the directory's count says. A signature may stand after
+/// the last one.
+bool goes_on(DirectoryText& text, std::uint64_t entries_read, const Location& location,
+             const Url& archive)
+{
+    const std::string_view mark = text.peek(directory_entry_mark.size());
+    if (mark == directory_entry_mark)
+        return true;
+    if (entries_read < location.entry_count || !(mark.empty() || mark == signature_mark))
+        throw damaged(archive);
+    return false;
+}
+
+/// A count of 16 bits may have wrapped; some tools write it so. Any other count, and a directory
+/// that hides from its end record, would leave items out.
+void check_nothing_is_missing(const ArchiveToRead& archive, const Location& location,
+                              std::uint64_t before, const ArchiveDirectory& directory)
+{
+    const std::uint64_t read = directory.entries.size();
+    const std::uint64_t counted = location.is_large ? read : read & 0xFFFF;
+    if (counted != location.entry_count)
+        throw damaged(archive.url);
+    if (read > 0)
+        return;
+    for (const std::uint64_t begin : {std::uint64_t{0}, location.offset, before}) {
+        const std::string mark = read_text(archive, begin, entry_header_mark.size());
+        if (mark == entry_header_mark || mark == directory_entry_mark)
+            throw damaged(archive.url);
+    }
+}
+
 void decode(std::vector<Entry>& entries, const std::vector<std::uint32_t>& numbers)
 {
     std::vector<std::string*> names;
@@ -289,9 +329,10 @@ ArchiveDirectory read_directory(const ArchiveToRead& archive, std::uint64_t max_
     if (location.size > location.end || location.offset > location.end - location.size ||
         location.entry_count > location.size / directory_entry_size)
         throw damaged(archive.url);
-    if (location.entry_count >
-        std::min<std::uint64_t>(max_entries, std::numeric_limits<std::uint32_t>::max()))
-        throw archive_error("The archive holds too many items.", archive.url);
+    const std::uint64_t limit =
+        std::min<std::uint64_t>(max_entries, std::numeric_limits<std::uint32_t>::max());
+    if (location.entry_count > limit)
+        throw too_many_items(archive.url);
 
     // What stands before the archive, such as a program that unpacks it, counts in no offset.
     const std::uint64_t before = location.end - location.size - location.offset;
@@ -299,15 +340,18 @@ ArchiveDirectory read_directory(const ArchiveToRead& archive, std::uint64_t max_
     DirectoryText text(archive, directory.offset, location.end);
     std::vector<std::uint32_t> undecoded;
     directory.entries.reserve(static_cast<std::size_t>(location.entry_count));
-    for (std::uint32_t number = 0; number < location.entry_count; ++number) {
+    for (std::uint32_t number = 0; goes_on(text, number, location, archive.url); ++number) {
         if (number % 1024 == 0)
             job.check();
+        if (number == limit)
+            throw too_many_items(archive.url);
         if (read_entry(text, archive.url, directory))
             undecoded.push_back(number);
         Entry& entry = directory.entries.back();
         if (__builtin_add_overflow(entry.offset, before, &entry.offset))
             throw damaged(archive.url, entry.name);
     }
+    check_nothing_is_missing(archive, location, before, directory);
     decode(directory.entries, undecoded);
     return directory;
 }
@@ -320,6 +364,16 @@ Error archive_error(std::string_view sentence, const Url& archive, std::string_v
         message.append(", item ").append(entry);
     message += ')';
     return Error(std::string(sentence)).at(archive).with_message(std::move(message));
+}
+
+Error wrong_password(const Url& archive, std::string_view entry)
+{
+    return archive_error("The password is wrong.", archive, entry);
+}
+
+Error too_many_items(const Url& archive)
+{
+    return archive_error("The archive holds too many items.", archive);
 }
 
 Error damaged(const Url& archive, std::string_view entry)

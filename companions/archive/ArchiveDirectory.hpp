@@ -58,7 +58,7 @@ struct ArchiveDirectory {
     std::vector<std::uint64_t> stored_aes_positions;
 };
 
-/// Reads the directory of the archive, whatever stands before or after it.
+/// Reads the directory of the archive, whatever stands before or after it: all of it, or it throws.
 ///
 /// Errors: the archive is damaged or no archive; it has more than `max_entries`; the platform's.
 [[nodiscard]] ArchiveDirectory read_directory(const ArchiveToRead& archive,
@@ -67,5 +67,7 @@ struct ArchiveDirectory {
 /// An error of the archive, or of one of its entries.
 Error archive_error(std::string_view sentence, const Url& archive, std::string_view entry = {});
 Error damaged(const Url& archive, std::string_view entry = {});
+Error wrong_password(const Url& archive, std::string_view entry);
+Error too_many_items(const Url& archive);
 
 } // namespace orv::archive

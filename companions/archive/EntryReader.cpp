@@ -83,8 +83,8 @@ struct EntryReader::Workspace {
 /// What comes out of an entry, measured on its way to the consumer.
 class EntryReader::Content {
 public:
-    Content(const ArchiveToRead& archive, const Entry& entry, const Job& job, Consumer consume)
-        : archive_(archive), entry_(entry), job_(job), consume_(consume)
+    Content(const Entry& entry, const Job& job, Consumer consume)
+        : entry_(entry), job_(job), consume_(consume)
     {
     }
 
@@ -103,17 +103,9 @@ public:
         if (size_ != entry_.size || (entry_.has_checksum && crc_ != entry_.crc))
             fail();
     }
-    /// A password of the old encryption is checked by a single byte, so a wrong one may come as far
-    /// as to make nonsense of the content.
-    [[noreturn]] void fail() const
-    {
-        if (entry_.is_encrypted())
-            throw archive_error("The password is wrong.", archive_.url, entry_.name);
-        throw damaged(archive_.url, entry_.name);
-    }
+    [[noreturn]] void fail() const { throw DamagedContent(); }
 
 private:
-    const ArchiveToRead& archive_;
     const Entry& entry_;
     const Job& job_;
     const Consumer consume_;
@@ -145,8 +137,8 @@ bool EntryReader::can_read(const Entry& entry)
 }
 
 void EntryReader::read(const Entry& entry, Consumer consume)
-{
-    Content content(archive_, entry, job_, consume);
+try {
+    Content content(entry, job_, consume);
     const std::uint64_t position = content_position(entry);
     if (entry.is_encrypted() ||
         (entry.method != stored_method && entry.method != deflated_method)) {
@@ -159,6 +151,47 @@ void EntryReader::read(const Entry& entry, Consumer consume)
         read_deflated(entry, position, content);
     }
     content.check();
+    if (entry.is_encrypted() && entry.size > 0)
+        password_is_right_ = true;
+} catch (const DamagedContent&) {
+    throw is_password_right_for(entry) ? damaged(archive_.url, entry.name)
+                                       : wrong_password(archive_.url, entry.name);
+}
+
+/// The old encryption checks a password by a single byte, so that a wrong one may come as far as to
+/// make nonsense of the content. Entries that other bytes check tell more.
+bool EntryReader::is_password_right_for(const Entry& entry)
+{
+    if (!entry.is_encrypted() || entry.method == aes_method || password_is_right_)
+        return true;
+    constexpr int bytes_that_convince = 2;
+    int accepted = 0;
+    for (const Entry& other : directory_.entries) {
+        if (&other == &entry || !other.is_encrypted() || other.method == aes_method)
+            continue;
+        if (!is_password_accepted(other))
+            return false;
+        if (++accepted == bytes_that_convince)
+            return true;
+    }
+    return false;
+}
+
+bool EntryReader::is_password_accepted(const Entry& entry)
+try {
+    check_password(entry);
+    return true;
+} catch (const Error&) {
+    return false;
+}
+
+void EntryReader::check_password(const Entry& entry)
+try {
+    const Lending<LibzipArchive>::Loan archive(libzip_archives_);
+    archive->open(entry);
+    archive->close();
+} catch (const DamagedContent&) {
+    return; // which is told when the entry is read
 }
 
 /// The header before the content says again how long the name is, and has fields of its own.

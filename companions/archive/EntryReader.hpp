@@ -7,6 +7,7 @@
 
 #include <orv/utility/FunctionRef.hpp>
 
+#include <atomic>
 #include <optional>
 #include <string>
 
@@ -31,6 +32,11 @@ public:
     /// cancelled.
     void read(const Entry& entry, Consumer consume);
 
+    /// Looks whether the password may be that of the entry, without reading what it holds.
+    ///
+    /// Errors: the password is wrong or missing; the platform's.
+    void check_password(const Entry& entry);
+
     /// Whether `read` knows how the entry is packed.
     [[nodiscard]] static bool can_read(const Entry& entry);
 
@@ -38,6 +44,8 @@ private:
     class Content;
     struct Workspace;
 
+    [[nodiscard]] bool is_password_right_for(const Entry& entry);
+    [[nodiscard]] bool is_password_accepted(const Entry& entry);
     void read_by_libzip(const Entry& entry, Content& content);
     void inflate(FunctionRef<ByteView()> next_input, Workspace& workspace, Content& content);
     void read_stored(const Entry& entry, std::uint64_t position, Content& content);
@@ -52,6 +60,7 @@ private:
     const Job& job_;
     Lending<Workspace> workspaces_;
     Lending<LibzipArchive> libzip_archives_;
+    std::atomic<bool> password_is_right_ = false; // an entry was decrypted to its end
 };
 
 } // namespace orv::archive

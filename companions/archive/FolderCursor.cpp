@@ -13,14 +13,6 @@ constexpr std::size_t max_upper_levels = 64;
 
 } // namespace
 
-PathParts path_parts(std::string_view path)
-{
-    const std::size_t slash = path.rfind('/');
-    if (slash == std::string_view::npos)
-        return {{}, path};
-    return {path.substr(0, slash), path.substr(slash + 1)};
-}
-
 FolderCursor::FolderCursor(FileDescriptor root, Url url)
     : root_(std::move(root)), url_(std::move(url))
 {

@@ -11,13 +11,6 @@
 
 namespace orv::archive {
 
-/// A path in two: the folder part, empty for none, and the name.
-struct PathParts {
-    std::string_view folder;
-    std::string_view name;
-};
-[[nodiscard]] PathParts path_parts(std::string_view path);
-
 /// Opens the folders below one, from each the next. Symbolic links are not followed, and no path is
 /// too long.
 class FolderCursor {

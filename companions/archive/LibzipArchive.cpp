@@ -37,7 +37,7 @@ void LibzipArchive::open(const Entry& entry)
     if (zip_stat_index(zip_.get(), entry.number, 0, &facts) != 0)
         fail(zip_get_error(zip_.get()));
     if (facts.size != entry.size || facts.comp_size != entry.packed_size)
-        throw damaged(archive_.url, entry.name);
+        throw DamagedContent();
     file_.reset(zip_fopen_index(zip_.get(), entry.number,
                                 entry.method == aes_method || entry.inner_method == deflated_method
                                     ? ZIP_FL_COMPRESSED
@@ -71,15 +71,15 @@ void LibzipArchive::fail(zip_error_t* error)
     case ZIP_ER_NOPASSWD:
         throw archive_error("The archive needs a password.", archive_.url, name);
     case ZIP_ER_WRONGPASSWD:
-        throw archive_error("The password is wrong.", archive_.url, name);
+        throw wrong_password(archive_.url, name);
     case ZIP_ER_COMPNOTSUPP:
     case ZIP_ER_ENCRNOTSUPP:
         throw archive_error("The archive is packed or encrypted in a way that is not known.",
                             archive_.url, name);
     default:
-        if (entry_ && entry_->is_encrypted())
-            throw archive_error("The password is wrong.", archive_.url, name);
-        throw damaged(archive_.url, name);
+        if (entry_)
+            throw DamagedContent();
+        throw damaged(archive_.url);
     }
 }
 

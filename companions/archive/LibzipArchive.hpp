@@ -13,6 +13,10 @@
 
 namespace orv::archive {
 
+/// Thrown where the content of an entry is not what it should be: it is damaged, or the password is
+/// wrong.
+struct DamagedContent {};
+
 /// The archive as libzip sees it, for entries that are encrypted or packed in a rare way.
 ///
 /// Threading: one thread at a time.
@@ -26,7 +30,7 @@ public:
 
     /// Begins to read the content of the entry. What is deflated comes as it stands, decrypted.
     ///
-    /// Errors: as `EntryReader::read`.
+    /// Errors: `DamagedContent`; the password is wrong or missing; the platform's.
     void open(const Entry& entry);
 
     /// The next bytes; none at the end, when all of them were found to be right.

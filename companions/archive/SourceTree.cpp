@@ -1,6 +1,6 @@
 #include "archive/SourceTree.hpp"
 
-#include "utility/FileNames.hpp"
+#include "archive/PathNames.hpp"
 
 #include <orv/utility/FunctionRef.hpp>
 
@@ -74,7 +74,7 @@ void SourceTree::add_root(const Url& path)
             throw Zip::Error(Zip::Error::Case::file_not_found, error);
         throw error;
     }
-    roots_.push_back({path, free_name(path)});
+    roots_.push_back({path, free_name(name, S_ISDIR(facts.st_mode))});
     root_names_.insert(roots_.back().name);
     const auto root = static_cast<std::uint32_t>(roots_.size() - 1);
     add(root, roots_.back().name, facts);
@@ -82,17 +82,15 @@ void SourceTree::add_root(const Url& path)
         add_contents(root);
 }
 
-/// The name of the item, or one like it that no earlier root has.
-std::string SourceTree::free_name(const Url& path) const
+/// The name, or one like it that no earlier root has.
+std::string SourceTree::free_name(const std::string& name, bool is_folder)
 {
-    std::string name = path.last_path_component();
-    for (Url candidate = path; root_names_.contains(name); name = candidate.last_path_component()) {
-        const auto next = generate_non_conflicting_file_url(candidate, {candidate});
-        if (!next)
-            throw platform_error(EEXIST, path);
-        candidate = *next;
-    }
-    return name;
+    job_.check();
+    if (!root_names_.contains(name))
+        return name;
+    return free_names_.next(name, is_folder, [&](const std::string& candidate) {
+        return root_names_.contains(candidate);
+    });
 }
 
 /// Adds everything below the item added last, a folder.

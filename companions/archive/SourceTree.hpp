@@ -2,6 +2,7 @@
 
 #include "archive/FolderCursor.hpp"
 #include "archive/Job.hpp"
+#include "utility/FileNames.hpp"
 
 #include <cstdint>
 #include <memory>
@@ -58,7 +59,7 @@ private:
     };
 
     void add_root(const Url& path);
-    std::string free_name(const Url& path) const;
+    std::string free_name(const std::string& name, bool is_folder);
     void add_contents(std::uint32_t root);
     void add(std::uint32_t root, std::string name, const struct stat& facts);
     std::string_view path_in_root(const SourceItem& item) const;
@@ -69,6 +70,7 @@ private:
     const Job& job_;
     std::vector<Root> roots_;
     std::unordered_set<std::string> root_names_;
+    FreeNames free_names_;
     std::vector<SourceItem> items_;
     std::unique_ptr<FolderCursor> cursor_;
     std::uint32_t cursor_root_ = 0;

@@ -2,7 +2,9 @@
 
 #include "archive/Ahead.hpp"
 #include "archive/FolderCursor.hpp"
+#include "archive/LinkJudge.hpp"
 #include "archive/NewFile.hpp"
+#include "archive/PathNames.hpp"
 #include "utility/FileNames.hpp"
 
 #include <algorithm>
@@ -36,8 +38,9 @@ Keepsakes keepsakes_of(const PlannedItem& item)
 
 class Unpacking {
 public:
-    Unpacking(const UnpackingPlan& plan, EntryReader& reader, const UnpackingPlace& place, Job& job)
-        : plan_(plan), reader_(reader), job_(job), place_(place),
+    Unpacking(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
+              const UnpackingPlace& place, Job& job)
+        : archive_(archive), plan_(plan), reader_(reader), job_(job), place_(place),
           cursor_(open_destination(place.folder), place.folder),
           ahead_(job.test_mode() ? 0 : std::max(1U, std::thread::hardware_concurrency()))
     {
@@ -88,19 +91,19 @@ private:
     /// A folder's own permissions may not allow to fill it, so they come last.
     void create_folder(const PlannedItem& item)
     {
-        const PathParts parts = path_parts(item.path());
+        const PathParts parts = path_parts(item.path);
         const mode_t mode = item.mode ? 0700 : 0777;
         const int above = cursor_.go_to(parts.folder);
         if (::mkdirat(above, std::string(parts.name).c_str(), mode) != 0 && errno != EEXIST)
-            throw platform_error(errno, cursor_.url_of(item.path()));
-        cursor_.go_to(item.path()); // which fails when something else stands there
+            throw platform_error(errno, cursor_.url_of(item.path));
+        cursor_.go_to(item.path); // which fails when something else stands there
         if (item.entry)
             finish_item(item);
     }
 
     Ahead::Handle begin_file(const PlannedItem& item)
     {
-        const PathParts parts = path_parts(item.path());
+        const PathParts parts = path_parts(item.path);
         if (!folder_ || folder_->url != cursor_.url_of(parts.folder))
             folder_ = open_folder(parts.folder);
         return ahead_.add([this, &item, name = std::string(parts.name), folder = folder_] {
@@ -129,7 +132,7 @@ private:
         const FileAhead file = files_.front();
         while (!ahead_.done_in_a_moment(file.task)) {
             job_.check();
-            job_.report_if_due(cursor_.url_of(file.item->path()));
+            job_.report_if_due(cursor_.url_of(file.item->path));
         }
         files_.pop_front();
         finish_item(*file.item);
@@ -138,7 +141,7 @@ private:
     void finish_item(const PlannedItem& item)
     {
         job_.add(1);
-        job_.report(cursor_.url_of(item.path()));
+        job_.report(cursor_.url_of(item.path));
         job_.pause();
     }
 
@@ -149,7 +152,12 @@ private:
             if (item.kind != ItemKind::link)
                 continue;
             job_.check();
-            const PathParts parts = path_parts(item.path());
+            job_.add(item.entry->size);
+            if (item.is_left_out) {
+                finish_item(item);
+                continue;
+            }
+            const PathParts parts = path_parts(item.path);
             const int folder = cursor_.go_to(parts.folder);
             const std::string name = create_link(item, folder, std::string(parts.name));
             if (item.entry->time) {
@@ -157,7 +165,6 @@ private:
                 check_kept(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW),
                            cursor_.url_of(parts.folder).appending(name));
             }
-            job_.add(item.entry->size);
             finish_item(item);
         }
     }
@@ -165,10 +172,10 @@ private:
     /// The name under which the link stands.
     std::string create_link(const PlannedItem& item, int folder, std::string name)
     {
-        const char* target = item.link_target.c_str();
-        while (::symlinkat(target, folder, name.c_str()) != 0) {
+        const std::string target = read_link_target(archive_, *item.entry, reader_);
+        while (::symlinkat(target.c_str(), folder, name.c_str()) != 0) {
             const int code = errno;
-            const Url url = cursor_.url_of(path_parts(item.path()).folder).appending(name);
+            const Url url = cursor_.url_of(path_parts(item.path).folder).appending(name);
             const auto free =
                 code == EEXIST ? generate_non_conflicting_file_url(url, {url}) : std::nullopt;
             if (!free)
@@ -185,10 +192,11 @@ private:
             if (item->kind != ItemKind::folder || !item->entry)
                 continue;
             job_.check();
-            apply(keepsakes_of(*item), cursor_.go_to(item->path()), cursor_.url_of(item->path()));
+            apply(keepsakes_of(*item), cursor_.go_to(item->path), cursor_.url_of(item->path));
         }
     }
 
+    const ArchiveToRead& archive_;
     const UnpackingPlan& plan_;
     EntryReader& reader_;
     Job& job_;
@@ -201,9 +209,10 @@ private:
 
 } // namespace
 
-void unpack(const UnpackingPlan& plan, EntryReader& reader, const UnpackingPlace& place, Job& job)
+void unpack(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
+            const UnpackingPlace& place, Job& job)
 {
-    Unpacking(plan, reader, place, job).run();
+    Unpacking(archive, plan, reader, place, job).run();
 }
 
 } // namespace orv::archive

@@ -15,6 +15,7 @@ struct UnpackingPlace {
 /// Creates what is planned at that place.
 ///
 /// Errors: those of `EntryReader::read`; the platform's.
-void unpack(const UnpackingPlan& plan, EntryReader& reader, const UnpackingPlace& place, Job& job);
+void unpack(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
+            const UnpackingPlace& place, Job& job);
 
 } // namespace orv::archive

@@ -1,5 +1,8 @@
 #include "archive/UnpackingPlan.hpp"
 
+#include "archive/LinkJudge.hpp"
+#include "archive/PathNames.hpp"
+#include "archive/PlannedTree.hpp"
 #include "utility/FileNames.hpp"
 
 #include <algorithm>
@@ -12,9 +15,6 @@
 
 namespace orv::archive {
 namespace {
-
-constexpr std::size_t max_link_target = 4095;
-constexpr int max_links_followed = 40; // as the kernel
 
 constexpr std::string_view leads_outside = "The archive holds a name that leads outside of it.";
 
@@ -39,17 +39,6 @@ bool has_drive_letter(std::string_view name, bool is_windows)
            (is_windows || name.substr(2, 1) == "/");
 }
 
-/// Calls `use` with one name of the path after the other, without the empty ones.
-void for_each_name(std::string_view path, FunctionRef<void(std::string_view name)> use)
-{
-    while (!path.empty()) {
-        const std::size_t size = std::min(path.find('/'), path.size());
-        if (size > 0)
-            use(path.substr(0, size));
-        path.remove_prefix(std::min(size + 1, path.size()));
-    }
-}
-
 bool goes_up(std::string_view path)
 {
     bool found = false;
@@ -60,9 +49,8 @@ bool goes_up(std::string_view path)
 /// Lays out the tree that an archive becomes.
 class Planner {
 public:
-    Planner(const ArchiveToRead& archive, const Url& destination, const ExpansionLimits& limits,
-            const Job& job)
-        : archive_(archive), destination_(destination), limits_(limits), job_(job)
+    Planner(const ArchiveToRead& archive, const ExpansionLimits& limits, const Job& job)
+        : archive_(archive), limits_(limits), job_(job)
     {
     }
 
@@ -75,28 +63,28 @@ public:
                 throw refused(leads_outside, entry);
             return;
         }
-        add_folders_above(entry);
-        const auto known = by_path_.find(entry.name);
-        if (known == by_path_.end())
-            return place(kind, entry);
-        PlannedItem& item = *known->second;
-        if (item.kind == ItemKind::folder && kind == ItemKind::folder)
-            return describe_again(item, entry);
-        if (item.kind == ItemKind::folder || kind == ItemKind::folder)
+        const PathParts parts = path_parts(entry.name);
+        const PlannedItem* folder = folder_at(parts.folder, entry);
+        PlannedItem* const known = tree_.find(folder, parts.name);
+        if (!known)
+            return describe(new_item(kind, folder, entry.name), entry);
+        if (known->kind == ItemKind::folder && kind == ItemKind::folder)
+            return describe(*known, entry);
+        if (known->kind == ItemKind::folder || kind == ItemKind::folder)
             throw refused(both_file_and_folder, entry);
-        give_free_name(entry);
-        place(kind, entry);
+        describe(new_item(kind, folder, free_path(folder, parts)), entry);
     }
 
-    void read_links(EntryReader& reader)
+    void judge_links(EntryReader& reader)
     {
-        for (PlannedItem& item : plan_.items)
-            if (item.kind == ItemKind::link)
-                read_link(item, reader);
-        for (const PlannedItem& item : plan_.items)
-            if (item.kind == ItemKind::link && !stays_inside(item))
-                throw archive_error("The archive holds a link that leads outside of it.",
-                                    archive_.url, item.path());
+        if (limits_.links_outside == LinksOutside::keep)
+            return;
+        LinkJudge judge(archive_, tree_, reader, job_);
+        for (PlannedItem& item : plan_.items) {
+            item.is_left_out = item.kind == ItemKind::link && judge.leads_outside(item);
+            if (item.is_left_out && limits_.links_outside == LinksOutside::refuse)
+                throw refused("The archive holds a link that leads outside of it.", *item.entry);
+        }
     }
 
     UnpackingPlan take() { return std::move(plan_); }
@@ -157,38 +145,38 @@ private:
         return type == S_IFLNK ? ItemKind::link : ItemKind::file;
     }
 
-    void add_folders_above(const Entry& entry)
+    /// The folder at the path, which the name of `entry` begins with; null for the destination.
+    /// Folders that are not there yet are added.
+    const PlannedItem* folder_at(std::string_view path, const Entry& entry)
     {
-        const std::string_view path = entry.name;
-        for (std::size_t slash = path.find('/'); slash != std::string_view::npos;
-             slash = path.find('/', slash + 1)) {
-            const std::string_view above = path.substr(0, slash);
-            const auto known = by_path_.find(above);
-            if (known == by_path_.end()) {
-                PlannedItem& folder = new_item(ItemKind::folder);
-                folder.path_without_entry = above;
-                by_path_.emplace(folder.path(), &folder);
-            } else if (known->second->kind != ItemKind::folder) {
+        const PlannedItem* folder = nullptr;
+        for (std::size_t begin = 0; begin < path.size();) {
+            const std::size_t end = std::min(path.find('/', begin), path.size());
+            const PlannedItem* known = tree_.find(folder, path.substr(begin, end - begin));
+            if (known && known->kind != ItemKind::folder)
                 throw refused(both_file_and_folder, entry);
-            }
+            folder = known ? known : &new_item(ItemKind::folder, folder, path.substr(0, end));
+            begin = end + 1;
         }
+        return folder;
     }
 
-    PlannedItem& new_item(ItemKind kind)
+    PlannedItem& new_item(ItemKind kind, const PlannedItem* folder, std::string_view path)
     {
         if (plan_.items.size() == limits_.max_items)
-            throw archive_error("The archive holds too many items.", archive_.url);
+            throw too_many_items(archive_.url);
         PlannedItem& item = plan_.items.emplace_back();
         item.kind = kind;
+        item.folder = folder;
+        item.path = path;
+        tree_.add(folder, path_parts(path).name, item);
         return item;
     }
 
-    void place(ItemKind kind, const Entry& entry)
+    void describe(PlannedItem& item, const Entry& entry)
     {
-        PlannedItem& item = new_item(kind);
         item.entry = &entry;
         item.mode = mode_of(entry);
-        by_path_.emplace(item.path(), &item);
         plan_.bytes += entry.size; // their sum was found to be within limits
     }
 
@@ -198,91 +186,25 @@ private:
         return is_unix(entry) && mode != 0 ? std::optional(mode & ACCESSPERMS) : std::nullopt;
     }
 
-    /// A folder known from the paths of others, or told of twice.
-    void describe_again(PlannedItem& folder, const Entry& entry)
+    /// A path like that of an item that is there already.
+    std::string_view free_path(const PlannedItem* folder, const PathParts& taken)
     {
-        const auto known = by_path_.extract(folder.path());
-        folder.entry = &entry;
-        folder.mode = mode_of(entry);
-        by_path_.emplace(folder.path(), &folder);
-        folder.path_without_entry.clear();
-    }
-
-    void give_free_name(Entry& entry)
-    {
-        std::string& latest = latest_names_.try_emplace(entry.name, entry.name).first->second;
-        do {
-            const Url taken = destination_.appending(latest);
-            const auto next = generate_non_conflicting_file_url(taken, {taken});
-            if (!next)
-                throw platform_error(EEXIST, taken);
-            const PathParts parts = path_parts(latest);
-            latest = parts.folder.empty()
-                         ? next->last_path_component()
-                         : std::string(parts.folder) + "/" + next->last_path_component();
-        } while (by_path_.contains(latest));
-        entry.name = latest;
-    }
-
-    void read_link(PlannedItem& item, EntryReader& reader)
-    {
-        const Entry& entry = *item.entry;
-        if (entry.size > max_link_target)
-            throw damaged(archive_.url, entry.name);
-        reader.read(entry, [&](ByteView part) {
-            item.link_target.append(reinterpret_cast<const char*>(part.data()), part.size());
-        });
-        if (item.link_target.empty() || item.link_target.find('\0') != std::string::npos)
-            throw damaged(archive_.url, entry.name);
-    }
-
-    /// Goes where the link leads, through all other links of the archive, as the kernel would.
-    [[nodiscard]] bool stays_inside(const PlannedItem& link) const
-    {
-        std::string place(path_parts(link.path()).folder);
-        std::vector<std::string> ahead; // the next name last
-        const auto follow = [&](const std::string& target) {
-            std::vector<std::string> names;
-            for_each_name(target, [&](std::string_view name) { names.emplace_back(name); });
-            ahead.insert(ahead.end(), std::make_move_iterator(names.rbegin()),
-                         std::make_move_iterator(names.rend()));
-            return !target.starts_with('/');
-        };
-        if (!follow(link.link_target))
-            return false;
-        for (int followed = 0; !ahead.empty();) {
-            const std::string name = std::move(ahead.back());
-            ahead.pop_back();
-            if (name == ".")
-                continue;
-            if (name == "..") {
-                if (place.empty())
-                    return false;
-                place = path_parts(place).folder;
-                continue;
-            }
-            const std::size_t above = place.size();
-            place.append(place.empty() ? "" : "/").append(name);
-            const auto known = by_path_.find(place);
-            if (known == by_path_.end() || known->second->kind != ItemKind::link)
-                continue;
-            job_.check();
-            place.resize(above);
-            if (++followed > max_links_followed)
-                return true; // leads nowhere
-            if (!follow(known->second->link_target))
-                return false;
-        }
-        return true;
+        const std::string name =
+            free_names_[folder].next(taken.name, false, [&](const std::string& candidate) {
+                job_.check();
+                return tree_.find(folder, candidate) != nullptr;
+            });
+        std::string path(taken.folder);
+        path.append(path.empty() ? "" : "/").append(name);
+        return plan_.new_paths.emplace_back(std::move(path));
     }
 
     const ArchiveToRead& archive_;
-    const Url& destination_;
     const ExpansionLimits& limits_;
     const Job& job_;
     UnpackingPlan plan_;
-    std::unordered_map<std::string_view, PlannedItem*> by_path_;
-    std::unordered_map<std::string, std::string> latest_names_;
+    PlannedTree tree_;
+    std::unordered_map<const PlannedItem*, FreeNames> free_names_;
 };
 
 void check_readable(const ArchiveToRead& archive, const Entry& entry, bool has_password)
@@ -292,6 +214,15 @@ void check_readable(const ArchiveToRead& archive, const Entry& entry, bool has_p
                             archive.url, entry.name);
     if (entry.is_encrypted() && !has_password)
         throw archive_error("The archive needs a password.", archive.url, entry.name);
+}
+
+/// A wrong password is told before anything is created.
+void check_password(const ArchiveDirectory& directory, EntryReader& reader)
+{
+    const auto encrypted = std::find_if(directory.entries.begin(), directory.entries.end(),
+                                        [](const Entry& entry) { return entry.is_encrypted(); });
+    if (encrypted != directory.entries.end())
+        reader.check_password(*encrypted);
 }
 
 /// That no two entries share what they unfold from: a small archive could else become anything.
@@ -326,17 +257,18 @@ void check_expansion(const ArchiveToRead& archive, const ArchiveDirectory& direc
 } // namespace
 
 UnpackingPlan make_plan(const ArchiveToRead& archive, ArchiveDirectory& directory,
-                        EntryReader& reader, const Url& destination, bool has_password,
-                        const ExpansionLimits& limits, const Job& job)
+                        EntryReader& reader, bool has_password, const ExpansionLimits& limits,
+                        const Job& job)
 {
     check_extents(archive, directory);
     check_expansion(archive, directory, limits);
-    Planner planner(archive, destination, limits, job);
+    Planner planner(archive, limits, job);
     for (Entry& entry : directory.entries) {
         check_readable(archive, entry, has_password);
         planner.add(entry);
     }
-    planner.read_links(reader);
+    check_password(directory, reader);
+    planner.judge_links(reader);
     return planner.take();
 }
 

@@ -8,37 +8,34 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace orv::archive {
 
 /// One item to be created.
 struct PlannedItem {
+    std::string_view path;               ///< below the destination, with nothing special in it
+    const PlannedItem* folder = nullptr; ///< what it is in; none in the destination itself
+    const Entry* entry = nullptr;        ///< none for a folder that is only part of a path
     ItemKind kind = ItemKind::folder;
-    std::optional<std::uint32_t> mode; ///< the permissions, where the archive knows them
-    const Entry* entry = nullptr;      ///< none for a folder that is only part of a path
-    std::string path_without_entry;
-    std::string link_target;
-
-    /// Below the destination, with nothing special in it.
-    [[nodiscard]] const std::string& path() const
-    {
-        return entry ? entry->name : path_without_entry;
-    }
+    bool is_left_out = false;               ///< a link that leads outside
+    std::optional<std::uint32_t> mode = {}; ///< the permissions, where the archive knows them
 };
 
 /// What an archive becomes on the disk. Every folder stands before what is in it.
 struct UnpackingPlan {
     std::deque<PlannedItem> items;
-    std::uint64_t bytes = 0; ///< of all files
+    std::deque<std::string> new_paths; ///< of items whose own name was taken
+    std::uint64_t bytes = 0;           ///< of all files and links
 };
 
 /// Judges all entries of the archive, before anything is created. The names in `directory` become
-/// paths below `destination`; the plan refers to its entries.
+/// paths below the destination; the plan refers to them and to the entries. Its memory is linear in
+/// the size of the directory.
 ///
 /// Errors: those for which `Zip::unzipFile` refuses an archive as a whole.
 [[nodiscard]] UnpackingPlan make_plan(const ArchiveToRead& archive, ArchiveDirectory& directory,
-                                      EntryReader& reader, const Url& destination,
-                                      bool has_password, const ExpansionLimits& limits,
-                                      const Job& job);
+                                      EntryReader& reader, bool has_password,
+                                      const ExpansionLimits& limits, const Job& job);
 
 } // namespace orv::archive

@@ -94,10 +94,10 @@ void Zip::unzipFile(const Url& archive, const Url& destination,
         const archive::ArchiveToRead file = archive::open_archive(archive);
         archive::ArchiveDirectory directory = archive::read_directory(file, limits.max_items, job);
         archive::EntryReader reader(file, directory, used_password, job);
-        const archive::UnpackingPlan plan = archive::make_plan(
-            file, directory, reader, destination, used_password.has_value(), limits, job);
+        const archive::UnpackingPlan plan =
+            archive::make_plan(file, directory, reader, used_password.has_value(), limits, job);
         job.set_total(total_of(plan));
-        archive::unpack(plan, reader, {destination, unfinished_name}, job);
+        archive::unpack(file, plan, reader, {destination, unfinished_name}, job);
         if (plan.items.empty())
             job.report(destination);
     });

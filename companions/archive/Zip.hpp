@@ -92,12 +92,15 @@ public:
     /// Unpacks the archive into the existing folder `destination`. Nothing is ever created outside
     /// it, nothing in it is replaced, and no file stands under its name before it is complete; of
     /// several items of one name, the later ones get a free one. Permissions, times and links are
-    /// kept; the set-user and set-group bits are not.
+    /// kept; the set-user and set-group bits are not. Links are made after everything else, and
+    /// nothing is written through one. `ExpansionLimits::links_outside` decides on links that lead
+    /// outside.
     ///
     /// The names and sizes of all items are judged before the first is created: an archive with a
-    /// name or a link that leads outside, an item inside a link or a file, a device, items that
-    /// share their content, or more than fits the limits or the volume is refused as a whole. The
-    /// test mode is that of `zipFiles`.
+    /// name that leads outside, an item inside a link or a file, a device, items that share their
+    /// content, or more than fits the limits or the volume is refused as a whole, and so is one
+    /// whose directory holds another number of items than it says. The test mode is that of
+    /// `zipFiles`.
     ///
     /// Cancel: ends within a fraction of a second.
     /// Errors: `file_not_found` when there is no archive; `unzip_failed` for everything else, also

@@ -134,4 +134,30 @@ std::optional<Url> generate_non_conflicting_file_url(const Url& from,
     }
 }
 
+std::string FreeNames::next(std::string_view name, bool is_folder,
+                            FunctionRef<bool(const std::string& name)> is_taken)
+{
+    const CountedName counted = counted_name(name, is_folder);
+    std::string key(counted.stem);
+    key.append(1, '/').append(counted.ending);
+    Successors& successors = successors_[key];
+
+    std::vector<std::uint64_t> passed;
+    std::uint64_t number = counted.number + 1;
+    std::string candidate;
+    for (;;) {
+        passed.push_back(number);
+        const auto successor = successors.find(number);
+        if (successor == successors.end()) {
+            candidate = name_with_number(counted, number);
+            if (!is_taken(candidate))
+                break;
+        }
+        number = successor == successors.end() ? number + 1 : successor->second;
+    }
+    for (const std::uint64_t taken : passed)
+        successors[taken] = number + 1;
+    return candidate;
+}
+
 } // namespace orv

@@ -3,10 +3,13 @@
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"
 #include "support/Volume.hpp"
+#include "utility/StopWatch.hpp"
 
+#include <algorithm>
 #include <filesystem>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace orv::test {
 namespace {
@@ -44,6 +47,14 @@ std::string repeated(const char* text, int times)
     return result;
 }
 
+/// The most memory that this process ever had.
+std::int64_t peak_memory()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return std::int64_t{usage.ru_maxrss} * 1024;
+}
+
 /// Each of them stands with a harmless item before it, of which nothing may be left.
 const Case refused_archives[] = {
     {"up", {{"../evil", "x"}}, outside},
@@ -67,15 +78,6 @@ const Case refused_archives[] = {
     {"a long name",
      {{std::string(256, 'n'), "x"}},
      "unzip: The archive holds a name that is too long."},
-    {"an absolute link", {{"l", "/etc", link}}, outside_link},
-    {"a link up", {{"a/l", "../../etc", link}}, outside_link},
-    {"a link up through what is not there", {{"l", "missing/../../etc", link}}, outside_link},
-    {"links that lead outside together",
-     {{"a/b/back", "..", link}, {"l", "a/b/back/../../etc", link}},
-     outside_link},
-    {"links that lead outside together, the last first",
-     {{"l", "a/b/back/../../etc", link}, {"a/b/back", "..", link}},
-     outside_link},
     {"an item in a link", {{"l", ".", link}, {"l/x", "x"}}, two_kinds},
     {"a link around an item", {{"l/x", "x"}, {"l", ".", link}}, two_kinds},
     {"an item in a file", {{"f", "x"}, {"f/x", "x"}}, two_kinds},
@@ -139,6 +141,10 @@ const Case accepted_archives[] = {
      {{"f.txt", "1"}, {"f.txt", "2"}, {"f 2.txt", "3"}, {"f.txt", "4"}, {"f.txt", "l", link}},
      success,
      {"f 2.txt=2", "f 3.txt=3", "f 4.txt=4", "f 5.txt->l", "f.txt=1"}},
+    {"links that lead outside",
+     {{"l", "/etc", link}, {"a/m", "../../x", link}, {"n", "l/passwd", link}},
+     success,
+     {"a/", "a/m->../../x", "l->/etc", "n->l/passwd"}},
     {"a folder twice",
      {{"d/x", "1"}, {"d/", "", folder}, {"d/", "", folder}},
      success,
@@ -221,6 +227,118 @@ TEST(HostileArchives, what_does_not_fit_the_volume_is_refused_before_the_first_b
     write_file(root / "a.zip", raw_zip({{"f", "x"}, {"g", std::string(300 * 1024, 'x')}}));
     EXPECT_EQ(unzip(root / "a.zip", volume->url()), "unzip: No space left on device.");
     EXPECT_EQ(tree(volume->url()), Listing{});
+}
+
+struct LinkCase {
+    const char* name;
+    Entries entries;
+    Listing outside;
+};
+
+/// Those in `outside` lead there, in the order in which they stand.
+const LinkCase link_cases[] = {
+    {"absolute", {{"l", "/etc", link}, {"k", "x", link}}, {"l"}},
+    {"up", {{"a/l", "../../etc", link}, {"a/k", "../etc", link}}, {"a/l"}},
+    {"up through what is not there",
+     {{"l", "missing/../../etc", link}, {"k", "missing/x/../../etc", link}},
+     {"l"}},
+    {"outside together",
+     {{"a/b/back", "..", link}, {"l", "a/b/back/../../etc", link}, {"k", "a/b/back/../x", link}},
+     {"l"}},
+    {"outside together, the last first",
+     {{"l", "a/b/back/../../etc", link}, {"a/b/back", "..", link}},
+     {"l"}},
+    {"through one that leads outside",
+     {{"l", "/etc", link}, {"m", "l/passwd", link}, {"k", "loop/../..", link}, {"loop", "k", link}},
+     {"l", "m"}},
+};
+
+TEST(HostileArchives, an_application_decides_on_links_that_lead_outside)
+{
+    const ExpansionLimits before = Zip::expansion_limits();
+    for (const LinkCase& row : link_cases) {
+        const Scratch root;
+        make_tree(root.url(), {"in/", "kept/"});
+        Entries entries{{"harmless", "y"}};
+        entries.insert(entries.end(), row.entries.begin(), row.entries.end());
+        write_file(root / "a.zip", raw_zip(entries));
+
+        Zip::set_expansion_limits({.links_outside = LinksOutside::refuse});
+        EXPECT_EQ(unzip(root / "a.zip", root / "in"), outside_link) << row.name;
+        EXPECT_EQ(tree(root / "in"), Listing{}) << row.name;
+        Zip::set_expansion_limits({.links_outside = LinksOutside::leave_out});
+        EXPECT_EQ(unzip(root / "a.zip", root / "in"), success) << row.name;
+        Zip::set_expansion_limits(before);
+        EXPECT_EQ(unzip(root / "a.zip", root / "kept"), success) << row.name;
+        for (const RawEntry& entry : entries) {
+            const bool is_left_out =
+                std::find(row.outside.begin(), row.outside.end(), entry.name) != row.outside.end();
+            const std::string path = "in/" + entry.name;
+            EXPECT_EQ(std::filesystem::is_symlink(root / path) ||
+                          std::filesystem::exists(root / path),
+                      !is_left_out)
+                << row.name << ": " << entry.name;
+        }
+        EXPECT_EQ(tree(root / "kept").size(), tree(root / "in").size() + row.outside.size());
+    }
+}
+
+TEST(HostileArchives, a_directory_is_read_whole_or_refused)
+{
+    const Scratch root;
+    const Entries few{{"a", "1"}, {"b", "2"}, {"c", "3"}};
+    const std::string whole = raw_zip(few);
+    const auto with_count = [](std::string archive, int count) {
+        const std::string bytes = little_endian(static_cast<std::uint64_t>(count), 2);
+        return archive.replace(archive.size() - 14, 4, bytes + bytes);
+    };
+    std::string emptied = with_count(whole, 0);
+    emptied.replace(emptied.size() - 10, 8, 8, '\0');
+    for (const std::string& bytes :
+         {with_count(whole, 0), with_count(whole, 1), with_count(whole, 4), emptied}) {
+        const Scratch destination;
+        write_file(root / "a.zip", bytes);
+        EXPECT_EQ(unzip(root / "a.zip", destination.url()), damaged);
+        EXPECT_EQ(tree(destination.url()), Listing{});
+    }
+    Entries many; // so many that their count wraps
+    for (int i = 0; i < 65'538; ++i)
+        many.push_back({"d/", "", folder});
+    many.push_back({"last", "1"});
+    const Scratch destination;
+    write_file(root / "a.zip", raw_zip(many));
+    EXPECT_EQ(unzip(root / "a.zip", destination.url()), success);
+    EXPECT_EQ(tree(destination.url()), (Listing{"d/", "last=1"}));
+}
+
+TEST(HostileArchives, memory_is_linear_in_the_directory)
+{
+    const Scratch root;
+    Entries entries;
+    for (int i = 0; i < 4; ++i)
+        entries.push_back({std::to_string(i) + repeated("/a", 32'000) + "/", "", folder});
+    entries.push_back({"f", "x", 0100644, 3, 0, 97}); // refused after the names were read
+    write_file(root / "a.zip", raw_zip(entries));
+    const std::int64_t before = peak_memory();
+    EXPECT_EQ(unzip(root / "a.zip", root.url()), unknown_way);
+    EXPECT_LT(peak_memory() - before, 200 << 20);
+}
+
+TEST(HostileArchives, thousands_of_items_of_one_name_take_linear_time)
+{
+    const Scratch root;
+    make_tree(root.url(), {"in/"});
+    Entries entries;
+    for (int i = 1; i <= 3000; ++i) {
+        const std::string name = i == 1 ? "f" : "f " + std::to_string(i);
+        entries.push_back({name, ""});
+        entries.push_back({name, ""});
+    }
+    entries.push_back({"g", "x", 0100644, 3, 0, 97}); // refused after the names were given
+    write_file(root / "a.zip", raw_zip(entries));
+    const StopWatch watch;
+    EXPECT_EQ(unzip(root / "a.zip", root / "in"), unknown_way);
+    EXPECT_LT(watch.elapsed_time(), 1);
 }
 
 TEST(HostileArchives, an_application_sets_the_limits)

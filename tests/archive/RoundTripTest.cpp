@@ -142,6 +142,38 @@ TEST(RoundTrip, a_wrong_password_is_told)
               "zip: The password holds a character that no password can have.");
 }
 
+TEST(RoundTrip, what_is_damaged_after_the_password_was_found_right_is_told_so)
+{
+    const Scratch root;
+    const std::string noise = random_bytes(300);
+    make_tree(root.url(), {"a=" + noise, "b=2", "c=3", "d=4", "out/"});
+    const std::vector<Url> items{root / "a", root / "b", root / "c", root / "d"};
+    ASSERT_EQ(zip(items, root / "aes.zip", {"right"}), success);
+    std::vector<std::string> archives{"aes.zip"};
+    if (shell("cd " + root.url().path() + " && zip -q -P right old.zip a b c d"))
+        archives.emplace_back("old.zip");
+    for (const std::string& name : archives) {
+        std::string bytes = read_file(root / name);
+        bytes[200] = static_cast<char>(bytes[200] ^ 1); // in the content of "a"
+        write_file(root / name, bytes);
+        EXPECT_EQ(unzip(root / name, root / "out", {"right"}), "unzip: The archive is damaged.")
+            << name;
+    }
+}
+
+TEST(RoundTrip, thousands_of_items_of_one_name_take_linear_time)
+{
+    const Scratch root;
+    make_tree(root.url(), {"f=1"});
+    const auto canceller = std::make_shared<Zip::Canceller>();
+    const auto cancel = [&](float, const Url&) { canceller->cancel(); };
+    const StopWatch watch;
+    EXPECT_EQ(zip(std::vector<Url>(5000, root / "f"), root / "a.zip",
+                  {.canceller = canceller, .progress = cancel}),
+              "cancelled: The request was cancelled.");
+    EXPECT_LT(watch.elapsed_time(), 1);
+}
+
 TEST(RoundTrip, items_of_one_name_all_survive)
 {
     const Scratch root;
