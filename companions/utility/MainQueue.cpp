@@ -39,18 +39,27 @@ struct Job {
 struct SyncJob : Job {
     explicit SyncJob(FunctionRef<void()> to_run) : Job{&run_and_wake}, closure(to_run) {}
 
+    /// Ends the wait for the pool before the waiter is awake, so that no thread is started in its
+    /// stead for the next closures.
+
     static void run_and_wake(Job& job)
     {
         auto& self = static_cast<SyncJob&>(job);
         struct Wake {
-            std::binary_semaphore& waiter;
-            ~Wake() { waiter.release(); }
-        } const wake{self.waiter};
+            SyncJob& job;
+            ~Wake()
+            {
+                std::binary_semaphore& waiter = job.waiter;
+                job.blocked.end();
+                waiter.release();
+            }
+        } const wake{self};
         self.closure();
     }
 
     FunctionRef<void()> closure;
     std::binary_semaphore& waiter = parking;
+    WorkerPool::Blocked blocked{WorkerPool::Wait::brief};
 };
 
 struct AsyncJob : Job {
@@ -258,7 +267,6 @@ void MainQueue::sync(FunctionRef<void()> closure)
     impl_->used = true;
     SyncJob job(closure);
     impl_->jobs.push(job);
-    const WorkerPool::Blocked blocked;
     parking.acquire();
 }
 

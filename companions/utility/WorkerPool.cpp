@@ -1,24 +1,36 @@
 #include "utility/WorkerPool.hpp"
 
-#include <orv/utility/Fatal.hpp>
+#include "utility/Worker.hpp"
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
+#include <utility>
+#include <vector>
 
-#include <pthread.h>
 #include <signal.h>
 
 namespace orv {
 namespace {
 
-constexpr auto idle_life = std::chrono::seconds(5);
-thread_local bool is_worker = false;
-thread_local int blocked_depth = 0;
+using Milliseconds = std::chrono::milliseconds;
+
+constexpr Milliseconds idle_life(5000);
+// Beyond those that can run at once, threads are left from a burst.
+constexpr Milliseconds spare_life(500);
+constexpr Milliseconds look_interval(100);
+// The system's own limits lie some ten times higher.
+constexpr int max_stalled = 2000;
+
+thread_local Worker* this_worker = nullptr;
+
+struct Task {
+    std::function<void()> run;
+    std::function<void()> refused;
+};
 
 /// Blocks the signals sent from outside while it lives: a thread started meanwhile never runs the
 /// application's handlers for them. Those of a fault in the thread itself stay with it, for the
@@ -45,100 +57,214 @@ private:
 
 class WorkerPool::Impl {
 public:
-    void async(std::function<void()> task)
+    void async(Task task)
     {
         std::unique_lock lock(mutex_);
         tasks_.push_back(std::move(task));
-        provide_thread(lock);
+        provide_threads(lock);
     }
 
-    void enter_blocked()
+    void set_max_threads(int count)
     {
         std::unique_lock lock(mutex_);
-        --running_;
-        provide_thread(lock);
+        max_threads_ = std::max(count, 1);
+        provide_threads(lock);
     }
 
-    void leave_blocked()
+    [[nodiscard]] int max_threads()
     {
         const std::lock_guard lock(mutex_);
-        ++running_;
+        return max_threads_;
+    }
+
+    void begin_wait(Worker& worker, Worker::State wait)
+    {
+        std::unique_lock lock(mutex_);
+        change(worker, wait);
+        provide_threads(lock);
+    }
+
+    void end_wait(Worker& worker)
+    {
+        const std::lock_guard lock(mutex_);
+        change(worker, Worker::State::running);
     }
 
 private:
-    /// Sees to it that every waiting task that may run is taken by a thread. An idle thread that
-    /// was notified but is not awake yet still counts as idle, so each is counted for one task.
-    void provide_thread(std::unique_lock<std::mutex>& lock)
+    void change(Worker& worker, Worker::State state, bool is_stalled = false)
     {
-        const int wanted = std::min(static_cast<int>(tasks_.size()), at_once_ - running_);
-        if (wanted <= 0)
-            return;
-        if (wanted <= idle_ + starting_) {
-            wake_.notify_one();
-            return;
-        }
-        ++starting_;
-        lock.unlock();
-        start_thread();
+        count(worker, -1);
+        worker.state = state;
+        worker.is_stalled = is_stalled;
+        count(worker, 1);
     }
 
-    void start_thread()
+    void count(const Worker& worker, int one)
+    {
+        if (worker.is_stalled) {
+            stalled_ += one;
+            return;
+        }
+        running_ += worker.state == Worker::State::running ? one : 0;
+        held_ += worker.may_stall() ? one : 0;
+    }
+
+    /// True if one more task may run beside those for which `coming` threads are on their way.
+    [[nodiscard]] bool has_room(int coming) const
+    {
+        return running_ + coming < at_once_ && held_ + coming < max_threads_;
+    }
+
+    /// Calls a thread for every task that may run. While tasks must wait, one thread stands by and
+    /// looks for stalled ones.
+    void provide_threads(std::unique_lock<std::mutex>& lock)
+    {
+        const auto needs_one = [this] {
+            return static_cast<int>(tasks_.size()) > coming_ &&
+                   (has_room(coming_) || (coming_ == 0 && !stand_by_));
+        };
+        while (needs_one())
+            if (!call_thread(lock))
+                return;
+    }
+
+    /// A thread that comes may find that another one has taken the task.
+    bool call_thread(std::unique_lock<std::mutex>& lock)
+    {
+        ++coming_;
+        if (Worker* worker = take_waiting()) {
+            worker->is_called = true;
+            worker->called.notify_one();
+            return true;
+        }
+        lock.unlock();
+        const bool is_started = start_thread();
+        lock.lock();
+        if (!is_started) {
+            --coming_;
+            refuse_tasks_left_alone(lock);
+        }
+        return is_started;
+    }
+
+    /// The thread that became idle last comes first: its memory is warm, and the others get old.
+    Worker* take_waiting()
+    {
+        if (stand_by_)
+            return std::exchange(stand_by_, nullptr);
+        if (idle_.empty())
+            return nullptr;
+        Worker* worker = idle_.back();
+        idle_.pop_back();
+        return worker;
+    }
+
+    bool start_thread()
     {
         const SignalsBlocked signals_blocked;
         try {
             std::thread([this] { work(); }).detach();
-        } catch (const std::system_error&) {
-            thread_failed();
+            return true;
+        } catch (const std::exception&) { // no thread or no memory for one
+            return false;
         }
     }
 
-    /// Without a new thread the waiting task runs on the next one that comes free; with none at all
-    /// it never would.
-    void thread_failed()
+    /// Without a new thread, tasks wait for the next one that comes free. None does where all are
+    /// stuck or wait for a person.
+    void refuse_tasks_left_alone(std::unique_lock<std::mutex>& lock)
     {
-        const std::lock_guard lock(mutex_);
-        --starting_;
-        if (threads_ + starting_ == 0)
-            fatal("The worker pool couldn't start its first thread.");
+        if (held_ + coming_ > 0)
+            return;
+        std::deque<Task> refused = std::exchange(tasks_, {});
+        lock.unlock();
+        for (const Task& task : refused)
+            if (task.refused)
+                task.refused();
+        refused.clear(); // what they own may need the pool
+        lock.lock();
     }
 
     void work()
     {
         ::pthread_setname_np(::pthread_self(), "orv-worker");
-        is_worker = true;
+        Worker worker;
+        this_worker = &worker;
         std::unique_lock lock(mutex_);
-        --starting_;
-        ++threads_;
-        while (next_task_arrives(lock)) {
-            std::function<void()> task = std::move(tasks_.front());
-            tasks_.pop_front();
-            ++running_;
-            lock.unlock();
-            task();
-            task = nullptr;
-            lock.lock();
-            --running_;
-        }
-        --threads_;
+        workers_.push_back(&worker);
+        --coming_;
+        do {
+            while (!tasks_.empty() && has_room(0))
+                run_first_task(worker, lock);
+        } while (is_wanted(worker, lock));
+        std::erase(workers_, &worker);
+        this_worker = nullptr;
     }
 
-    bool next_task_arrives(std::unique_lock<std::mutex>& lock)
+    void run_first_task(Worker& worker, std::unique_lock<std::mutex>& lock)
     {
-        ++idle_;
-        const bool arrived = wake_.wait_for(
-            lock, idle_life, [this] { return !tasks_.empty() && running_ < at_once_; });
-        --idle_;
-        return arrived;
+        Task task = std::move(tasks_.front());
+        tasks_.pop_front();
+        worker.forget_looks();
+        change(worker, Worker::State::running);
+        provide_threads(lock); // this one may have been standing by
+        lock.unlock();
+        task.run();
+        task = {};
+        lock.lock();
+        change(worker, Worker::State::idle);
+    }
+
+    /// Waits until there may be something to do. False when the thread is to end.
+    bool is_wanted(Worker& worker, std::unique_lock<std::mutex>& lock)
+    {
+        if (!tasks_.empty() && !stand_by_) {
+            stand_by_ = &worker;
+            if (!is_called(worker, lock, look_interval)) {
+                stand_by_ = nullptr;
+                look_for_stalled();
+            }
+            return true;
+        }
+        idle_.push_back(&worker);
+        const bool is_spare = idle_.size() > static_cast<std::size_t>(at_once_);
+        if (is_called(worker, lock, is_spare ? spare_life : idle_life))
+            return true;
+        std::erase(idle_, &worker);
+        return false;
+    }
+
+    bool is_called(Worker& worker, std::unique_lock<std::mutex>& lock, Milliseconds at_most)
+    {
+        if (!worker.called.wait_for(lock, at_most, [&] { return worker.is_called; }))
+            return false;
+        worker.is_called = false;
+        --coming_;
+        return true;
+    }
+
+    void look_for_stalled()
+    {
+        for (Worker* worker : workers_) {
+            if (!worker->may_stall())
+                continue;
+            const bool is_stalled =
+                worker->has_rested() && (worker->is_stalled || stalled_ < max_stalled);
+            change(*worker, worker->state, is_stalled);
+        }
     }
 
     const int at_once_ = std::max(4, 2 * static_cast<int>(std::thread::hardware_concurrency()));
     std::mutex mutex_;
-    std::condition_variable wake_;
-    std::deque<std::function<void()>> tasks_;
-    int threads_ = 0;
-    int starting_ = 0;
-    int running_ = 0; // threads in a task, but for those blocked in it
-    int idle_ = 0;
+    int max_threads_ = default_max_threads;
+    std::deque<Task> tasks_; // that nobody has begun
+    std::vector<Worker*> workers_;
+    std::vector<Worker*> idle_;
+    Worker* stand_by_ = nullptr;
+    int coming_ = 0;  // threads that were called or started for a task, and are not there yet
+    int running_ = 0; // the counts leave out who is stalled
+    int held_ = 0;    // running or waiting briefly
+    int stalled_ = 0;
 };
 
 WorkerPool& WorkerPool::instance()
@@ -149,21 +275,41 @@ WorkerPool& WorkerPool::instance()
 
 WorkerPool::WorkerPool() : impl_(std::make_unique<Impl>()) {}
 
-void WorkerPool::async(std::function<void()> task)
+void WorkerPool::async(std::function<void()> task, std::function<void()> refused)
 {
-    impl_->async(std::move(task));
+    impl_->async({std::move(task), std::move(refused)});
 }
 
-WorkerPool::Blocked::Blocked()
+void WorkerPool::set_max_threads(int count)
 {
-    if (is_worker && blocked_depth++ == 0)
-        instance().impl_->enter_blocked();
+    impl_->set_max_threads(count);
+}
+
+int WorkerPool::max_threads() const
+{
+    return impl_->max_threads();
+}
+
+WorkerPool::Blocked::Blocked(Wait wait)
+{
+    if (!this_worker || this_worker->blocked_depth++ > 0)
+        return;
+    waiting_ = this_worker;
+    instance().impl_->begin_wait(*waiting_, wait == Wait::brief ? Worker::State::waits_briefly
+                                                                : Worker::State::waits_open_ended);
 }
 
 WorkerPool::Blocked::~Blocked()
 {
-    if (is_worker && --blocked_depth == 0)
-        instance().impl_->leave_blocked();
+    end();
+    if (this_worker)
+        --this_worker->blocked_depth;
+}
+
+void WorkerPool::Blocked::end()
+{
+    if (Worker* worker = std::exchange(waiting_, nullptr))
+        instance().impl_->end_wait(*worker);
 }
 
 } // namespace orv

@@ -6,6 +6,7 @@
 #include <orv/utility/MainQueue.hpp>
 
 #include <iostream>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -108,13 +109,22 @@ void create_tree(const Url& at, bool log_status)
 
 void create_example_files(Url at, bool log_status, std::function<void()> completion)
 {
-    bg_async([at = std::move(at), log_status, completion = std::move(completion)]() mutable {
-        create_tree(at, log_status);
-        main_async([completion = std::exchange(completion, nullptr)] {
+    const auto at_end = std::make_shared<std::function<void()>>(std::move(completion));
+    const auto end = [at_end] {
+        main_async([completion = std::exchange(*at_end, nullptr)] {
             if (completion)
                 completion();
         });
-    });
+    };
+    WorkerPool::instance().async(
+        [at = std::move(at), log_status, end] {
+            create_tree(at, log_status);
+            end();
+        },
+        [log_status, end] {
+            log(log_status, "⚠️ couldn't start a thread for the example files");
+            end();
+        });
 }
 
 std::vector<Url> missing_example_files(const Url& at)

@@ -94,6 +94,16 @@ ExpansionLimits OrvFileManager::expansion_limits()
     return Zip::expansion_limits();
 }
 
+void OrvFileManager::set_max_threads(int count)
+{
+    WorkerPool::instance().set_max_threads(count);
+}
+
+int OrvFileManager::max_threads()
+{
+    return WorkerPool::instance().max_threads();
+}
+
 std::shared_ptr<SnglCopyOperation>
 OrvFileManager::single_copy(Url src_url, Url dest_url, bool overwrite,
                             SnglCopyOperation::StatusClosure status_closure)

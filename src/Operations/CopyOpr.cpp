@@ -91,8 +91,10 @@ std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url
 {
     return start_request<CopyOperation>(
         std::move(status_closure),
-        [source = src_url.resolving_symlinks(), destination = dest_url.resolving_symlinks()](
-            CopyRequest& request) { return copy_item(request, source, destination); });
+        // Links are resolved in the background: on a dead volume that may take for ever.
+        [src_url, dest_url](CopyRequest& request) {
+            return copy_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks());
+        });
 }
 
 } // namespace orv

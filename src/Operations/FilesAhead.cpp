@@ -93,7 +93,7 @@ private:
     {
         second_thread_sleeps_ = true;
         {
-            const WorkerPool::Blocked blocked;
+            const WorkerPool::Blocked blocked(WorkerPool::Wait::brief);
             worth_waking_.wait(lock,
                                [this] { return closed_ || waiting_ >= worth_a_second_thread; });
         }

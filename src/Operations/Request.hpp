@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Operations/FinalCases.hpp"
 #include "Operations/OperationAccess.hpp"
 #include "Operations/StatusBatch.hpp"
 #include "utility/WorkerPool.hpp"
@@ -7,6 +8,7 @@
 #include <orv/Operations/Status.hpp>
 #include <orv/utility/Fatal.hpp>
 
+#include <cassert>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -23,19 +25,6 @@ template <class Case, class Status>
 inline constexpr bool has_case = false;
 template <class Case, class... Cases>
 inline constexpr bool has_case<Case, std::variant<Cases...>> = (std::is_same_v<Case, Cases> || ...);
-
-/// Whether nothing follows the status.
-template <class... Cases>
-[[nodiscard]] bool is_final(const std::variant<Cases...>& status)
-{
-    return std::visit(
-        [](const auto& its_case) {
-            using Case = std::decay_t<decltype(its_case)>;
-            return std::is_same_v<Case, status::success> || std::is_same_v<Case, status::error> ||
-                   std::is_same_v<Case, status::cancelled>;
-        },
-        status);
-}
 
 /// One request at work: its operation, and the way to its caller.
 ///
@@ -116,6 +105,7 @@ public:
     /// cancelled by now and can be, `cancelled`.
     void finish(Status outcome)
     {
+        assert(is_final(outcome));
         statuses_.finish([&] {
             if constexpr (has_case<status::cancelled, Status>) {
                 if (cancelled()) {
@@ -154,6 +144,11 @@ concept FailsInItsOwnWay = requires
 {
     typename Operation::error;
 };
+
+/// True if a request of `Operation` has a final status for a failure.
+template <class Operation>
+inline constexpr bool can_fail =
+    has_case<status::error, typename Operation::Status> || FailsInItsOwnWay<Operation>;
 
 /// The final status of a request of `Operation` that failed; one that never fails ends the process.
 template <class Operation>
@@ -216,6 +211,40 @@ typename Child::Status Request<Operation>::run_child(typename Child::StatusClosu
     return *last;
 }
 
+inline Error no_thread_error()
+{
+    return Error("The request couldn't be started, because the system allows no more threads. "
+                 "Wait until other programs or requests have ended, and try again.");
+}
+
+/// A request that waits for its thread.
+template <class Operation, class Work>
+struct WaitingRequest {
+    std::shared_ptr<Operation> operation;
+    typename Operation::StatusClosure closure;
+    Work work;
+
+    void serve()
+    {
+        Request<Operation> request(std::move(operation), std::move(closure));
+        request.finish(outcome_of(request, work));
+    }
+
+    /// Ends the request without having served it. One that cannot fail is served on the main
+    /// thread instead.
+    ///
+    /// Threading: main thread.
+    void refuse(const Error& error)
+    {
+        if constexpr (can_fail<Operation>) {
+            Request<Operation> request(std::move(operation), std::move(closure));
+            request.finish(error_status<Operation>(error));
+        } else {
+            serve();
+        }
+    }
+};
+
 /// Starts a request: `work` is called in the background with its `Request<Operation>&`, and returns
 /// the final status or throws.
 template <class Operation, class Work>
@@ -223,10 +252,11 @@ std::shared_ptr<Operation> start_request(typename Operation::StatusClosure closu
 {
     auto operation = std::make_shared<Operation>();
     OperationAccess::activate(*operation);
-    bg_async([operation, closure = std::move(closure), work = std::move(work)]() mutable {
-        Request<Operation> request(std::move(operation), std::move(closure));
-        request.finish(outcome_of(request, work));
-    });
+    const std::shared_ptr<WaitingRequest<Operation, Work>> waiting(
+        new WaitingRequest<Operation, Work>{operation, std::move(closure), std::move(work)});
+    WorkerPool::instance().async(
+        [waiting] { waiting->serve(); },
+        [waiting] { main_async([waiting] { waiting->refuse(no_thread_error()); }); });
     return operation;
 }
 

@@ -195,7 +195,7 @@ private:
     {
         ++sleeping_;
         {
-            const WorkerPool::Blocked blocked;
+            const WorkerPool::Blocked blocked(WorkerPool::Wait::brief);
             worth_waking_.wait(lock, [this] { return closed_ || !waiting_.empty(); });
         }
         --sleeping_;

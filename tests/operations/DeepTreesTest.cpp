@@ -1,11 +1,11 @@
 #include "support/Engine.hpp"
+#include "support/Limits.hpp"
 #include "support/Statuses.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <algorithm>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,24 +14,6 @@ namespace {
 
 constexpr int depth = 1100;
 constexpr const char* step = "folder";
-
-/// While it lives, the process may have few open files.
-class FewDescriptors {
-public:
-    FewDescriptors()
-    {
-        ::getrlimit(RLIMIT_NOFILE, &before_);
-        rlimit few = before_;
-        few.rlim_cur = std::min<rlim_t>(few.rlim_cur, 250);
-        ::setrlimit(RLIMIT_NOFILE, &few);
-    }
-    ~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
-    FewDescriptors(const FewDescriptors&) = delete;
-    FewDescriptors& operator=(const FewDescriptors&) = delete;
-
-private:
-    rlimit before_{};
-};
 
 FileDescriptor opened(int folder, const char* name)
 {
@@ -79,7 +61,7 @@ TEST_F(DeepTreesTest, deeper_than_paths_and_descriptors_reach)
 {
     make_tree(at("a"), {});
     make_deep_tree(at("a"));
-    const FewDescriptors few;
+    const FewDescriptors few(250);
 
     const auto size = statuses_of<FolderSizeOperation>(
         [&](auto take) { return manager().calculate_folder_size(at("a"), take); });

@@ -18,6 +18,9 @@ public:
     /// into it from outside. None where this user may mount nothing.
     static std::unique_ptr<Volume> bound();
 
+    /// An ext4 file system of `mebibytes` on a loop device. None where this user may mount nothing.
+    static std::unique_ptr<Volume> ext4(int mebibytes);
+
     ~Volume();
     Volume(const Volume&) = delete;
     Volume& operator=(const Volume&) = delete;

@@ -1,11 +1,15 @@
 #include "utility/WorkerPool.hpp"
 
+#include "support/Limits.hpp"
+
 #include <orv/utility/MainQueue.hpp>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
 #include <mutex>
 #include <thread>
 
@@ -121,23 +125,123 @@ TEST(WorkerPool, as_many_run_at_once_as_keep_the_machine_busy)
     ASSERT_TRUE(waiting.reaches(most_at_once));
 
     const int task_count = 20 * most_at_once;
-    Counter running, gate, done;
+    Counter running, done;
     std::atomic<int> most = 0;
+    std::atomic<bool> gate = false;
     for (int i = 0; i < task_count; ++i)
         bg_async([&] {
             const int now = running.add();
             for (int seen = most; seen < now && !most.compare_exchange_weak(seen, now);)
                 continue;
-            gate.reaches(1);
+            while (!gate)
+                continue; // who sleeps here is stuck
             running.add(-1);
             done.add();
         });
     EXPECT_TRUE(running.reaches(most_at_once));
-    gate.add();
+    gate = true;
     EXPECT_TRUE(done.reaches(task_count));
     EXPECT_EQ(most, most_at_once) << "tasks that wait took a place, or gave more than one";
     gate_of_waiting.add();
     EXPECT_TRUE(back.reaches(most_at_once));
+}
+
+int thread_count()
+{
+    int count = 0;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task"))
+        count += thread.exists() ? 1 : 0;
+    return count;
+}
+
+TEST(WorkerPool, stuck_tasks_stop_no_other_and_get_no_more_threads_than_tasks)
+{
+    const int stuck_count = 3 * most_at_once;
+    Counter stuck, gate, done, other;
+    for (int i = 0; i < stuck_count; ++i)
+        bg_async([&] {
+            stuck.add();
+            gate.reaches(1);
+            done.add();
+        });
+    bg_async([&] { other.add(); });
+    EXPECT_TRUE(other.reaches(1));
+    EXPECT_TRUE(stuck.reaches(stuck_count));
+    EXPECT_LE(thread_count(), stuck_count + 3) << "the main one, the other, and one that stands by";
+    gate.add();
+    EXPECT_TRUE(done.reaches(stuck_count));
+}
+
+/// Runs tasks one after the other, `under_way` at once, each of which hands over and starts the
+/// next one from there. Returns the largest number of threads that were seen.
+int most_threads_of(int task_count, int under_way)
+{
+    int started = 0;
+    int ended = 0;
+    int most = 0;
+    std::function<void()> start = [&] {
+        ++started;
+        bg_async([&] {
+            main_sync([&] {
+                ++ended;
+                most = std::max(most, thread_count());
+                if (started < task_count)
+                    start();
+            });
+        });
+    };
+    while (started < under_way)
+        start();
+    EXPECT_TRUE(MainQueue::instance().run_until([&] { return ended == task_count; },
+                                                std::chrono::minutes(1)));
+    return most;
+}
+
+TEST(WorkerPool, has_no_more_threads_than_tasks_under_way_and_that_may_run)
+{
+    EXPECT_LE(most_threads_of(3000, 8), 8 + most_at_once + 3);
+}
+
+TEST(WorkerPool, holds_to_its_bound_but_for_open_waits)
+{
+    auto& pool = WorkerPool::instance();
+    pool.set_max_threads(3);
+    EXPECT_LE(most_threads_of(1000, 100), 3 + 2) << "the main one, and one that stands by";
+
+    Counter asked, gate, other;
+    for (int i = 0; i < 20; ++i)
+        bg_async([&] {
+            asked.add();
+            const WorkerPool::Blocked waits;
+            gate.reaches(1);
+        });
+    EXPECT_TRUE(asked.reaches(20));
+    bg_async([&] { other.add(); });
+    EXPECT_TRUE(other.reaches(1));
+    gate.add();
+    pool.set_max_threads(WorkerPool::default_max_threads);
+}
+
+TEST(WorkerPool, refuses_tasks_only_when_no_thread_will_come_to_them)
+{
+    const auto in_child = [](bool has_thread) {
+        Counter running, gate, done, refused;
+        const auto task = [&] {
+            running.add();
+            gate.reaches(1);
+            done.add();
+        };
+        if (has_thread)
+            bg_async(task);
+        const bool is_running = !has_thread || running.reaches(1);
+        forbid_threads();
+        WorkerPool::instance().async(task, [&] { refused.add(); });
+        gate.add();
+        const bool is_right = has_thread ? done.reaches(2) : refused.reaches(1);
+        std::_Exit(is_running && is_right ? 0 : 1);
+    };
+    EXPECT_EXIT(in_child(false), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(in_child(true), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -66,6 +66,15 @@ public:
     static void set_expansion_limits(const ExpansionLimits& limits);
     [[nodiscard]] static ExpansionLimits expansion_limits();
 
+    /// Sets how many background threads requests may hold at once, at least one; 64 at first. More
+    /// requests than that wait their turn. A request that waits for an answer or for another
+    /// request, or that gets no answer from its volume, does not count, so it never stops the
+    /// others.
+    ///
+    /// Threading: any.
+    static void set_max_threads(int count);
+    [[nodiscard]] static int max_threads();
+
     OrvFileManager(const OrvFileManager&) = delete;
     OrvFileManager& operator=(const OrvFileManager&) = delete;
 
