@@ -39,7 +39,8 @@ LIBRARIES = {
     r"zlib\.h": {"archive", "picture"},
     r"(turbojpeg|png)\.h": {"picture"},
     r"md5\.h": {"ThumbGenerator"},
-    r"(vips|gdk-pixbuf|qpdf|libavcodec|libavformat|libavutil|libswscale)/.*|gmodule\.h": {"decoder"},
+    r"(vips|gdk-pixbuf|qpdf|fontconfig|libavcodec|libavformat|libavutil|libswscale)/.*"
+    r"|gmodule\.h|seccomp\.h": {"decoder"},
     r"(CLI|fmt)/.*": {"apps"},
 }
 STANDARD = re.compile(r"[a-z_]+")

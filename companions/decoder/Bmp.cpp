@@ -75,6 +75,13 @@ Picture picture_of(const GdkPixbuf* pixels)
 
 } // namespace
 
+void prepare_bmp()
+{
+    const Loader loader(::gdk_pixbuf_loader_new_with_type("bmp", nullptr));
+    if (loader)
+        ::gdk_pixbuf_loader_close(loader.get(), nullptr);
+}
+
 bool is_bmp(Bytes bytes)
 {
     return bytes.size() > 2 && bytes[0] == 'B' && bytes[1] == 'M';

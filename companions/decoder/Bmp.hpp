@@ -7,6 +7,9 @@
 
 namespace orv::decoder {
 
+/// Loads what reads BMP pictures.
+void prepare_bmp();
+
 [[nodiscard]] bool is_bmp(std::span<const std::uint8_t> bytes);
 
 /// The BMP picture in its own size.

@@ -6,7 +6,7 @@
 
 namespace orv::decoder {
 
-void prepare_reading()
+void prepare_reading(Medium)
 {
     ::av_log_set_level(AV_LOG_QUIET);
 }

@@ -1,12 +1,12 @@
 #include "decoder/Limits.hpp"
 
+#include "decoder/Landlock.hpp"
 #include "decoder/SystemCallFilter.hpp"
 #include "picture/DecoderProtocol.hpp"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -50,19 +50,24 @@ void end_with_application()
 
 } // namespace
 
-void confine_process()
+void limit_process()
 {
     constexpr rlim_t gibibyte = rlim_t{1} << 30;
+    constexpr rlim_t most_files = 1024;
     reset_signals();
     end_with_application();
     limit(RLIMIT_AS, 3 * gibibyte);
     limit(RLIMIT_FSIZE, 0);
-    limit(RLIMIT_NOFILE, 64);
+    limit(RLIMIT_NOFILE, most_files);
     limit(RLIMIT_CORE, 0);
-    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-    forbid_system_calls();
     // A working folder would keep a volume from being unmounted.
     static_cast<void>(::chdir("/") == 0);
+}
+
+void confine_process()
+{
+    forbid_files_by_name();
+    allow_system_calls_of_decoding();
 }
 
 void allow_time_for_a_file()

@@ -2,8 +2,14 @@
 
 namespace orv::decoder {
 
-/// Takes from this process what a decoder has no use for, for good: memory beyond a few pictures,
-/// writing to files, running other programs, the network.
+/// Sets what holds for the process to its end: it dies with the application, writes to no file, and
+/// takes no more memory than a few pictures need.
+void limit_process();
+
+/// Takes from this process what a decoder has no use for: every call that reaches beyond what it
+/// has open. To be called when everything is loaded and open that reading needs.
+///
+/// Errors: an `Error` when the kernel cannot do it: then no file may be read.
 void confine_process();
 
 /// From here on one file is read: the kernel ends the process when that takes too much processor

@@ -1,6 +1,7 @@
 #include "decoder/Bmp.hpp"
 #include "decoder/Bounds.hpp"
 #include "decoder/MappedFile.hpp"
+#include "decoder/PageFonts.hpp"
 #include "decoder/Reading.hpp"
 #include "decoder/UncroppedPage.hpp"
 #include "decoder/Vips.hpp"
@@ -22,15 +23,6 @@ using Bytes = std::span<const std::uint8_t>;
 VSource source_of(Bytes bytes)
 {
     return VSource::new_from_memory(bytes.data(), bytes.size());
-}
-
-/// The file type that HEIF shares with films.
-bool is_heif(Bytes bytes)
-{
-    constexpr std::string_view type = "ftyp";
-    constexpr std::size_t offset = 4;
-    return bytes.size() > offset + type.size() &&
-           std::equal(type.begin(), type.end(), bytes.begin() + offset);
 }
 
 PictureSize size_of(const VImage& image)
@@ -137,11 +129,38 @@ DecodedPicture read_pdf_page(Bytes bytes, SizeWanted wanted)
     return {finished(trimmed(load(scale), size), size), full};
 }
 
+/// A page with a word in the first of the standard fonts.
+constexpr std::string_view first_document =
+    "%PDF-1.4\n"
+    "1 0 obj <</Type /Catalog /Pages 2 0 R>> endobj\n"
+    "2 0 obj <</Type /Pages /Kids [3 0 R] /Count 1>> endobj\n"
+    "3 0 obj <</Type /Page /Parent 2 0 R /MediaBox [0 0 20 10] /Contents 4 0 R /Resources "
+    "<</Font <</F <</Type /Font /Subtype /Type1 /BaseFont /Helvetica>>>>>>>> endobj\n"
+    "4 0 obj <</Length 31>> stream\nBT /F 9 Tf 1 1 Td (page) Tj ET \nendstream endobj\n"
+    "trailer <</Root 1 0 R>>\n";
+
+/// Draws a page, for which the library that draws opens what it needs for every page. What it has
+/// found stays while a document is open.
+void prepare_pages()
+{
+    keep_page_fonts();
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(first_document.data());
+    allow_loaders(Medium::pdf_page);
+    static const auto* const stays_open =
+        new VImage(VImage::pdfload_source(source_of({bytes, first_document.size()})));
+    static_cast<void>(finished(*stays_open, size_of(*stays_open)));
+}
+
 } // namespace
 
-void prepare_reading()
+void prepare_reading(Medium medium)
 {
     start_vips();
+    load_modules(medium);
+    if (medium == Medium::pdf_page)
+        prepare_pages();
+    else
+        prepare_bmp();
 }
 
 DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted)
@@ -150,7 +169,7 @@ DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted)
     const bool is_page = medium == Medium::pdf_page;
     ::vips_error_clear();
     try {
-        allow_loaders(medium, !is_page && is_heif(mapped.bytes()));
+        allow_loaders(medium);
         return is_page ? read_pdf_page(mapped.bytes(), wanted) : read_image(mapped.bytes(), wanted);
     } catch (const vips::VError& error) {
         const char* what = is_page ? "The PDF cannot be read: " : "The picture cannot be read: ";

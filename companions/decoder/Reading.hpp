@@ -6,8 +6,10 @@ namespace orv::decoder {
 
 // What the programs differ in; each is linked with one implementation of these.
 
-/// To be called once, before anything is read.
-void prepare_reading();
+/// Loads and opens all that reading files of the medium needs: later, nothing can be opened.
+///
+/// Errors: an `Error` when something is missing.
+void prepare_reading(Medium medium);
 
 /// What `decode_picture` promises, in this process: the file may do its worst.
 ///

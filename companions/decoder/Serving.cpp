@@ -91,17 +91,22 @@ bool send_refusal(std::string text)
     return send(&answer, sizeof answer) && send(text.data(), text.size());
 }
 
-bool answer(const ReceivedRequest& received)
+SizeWanted size_wanted(const picture::DecodeRequest& request)
 {
-    const auto& request = received.request;
     SizeWanted wanted;
     if (request.has_width)
         wanted.width = request.width;
     if (request.has_height)
         wanted.height = request.height;
     wanted.delivery = request.delivery;
+    return wanted;
+}
+
+bool answer(const ReceivedRequest& received, Medium medium)
+{
     try {
-        return send_picture(read_picture(received.file.get(), request.medium, wanted));
+        return send_picture(
+            read_picture(received.file.get(), medium, size_wanted(received.request)));
     } catch (const Error& error) {
         return send_refusal(error.sentence());
     } catch (const std::bad_alloc&) {
@@ -111,7 +116,7 @@ bool answer(const ReceivedRequest& received)
 
 } // namespace
 
-void serve()
+void serve(Medium medium, const std::optional<Error>& fault)
 {
     bool is_heard = true;
     while (is_heard) {
@@ -119,7 +124,7 @@ void serve()
         if (!received)
             return;
         allow_time_for_a_file();
-        is_heard = answer(*received);
+        is_heard = fault ? send_refusal(fault->sentence()) : answer(*received, medium);
     }
 }
 

@@ -1,110 +1,148 @@
 #include "decoder/SystemCallFilter.hpp"
 
-#include <array>
+#include "picture/DecoderProtocol.hpp"
+
+#include <orv/utility/Error.hpp>
+
 #include <cerrno>
-#include <cstddef>
-#include <vector>
+#include <initializer_list>
+#include <memory>
 
 #include <fcntl.h>
-#include <linux/audit.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
+#include <sched.h>
+#include <seccomp.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/syscall.h>
+#include <sys/resource.h>
 
 namespace orv::decoder {
 namespace {
 
-#if defined(__x86_64__)
-constexpr unsigned machine = AUDIT_ARCH_X86_64;
-// Calls of the 32-bit kind are told by this bit, and refused.
-constexpr unsigned other_calls = 0x40000000;
-#elif defined(__aarch64__)
-constexpr unsigned machine = AUDIT_ARCH_AARCH64;
-constexpr unsigned other_calls = 0x80000000;
-#else
-constexpr unsigned machine = 0;
-constexpr unsigned other_calls = 0;
-#endif
+struct FilterEnd {
+    void operator()(void* filter) const { ::seccomp_release(filter); }
+};
+using Filter = std::unique_ptr<void, FilterEnd>;
 
-constexpr int forbidden_calls[] = {
-    // the network; sockets that are there already can be used
-    SYS_socket, SYS_socketpair, SYS_connect, SYS_bind, SYS_listen, SYS_accept4,
-    // other programs and processes
-    SYS_execve, SYS_execveat, SYS_ptrace, SYS_process_vm_readv, SYS_process_vm_writev, SYS_kill,
-    SYS_tkill, SYS_pidfd_open, SYS_pidfd_getfd, SYS_setpriority,
-    // files by their names; `open` is looked at more closely
-    SYS_openat2, SYS_unlinkat, SYS_renameat2, SYS_linkat, SYS_symlinkat, SYS_mkdirat, SYS_mknodat,
-    SYS_fchmodat, SYS_fchownat, SYS_truncate, SYS_setxattr, SYS_lsetxattr, SYS_utimensat,
-#if defined(__x86_64__)
-    SYS_creat, SYS_unlink, SYS_rmdir, SYS_rename, SYS_renameat, SYS_link, SYS_symlink, SYS_mkdir,
-    SYS_mknod, SYS_chmod, SYS_chown, SYS_lchown, SYS_fork, SYS_vfork, SYS_accept,
-#endif
-    // the rest of the machine
-    SYS_mount, SYS_umount2, SYS_unshare, SYS_setns, SYS_bpf, SYS_keyctl, SYS_add_key,
-    SYS_request_key, SYS_io_uring_setup, SYS_userfaultfd, SYS_perf_event_open};
-
-sock_filter load(std::size_t offset)
+void check(int result)
 {
-    return {BPF_LD | BPF_W | BPF_ABS, 0, 0, static_cast<unsigned>(offset)};
+    if (result != 0)
+        throw Error("Files cannot be decoded safely on this system: its kernel filters no calls.")
+            .because_of(platform_error(-result, {}));
 }
 
-sock_filter skip_unless(unsigned short test, unsigned value, unsigned char skipped)
+/// Allows a call if its arguments are as told.
+void allow(const Filter& filter, int call, std::initializer_list<scmp_arg_cmp> arguments = {})
 {
-    return {static_cast<unsigned short>(BPF_JMP | BPF_K | test), 0, skipped, value};
+    // A machine that has no such call is allowed none.
+    if (call < 0)
+        return;
+    check(::seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call,
+                                   static_cast<unsigned>(arguments.size()), arguments.begin()));
 }
 
-sock_filter end_with(unsigned result)
+scmp_arg_cmp equals(unsigned argument, std::uint64_t value)
 {
-    return {BPF_RET | BPF_K, 0, 0, result};
+    return {argument, SCMP_CMP_EQ, value, 0};
 }
 
-constexpr unsigned refused = SECCOMP_RET_ERRNO | EPERM;
-
-/// Files are opened for reading only: some libraries would make them for code that they generate.
-void refuse_writing(std::vector<sock_filter>& filter, int call, std::size_t flags)
+scmp_arg_cmp differs(unsigned argument, std::uint64_t value)
 {
-    constexpr unsigned writing = O_WRONLY | O_RDWR | O_CREAT | O_TRUNC;
-    filter.insert(filter.end(), {
-                                    skip_unless(BPF_JEQ, static_cast<unsigned>(call), 4),
-                                    load(offsetof(seccomp_data, args) + flags * sizeof(__u64)),
-                                    skip_unless(BPF_JSET, writing, 1),
-                                    end_with(refused),
-                                    end_with(SECCOMP_RET_ALLOW),
-                                });
+    return {argument, SCMP_CMP_NE, value, 0};
 }
 
-std::vector<sock_filter> rules()
+scmp_arg_cmp lacks(unsigned argument, std::uint64_t bits)
 {
-    std::vector<sock_filter> filter = {
-        load(offsetof(seccomp_data, arch)),
-        {BPF_JMP | BPF_K | BPF_JEQ, 1, 0, machine},
-        end_with(refused),
-        load(offsetof(seccomp_data, nr)),
-        skip_unless(BPF_JGE, other_calls, 1),
-        end_with(refused),
-    };
-    for (const int call : forbidden_calls) {
-        filter.push_back(skip_unless(BPF_JEQ, static_cast<unsigned>(call), 1));
-        filter.push_back(end_with(refused));
-    }
-#if defined(__x86_64__)
-    refuse_writing(filter, SYS_open, 1);
-#endif
-    refuse_writing(filter, SYS_openat, 2);
-    filter.push_back(end_with(SECCOMP_RET_ALLOW));
-    return filter;
+    return {argument, SCMP_CMP_MASKED_EQ, bits, 0};
+}
+
+/// Calls that reach nothing but this process, and what it has open.
+void allow_harmless_calls(const Filter& filter)
+{
+    for (const int call :
+         {// memory
+          SCMP_SYS(brk), SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise),
+          // what is open
+          SCMP_SYS(read), SCMP_SYS(pread64), SCMP_SYS(readv), SCMP_SYS(lseek), SCMP_SYS(fstat),
+          SCMP_SYS(recvmsg), SCMP_SYS(poll), SCMP_SYS(ppoll), SCMP_SYS(fadvise64),
+          // threads
+          SCMP_SYS(futex), SCMP_SYS(set_robust_list), SCMP_SYS(rseq), SCMP_SYS(sched_yield),
+          SCMP_SYS(sched_getaffinity), SCMP_SYS(getpid), SCMP_SYS(gettid), SCMP_SYS(getcpu),
+          SCMP_SYS(exit), SCMP_SYS(exit_group),
+          // signals of its own
+          SCMP_SYS(rt_sigaction), SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigreturn),
+          SCMP_SYS(sigaltstack), SCMP_SYS(restart_syscall),
+          // time and chance
+          SCMP_SYS(clock_gettime), SCMP_SYS(clock_getres), SCMP_SYS(clock_nanosleep),
+          SCMP_SYS(nanosleep), SCMP_SYS(gettimeofday), SCMP_SYS(time), SCMP_SYS(getrandom),
+          // what it has used, and what there is
+          SCMP_SYS(getrusage), SCMP_SYS(sysinfo), SCMP_SYS(uname)})
+        allow(filter, call);
+}
+
+/// Memory that holds code was mapped before.
+void allow_memory_without_code(const Filter& filter)
+{
+    allow(filter, SCMP_SYS(mmap), {lacks(2, PROT_EXEC)});
+    allow(filter, SCMP_SYS(mprotect), {lacks(2, PROT_EXEC)});
+}
+
+/// Threads are made as the C library makes them, and no processes.
+void allow_threads(const Filter& filter)
+{
+    constexpr std::uint64_t thread = CLONE_VM | CLONE_FS | CLONE_FILES | CLONE_SYSVSEM |
+                                     CLONE_SIGHAND | CLONE_THREAD | CLONE_SETTLS |
+                                     CLONE_PARENT_SETTID | CLONE_CHILD_CLEARTID;
+    allow(filter, SCMP_SYS(clone), {equals(0, thread)});
+    // Its arguments lie in memory, where no filter sees them; the other call is used instead.
+    check(::seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0));
+    allow(filter, SCMP_SYS(prctl), {equals(0, PR_SET_NAME)});
+}
+
+void allow_descriptors(const Filter& filter)
+{
+    // The kernel ends this process by the lifeline, which must therefore stay open.
+    allow(filter, SCMP_SYS(close), {differs(0, picture::decoder_lifeline)});
+    allow(filter, SCMP_SYS(dup));
+    for (const int command : {F_GETFD, F_SETFD, F_GETFL, F_DUPFD, F_DUPFD_CLOEXEC})
+        allow(filter, SCMP_SYS(fcntl), {equals(1, static_cast<unsigned>(command))});
+}
+
+/// Pixels are sent to the application, and to no other address; what libraries print is lost.
+void allow_answers(const Filter& filter)
+{
+    allow(filter, SCMP_SYS(sendto), {equals(0, picture::decoder_socket), equals(4, 0)});
+    for (const int output : {1, 2})
+        for (const int call : {SCMP_SYS(write), SCMP_SYS(writev)})
+            allow(filter, call, {equals(0, static_cast<unsigned>(output))});
+}
+
+/// Limits of its own, not above those that were set for good before.
+void allow_limits(const Filter& filter)
+{
+    for (const int resource : {RLIMIT_CPU, RLIMIT_DATA})
+        allow(filter, SCMP_SYS(prlimit64),
+              {equals(0, 0), equals(1, static_cast<unsigned>(resource))});
 }
 
 } // namespace
 
-void forbid_system_calls()
+void allow_system_calls_of_decoding()
 {
-    if (machine == 0)
-        return;
-    std::vector<sock_filter> filter = rules();
-    const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
-    ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0);
+    const Filter filter(::seccomp_init(SCMP_ACT_ERRNO(EPERM)));
+    if (!filter)
+        check(-ENOSYS);
+    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS));
+    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_NNP, 1));
+    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_TSYNC, 1));
+    // A search instead of a list: each call passes through it.
+    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE, 2));
+    allow_harmless_calls(filter);
+    allow_memory_without_code(filter);
+    allow_threads(filter);
+    allow_descriptors(filter);
+    allow_answers(filter);
+    allow_limits(filter);
+    check(::seccomp_load(filter.get()));
 }
 
 } // namespace orv::decoder

@@ -2,8 +2,11 @@
 
 namespace orv::decoder {
 
-/// Makes the system calls fail from here on that change files, reach the network or other
-/// processes, or run programs. Does nothing on a machine whose calls are not known here.
-void forbid_system_calls();
+/// From here on the process, with all its threads, can make only the system calls that decoding
+/// takes: it computes, reads the descriptors that it has, answers on its socket and makes threads.
+/// Every other call fails; one of another machine's kind ends the process.
+///
+/// Errors: an `Error` when the kernel has no such filter; the process is as it was before then.
+void allow_system_calls_of_decoding();
 
 } // namespace orv::decoder

@@ -7,6 +7,7 @@
 
 #include <dlfcn.h>
 #include <gmodule.h>
+#include <vips/vector.h>
 
 namespace orv::decoder {
 namespace {
@@ -25,7 +26,8 @@ std::string module_folder()
 void load_module(const char* name)
 {
     const std::string path = module_folder() + "/" + name;
-    ::g_module_open(path.c_str(), G_MODULE_BIND_LAZY);
+    // All names are looked up now: later, the library they are in could not be loaded.
+    ::g_module_open(path.c_str(), static_cast<GModuleFlags>(0));
 }
 
 void ignore_log(const char*, GLogLevelFlags, const char*, void*) {}
@@ -41,20 +43,20 @@ void start_vips()
     ::g_setenv("VIPS_DISC_THRESHOLD", "8g", TRUE);
     if (VIPS_INIT("orv-picture-decoder"))
         throw Error("libvips cannot be started.");
+    // What it gains is lost in the noise, and code that is made while it runs takes memory that may
+    // hold code.
+    ::vips_vector_set_enabled(FALSE);
     ::vips_concurrency_set(1);
     ::vips_cache_set_max(0);
 }
 
-void allow_loaders(Medium medium, bool is_heif)
+void load_modules(Medium medium)
 {
-    if (medium == Medium::pdf_page) {
-        static const bool is_loaded = (load_module("vips-poppler.so"), true);
-        static_cast<void>(is_loaded);
-    }
-    if (is_heif) {
-        static const bool is_loaded = (load_module("vips-heif.so"), true);
-        static_cast<void>(is_loaded);
-    }
+    load_module(medium == Medium::pdf_page ? "vips-poppler.so" : "vips-heif.so");
+}
+
+void allow_loaders(Medium medium)
+{
     ::vips_operation_block_set("VipsForeignLoad", TRUE);
     if (medium == Medium::pdf_page) {
         ::vips_operation_block_set("VipsForeignLoadPdf", FALSE);

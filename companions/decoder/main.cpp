@@ -1,20 +1,41 @@
 #include "decoder/Limits.hpp"
 #include "decoder/Reading.hpp"
 #include "decoder/Serving.hpp"
+#include "picture/DecoderProtocol.hpp"
 
+#include <orv/utility/Error.hpp>
+
+#include <cstdlib>
 #include <iostream>
+#include <optional>
 
 #include <fcntl.h>
 
-int main()
+namespace orv::decoder {
+namespace {
+
+/// Makes the process ready to read files that may do their worst; else the reason why it cannot.
+std::optional<Error> prepare(Medium medium)
+try {
+    limit_process();
+    prepare_reading(medium);
+    confine_process();
+    return std::nullopt;
+} catch (const Error& error) {
+    return error;
+}
+
+} // namespace
+} // namespace orv::decoder
+
+int main(int argc, char** argv)
 {
-    constexpr int socket = 3;
-    if (::fcntl(socket, F_GETFD) < 0) {
+    if (argc != 2 || ::fcntl(orv::picture::decoder_lifeline, F_GETFD) < 0) {
         std::cerr << "This program is started by the library; it does nothing by itself.\n";
         return 2;
     }
-    orv::decoder::confine_process();
-    orv::decoder::prepare_reading();
-    orv::decoder::serve();
+    const auto medium = static_cast<orv::Medium>(std::atoi(argv[1]));
+    const auto fault = orv::decoder::prepare(medium);
+    orv::decoder::serve(medium, fault);
     return 0;
 }

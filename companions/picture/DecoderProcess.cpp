@@ -45,10 +45,9 @@ DecodedPicture read_picture(DecoderSocket& socket, PictureSize full, SizeWanted 
     return {Picture(width, height, std::move(rgba)), full};
 }
 
-DecodeRequest request_for(Medium medium, SizeWanted wanted)
+DecodeRequest request_for(SizeWanted wanted)
 {
     DecodeRequest request;
-    request.medium = medium;
     request.has_width = wanted.width ? 1 : 0;
     request.has_height = wanted.height ? 1 : 0;
     request.width = wanted.width.value_or(0);
@@ -79,7 +78,7 @@ std::pair<FileDescriptor, FileDescriptor> new_pipe()
 
 } // namespace
 
-DecoderProcess::DecoderProcess(const Url& program, Medium medium) : medium_(medium)
+DecoderProcess::DecoderProcess(const Url& program, Medium medium)
 {
     try {
         auto [own, its] = socket_pair();
@@ -103,7 +102,7 @@ std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, SizeWante
         const std::stop_callback end_waiting(stop, [&] { ::shutdown(socket_.get(), SHUT_RDWR); });
         try {
             DecoderSocket socket(socket_.get(), HelperWatch(program_->id(), limits));
-            const DecodeRequest request = request_for(medium_, wanted);
+            const DecodeRequest request = request_for(wanted);
             socket.send(&request, sizeof request, file);
             return read_answer(socket, wanted);
         } catch (const Error&) {

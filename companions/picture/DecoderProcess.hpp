@@ -41,7 +41,6 @@ public:
                                                  const std::stop_token& stop);
 
 private:
-    Medium medium_;
     FileDescriptor socket_;
     /// The kernel kills the program when this end of a pipe to it closes, however this process
     /// ends.

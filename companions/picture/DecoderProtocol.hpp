@@ -22,11 +22,10 @@ constexpr int decoder_lifeline = 4;
 constexpr int longest_processor_seconds = 10;
 
 /// Changes with these structures: a helper of another version gives no answer.
-constexpr std::uint32_t decoder_version = 0x4F525633;
+constexpr std::uint32_t decoder_version = 0x4F525634;
 
 struct DecodeRequest {
     std::uint32_t version = decoder_version;
-    Medium medium = Medium::image;
     std::uint8_t has_width = 0;
     std::uint8_t has_height = 0;
     Delivery delivery = Delivery::thumbnail;

@@ -45,7 +45,8 @@ void check(const DecodedPicture& decoded, SizeWanted wanted)
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    orv::decoder::prepare_reading();
+    for (const orv::Medium medium : {orv::Medium::image, orv::Medium::pdf_page})
+        orv::decoder::prepare_reading(medium);
     return 0;
 }
 

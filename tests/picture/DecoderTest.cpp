@@ -6,6 +6,7 @@
 
 #include <orv/utility/Error.hpp>
 
+#include <algorithm>
 #include <cmath>
 
 #include <gtest/gtest.h>
@@ -206,6 +207,23 @@ TEST(Decoder, shows_the_whole_medium_of_a_page_that_is_cropped)
         const auto [picture, full] = decoded(root / "a.pdf", Medium::pdf_page, {});
         EXPECT_EQ(full, full_size) << node << page;
         EXPECT_TRUE(shows(picture, colours)) << node << page;
+    }
+}
+
+TEST(Decoder, draws_text_in_fonts_that_the_page_does_not_bring)
+{
+    const Scratch root;
+    for (const std::string font : {"Helvetica", "Courier-Bold", "NoSuchFont"}) {
+        write_file(
+            root / "a.pdf",
+            pdf_of({"<</Type /Catalog /Pages 2 0 R>>", "<</Type /Pages /Kids [3 0 R] /Count 1>>",
+                    "<</Type /Page /Parent 2 0 R /MediaBox [0 0 60 60] /Contents 4 0 R "
+                    "/Resources <</Font <</F <</Type /Font /Subtype /Type1 /BaseFont /" +
+                        font + ">>>>>>>>",
+                    pdf_drawing("BT /F 90 Tf 5 5 Td (M) Tj ET")}));
+        const Picture page = decoded(root / "a.pdf", Medium::pdf_page, {}).picture;
+        ASSERT_FALSE(page.is_empty());
+        EXPECT_LT(*std::min_element(page.rgba().begin(), page.rgba().end()), 64) << font;
     }
 }
 
