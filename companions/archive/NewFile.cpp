@@ -1,6 +1,6 @@
 #include "archive/NewFile.hpp"
 
-#include "utility/FileNames.hpp"
+#include "files/FreeName.hpp"
 #include "utility/Uuid.hpp"
 
 #include <orv/utility/Error.hpp>

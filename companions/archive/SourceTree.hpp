@@ -2,7 +2,7 @@
 
 #include "archive/FolderCursor.hpp"
 #include "archive/Job.hpp"
-#include "utility/FileNames.hpp"
+#include "files/FreeName.hpp"
 
 #include <cstdint>
 #include <memory>

@@ -5,7 +5,7 @@
 #include "archive/LinkJudge.hpp"
 #include "archive/NewFile.hpp"
 #include "archive/PathNames.hpp"
-#include "utility/FileNames.hpp"
+#include "files/FreeName.hpp"
 
 #include <algorithm>
 #include <cerrno>

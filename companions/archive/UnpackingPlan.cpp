@@ -3,6 +3,7 @@
 #include "archive/LinkJudge.hpp"
 #include "archive/PathNames.hpp"
 #include "archive/PlannedTree.hpp"
+#include "files/FreeName.hpp"
 #include "utility/FileNames.hpp"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "picture/Decoder.hpp"
 
+#include "files/Place.hpp"
 #include "picture/DecoderPool.hpp"
 #include "utility/FileDescriptor.hpp"
 
@@ -48,10 +49,11 @@ void check_is_regular(int result, const struct stat& facts, const Url& file)
 /// Looks before it opens, since opening alone sets off some devices; and again, at what was opened.
 FileDescriptor open_regular(const Url& file)
 {
-    const char* path = file.path().c_str();
+    const Place place = Place::of(file);
     struct stat facts {};
-    check_is_regular(::stat(path, &facts), facts, file);
-    FileDescriptor opened(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    check_is_regular(::fstatat(place.folder(), place.name(), &facts, 0), facts, file);
+    FileDescriptor opened(
+        ::openat(place.folder(), place.name(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!opened)
         throw platform_error(errno, file);
     check_is_regular(::fstat(opened.get(), &facts), facts, file);

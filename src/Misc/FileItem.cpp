@@ -1,5 +1,6 @@
 #include "Misc/ItemFacts.hpp"
 #include "Misc/PackageExtensions.hpp"
+#include "files/Place.hpp"
 #include "utility/FileNames.hpp"
 
 #include <orv/Misc/FileItem.hpp>
@@ -21,8 +22,9 @@ Error item_error(const char* sentence, const Url& url, int line)
 
 struct statx facts_of(const Url& url)
 {
+    const Place place = Place::of(url);
     struct statx facts {};
-    if (::statx(AT_FDCWD, url.path().c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
+    if (::statx(place.folder(), place.name(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
                 item_facts_mask, &facts))
         throw platform_error(errno, url);
     return facts;

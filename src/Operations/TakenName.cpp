@@ -2,11 +2,11 @@
 
 #include "Operations/FolderSizeOpr.hpp"
 #include "Tool/Tool.hpp"
+#include "files/FreeName.hpp"
 #include "files/FreeSpace.hpp"
 #include "files/Place.hpp"
 #include "files/Removability.hpp"
 #include "files/SameItem.hpp"
-#include "utility/FileNames.hpp"
 
 #include <cerrno>
 

@@ -1,5 +1,9 @@
 #include "ThumbGenerator/ThumbnailCache.hpp"
 
+#include "files/Place.hpp"
+
+#include <orv/utility/Error.hpp>
+
 #include <utility>
 
 #include <fcntl.h>
@@ -16,16 +20,19 @@ std::int64_t nanoseconds(const struct statx_timestamp& time)
 } // namespace
 
 std::optional<FileVersion> version_of(const Url& url)
-{
+try {
+    const Place place = Place::of(url);
     struct statx facts {};
     constexpr unsigned wanted = STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME;
-    if (::statx(AT_FDCWD, url.path().c_str(), 0, wanted, &facts) != 0)
+    if (::statx(place.folder(), place.name(), 0, wanted, &facts) != 0)
         return std::nullopt;
     return FileVersion{.device = std::uint64_t{facts.stx_dev_major} << 32 | facts.stx_dev_minor,
                        .inode = facts.stx_ino,
                        .size = facts.stx_size,
                        .modified_ns = nanoseconds(facts.stx_mtime),
                        .changed_ns = nanoseconds(facts.stx_ctime)};
+} catch (const Error&) {
+    return std::nullopt;
 }
 
 std::size_t ThumbnailCache::Hash::operator()(KeyInPlace in_place) const noexcept

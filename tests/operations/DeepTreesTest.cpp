@@ -86,6 +86,16 @@ TEST_F(DeepTreesTest, deeper_than_paths_and_descriptors_reach)
     EXPECT_EQ(text_of(out.back()), "success");
     EXPECT_EQ(read_file(at("out")), "deep");
 
+    const auto kept_both = statuses_of<CopyOperation>([&](auto take) {
+        return manager().copy(deep, deep, [take](const CopyOperation::Status& status) {
+            answer(status, ConflictBehaviour::keep_both);
+            take(status);
+        });
+    });
+    EXPECT_EQ(text_of(kept_both.back()), "success");
+    EXPECT_TRUE(manager().file_exists(deep.deleting_last_path_component().appending("file 2")));
+    EXPECT_EQ(FileItem(deep, deep).size, 4);
+
     for (const char* name : {"a", "z"}) {
         const auto deleted = statuses_of<DeleteOperation>(
             [&](auto take) { return manager().delete_item(at(name), take); });

@@ -1,8 +1,8 @@
 #include "Tool/Tool.hpp"
 
 #include "support/Scratch.hpp"
+#include "support/Surroundings.hpp"
 #include "support/Tree.hpp"
-#include "tool/Surroundings.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -4,8 +4,8 @@
 #include "Tool/Tool.hpp"
 #include "support/Engine.hpp"
 #include "support/Snapshot.hpp"
+#include "support/Surroundings.hpp"
 #include "support/Volume.hpp"
-#include "tool/Surroundings.hpp"
 
 #include <cerrno>
 #include <climits>

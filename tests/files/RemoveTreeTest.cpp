@@ -1,8 +1,8 @@
 #include "files/RemoveTree.hpp"
 
 #include "support/Scratch.hpp"
+#include "support/Surroundings.hpp"
 #include "support/Tree.hpp"
-#include "tool/Surroundings.hpp"
 
 #include <atomic>
 #include <cerrno>

@@ -2,8 +2,8 @@
 
 #include "files/RemoveTree.hpp"
 #include "support/Scratch.hpp"
+#include "support/Surroundings.hpp"
 #include "support/Tree.hpp"
-#include "tool/Surroundings.hpp"
 
 #include <algorithm>
 #include <cerrno>

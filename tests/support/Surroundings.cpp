@@ -1,4 +1,4 @@
-#include "tool/Surroundings.hpp"
+#include "support/Surroundings.hpp"
 
 #include <cerrno>
 #include <cstring>

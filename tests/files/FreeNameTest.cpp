@@ -1,4 +1,4 @@
-#include "utility/FileNames.hpp"
+#include "files/FreeName.hpp"
 
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"
@@ -71,7 +71,7 @@ const NameCase name_cases[] = {
     {{}, repeated("x", 300) + ".text", repeated("x", 248) + " 2.text"},
 };
 
-TEST(FileNames, a_free_name_is_found_beside_a_taken_one)
+TEST(FreeName, a_free_name_is_found_beside_a_taken_one)
 {
     for (const NameCase& row : name_cases) {
         const Scratch root;
@@ -84,7 +84,7 @@ TEST(FileNames, a_free_name_is_found_beside_a_taken_one)
     }
 }
 
-TEST(FileNames, a_thousand_taken_names_are_passed)
+TEST(FreeName, a_thousand_taken_names_are_passed)
 {
     const Scratch root;
     std::vector<Url> not_allowed;
@@ -99,7 +99,7 @@ TEST(FileNames, a_thousand_taken_names_are_passed)
     EXPECT_EQ(generate_non_conflicting_file_url(root / "a.txt", not_allowed), root / "a 1001.txt");
 }
 
-TEST(FileNames, there_is_none_where_no_item_can_be)
+TEST(FreeName, there_is_none_where_no_item_can_be)
 {
     const Scratch root;
     make_tree(root.url(), {"file=x"});
