@@ -9,7 +9,7 @@
 namespace orv::archive {
 namespace {
 
-constexpr std::size_t max_upper_levels = 64;
+constexpr std::size_t max_upper_levels = 12;
 
 } // namespace
 

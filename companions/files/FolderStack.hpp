@@ -14,7 +14,8 @@ namespace orv {
 /// same folder. So a tree may be deeper than the process may have descriptors.
 class FolderStack {
 public:
-    static constexpr std::size_t default_max_open = 64;
+    /// Few trees are deeper, and opening a folder again takes some microseconds.
+    static constexpr std::size_t default_max_open = 12;
 
     /// Keeps at most `max_open` folders open, at least one.
     explicit FolderStack(OpenFolder root, std::size_t max_open = default_max_open);

@@ -1,5 +1,6 @@
 #include "Operations/CopyOpr.hpp"
 
+#include "Operations/Descriptors.hpp"
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/TakenName.hpp"
@@ -14,6 +15,10 @@ namespace {
 using CopyRequest = Request<CopyOperation>;
 
 constexpr ErrorPlace copy_place{"src/Operations/CopyOpr", "copy(src_url:dest_url:status_closure:)"};
+
+// More steps ahead than keep the second thread at work while the first one makes folders and waits
+// for the caller only cost descriptors.
+constexpr DescriptorNeed needed_by_copy = needed_ahead(needed_by_transfer, 32);
 
 /// How the copy goes on after the question about a taken name, if there was one.
 struct CopyAnswer {
@@ -68,10 +73,13 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
     if (answer.replaces)
         check_can_be_replaced(source, answer.destination, copy_place);
     request.report(status::preparing{});
+    const DescriptorLease descriptors = lease_descriptors(request, needed_by_copy);
     const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
     const bool replaces =
         answer.replaces && !makes_room_first(answer.destination, total, not_replaced(copy_place));
-    return copy_tree(request, {source, answer.destination, answer.merges, replaces, total},
+    return copy_tree(request,
+                     {source, answer.destination, answer.merges, replaces, total,
+                      steps_ahead(descriptors, needed_by_transfer)},
                      nothing_copied);
 }
 

@@ -3,6 +3,7 @@
 #include "CustomAttributes/RecCustomAttr.hpp"
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
 #include "Operations/UrlLocker.hpp"
@@ -41,7 +42,8 @@ std::shared_ptr<DeleteOperation> delete_item(Url url, DeleteOperation::StatusClo
 {
     return start_request<DeleteOperation>(
         std::move(status_closure),
-        [url = std::move(url)](Request<DeleteOperation>&) -> DeleteOperation::Status {
+        [url = std::move(url)](Request<DeleteOperation>& request) -> DeleteOperation::Status {
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
             delete_item_and_records(url);
             return status::success{};
         });

@@ -3,6 +3,7 @@
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/CancelPoll.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/Request.hpp"
@@ -58,6 +59,7 @@ std::shared_ptr<FetchItemsOperation> fetch_items(Url inside, bool recursive,
         [=](Request<FetchItemsOperation>& request) -> FetchItemsOperation::Status {
             check_is_folder(inside, fetch_place("No item exists at given url.", 54),
                             fetch_place("Given url must point to a folder.", 50));
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
             std::vector<FileItem> items = collect(inside, recursive, include_hidden_files,
                                                   [&] { request.check_cancelled(); });
             load_all_custom_attrs(items);

@@ -2,6 +2,7 @@
 
 #include "Global/TestMode.hpp"
 #include "Operations/CancelPoll.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/Request.hpp"
@@ -73,6 +74,7 @@ calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure)
         [url =
              std::move(url)](Request<FolderSizeOperation>& request) -> FolderSizeOperation::Status {
             check_is_measurable(url);
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
             TreeWalk walk = item_walk(url, {});
             return FolderSizeOperation::success{sum_of(walk, [&] { request.check_cancelled(); })};
         });

@@ -1,6 +1,7 @@
 #include "Operations/MoveOpr.hpp"
 
 #include "Global/TestMode.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/MoveWithRecords.hpp"
 #include "Operations/PathChecks.hpp"
@@ -55,6 +56,7 @@ MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const 
         return status::success{};
 
     const UrlLock lock({read(src_url)}, write(answer.destination));
+    const DescriptorLease descriptors = lease_descriptors(request, needed_by_transfer);
     if (answer.replaces)
         check_can_be_replaced(src_url, answer.destination, move_place);
     pause_in_test_mode(std::chrono::seconds(1));

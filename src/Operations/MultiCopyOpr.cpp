@@ -2,6 +2,7 @@
 
 #include "Operations/BatchAnswers.hpp"
 #include "Operations/CopyOpr.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/FolderSizeOpr.hpp"
@@ -56,6 +57,7 @@ private:
 
 std::vector<std::int64_t> measured(CopyBatch& batch, const std::vector<Url>& sources)
 {
+    const DescriptorLease descriptors = lease_descriptors(batch, needed_by_walk);
     std::vector<std::int64_t> sizes;
     for (const Url& source : sources) {
         if (!Tool::item_exists(source))

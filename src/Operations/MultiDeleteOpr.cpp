@@ -1,6 +1,7 @@
 #include "Operations/MultiDeleteOpr.hpp"
 
 #include "Operations/DeleteOpr.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/Request.hpp"
 
 namespace orv {
@@ -25,7 +26,9 @@ delete_items(std::vector<Url> urls, MultiDeleteOperation::StatusClosure status_c
 {
     return start_request<MultiDeleteOperation>(
         std::move(status_closure),
-        [urls = std::move(urls)](Request<MultiDeleteOperation>&) -> MultiDeleteOperation::Status {
+        [urls = std::move(urls)](
+            Request<MultiDeleteOperation>& request) -> MultiDeleteOperation::Status {
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
             for (const Url& url : urls)
                 delete_one(url);
             return status::success{};

@@ -22,9 +22,6 @@
 namespace orv {
 namespace {
 
-constexpr std::size_t max_items = 64;
-// While the walk goes on, a thread that was woken for fewer files would soon sleep again.
-constexpr std::size_t worth_another_thread = max_items / 2;
 constexpr auto longest_wait = std::chrono::milliseconds(100);
 
 struct SearchJob {
@@ -96,13 +93,14 @@ void look_into(SearchedItem& item, ContentSearch& search, FunctionRef<void()> ch
 /// What all threads work on. It outlives the request's side as long as the others need it.
 class SearchAhead::Shop : public std::enable_shared_from_this<SearchAhead::Shop> {
 public:
-    Shop(TextSearch search, FunctionRef<void()> meanwhile)
-        : search_(std::move(search)), meanwhile_(meanwhile), own_(search_)
+    Shop(TextSearch search, std::size_t max_items, FunctionRef<void()> meanwhile)
+        : search_(std::move(search)), max_items_(max_items), meanwhile_(meanwhile), own_(search_)
     {
     }
 
     // Only the calling thread adds and takes, so their number is no secret to it.
-    [[nodiscard]] std::size_t count() const { return jobs_.size(); }
+    [[nodiscard]] bool is_empty() const { return jobs_.empty(); }
+    [[nodiscard]] bool is_full() const { return jobs_.size() >= max_items_; }
 
     [[nodiscard]] bool is_first_done()
     {
@@ -119,7 +117,8 @@ public:
         if (is_done)
             return;
         waiting_.push_back(&jobs_.back());
-        if (waiting_.size() >= worth_another_thread)
+        // While the walk goes on, a thread that was woken for fewer files would soon sleep again.
+        if (waiting_.size() >= max_items_ / 2)
             call_helper();
     }
 
@@ -234,6 +233,7 @@ private:
     }
 
     const TextSearch search_;
+    const std::size_t max_items_;
     FunctionRef<void()> meanwhile_;
     ContentSearch own_; // of the calling thread
     const std::size_t max_helpers_ = std::max(1U, std::thread::hardware_concurrency()) - 1;
@@ -249,8 +249,8 @@ private:
     std::atomic<bool> closed_ = false;
 };
 
-SearchAhead::SearchAhead(TextSearch search, FunctionRef<void()> meanwhile)
-    : shop_(std::make_shared<Shop>(std::move(search), meanwhile))
+SearchAhead::SearchAhead(TextSearch search, std::size_t max_items, FunctionRef<void()> meanwhile)
+    : shop_(std::make_shared<Shop>(std::move(search), max_items, meanwhile))
 {
 }
 
@@ -261,12 +261,12 @@ SearchAhead::~SearchAhead()
 
 bool SearchAhead::is_empty() const
 {
-    return shop_->count() == 0;
+    return shop_->is_empty();
 }
 
 bool SearchAhead::is_full() const
 {
-    return shop_->count() >= max_items;
+    return shop_->is_full();
 }
 
 bool SearchAhead::is_first_done() const

@@ -34,9 +34,10 @@ struct SearchedItem {
 /// Threading: one thread adds and takes.
 class SearchAhead {
 public:
-    /// `meanwhile` is called on the calling thread now and then while that reads or waits; what it
-    /// throws ends that. What it refers to must outlive this.
-    SearchAhead(TextSearch search, FunctionRef<void()> meanwhile);
+    /// Takes `max_items` before it is full. `meanwhile` is called on the calling thread now and
+    /// then while that reads or waits; what it throws ends that. What it refers to must outlive
+    /// this.
+    SearchAhead(TextSearch search, std::size_t max_items, FunctionRef<void()> meanwhile);
     /// Gives up what was not taken.
     ~SearchAhead();
     SearchAhead(const SearchAhead&) = delete;

@@ -1,6 +1,7 @@
 #include "Operations/SearchItemsOpr.hpp"
 
 #include "Global/TestMode.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/ErrorPlace.hpp"
 #include "Operations/FolderChecks.hpp"
 #include "Operations/Request.hpp"
@@ -19,6 +20,8 @@ namespace orv {
 namespace {
 
 using Criteria = SearchItemsOperation::Criteria;
+
+constexpr DescriptorNeed needed_by_search = needed_ahead(needed_by_walk, 32);
 
 constexpr struct statx no_facts {
 };
@@ -67,12 +70,13 @@ private:
 class Search {
 public:
     Search(Request<SearchItemsOperation>& request, const std::string& keyword,
-           const std::vector<Criteria>& criterias)
+           const std::vector<Criteria>& criterias, std::size_t max_items_ahead)
         : findings_(request), checks_names_(has(criterias, Criteria::file_name)),
           checks_contents_(has(criterias, Criteria::file_content)),
           names_(checks_names_ ? keyword : "", users_folding_rules()),
           report_when_due_([this] { findings_.report_when_due(); }),
-          ahead_({checks_contents_ ? keyword : "", rules_of_contents()}, report_when_due_)
+          ahead_({checks_contents_ ? keyword : "", rules_of_contents()}, max_items_ahead,
+                 report_when_due_)
     {
     }
 
@@ -167,7 +171,10 @@ search_items(Url inside, std::string keyword, bool recursive, bool include_hidde
             options.recursive = recursive;
             options.include_hidden_files = include_hidden_files;
             options.describes_all = false;
-            Search search(request, keyword, criterias);
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_search);
+            // Their folders stay open; the other half is for their contents.
+            Search search(request, keyword, criterias,
+                          2 * steps_ahead(descriptors, needed_by_walk));
             return SearchItemsOperation::completed{search.run(inside, options)};
         });
 }

@@ -1,6 +1,7 @@
 #include "Operations/SnglCopyOpr.hpp"
 
 #include "Global/TestMode.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/ItemCopier.hpp"
 #include "Operations/OpenedDestination.hpp"
 #include "Operations/PathChecks.hpp"
@@ -109,6 +110,7 @@ std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool o
     return start_request<SnglCopyOperation>(
         std::move(status_closure),
         [=](Request<SnglCopyOperation>& request) -> SnglCopyOperation::Status {
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
             check_paths(src_url, dest_url);
             if (should_lock_urls)
                 check_nobody_holds(src_url, dest_url);

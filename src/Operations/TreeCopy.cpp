@@ -34,10 +34,6 @@ namespace {
 // A file from this size on may take long enough for statuses held back before it to be late.
 constexpr std::int64_t long_file_size = 1 << 20;
 
-// Going further ahead than keeps the second thread at work while the first one makes folders and
-// waits for the caller only costs descriptors.
-constexpr std::size_t max_steps_ahead = 32;
-
 /// An item that the copy has come to, without its folders, which may change until its turn.
 struct Item {
     Url url;
@@ -430,7 +426,7 @@ void TreeCopy::go_ahead(Item item)
 
 void TreeCopy::add(StepAhead step)
 {
-    if (steps_.size() >= max_steps_ahead)
+    if (steps_.size() >= plan_.steps_ahead)
         take_next();
     steps_.push_back(std::move(step));
 }

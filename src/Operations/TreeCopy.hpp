@@ -4,6 +4,7 @@
 
 #include <orv/Operations/CopyOpr.hpp>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace orv {
@@ -15,6 +16,7 @@ struct CopyPlan {
     bool merges;             ///< what exists at the destination stays, instead of being an error
     bool replaces;           ///< the complete copy takes the place of the item at the destination
     std::int64_t total_size; ///< bytes
+    std::size_t steps_ahead; ///< that the walk may go, with two descriptors for each
 };
 
 /// Copies an item with everything in it, and the attribute rows of each item after the item. Tells

@@ -1,6 +1,7 @@
 #include "Operations/UnzipOpr.hpp"
 
 #include "Global/TestMode.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
 #include "Operations/TakenName.hpp"
@@ -100,6 +101,7 @@ UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url&
     const auto lock = std::make_shared<UrlLock>(std::vector{read(archive)}, write(url), true);
     if (!Tool::item_exists(archive))
         throw unzip_place("Archive file doesn't exist.", 157).at(archive);
+    const DescriptorLease descriptors = lease_descriptors(request, needed_by_archive);
     Container container(url);
     unpack(request, archive, url, password);
     container.keep();

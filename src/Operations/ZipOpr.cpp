@@ -2,6 +2,7 @@
 
 #include "Global/TestMode.hpp"
 #include "Operations/BuiltFile.hpp"
+#include "Operations/Descriptors.hpp"
 #include "Operations/PathChecks.hpp"
 #include "Operations/Request.hpp"
 #include "Operations/TakenName.hpp"
@@ -126,6 +127,7 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
 
     const auto lock = std::make_shared<UrlLock>(read_locks(content.items), write(target.url));
     check_items_exist(content.items);
+    const DescriptorLease descriptors = lease_descriptors(request, needed_by_archive);
     if (target.replaces) {
         check_replaces_no_item(content.items, target.url);
         check_can_be_replaced(

@@ -62,6 +62,81 @@ TEST_F(BoundsTest, requests_stuck_on_a_volume_stop_no_other)
     EXPECT_EQ(ended, std::vector<std::string>(ended.size(), "success"));
 }
 
+/// A tree of `levels` folders, one in the other, with files in each of them.
+std::vector<std::string> deep_tree(const std::string& name, int levels)
+{
+    std::vector<std::string> entries;
+    std::string folder = name + "/";
+    for (int level = 0; level < levels; ++level, folder += "folder/")
+        for (const char* file : {"a=1", "b=2", "c=3", "d=4"})
+            entries.push_back(folder + file);
+    return entries;
+}
+
+TEST_F(BoundsTest, many_requests_at_once_share_the_descriptors)
+{
+    make_tree(folder(), deep_tree("tree", 25));
+    constexpr int requests = 60;
+    constexpr int others = 8;
+    std::vector<std::string> ended;
+    const auto take_end = [&](const auto& status) {
+        if (is_final(status))
+            ended.push_back(text_of(status));
+    };
+    {
+        const FewDescriptors few(256);
+        for (int i = 0; i < requests; ++i) {
+            manager().copy(at("tree"), at("copy " + std::to_string(i)), take_end);
+            if (i >= others)
+                continue;
+            manager().search_items(at("tree"), "none", true, true,
+                                   {SearchItemsOperation::Criteria::file_content}, take_end);
+            manager().zip({at("tree")}, at(std::to_string(i) + ".zip"), {}, ConflictBehaviour::stop,
+                          take_end);
+        }
+        pump_until([&] { return ended.size() == requests + 2 * others; });
+    }
+    EXPECT_EQ(std::count(ended.begin(), ended.end(), "success"), requests + others);
+    EXPECT_EQ(std::count(ended.begin(), ended.end(), "completed"), others)
+        << testing::PrintToString(ended);
+    EXPECT_EQ(tree(at("copy 59")), tree(at("tree")));
+}
+
+TEST_F(BoundsTest, deep_trees_are_deleted_with_few_descriptors)
+{
+    make_tree(folder(), deep_tree("tree", 60));
+    const FewDescriptors few(48);
+    const auto deleted = statuses_of<DeleteOperation>(
+        [&](auto take) { return manager().delete_item(at("tree"), take); });
+    EXPECT_EQ(texts_of(deleted), std::vector<std::string>{"success"});
+}
+
+TEST_F(BoundsTest, a_request_that_waits_for_descriptors_can_be_cancelled)
+{
+    make_tree(folder(), {"tree/a=1"});
+    const FewDescriptors few(64);
+    std::string end_of_waiting;
+    const auto cancel_waiting_one = [&] {
+        const auto waiting = manager().copy(at("tree"), at("second"), [&](const auto& status) {
+            if (is_final(status))
+                end_of_waiting = text_of(status);
+        });
+        MainQueue::instance().run_for(std::chrono::milliseconds(50));
+        EXPECT_TRUE(waiting->is_busy());
+        waiting->cancel();
+        pump_until([&] { return !waiting->is_busy(); });
+    };
+    const auto copied = statuses_of<CopyOperation>([&](auto take) {
+        return manager().copy(at("tree"), at("first"), [&, take](const auto& status) {
+            if (end_of_waiting.empty() && text_of(status).starts_with("progress"))
+                cancel_waiting_one();
+            take(status);
+        });
+    });
+    EXPECT_EQ(end_of_waiting, "cancelled");
+    EXPECT_EQ(text_of(copied.back()), "success");
+}
+
 TEST_F(BoundsTest, no_thread_to_be_had_is_an_error_of_the_request)
 {
     const auto in_child = [&] {
