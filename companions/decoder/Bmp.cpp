@@ -17,6 +17,8 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
+constexpr std::size_t longest_header = 54;
+
 struct ObjectEnd {
     void operator()(gpointer object) const { ::g_object_unref(object); }
 };
@@ -87,9 +89,18 @@ bool is_bmp(Bytes bytes)
     return bytes.size() > 2 && bytes[0] == 'B' && bytes[1] == 'M';
 }
 
+std::uint64_t memory_for_bmp(Bytes bytes)
+{
+    if (bytes.size() < longest_header)
+        return 0;
+    // What was read of it, that as a picture, and the thumbnail.
+    constexpr std::uint64_t per_pixel = 16;
+    const PictureSize size = size_of(bytes);
+    return std::uint64_t{size.width} * size.height * per_pixel;
+}
+
 Picture read_bmp(Bytes bytes)
 {
-    constexpr std::size_t longest_header = 54;
     if (bytes.size() < longest_header)
         throw Error("The BMP picture is incomplete.");
     const PictureSize size = size_of(bytes);

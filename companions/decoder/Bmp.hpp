@@ -12,6 +12,9 @@ void prepare_bmp();
 
 [[nodiscard]] bool is_bmp(std::span<const std::uint8_t> bytes);
 
+/// The memory that `read_bmp` takes, at most; 0 for what it refuses at once. Units: bytes.
+[[nodiscard]] std::uint64_t memory_for_bmp(std::span<const std::uint8_t> bytes);
+
 /// The BMP picture in its own size.
 ///
 /// Errors: an `Error` when the bytes hold no whole BMP picture, or one out of bounds.

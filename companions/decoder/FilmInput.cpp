@@ -3,6 +3,7 @@
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
+#include <new>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -34,6 +35,9 @@ FilmInput::FilmInput(int file) : file_(file)
     const AVInputFormat* format = ::av_find_input_format("mov");
     const int result = ::avformat_open_input(&context, "", format, nullptr);
     context_.reset(context);
+    // A long film has long tables of its frames.
+    if (result == AVERROR(ENOMEM))
+        throw std::bad_alloc();
     if (result < 0)
         throw Error("The file is no film, or damaged.");
 }

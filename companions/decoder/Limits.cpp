@@ -4,7 +4,11 @@
 #include "decoder/SystemCallFilter.hpp"
 #include "picture/DecoderProtocol.hpp"
 
+#include <algorithm>
+#include <fstream>
+
 #include <fcntl.h>
+#include <malloc.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -48,6 +52,27 @@ void end_with_application()
         ::_exit(0);
 }
 
+/// What the process has taken for itself, before it reads a file.
+std::uint64_t own_data = 0;
+
+/// The private data of this process, stacks included.
+std::uint64_t data_of_process()
+{
+    std::ifstream counts("/proc/self/statm");
+    std::uint64_t pages = 0;
+    for (int place = 0; place < 6; ++place)
+        counts >> pages;
+    return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+void set_data_limit(rlim_t most)
+{
+    rlimit limits{};
+    ::getrlimit(RLIMIT_DATA, &limits);
+    limits.rlim_cur = std::min(most, limits.rlim_max);
+    ::setrlimit(RLIMIT_DATA, &limits);
+}
+
 } // namespace
 
 void limit_process()
@@ -66,6 +91,7 @@ void limit_process()
 
 void confine_process()
 {
+    own_data = data_of_process();
     forbid_files_by_name();
     allow_system_calls_of_decoding();
 }
@@ -82,6 +108,20 @@ void allow_time_for_a_file()
     limits.rlim_cur = used + rlim_t{picture::longest_processor_seconds} + spare;
     if (limits.rlim_cur <= limits.rlim_max)
         ::setrlimit(RLIMIT_CPU, &limits);
+}
+
+FileMemory::FileMemory(std::uint64_t most) : most_(most)
+{
+    set_data_limit(own_data + most);
+}
+
+FileMemory::~FileMemory()
+{
+    set_data_limit(RLIM_INFINITY);
+    // Small amounts are taken again at once, which costs more than to keep them.
+    constexpr std::uint64_t small = std::uint64_t{128} << 20;
+    if (most_ > small)
+        ::malloc_trim(0);
 }
 
 } // namespace orv::decoder

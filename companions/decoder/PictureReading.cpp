@@ -2,6 +2,7 @@
 #include "decoder/Bounds.hpp"
 #include "decoder/MappedFile.hpp"
 #include "decoder/PageFonts.hpp"
+#include "decoder/PictureMemory.hpp"
 #include "decoder/Reading.hpp"
 #include "decoder/UncroppedPage.hpp"
 #include "decoder/Vips.hpp"
@@ -45,18 +46,19 @@ bool has_own_colours(const VImage& image)
            image.interpretation() == VIPS_INTERPRETATION_CMYK;
 }
 
-DecodedPicture read_bmp_picture(Bytes bytes, SizeWanted wanted)
+DecodedPicture read_bmp_picture(Bytes bytes, SizeWanted wanted, MemoryAllowed memory)
 {
+    memory.check(memory_for_bmp(bytes));
     const Picture whole = read_bmp(bytes);
     const PictureSize full{whole.width(), whole.height()};
     const PictureSize size = delivered_size(full, wanted);
     return {whole.scale_image(size.width, size.height).value_or(whole), full};
 }
 
-DecodedPicture read_image(Bytes bytes, SizeWanted wanted)
+DecodedPicture read_image(Bytes bytes, SizeWanted wanted, MemoryAllowed memory)
 {
     if (is_bmp(bytes))
-        return read_bmp_picture(bytes, wanted);
+        return read_bmp_picture(bytes, wanted, memory);
     // A file that stops early or contradicts itself is refused; mere oddities are not.
     constexpr const char* strictly = "[fail_on=error]";
     const VImage header = VImage::new_from_source(
@@ -64,6 +66,7 @@ DecodedPicture read_image(Bytes bytes, SizeWanted wanted)
     const PictureSize full = upright_size(header);
     check_bounds(full);
     const PictureSize size = delivered_size(full, wanted);
+    memory.check(memory_for(header, size));
     auto* shrinking = VImage::option()
                           ->set("option_string", strictly)
                           ->set("height", static_cast<int>(size.height))
@@ -163,14 +166,15 @@ void prepare_reading(Medium medium)
         prepare_bmp();
 }
 
-DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted)
+DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted, MemoryAllowed memory)
 {
     const MappedFile mapped(file);
     const bool is_page = medium == Medium::pdf_page;
     ::vips_error_clear();
     try {
         allow_loaders(medium);
-        return is_page ? read_pdf_page(mapped.bytes(), wanted) : read_image(mapped.bytes(), wanted);
+        return is_page ? read_pdf_page(mapped.bytes(), wanted)
+                       : read_image(mapped.bytes(), wanted, memory);
     } catch (const vips::VError& error) {
         const char* what = is_page ? "The PDF cannot be read: " : "The picture cannot be read: ";
         throw Error(what + reason_of(error) + ".");

@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <limits>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -102,15 +104,29 @@ SizeWanted size_wanted(const picture::DecodeRequest& request)
     return wanted;
 }
 
+bool send_needed(MemoryNeeded needed)
+{
+    picture::DecodeAnswer answer;
+    answer.memory_needed = needed.bytes;
+    return send(&answer, sizeof answer);
+}
+
 bool answer(const ReceivedRequest& received, Medium medium)
 {
+    const auto& request = received.request;
+    const MemoryAllowed memory{request.memory, request.is_all_memory != 0};
+    const FileMemory limit(memory.bytes);
     try {
         return send_picture(
-            read_picture(received.file.get(), medium, size_wanted(received.request)));
+            read_picture(received.file.get(), medium, size_wanted(request), memory));
     } catch (const Error& error) {
         return send_refusal(error.sentence());
+    } catch (const MemoryNeeded& needed) {
+        return send_needed(needed);
     } catch (const std::bad_alloc&) {
-        return send_refusal("The file takes too much memory to decode.");
+        constexpr auto all_there_is = std::numeric_limits<std::uint64_t>::max();
+        return memory.is_all ? send_refusal("The file takes too much memory to decode.")
+                             : send_needed({all_there_is});
     }
 }
 

@@ -1,10 +1,26 @@
 #include "picture/DecoderPool.hpp"
 
-#include "picture/DecoderProcess.hpp"
-
 #include <orv/utility/Error.hpp>
 
 namespace orv::picture {
+namespace {
+
+/// Enough for most files. What a page takes shows only while it is drawn, so it gets much at once.
+std::uint64_t usual_memory(Medium medium)
+{
+    constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
+    switch (medium) {
+    case Medium::image:
+        return 64 * mebibyte;
+    case Medium::pdf_page:
+        return 512 * mebibyte;
+    case Medium::film_frame:
+        break;
+    }
+    return 128 * mebibyte;
+}
+
+} // namespace
 
 class DecoderPool::Turn {
 public:
@@ -30,8 +46,9 @@ private:
 };
 
 DecoderPool::DecoderPool(Url program, Medium medium, std::size_t max_processes,
-                         DecodingLimits limits)
-    : program_(std::move(program)), medium_(medium), max_processes_(max_processes), limits_(limits)
+                         DecodingLimits limits, MemoryBudget& budget)
+    : program_(std::move(program)), medium_(medium), max_processes_(max_processes), limits_(limits),
+      budget_(budget)
 {
 }
 
@@ -42,14 +59,31 @@ DecodedPicture DecoderPool::decode(int file, SizeWanted wanted, const std::stop_
     const Turn turn(*this, stop);
     auto process = living_process();
     // What this throws ends the process: it is not kept.
-    auto answer = process->decode(file, wanted, limits_, stop);
+    auto outcome = decode_with(*process, file, wanted, stop);
     {
         const std::lock_guard lock(mutex_);
         idle_.push_back(std::move(process));
     }
-    if (const auto* refusal = std::get_if<Refusal>(&answer))
+    if (const auto* refusal = std::get_if<Refusal>(&outcome))
         throw Error(refusal->sentence);
-    return std::get<DecodedPicture>(std::move(answer));
+    return std::get<DecodedPicture>(std::move(outcome));
+}
+
+Outcome DecoderPool::decode_with(DecoderProcess& process, int file, SizeWanted wanted,
+                                 const std::stop_token& stop)
+{
+    std::uint64_t memory = usual_memory(medium_);
+    for (;;) {
+        // One that needs more gives back what it has: nobody waits while he holds some.
+        const MemoryBudget::Share share(budget_, memory, stop);
+        Outcome outcome = process.decode(file, wanted, share, limits_, stop);
+        const auto* needs = std::get_if<NeedsMemory>(&outcome);
+        if (!needs)
+            return outcome;
+        if (needs->bytes <= share.size() || share.is_all())
+            throw Error("The helper that decodes pictures does not answer as agreed.");
+        memory = needs->bytes;
+    }
 }
 
 std::unique_ptr<DecoderProcess> DecoderPool::living_process()

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "picture/Decoder.hpp"
+#include "picture/DecoderProcess.hpp"
 #include "picture/HelperWatch.hpp"
+#include "picture/MemoryBudget.hpp"
 
 #include <condition_variable>
 #include <cstddef>
@@ -12,20 +14,20 @@
 
 namespace orv::picture {
 
-class DecoderProcess;
-
 /// The helpers that run one program for one medium: started when they are needed, kept for the next
 /// file, and replaced when they died or had to be killed.
 ///
 /// Threading: any.
 class DecoderPool {
 public:
-    DecoderPool(Url program, Medium medium, std::size_t max_processes, DecodingLimits limits = {});
+    DecoderPool(Url program, Medium medium, std::size_t max_processes, DecodingLimits limits = {},
+                MemoryBudget& budget = MemoryBudget::of_all_helpers());
     ~DecoderPool();
     DecoderPool(const DecoderPool&) = delete;
     DecoderPool& operator=(const DecoderPool&) = delete;
 
-    /// Has a helper make a picture from the open file; waits for one that is free.
+    /// Has a helper make a picture from the open file; waits for one that is free, and for the
+    /// memory that the file takes.
     ///
     /// Cancel: `stop` ends the waiting at once, with an `Exception`.
     /// Errors: an `Error` that says why there is no picture.
@@ -36,11 +38,14 @@ private:
     class Turn;
 
     std::unique_ptr<DecoderProcess> living_process();
+    Outcome decode_with(DecoderProcess& process, int file, SizeWanted wanted,
+                        const std::stop_token& stop);
 
     const Url program_;
     const Medium medium_;
     const std::size_t max_processes_;
     const DecodingLimits limits_;
+    MemoryBudget& budget_;
     std::mutex mutex_;
     std::condition_variable_any turn_ended_;
     std::size_t turns_ = 0;

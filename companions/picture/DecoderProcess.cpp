@@ -45,7 +45,7 @@ DecodedPicture read_picture(DecoderSocket& socket, PictureSize full, SizeWanted 
     return {Picture(width, height, std::move(rgba)), full};
 }
 
-DecodeRequest request_for(SizeWanted wanted)
+DecodeRequest request_for(SizeWanted wanted, const MemoryBudget::Share& memory)
 {
     DecodeRequest request;
     request.has_width = wanted.width ? 1 : 0;
@@ -53,10 +53,12 @@ DecodeRequest request_for(SizeWanted wanted)
     request.width = wanted.width.value_or(0);
     request.height = wanted.height.value_or(0);
     request.delivery = wanted.delivery;
+    request.memory = memory.size();
+    request.is_all_memory = memory.is_all() ? 1 : 0;
     return request;
 }
 
-std::variant<DecodedPicture, Refusal> read_answer(DecoderSocket& socket, SizeWanted wanted)
+Outcome read_answer(DecoderSocket& socket, SizeWanted wanted)
 {
     DecodeAnswer answer;
     socket.read(&answer, sizeof answer);
@@ -64,6 +66,8 @@ std::variant<DecodedPicture, Refusal> read_answer(DecoderSocket& socket, SizeWan
         throw Error("The helper that decodes pictures is of another version.");
     if (answer.text_size > 0)
         return read_refusal(socket, answer.text_size);
+    if (answer.memory_needed > 0)
+        return NeedsMemory{answer.memory_needed};
     return read_picture(socket, answer.full_size, wanted);
 }
 
@@ -93,16 +97,15 @@ DecoderProcess::DecoderProcess(const Url& program, Medium medium)
     }
 }
 
-std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, SizeWanted wanted,
-                                                             DecodingLimits limits,
-                                                             const std::stop_token& stop)
+Outcome DecoderProcess::decode(int file, SizeWanted wanted, const MemoryBudget::Share& memory,
+                               DecodingLimits limits, const std::stop_token& stop)
 {
-    const auto answer = [&]() -> std::variant<DecodedPicture, Refusal> {
+    auto outcome = [&]() -> Outcome {
         // What waits for the socket takes its end for that of the helper.
         const std::stop_callback end_waiting(stop, [&] { ::shutdown(socket_.get(), SHUT_RDWR); });
         try {
             DecoderSocket socket(socket_.get(), HelperWatch(program_->id(), limits));
-            const DecodeRequest request = request_for(wanted);
+            const DecodeRequest request = request_for(wanted, memory);
             socket.send(&request, sizeof request, file);
             return read_answer(socket, wanted);
         } catch (const Error&) {
@@ -113,7 +116,7 @@ std::variant<DecodedPicture, Refusal> DecoderProcess::decode(int file, SizeWante
     }();
     if (stop.stop_requested())
         throw Exception();
-    return answer;
+    return outcome;
 }
 
 } // namespace orv::picture

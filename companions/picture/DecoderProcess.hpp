@@ -2,6 +2,7 @@
 
 #include "picture/Decoder.hpp"
 #include "picture/HelperWatch.hpp"
+#include "picture/MemoryBudget.hpp"
 #include "picture/StartedProgram.hpp"
 #include "utility/FileDescriptor.hpp"
 
@@ -16,6 +17,14 @@ namespace orv::picture {
 struct Refusal {
     std::string sentence;
 };
+
+/// A helper did not read a file, since that takes more memory than it was given.
+struct NeedsMemory {
+    std::uint64_t bytes = 0;
+};
+
+/// What a helper makes of a file.
+using Outcome = std::variant<DecodedPicture, Refusal, NeedsMemory>;
 
 /// A helper process at work, killed and waited for at the end.
 ///
@@ -32,13 +41,13 @@ public:
 
     [[nodiscard]] bool is_alive() const { return program_->is_alive(); }
 
-    /// Has it make a picture from the open file.
+    /// Has it make a picture from the open file, with as much memory as its share is.
     ///
     /// Cancel: `stop` ends the waiting at once, with an `Exception`.
     /// Errors: an `Error` when it has died, takes too long or does not answer as agreed. It is of
     /// no use after that, or after a cancel.
-    std::variant<DecodedPicture, Refusal> decode(int file, SizeWanted wanted, DecodingLimits limits,
-                                                 const std::stop_token& stop);
+    Outcome decode(int file, SizeWanted wanted, const MemoryBudget::Share& memory,
+                   DecodingLimits limits, const std::stop_token& stop);
 
 private:
     FileDescriptor socket_;

@@ -22,23 +22,27 @@ constexpr int decoder_lifeline = 4;
 constexpr int longest_processor_seconds = 10;
 
 /// Changes with these structures: a helper of another version gives no answer.
-constexpr std::uint32_t decoder_version = 0x4F525634;
+constexpr std::uint32_t decoder_version = 0x4F525635;
 
 struct DecodeRequest {
     std::uint32_t version = decoder_version;
     std::uint8_t has_width = 0;
     std::uint8_t has_height = 0;
+    std::uint8_t is_all_memory = 0; ///< there is no more to be had
     Delivery delivery = Delivery::thumbnail;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
+    std::uint64_t memory = 0; ///< that the helper may take for this file, in bytes
 };
 
 /// Followed by the pixels, in the size that `delivered_size` tells; or, when `text_size` is not 0,
-/// by a sentence that says why there are none.
+/// by a sentence that says why there are none; or, when `memory_needed` is not 0, by nothing: the
+/// file was not read, and can be sent again with that much memory.
 struct DecodeAnswer {
     std::uint32_t version = decoder_version;
     std::uint32_t text_size = 0;
     PictureSize full_size;
+    std::uint64_t memory_needed = 0;
 };
 
 constexpr std::uint32_t longest_answer_text = 400;

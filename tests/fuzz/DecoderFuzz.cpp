@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     for (const orv::SizeWanted wanted : {orv::SizeWanted{32, {}}, orv::SizeWanted{7, 90}}) {
         try {
-            check(read_picture(file.get(), medium_of(bytes), wanted), wanted);
+            check(read_picture(file.get(), medium_of(bytes), wanted, {}), wanted);
         } catch (const orv::Error&) {
             // refused, as it should be
         }

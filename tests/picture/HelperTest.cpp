@@ -1,6 +1,7 @@
 #include "picture/Decoder.hpp"
 #include "picture/DecoderPool.hpp"
 #include "picture/Media.hpp"
+#include "picture/MemoryBudget.hpp"
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"
 #include "utility/FileDescriptor.hpp"
@@ -13,6 +14,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <set>
 #include <stop_token>
 #include <thread>
@@ -87,7 +89,7 @@ protected:
 
     const Scratch root_;
     FileDescriptor file_;
-    const std::string version_ = "struct.pack('IIII', 0x4F525634, ";
+    const std::string version_ = "struct.pack('IIIIQ', 0x4F525635, ";
     const Url program_ = helper_dir().appending("orv-picture-decoder");
 };
 
@@ -181,14 +183,15 @@ TEST_F(Helpers, that_do_not_answer_as_agreed_are_errors_within_two_seconds)
     check({"no program", root_ / "a.png", "The helper that decodes pictures cannot be started."});
     check({"one that ends", "/bin/true", dead});
     check({"one that computes", "/usr/bin/yes", "The file takes too long to decode."});
-    check({"another version", liar("struct.pack('IIII', 7, 0, 64, 48)"),
+    check({"another version", liar("struct.pack('IIIIQ', 7, 0, 64, 48, 0)"),
            "The helper that decodes pictures is of another version."});
-    check({"no end of words", liar(version_ + "0xFFFFFFFF, 64, 48)"), odd});
-    check({"no end of pixels", liar(version_ + "0, 0xFFFFFFFF, 0xFFFFFFFF)"), odd});
-    check({"no pixels", liar(version_ + "0, 0, 48)"), odd});
-    check({"too few pixels", liar(version_ + "0, 64, 48) + b'x' * 9"),
+    check({"no end of words", liar(version_ + "0xFFFFFFFF, 64, 48, 0)"), odd});
+    check({"no end of pixels", liar(version_ + "0, 0xFFFFFFFF, 0xFFFFFFFF, 0)"), odd});
+    check({"no pixels", liar(version_ + "0, 0, 48, 0)"), odd});
+    check({"no end of needs", liar(version_ + "0, 64, 48, 1)"), odd});
+    check({"too few pixels", liar(version_ + "0, 64, 48, 0) + b'x' * 9"),
            "The file takes too long to decode."});
-    check({"words for a terminal", liar(version_ + "5, 64, 48) + b'a\\x1b[2J'"), "a [2J"});
+    check({"words for a terminal", liar(version_ + "5, 64, 48, 0) + b'a\\x1b[2J'"), "a [2J"});
     EXPECT_TRUE(children().empty());
 }
 
@@ -204,7 +207,7 @@ TEST_F(Helpers, have_time_to_wait_for_the_machine_and_to_work_little_by_little)
                                 "os.posix_spawn('/bin/true', ['true'], {}, file_actions="
                                 "[(os.POSIX_SPAWN_OPEN, 0, " +
                                 pipe + ", os.O_RDONLY, 0)])";
-    const std::string refusal = version_ + "4, 0, 0) + b'done'";
+    const std::string refusal = version_ + "4, 0, 0, 0) + b'done'";
     for (const std::string& work : {waiting, std::string("for n in range(30): time.sleep(0.02)")}) {
         picture::DecoderPool pool(liar(refusal, work), Medium::image, 1, {2s, 300ms});
         EXPECT_EQ(outcome_with(pool), "done") << work;
@@ -233,6 +236,58 @@ TEST_F(Helpers, are_waited_for_no_longer_when_the_request_is_cancelled)
         asker.join();
     EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
     EXPECT_TRUE(children().empty());
+}
+
+TEST_F(Helpers, take_no_more_memory_than_there_is_for_all)
+{
+    if (lacks_tools())
+        GTEST_SKIP();
+    // Progressive: 70 MB of coefficients have to be there before the first row is.
+    run_in(root_.url(), "vips zoom a.png b.v 60 60 && vips jpegsave b.v b.jpg --interlace -Q 95");
+    file_ = FileDescriptor(::open((root_ / "b.jpg").path().c_str(), O_RDONLY | O_CLOEXEC));
+    constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
+    for (const auto& [total, is_enough] :
+         {std::pair{40 * mebibyte, false}, {70 * mebibyte, false}, {200 * mebibyte, true}}) {
+        picture::MemoryBudget budget(total);
+        picture::DecoderPool pool(program_, Medium::image, 2, {}, budget);
+        std::vector<std::thread> askers;
+        for (int i = 0; i < 3; ++i)
+            askers.emplace_back([&] { EXPECT_EQ(outcome_with(pool) == "right", is_enough); });
+        for (std::thread& asker : askers)
+            asker.join();
+    }
+}
+
+TEST(MemoryBudget, never_gives_more_than_there_is_and_forgets_nobody)
+{
+    constexpr std::uint64_t total = 100;
+    picture::MemoryBudget budget(total);
+    std::atomic<std::uint64_t> taken = 0;
+    std::vector<std::thread> askers;
+    for (unsigned i = 0; i < 4; ++i)
+        askers.emplace_back([&, i] {
+            for (unsigned n = 0; n < 300; ++n) {
+                const picture::MemoryBudget::Share share(budget, (n * 37 + i * 11) % 130, {});
+                EXPECT_LE(taken += share.size(), total);
+                std::this_thread::yield();
+                taken -= share.size();
+            }
+        });
+    for (std::thread& asker : askers)
+        asker.join();
+
+    std::optional<picture::MemoryBudget::Share> most;
+    most.emplace(budget, 90, std::stop_token());
+    std::stop_source stop;
+    std::thread first([&] { // waits for all of it, and keeps those after it waiting
+        EXPECT_THROW(picture::MemoryBudget::Share(budget, total, stop.get_token()), Exception);
+    });
+    std::thread second([&] { const picture::MemoryBudget::Share share(budget, 5, {}); });
+    stop.request_stop();
+    first.join();
+    second.join();
+    most.reset();
+    EXPECT_TRUE(picture::MemoryBudget::Share(budget, 1000, {}).is_all());
 }
 
 TEST_F(Helpers, end_with_the_application_however_it_ends)
