@@ -5,10 +5,9 @@
 
 #include <orv/orv.hpp>
 
-#include <algorithm>
-#include <cctype>
 #include <cerrno>
-#include <string>
+#include <iostream>
+#include <memory>
 
 #include <unistd.h>
 
@@ -24,43 +23,43 @@ void check_file(const Url& file)
         throw Error("A folder has no thumbnail.").at(file);
 }
 
-/// Why there is only the placeholder for the file.
-Error no_picture_of(const Url& file)
+/// Keeps the library from printing why a film has no picture: the command says it itself.
+class QuietOutput {
+public:
+    QuietOutput() : buffer_(std::cout.rdbuf(nullptr)) {}
+    ~QuietOutput() { std::cout.rdbuf(buffer_); }
+    QuietOutput(const QuietOutput&) = delete;
+    QuietOutput& operator=(const QuietOutput&) = delete;
+
+private:
+    std::streambuf* buffer_;
+};
+
+/// Why there is only the placeholder for a file.
+Error told(const Error& failure)
 {
-    std::string extension = file.path_extension();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    std::string known;
-    bool is_known = false;
-    for (const auto& [kind, generator] : OrvThumbnail::singleton().supportedFiletypes()) {
-        known += (known.empty() ? "" : ", ") + kind;
-        is_known = is_known || kind == extension;
-    }
-    if (!is_known)
-        return Error("Only files named as one of these kinds have thumbnails: " + known + ".")
-            .at(file);
-    if (!OrvFileManager::singleton().is_directory(helper_dir()))
+    const bool has_decoders = OrvFileManager::singleton().is_directory(helper_dir());
+    if (failure.code() == ENOENT && !has_decoders)
         return Error("What makes pictures of files was not installed together with the library.")
             .at(helper_dir());
-    return Error("No picture can be made of the file: it is not what its name says, damaged, "
-                 "encrypted, without a picture, or too large.")
-        .at(file);
+    return failure;
 }
 
 Picture thumbnail_of(const ThumbCommand& command, const Surroundings& surroundings)
 {
-    const Url file(command.file);
+    const QuietOutput quiet;
+    std::shared_ptr<ThumbGenerateOpr> operation;
     const auto status = final_status<ThumbGenerateOpr>(
         [&](auto closure) {
-            return OrvFileManager::singleton().generate_thumb(file, command.width, command.height,
-                                                              std::move(closure));
+            return operation = OrvFileManager::singleton().generate_thumb(
+                       command.file, command.width, command.height, std::move(closure));
         },
         show_activity("Making the thumbnail", surroundings.shows_progress));
     return match(
         status,
         [&](const ThumbGenerateOpr::success& made) {
-            if (made.is_placeholder)
-                throw no_picture_of(file);
+            if (const auto& failure = operation->failure())
+                throw told(*failure);
             return made.thumb;
         },
         [](const status::cancelled&) -> Picture { throw Interrupted(); });

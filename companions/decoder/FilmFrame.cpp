@@ -37,20 +37,24 @@ public:
     {
     }
 
-    /// Frames before the time that no other needs need not be decoded.
+    /// Frames well before the time that no other needs need not be decoded.
     void pass_over(bool frames_that_no_other_needs) { passes_over_ = frames_that_no_other_needs; }
 
     /// Decodes a packet; an empty one stands for the end. Whether the frame is found.
     bool decode(const AVPacket* packet)
     {
-        const bool is_early = packet && packet->pts != AV_NOPTS_VALUE && packet->pts < time_;
+        const bool is_early = packet && packet->pts != AV_NOPTS_VALUE && packet->duration > 0 &&
+                              packet->pts + spare_frames * packet->duration < time_;
         codec_->skip_frame = passes_over_ && is_early ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
         // A packet that is damaged yields no frame, and the next may do without it.
         ::avcodec_send_packet(codec_.get(), packet);
         while (::avcodec_receive_frame(codec_.get(), frame_.get()) == 0) {
+            const std::int64_t shown_at = frame_->best_effort_timestamp;
+            // The one before is still shown at that time.
+            if (shown_at != AV_NOPTS_VALUE && shown_at > time_ && last_)
+                return true;
             last_.reset(::av_frame_clone(frame_.get()));
-            if (frame_->best_effort_timestamp == AV_NOPTS_VALUE ||
-                frame_->best_effort_timestamp >= time_)
+            if (shown_at == AV_NOPTS_VALUE || shown_at >= time_)
                 return true;
         }
         return false;
@@ -60,6 +64,9 @@ public:
     Frame take_frame() { return std::move(last_); }
 
 private:
+    // Where frames are reordered, how long each is shown is told but roughly.
+    static constexpr std::int64_t spare_frames = 4;
+
     Codec codec_;
     Frame frame_;
     Frame last_;

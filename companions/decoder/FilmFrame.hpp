@@ -4,7 +4,8 @@
 
 namespace orv::decoder {
 
-/// The frame that is shown at `time`, or from then on first; where the film ends before it, the
+/// The frame that is shown at `time`; where the first one is shown later, that; where the film ends
+/// before it, the
 /// last one; where decoding up to it takes more than three seconds of processor time, the last one
 /// before it.
 ///

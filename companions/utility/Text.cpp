@@ -1,10 +1,12 @@
 #include "utility/Text.hpp"
 
 #include "utility/Folding.hpp"
+#include "utility/Utf8.hpp"
 
 #include <algorithm>
 #include <cstdint>
 
+#include <unicode/uchar.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -63,6 +65,20 @@ std::weak_ordering compare_case_insensitively(std::string_view a, std::string_vi
             return order;
     }
     return a.size() <=> b.size();
+}
+
+std::string lower_case(std::string_view text)
+{
+    std::string lowered;
+    for (std::size_t at = 0; at < text.size();) {
+        const Utf8Character character = character_at(text, at);
+        if (character.code_point < 0)
+            lowered += text[at];
+        else
+            lowered += utf8_of(static_cast<char32_t>(::u_tolower(character.code_point)));
+        at = character.end;
+    }
+    return lowered;
 }
 
 std::string_view fitting_prefix(std::string_view text, std::size_t max_size)

@@ -20,6 +20,10 @@ namespace orv {
 /// Threading: any.
 [[nodiscard]] std::weak_ordering compare_case_insensitively(std::string_view a, std::string_view b);
 
+/// `text` with its letters in lower case, each by itself, in no particular language. Bytes that are
+/// no UTF-8 stay.
+[[nodiscard]] std::string lower_case(std::string_view text);
+
 /// The longest beginning of `text` that has at most `max_size` bytes and cuts no character in two.
 [[nodiscard]] std::string_view fitting_prefix(std::string_view text, std::size_t max_size);
 

@@ -51,6 +51,9 @@ public:
             throw Exception();
     }
 
+    /// What the caller has of the request.
+    [[nodiscard]] Operation& operation() const { return *operation_; }
+
     /// Cancels the request from within.
     void cancel() { operation_->cancel(); }
 

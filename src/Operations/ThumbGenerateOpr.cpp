@@ -2,12 +2,19 @@
 
 #include "Global/TestMode.hpp"
 #include "Operations/Request.hpp"
-
-#include <orv/ThumbGenerator/OrvThumbnail.hpp>
+#include "ThumbGenerator/ThumbnailAccess.hpp"
 
 #include <stop_token>
 
 namespace orv {
+
+class ThumbGenerateAccess {
+public:
+    static void set_failure(ThumbGenerateOpr& operation, std::optional<Error> failure)
+    {
+        operation.failure_ = std::move(failure);
+    }
+};
 
 std::shared_ptr<ThumbGenerateOpr> generate_thumb(Url url, std::optional<std::uint32_t> resize_width,
                                                  std::optional<std::uint32_t> resize_height,
@@ -19,13 +26,15 @@ std::shared_ptr<ThumbGenerateOpr> generate_thumb(Url url, std::optional<std::uin
          resize_height](Request<ThumbGenerateOpr>& request) -> ThumbGenerateOpr::Status {
             pause_in_test_mode(std::chrono::seconds(1));
             std::stop_source stop;
-            OrvThumbnail::Thumbnail made;
+            MadeThumbnail made;
             request.do_part([stop]() mutable { stop.request_stop(); },
                             [&] {
-                                made = OrvThumbnail::singleton().getThumbnail(
-                                    url, resize_width, resize_height, stop.get_token());
+                                made = ThumbnailAccess::make(url, resize_width, resize_height,
+                                                             stop.get_token());
                             });
-            return ThumbGenerateOpr::success{std::move(made.thumb), made.is_placeholder};
+            const bool is_placeholder = made.failure.has_value();
+            ThumbGenerateAccess::set_failure(request.operation(), std::move(made.failure));
+            return ThumbGenerateOpr::success{std::move(made.thumb), is_placeholder};
         });
 }
 

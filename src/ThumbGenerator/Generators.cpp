@@ -16,6 +16,13 @@ Preview whole(Picture picture)
     return {std::move(picture), width, height};
 }
 
+Preview preview_or_placeholder(const Url& url, Medium medium, SizeWanted wanted)
+try {
+    return decoded_preview(url, medium, wanted, {});
+} catch (const Error&) {
+    return whole(intr_thumb_placeholder());
+}
+
 } // namespace
 
 std::optional<Medium> medium_of(const OrvThumbnailGenerator& generator)
@@ -37,7 +44,7 @@ try {
 } catch (const Error& error) {
     if (medium == Medium::film_frame)
         std::cout << "ERROR: " + error.message() + "\n" << std::flush;
-    return whole(intr_thumb_placeholder());
+    throw;
 }
 
 Preview OrvThumbnailGenerator::preview(const Url& url,
@@ -60,7 +67,7 @@ Picture ImageThumbnailGenerator::getThumbnail(const Url& url) const
 Preview ImageThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                          std::optional<std::uint32_t> resize_height) const
 {
-    return decoded_preview(url, Medium::image, {resize_width, resize_height});
+    return preview_or_placeholder(url, Medium::image, {resize_width, resize_height});
 }
 
 std::vector<std::string> PDFThumbnailGenerator::supportedExtensions() const
@@ -76,7 +83,7 @@ Picture PDFThumbnailGenerator::getThumbnail(const Url& url) const
 Preview PDFThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                        std::optional<std::uint32_t> resize_height) const
 {
-    return decoded_preview(url, Medium::pdf_page, {resize_width, resize_height});
+    return preview_or_placeholder(url, Medium::pdf_page, {resize_width, resize_height});
 }
 
 std::vector<std::string> VideoThumbnailGenerator::supportedExtensions() const
@@ -92,7 +99,7 @@ Picture VideoThumbnailGenerator::getThumbnail(const Url& url) const
 Preview VideoThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                          std::optional<std::uint32_t> resize_height) const
 {
-    return decoded_preview(url, Medium::film_frame, {resize_width, resize_height});
+    return preview_or_placeholder(url, Medium::film_frame, {resize_width, resize_height});
 }
 
 std::vector<std::string> DefaultThumbnailGenerator::supportedExtensions() const

@@ -1,8 +1,10 @@
 #include "Global/ThumbPlaceholder.hpp"
 #include "ThumbGenerator/OwnGenerators.hpp"
 #include "ThumbGenerator/SharedThumbnails.hpp"
+#include "ThumbGenerator/ThumbnailAccess.hpp"
 #include "ThumbGenerator/ThumbnailCache.hpp"
 #include "picture/ThumbnailSize.hpp"
+#include "utility/Text.hpp"
 
 #include <orv/ThumbGenerator/Generators.hpp>
 #include <orv/ThumbGenerator/OrvThumbnail.hpp>
@@ -19,14 +21,6 @@ constexpr std::size_t first_cache_size = std::size_t{64} << 20;
 
 using Generators = std::map<std::string, OrvThumbnail::Generator>;
 
-std::string in_lower_case(std::string text)
-{
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return text;
-}
-
 Preview placeholder_preview()
 {
     const Picture& placeholder = intr_thumb_placeholder();
@@ -42,8 +36,7 @@ Preview shared_preview_of(const Url& url, const FileVersion& version, Medium med
     if (auto found = shared.find(url, version, wanted))
         return *std::move(found);
     Preview made = decoded_preview(url, medium, wanted, stop);
-    if (!made.picture.is_same(intr_thumb_placeholder()))
-        shared.store(url, version, made, wanted);
+    shared.store(url, version, made, wanted);
     return made;
 }
 
@@ -64,6 +57,33 @@ Picture recompressed(const Picture& picture, double quality)
     return Picture::from_jpeg(picture.jpeg(quality));
 }
 
+/// A picture of a file, or the placeholder and the reason for it.
+struct Making {
+    Preview preview;
+    std::optional<Error> failure;
+};
+
+/// Calls `make`, which may throw anything.
+template <class Make>
+Making made_by(const Make& make, const std::stop_token& stop)
+{
+    const auto failed = [](const Error& error) { return Making{placeholder_preview(), error}; };
+    try {
+        Preview preview = make();
+        if (preview.picture.is_empty() || preview.picture.is_same(intr_thumb_placeholder()))
+            return failed(Error("What makes pictures of such files has none of this one."));
+        return {std::move(preview), std::nullopt};
+    } catch (const Error& error) {
+        return failed(error);
+    } catch (const std::exception& error) {
+        return failed(Error(error.what()));
+    } catch (...) {
+        if (stop.stop_requested())
+            throw Exception();
+        return failed(Error("What makes pictures of such files failed."));
+    }
+}
+
 } // namespace
 
 struct OrvThumbnail::Content {
@@ -74,7 +94,7 @@ struct OrvThumbnail::Content {
 
     ThumbnailCache cache{first_cache_size};
 
-    /// What makes the thumbnail of a file, as things stand.
+    /// What makes the thumbnail of a file, as things stand; null where nothing does.
     [[nodiscard]] std::pair<Generator, double> maker_for(const Url& url) const;
 
     /// What the generator makes of the file, or another program made of it. An application's own
@@ -82,12 +102,14 @@ struct OrvThumbnail::Content {
     [[nodiscard]] Preview preview_for(const ThumbnailKey& key, bool has_version,
                                       const std::stop_token& stop) const;
 
+    [[nodiscard]] Error no_generator() const;
+
     [[nodiscard]] std::shared_ptr<const SharedThumbnails> shared_now() const;
 };
 
 std::pair<OrvThumbnail::Generator, double> OrvThumbnail::Content::maker_for(const Url& url) const
 {
-    const std::string extension = in_lower_case(url.path_extension());
+    const std::string extension = lower_case(url.path_extension());
     const std::lock_guard lock(mutex);
     const auto found = generators.find(extension);
     return {found == generators.end() ? nullptr : found->second, quality};
@@ -102,25 +124,22 @@ std::shared_ptr<const SharedThumbnails> OrvThumbnail::Content::shared_now() cons
 Preview OrvThumbnail::Content::preview_for(const ThumbnailKey& key, bool has_version,
                                            const std::stop_token& stop) const
 {
-    const auto made = [&] {
-        const std::optional<Medium> medium = medium_of(*key.generator);
-        if (!medium)
-            return key.generator->preview(key.url, key.wanted.width, key.wanted.height);
-        const auto folder = shared_now();
-        const bool is_shared = folder && has_version && folder->may_serve(key.url);
-        return is_shared
-                   ? shared_preview_of(key.url, key.version, *medium, key.wanted, *folder, stop)
-                   : decoded_preview(key.url, *medium, key.wanted, stop);
-    };
-    try {
-        Preview preview = made();
-        if (!preview.picture.is_empty())
-            return preview;
-    } catch (...) {
-        if (stop.stop_requested())
-            throw Exception();
-    }
-    return placeholder_preview();
+    const std::optional<Medium> medium = medium_of(*key.generator);
+    if (!medium)
+        return key.generator->preview(key.url, key.wanted.width, key.wanted.height);
+    const auto folder = shared_now();
+    if (folder && has_version && folder->may_serve(key.url))
+        return shared_preview_of(key.url, key.version, *medium, key.wanted, *folder, stop);
+    return decoded_preview(key.url, *medium, key.wanted, stop);
+}
+
+Error OrvThumbnail::Content::no_generator() const
+{
+    const std::lock_guard lock(mutex);
+    std::string known;
+    for (const auto& [extension, generator] : generators)
+        known += (known.empty() ? "" : ", ") + extension;
+    return Error("Only files named as one of these kinds have thumbnails: " + known + ".");
 }
 
 OrvThumbnail& OrvThumbnail::singleton()
@@ -138,11 +157,13 @@ OrvThumbnail::OrvThumbnail() : content_(std::make_unique<Content>())
 
 void OrvThumbnail::addThumbnailGenerator(const Generator& generator)
 {
+    if (!generator)
+        throw Error("There is no thumbnail generator to add.");
     std::vector<Generator> replaced; // destroyed without the lock
     const std::vector<std::string> extensions = generator->supportedExtensions();
     const std::lock_guard lock(content_->mutex);
     for (const std::string& extension : extensions) {
-        Generator& place = content_->generators[in_lower_case(extension)];
+        Generator& place = content_->generators[lower_case(extension)];
         replaced.push_back(std::exchange(place, generator));
     }
 }
@@ -180,27 +201,37 @@ void OrvThumbnail::use_shared_folder(bool use)
 
 OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
                                                    std::optional<std::uint32_t> resize_width,
-                                                   std::optional<std::uint32_t> resize_height,
-                                                   const std::stop_token& stop)
+                                                   std::optional<std::uint32_t> resize_height)
 {
-    auto [generator, quality] = content_->maker_for(url);
-    if (!generator)
-        generator = std::make_shared<DefaultThumbnailGenerator>();
+    MadeThumbnail made = ThumbnailAccess::make(url, resize_width, resize_height, {});
+    return {std::move(made.thumb), made.failure.has_value()};
+}
+
+MadeThumbnail ThumbnailAccess::make(const Url& url, std::optional<std::uint32_t> resize_width,
+                                    std::optional<std::uint32_t> resize_height,
+                                    const std::stop_token& stop)
+{
+    OrvThumbnail::Content& content = *OrvThumbnail::singleton().content_;
+    const auto [generator, quality] = content.maker_for(url);
     const SizeWanted wanted{resize_width, resize_height};
+    const auto finished = [&, quality = quality](const Preview& preview) {
+        Picture thumb = scaled(preview, wanted);
+        return quality < 1 ? recompressed(thumb, quality) : thumb;
+    };
+    if (!generator)
+        return {finished(placeholder_preview()), content.no_generator().at(url)};
 
     const std::optional<FileVersion> version = version_of(url);
     ThumbnailKey key{url, version.value_or(FileVersion()), wanted, quality, generator};
-    if (auto kept = content_->cache.find(key))
-        return {std::move(*kept), false};
+    if (auto kept = content.cache.find(key))
+        return {std::move(*kept), std::nullopt};
 
-    const Preview preview = content_->preview_for(key, version.has_value(), stop);
-    const bool is_placeholder = preview.picture.is_same(intr_thumb_placeholder());
-    Picture thumb = scaled(preview, wanted);
-    if (quality < 1)
-        thumb = recompressed(thumb, quality);
-    if (version && !is_placeholder)
-        content_->cache.insert(std::move(key), thumb);
-    return {std::move(thumb), is_placeholder};
+    const Making made =
+        made_by([&] { return content.preview_for(key, version.has_value(), stop); }, stop);
+    Picture thumb = finished(made.preview);
+    if (version && !made.failure)
+        content.cache.insert(std::move(key), thumb);
+    return {std::move(thumb), made.failure ? std::optional(made.failure->at(url)) : std::nullopt};
 }
 
 } // namespace orv

@@ -101,18 +101,20 @@ bool are_facts_of(const PngTexts& texts, const std::string& uri, const FileVersi
            text_in(texts, "Thumb::Size").value_or(size) == size;
 }
 
-/// The size of the whole picture if the thumbnail tells it. Another shape than that of what is kept
-/// does not count: some programs look at the picture before they turn it upright.
-std::optional<PictureSize> full_size_in(const PngTexts& texts, PictureSize kept)
+/// The size of the whole picture, as far as the thumbnail tells it.
+std::optional<PictureSize> size_told_in(const PngTexts& texts)
 {
     const PictureSize told{side_in(texts, "Thumb::Image::Width"),
                            side_in(texts, "Thumb::Image::Height")};
-    if (told.width == 0 || told.height == 0)
-        return std::nullopt;
-    const PictureSize shape = size_within(told, std::max(kept.width, kept.height), true);
+    return told.width == 0 || told.height == 0 ? std::nullopt : std::optional(told);
+}
+
+/// True if a picture of the size `kept` can show a whole one: it is neither cut nor stretched.
+bool has_shape_of(PictureSize kept, PictureSize whole)
+{
+    const PictureSize shape = size_within(whole, std::max(kept.width, kept.height), true);
     const auto is_near = [](std::int64_t a, std::int64_t b) { return a - b <= 1 && b - a <= 1; };
-    const bool fits = is_near(shape.width, kept.width) && is_near(shape.height, kept.height);
-    return fits ? std::optional(told) : std::nullopt;
+    return is_near(shape.width, kept.width) && is_near(shape.height, kept.height);
 }
 
 /// Only a plain file of a likely size is opened.
@@ -156,7 +158,13 @@ try {
     const std::vector<std::byte> beginning = beginning_of(file);
     const PngTexts texts = picture::png_texts(beginning);
     const PictureSize kept = picture::png_size(beginning);
-    const std::optional<PictureSize> full = full_size_in(texts, kept);
+    std::optional<PictureSize> full = size_told_in(texts);
+    if (full && !has_shape_of(kept, *full)) {
+        // Some programs look at the picture before they turn it upright.
+        if (!has_shape_of(kept, {full->height, full->width}))
+            return std::nullopt;
+        full.reset();
+    }
     const bool is_right = are_facts_of(texts, uri, version) && kept.width > 0 && kept.height > 0 &&
                           std::max(kept.width, kept.height) <= side;
     if (!is_right || !shows_enough(kept, full, wanted))

@@ -19,7 +19,9 @@ protected:
     ThumbTest()
     {
         write_file(at("p.png"), drawn_png());
-        make_tree(work(), {"bad.png=no picture", "d.png/", "note.txt=1", "taken.png=old"});
+        make_tree(work(), {"bad.png=no picture", "bad.mp4=no film", "empty.jpg=", "d.png/",
+                           "note.txt=1", "taken.png=old"});
+        write_file(at("half.png"), drawn_png().substr(0, 60));
     }
 
     std::string size_of(const char* name)
@@ -64,8 +66,13 @@ TEST_F(ThumbTest, SaysWhyThereIsNoThumbnailAndWritesNothing)
     } rows[] = {
         {{"bad.png", "a.png"},
          1,
-         "orv: No picture can be made of the file: it is not what its name says, damaged, "
-         "encrypted, without a picture, or too large: $W/bad.png\n"},
+         "orv: The picture cannot be read: VipsForeignLoad: source is not in a known format: "
+         "$W/bad.png\n"},
+        {{"half.png", "a.png"},
+         1,
+         "orv: The picture cannot be read: vipspng: libpng read error: $W/half.png\n"},
+        {{"bad.mp4", "a.png"}, 1, "orv: The file is no film, or damaged: $W/bad.mp4\n"},
+        {{"empty.jpg", "a.png"}, 1, "orv: The file is empty: $W/empty.jpg\n"},
         {{"note.txt", "a.png"},
          1,
          "orv: Only files named as one of these kinds have thumbnails: bmp, gif, heic, jpeg, jpg, "
@@ -88,6 +95,7 @@ TEST_F(ThumbTest, SaysWhyThereIsNoThumbnailAndWritesNothing)
         words.insert(words.end(), row.arguments.begin(), row.arguments.end());
         const Outcome outcome = orv(words);
         EXPECT_EQ(outcome.exit_code, row.exit_code) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
         if (!row.err.empty()) {
             EXPECT_EQ(outcome.err, told(row.err));
         }

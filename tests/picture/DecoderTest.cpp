@@ -249,6 +249,9 @@ TEST(Decoder, takes_the_very_frame_at_a_third_of_a_film)
         {"a start that was cut off",
          "-c:v libx264 -g 30 -bf 2 -qp 2 b.mp4 && " + ffmpeg + "-ss 0.6 -i b.mp4 -c copy a.mp4",
          14},
+        {"a time between two frames", "-frames:v 20 -c:v libx264 -g 30 -bf 3 -qp 2 a.mp4", 6},
+        {"the same, with frames that none needs", "-frames:v 25 -c:v libx264 -bf 16 -qp 2 a.mp4",
+         8},
     };
     for (const auto& [what, options, frame] : cases) {
         const Scratch root;

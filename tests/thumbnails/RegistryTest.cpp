@@ -63,6 +63,16 @@ TEST_F(RegistryTest, picks_the_generator_by_the_extension)
     EXPECT_EQ(made("a.x", {}, {}), "success 8x8");
 }
 
+TEST_F(RegistryTest, lowers_extensions_by_unicode_rules_and_refuses_no_generator)
+{
+    add_drawing({"ÄÉЖ", "\xFFx"}, [] { return drawn(40, 20); });
+    for (const char* name : {"a.äéж", "a.Äéж", "a.\xFFX"})
+        EXPECT_EQ(made(name, 20, {}), "success 20x10") << name;
+    EXPECT_EQ(made("a.\xFEx", 20, 20), "placeholder 20x20");
+    EXPECT_TRUE(registry().supportedFiletypes().contains("äéж"));
+    EXPECT_THROW(registry().addThumbnailGenerator(nullptr), Error);
+}
+
 TEST_F(RegistryTest, shows_the_placeholder_for_whatever_a_generator_does_wrong)
 {
     const std::pair<const char*, std::function<Picture()>> rows[] = {

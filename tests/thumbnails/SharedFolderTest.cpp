@@ -211,6 +211,7 @@ TEST_F(SharedFolderTest, uses_what_other_programs_made_if_it_is_right)
         {"rounded down", large, other(256, 191, right), "240x179"},
         {"rounded down, exact", large, other(256, 191, with_full_size), "240x180"},
         {"not turned upright", large, other(256, 192, not_upright), "240x180"},
+        {"of another shape", large, other(256, 256, with_full_size), ""},
         {"of more than is needed", x_large, other(400, 300, right), "240x180"},
         {"of the same file", large, other(256, 192, with("Thumb::Size", "1")), ""},
         {"of another time", large, other(256, 192, with("Thumb::MTime", "1000000001")), ""},

@@ -4,6 +4,7 @@
 #include <orv/Operations/OrvOperation.hpp>
 #include <orv/Operations/Status.hpp>
 #include <orv/picture/Picture.hpp>
+#include <orv/utility/Error.hpp>
 
 #include <cstdint>
 #include <functional>
@@ -27,6 +28,16 @@ public:
 
     using Status = std::variant<success, status::cancelled>;
     using StatusClosure = std::function<void(const Status&)>;
+
+    /// Why the thumbnail is the placeholder, with the path of the file; empty where it is none.
+    ///
+    /// Threading: the main thread, from the final status on.
+    [[nodiscard]] const std::optional<Error>& failure() const { return failure_; }
+
+private:
+    friend class ThumbGenerateAccess;
+
+    std::optional<Error> failure_;
 };
 
 /// Makes a thumbnail of the item; see `OrvFileManager::generate_thumb`. Returns at once.

@@ -7,7 +7,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <string>
 
 namespace orv {
@@ -28,6 +27,9 @@ public:
     static OrvThumbnail& singleton();
 
     /// Registers the generator for all of its extensions, in place of those that served them.
+    /// Extensions are matched whatever their case.
+    ///
+    /// Errors: an `Error` for a null pointer; nothing is registered then.
     void addThumbnailGenerator(const Generator& generator);
 
     /// The generators by the extension that they serve, in lower case.
@@ -62,14 +64,13 @@ public:
     ///
     /// Threading: as above; it works on the calling thread and may take as long as a slow disk
     /// does, so requests are better made with `generate_thumb`.
-    /// Cancel: `stop` ends the waiting for a decoder at once, with an `Exception`; an application's
-    /// own generator is waited for.
     /// Units: pixels.
     [[nodiscard]] Thumbnail getThumbnail(const Url& url, std::optional<std::uint32_t> resize_width,
-                                         std::optional<std::uint32_t> resize_height,
-                                         const std::stop_token& stop = {});
+                                         std::optional<std::uint32_t> resize_height);
 
 private:
+    friend class ThumbnailAccess;
+
     OrvThumbnail();
     ~OrvThumbnail() = delete;
 
