@@ -3,6 +3,8 @@
 #include <orv/utility/Error.hpp>
 
 #include <algorithm>
+#include <cerrno>
+#include <new>
 #include <thread>
 
 #include <time.h>
@@ -29,6 +31,13 @@ Codec open_codec(const AVStream& stream)
     return codec;
 }
 
+int check_memory(int result)
+{
+    if (result == AVERROR(ENOMEM))
+        throw std::bad_alloc();
+    return result;
+}
+
 /// Decodes a stream in order until it comes to a time.
 class Decoding {
 public:
@@ -47,8 +56,8 @@ public:
                               packet->pts + spare_frames * packet->duration < time_;
         codec_->skip_frame = passes_over_ && is_early ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
         // A packet that is damaged yields no frame, and the next may do without it.
-        ::avcodec_send_packet(codec_.get(), packet);
-        while (::avcodec_receive_frame(codec_.get(), frame_.get()) == 0) {
+        check_memory(::avcodec_send_packet(codec_.get(), packet));
+        while (check_memory(::avcodec_receive_frame(codec_.get(), frame_.get())) == 0) {
             const std::int64_t shown_at = frame_->best_effort_timestamp;
             // The one before is still shown at that time.
             if (shown_at != AV_NOPTS_VALUE && shown_at > time_ && last_)

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 
+#include <fcntl.h>
 #include <linux/landlock.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -46,9 +47,24 @@ std::size_t size_for(long version)
     return fields * sizeof(std::uint64_t);
 }
 
-} // namespace
+void check(bool is_done)
+{
+    if (!is_done)
+        throw Error("Files cannot be decoded safely on this system: its kernel keeps none away.")
+            .because_of(platform_error(errno, {}));
+}
 
-void forbid_files_by_name()
+void allow_below_root(const FileDescriptor& rules, std::uint64_t access)
+{
+    const FileDescriptor root(::open("/", O_PATH | O_CLOEXEC));
+    landlock_path_beneath_attr rule{};
+    rule.allowed_access = access;
+    rule.parent_fd = root.get();
+    check(::syscall(SYS_landlock_add_rule, rules.get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0);
+}
+
+/// Forbids all that the kernel knows of but some access to files.
+void forbid_all_but(std::uint64_t access)
 {
     const long version =
         ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
@@ -58,10 +74,23 @@ void forbid_files_by_name()
     const Forbidden forbidden = all_of(version);
     const FileDescriptor rules(
         static_cast<int>(::syscall(SYS_landlock_create_ruleset, &forbidden, size_for(version), 0)));
-    if (!rules || ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-        ::syscall(SYS_landlock_restrict_self, rules.get(), 0) != 0)
-        throw Error("Files cannot be decoded safely on this system: its kernel keeps none away.")
-            .because_of(platform_error(errno, {}));
+    check(static_cast<bool>(rules));
+    if (access != 0)
+        allow_below_root(rules, access);
+    check(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+          ::syscall(SYS_landlock_restrict_self, rules.get(), 0) == 0);
+}
+
+} // namespace
+
+void forbid_all_but_reading()
+{
+    forbid_all_but(LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR);
+}
+
+void forbid_files_by_name()
+{
+    forbid_all_but(0);
 }
 
 } // namespace orv::decoder

@@ -87,6 +87,8 @@ void limit_process()
     limit(RLIMIT_CORE, 0);
     // A working folder would keep a volume from being unmounted.
     static_cast<void>(::chdir("/") == 0);
+    // Before there are threads, which go on to work for libvips.
+    forbid_all_but_reading();
 }
 
 void confine_process()

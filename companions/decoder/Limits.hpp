@@ -6,6 +6,7 @@ namespace orv::decoder {
 
 /// Sets what holds for the process to its end: it dies with the application, writes to no file, and
 /// takes no more memory than the largest pictures need.
+/// It may still open files, to read them.
 void limit_process();
 
 /// Takes from this process what a decoder has no use for: every call that reaches beyond what it

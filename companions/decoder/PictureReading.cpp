@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -177,7 +178,11 @@ DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted, MemoryAl
                        : read_image(mapped.bytes(), wanted, memory);
     } catch (const vips::VError& error) {
         const char* what = is_page ? "The PDF cannot be read: " : "The picture cannot be read: ";
-        throw Error(what + reason_of(error) + ".");
+        const std::string reason = reason_of(error);
+        // The libraries tell a lack of memory in words alone.
+        if (reason.find("emory") != std::string::npos)
+            throw std::bad_alloc();
+        throw Error(what + reason + ".");
     }
 }
 

@@ -234,12 +234,13 @@ TEST_F(Confinement, has_a_second_wall_where_the_kernel_has_landlock)
 {
     if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, 1) < 1)
         GTEST_SKIP() << "The kernel has no Landlock.";
-    const auto outcome = [&](int flags) {
-        return outcome_in(&decoder::forbid_files_by_name,
-                          [&] { return ::open(file_.path().c_str(), flags, 0600); });
+    const auto outcome = [&](void (*confine)(), int flags) {
+        return outcome_in(confine, [&] { return ::open(file_.path().c_str(), flags, 0600); });
     };
-    EXPECT_EQ(outcome(O_RDONLY), "EACCES");
-    EXPECT_EQ(outcome(O_WRONLY), "EACCES");
+    EXPECT_EQ(outcome(&decoder::forbid_files_by_name, O_RDONLY), "EACCES");
+    EXPECT_EQ(outcome(&decoder::forbid_files_by_name, O_WRONLY), "EACCES");
+    EXPECT_EQ(outcome(&decoder::forbid_all_but_reading, O_RDONLY), "done");
+    EXPECT_EQ(outcome(&decoder::forbid_all_but_reading, O_WRONLY), "EACCES");
 }
 
 } // namespace
