@@ -47,7 +47,7 @@ std::size_t size_for(long version)
     return fields * sizeof(std::uint64_t);
 }
 
-void check(bool is_done)
+void check_landlock(bool is_done)
 {
     if (!is_done)
         throw Error("Files cannot be decoded safely on this system: its kernel keeps none away.")
@@ -60,7 +60,8 @@ void allow_below_root(const FileDescriptor& rules, std::uint64_t access)
     landlock_path_beneath_attr rule{};
     rule.allowed_access = access;
     rule.parent_fd = root.get();
-    check(::syscall(SYS_landlock_add_rule, rules.get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0);
+    check_landlock(
+        ::syscall(SYS_landlock_add_rule, rules.get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0);
 }
 
 /// Forbids all that the kernel knows of but some access to files.
@@ -74,11 +75,11 @@ void forbid_all_but(std::uint64_t access)
     const Forbidden forbidden = all_of(version);
     const FileDescriptor rules(
         static_cast<int>(::syscall(SYS_landlock_create_ruleset, &forbidden, size_for(version), 0)));
-    check(static_cast<bool>(rules));
+    check_landlock(static_cast<bool>(rules));
     if (access != 0)
         allow_below_root(rules, access);
-    check(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-          ::syscall(SYS_landlock_restrict_self, rules.get(), 0) == 0);
+    check_landlock(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                   ::syscall(SYS_landlock_restrict_self, rules.get(), 0) == 0);
 }
 
 } // namespace

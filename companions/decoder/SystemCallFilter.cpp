@@ -23,7 +23,7 @@ struct FilterEnd {
 };
 using Filter = std::unique_ptr<void, FilterEnd>;
 
-void check(int result)
+void check_filter(int result)
 {
     if (result != 0)
         throw Error("Files cannot be decoded safely on this system: its kernel filters no calls.")
@@ -36,8 +36,9 @@ void allow(const Filter& filter, int call, std::initializer_list<scmp_arg_cmp> a
     // A machine that has no such call is allowed none.
     if (call < 0)
         return;
-    check(::seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call,
-                                   static_cast<unsigned>(arguments.size()), arguments.begin()));
+    check_filter(::seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call,
+                                          static_cast<unsigned>(arguments.size()),
+                                          arguments.begin()));
 }
 
 scmp_arg_cmp equals(unsigned argument, std::uint64_t value)
@@ -94,7 +95,7 @@ void allow_threads(const Filter& filter)
                                      CLONE_PARENT_SETTID | CLONE_CHILD_CLEARTID;
     allow(filter, SCMP_SYS(clone), {equals(0, thread)});
     // Its arguments lie in memory, where no filter sees them; the other call is used instead.
-    check(::seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0));
+    check_filter(::seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0));
     allow(filter, SCMP_SYS(prctl), {equals(0, PR_SET_NAME)});
 }
 
@@ -130,19 +131,19 @@ void allow_system_calls_of_decoding()
 {
     const Filter filter(::seccomp_init(SCMP_ACT_ERRNO(EPERM)));
     if (!filter)
-        check(-ENOSYS);
-    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS));
-    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_NNP, 1));
-    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_TSYNC, 1));
+        check_filter(-ENOSYS);
+    check_filter(::seccomp_attr_set(filter.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS));
+    check_filter(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_NNP, 1));
+    check_filter(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_TSYNC, 1));
     // A search instead of a list: each call passes through it.
-    check(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE, 2));
+    check_filter(::seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE, 2));
     allow_harmless_calls(filter);
     allow_memory_without_code(filter);
     allow_threads(filter);
     allow_descriptors(filter);
     allow_answers(filter);
     allow_limits(filter);
-    check(::seccomp_load(filter.get()));
+    check_filter(::seccomp_load(filter.get()));
 }
 
 } // namespace orv::decoder

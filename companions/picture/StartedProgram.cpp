@@ -19,7 +19,7 @@ namespace {
 
 constexpr int first_descriptor = 3;
 
-void check(int error)
+void check_spawning(int error)
 {
     if (error != 0)
         throw platform_error(error, {});
@@ -28,16 +28,17 @@ void check(int error)
 /// What is done to the descriptors of a new process before it runs its program.
 class DescriptorActions {
 public:
-    explicit DescriptorActions(std::span<const int> descriptors)
+    explicit DescriptorActions(const std::vector<FileDescriptor>& descriptors)
     {
-        check(::posix_spawn_file_actions_init(&actions_));
+        check_spawning(::posix_spawn_file_actions_init(&actions_));
         int place = first_descriptor;
-        for (const int descriptor : descriptors)
-            check(::posix_spawn_file_actions_adddup2(&actions_, descriptor, place++));
-        check(::posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDWR, 0));
+        for (const FileDescriptor& descriptor : descriptors)
+            check_spawning(
+                ::posix_spawn_file_actions_adddup2(&actions_, descriptor.get(), place++));
+        check_spawning(::posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDWR, 0));
         for (const int standard : {1, 2})
-            check(::posix_spawn_file_actions_adddup2(&actions_, 0, standard));
-        check(::posix_spawn_file_actions_addclosefrom_np(&actions_, place));
+            check_spawning(::posix_spawn_file_actions_adddup2(&actions_, 0, standard));
+        check_spawning(::posix_spawn_file_actions_addclosefrom_np(&actions_, place));
     }
     ~DescriptorActions() { ::posix_spawn_file_actions_destroy(&actions_); }
     DescriptorActions(const DescriptorActions&) = delete;
@@ -54,7 +55,7 @@ class NewSession {
 public:
     NewSession()
     {
-        check(::posix_spawnattr_init(&attributes_));
+        check_spawning(::posix_spawnattr_init(&attributes_));
         ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSID);
     }
     ~NewSession() { ::posix_spawnattr_destroy(&attributes_); }
@@ -71,6 +72,7 @@ private:
 std::vector<FileDescriptor> moved_up(std::span<const int> descriptors)
 {
     std::vector<FileDescriptor> moved;
+    moved.reserve(descriptors.size());
     const int lowest = first_descriptor + static_cast<int>(descriptors.size());
     for (const int descriptor : descriptors) {
         moved.emplace_back(::fcntl(descriptor, F_DUPFD_CLOEXEC, lowest));
@@ -83,10 +85,7 @@ std::vector<FileDescriptor> moved_up(std::span<const int> descriptors)
 pid_t spawned(const Url& program, const std::string& argument, std::span<const int> descriptors)
 {
     const std::vector<FileDescriptor> moved = moved_up(descriptors);
-    std::vector<int> numbers;
-    for (const FileDescriptor& descriptor : moved)
-        numbers.push_back(descriptor.get());
-    const DescriptorActions actions(numbers);
+    const DescriptorActions actions(moved);
     const NewSession session;
     // Neither text is changed by the call.
     const std::array<char*, 3> arguments{const_cast<char*>(program.path().c_str()),
