@@ -1,7 +1,8 @@
 /// Injects faults into requests and into other commands that do the same, prints what was lost, and
 /// tries all kinds of volume.
 ///
-///     orv_prove [VOLUME]    only the kinds of volume whose names contain VOLUME
+///     orv_prove [VOLUME | pulled]    only the kinds of volume whose names contain VOLUME, or only
+///                                    volumes that go away
 
 #include "faults/ChangedUnderneath.hpp"
 #include "faults/Mount.hpp"
@@ -96,6 +97,8 @@ void show_peers()
 
 int main(int count, char** arguments)
 try {
+    if (count > 1 && arguments[1] == std::string("pulled"))
+        return prove_pulled_volumes() == 0 ? 0 : 1;
     if (count > 1)
         return prove_volumes(arguments[1]) == 0 ? 0 : 1;
     std::printf("%-56s %8s %10s %6s\n", "orv", "faults", "survived", "lost");
@@ -103,7 +106,7 @@ try {
     all += prove_changes();
     print_row("all", all);
     show_peers();
-    const int failed = prove_volumes("");
+    const int failed = prove_volumes("") + prove_pulled_volumes();
     return all.lost == 0 && failed == 0 ? 0 : 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "prove: %s\n", error.what());

@@ -1,6 +1,6 @@
 #include "faults/ProveVolumes.hpp"
 
-#include "faults/VolumeRequests.hpp"
+#include "faults/PulledVolumes.hpp"
 
 #include <array>
 #include <cstdio>
@@ -27,6 +27,8 @@ std::string cell_of(Counts counts)
 {
     if (counts[Kind::failed] > 0)
         return "FAILED " + std::to_string(counts[Kind::failed]);
+    if (counts[Kind::spoilt] > 0)
+        return "spoilt " + std::to_string(counts[Kind::spoilt]);
     if (counts[Kind::refused] > 0)
         return (counts[Kind::done] > 0 ? "but " : "no ") + std::to_string(counts[Kind::refused]);
     return counts[Kind::done] > 0 ? "done" : "-";
@@ -62,7 +64,7 @@ try {
         const VolumeOutcome outcome = trial.run(request);
         ++counts[column_of(request.name)][outcome.kind];
         failed += outcome.kind == Kind::failed ? 1 : 0;
-        if (outcome.kind == Kind::failed || outcome.kind == Kind::refused)
+        if (!outcome.text.empty() && outcome.kind != Kind::not_possible)
             texts += "    " + request.name + (outcome.kind == Kind::failed ? " FAILED: " : ": ") +
                      outcome.text + "\n";
     }
@@ -74,7 +76,39 @@ try {
     return 0;
 }
 
+/// Pulls the volume at every call of a request. Returns how often something is wrong.
+int prove_pulled(const VolumeRequest& request, const Pull& way)
+{
+    int failed = 0;
+    long calls = 0;
+    std::string texts;
+    for (PulledOutcome outcome{.reached = true}; outcome.reached;) {
+        outcome = pull(request, way, ++calls);
+        failed += outcome.problem.empty() ? 0 : 1;
+        if (!outcome.problem.empty())
+            texts += "    at call " + std::to_string(calls) + ":" + outcome.problem + "\n";
+    }
+    std::printf("%-36s %9ld %9d\n%s", (request.name + ": " + way.name).c_str(), calls, failed,
+                texts.c_str());
+    std::fflush(stdout);
+    return failed;
+}
+
 } // namespace
+
+int prove_pulled_volumes()
+{
+    std::printf("\n%-36s %9s %9s\n", "pulled volumes", "pulled", "failed");
+    if (const auto obstacle = obstacle_to(volume_kind("odd: direct"))) {
+        std::printf("left out, since %s\n", obstacle->c_str());
+        return 0;
+    }
+    int failed = 0;
+    for (const Pull& way : pulls())
+        for (const VolumeRequest& request : pulled_requests())
+            failed += prove_pulled(request, way);
+    return failed;
+}
 
 int prove_volumes(const std::string& wanted)
 {

@@ -8,4 +8,7 @@ namespace orv::test {
 /// Returns how many fail.
 [[nodiscard]] int prove_volumes(const std::string& wanted);
 
+/// Takes a volume away at every call of some requests. Returns how often something is wrong.
+[[nodiscard]] int prove_pulled_volumes();
+
 } // namespace orv::test

@@ -194,6 +194,11 @@ void MountedKind::mount(const VolumeKind& kind)
 
 MountedKind::~MountedKind()
 {
+    unmount();
+}
+
+void MountedKind::unmount()
+{
     if (::umount2(url().path().c_str(), 0) != 0)
         ::umount2(url().path().c_str(), MNT_DETACH);
 }

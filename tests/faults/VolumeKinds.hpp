@@ -48,6 +48,8 @@ public:
     /// Errors: `std::runtime_error`, with what the command wrote.
     void mount(const VolumeKind& kind);
 
+    void unmount();
+
 private:
     Scratch scratch_;
 };

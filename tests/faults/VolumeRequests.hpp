@@ -1,7 +1,9 @@
 #pragma once
 
+#include "faults/VolumeItems.hpp"
 #include "faults/VolumeKinds.hpp"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,11 +26,35 @@ struct VolumeRequest {
 
 [[nodiscard]] const std::vector<VolumeRequest>& volume_requests();
 
+/// The folders of a request: $H and $V.
+struct VolumePlace {
+    std::filesystem::path home;
+    std::filesystem::path volume;
+};
+
+/// What a shell command did.
+struct VolumeRun {
+    int code = -1;
+    std::string output;
+    std::string errors; ///< without the last line break
+
+    [[nodiscard]] bool failed_with_sentence() const;
+};
+
+/// Runs a shell command. The home of `orv` and what is written lie in the folder `log`, which has a
+/// folder "home".
+[[nodiscard]] VolumeRun run_at(const VolumePlace& place, const Url& log,
+                               const std::string& command);
+
+/// What stands in the folder for unfinished files of that home.
+[[nodiscard]] Items unfinished_noted_at(const Url& log);
+
 /// How a request ended on a volume.
 struct VolumeOutcome {
     enum class Kind {
         done,
         refused,      ///< with a sentence, like the other command
+        spoilt,       ///< by the volume itself, under the other command as well
         not_possible, ///< the items that it needs can't be made there
         failed,
     };
@@ -46,22 +72,17 @@ public:
     [[nodiscard]] VolumeOutcome run(const VolumeRequest& request) const;
 
 private:
-    struct Place;
-    struct Ran {
-        int code = -1;
-        std::string output;
-        std::string errors;
-    };
+    struct Work;
 
-    [[nodiscard]] Place place_of(const VolumeRequest& request, const char* who) const;
-    [[nodiscard]] Ran run_at(const Place& place, const std::string& command) const;
-    [[nodiscard]] VolumeOutcome lacks_of(const Place& place, const Place& other) const;
-    [[nodiscard]] static std::string wrong_with(const VolumeRequest& request, const Place& place,
-                                                const Ran& ran, bool other_can);
+    [[nodiscard]] Work work_of(const VolumeRequest& request, const char* who) const;
+    [[nodiscard]] VolumeOutcome lacks_of(const Work& place, const Work& other) const;
+    [[nodiscard]] static std::string wrong_with(const VolumeRequest& request, const Work& place,
+                                                const VolumeRun& ran, bool other_can);
 
     bool is_read_only_;
     std::string not_tried_;
     Scratch home_;
+    Url log_ = home_ / "log";
     MountedKind volume_;
 };
 
