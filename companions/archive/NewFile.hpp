@@ -1,11 +1,13 @@
 #pragma once
 
 #include "archive/Deflate.hpp"
-#include "archive/Zip.hpp"
+#include "files/NoReplaceRename.hpp"
+#include "files/PartialFile.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Url.hpp>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,6 +21,8 @@ namespace orv::archive {
 struct NewItemFolder {
     FileDescriptor descriptor;
     Url url;
+
+    [[nodiscard]] DestinationFolder destination() const { return {descriptor.get(), url}; }
 };
 
 /// What an item keeps beside its content.
@@ -27,43 +31,37 @@ struct Keepsakes {
     std::optional<timespec> time;
 };
 
-/// Throws the platform's error, at `url`, when a call that only keeps what describes an item has
-/// returned that it failed; unless the file system lacks that, or keeps it from this user.
-void check_kept(int result, const Url& url);
-
-/// Gives an open file or folder what it keeps.
+/// Gives an open file or folder what it keeps, as far as its volume can.
 ///
-/// Errors: those of `check_kept`.
+/// Errors: the platform's, at `url`.
 void apply(const Keepsakes& keepsakes, int fd, const Url& url);
+
+/// How the volume of an unpacking renames. The threads that write files share what they learn.
+using RenameWay = std::atomic<NoReplaceRename::Way>;
 
 /// A file that is being written, out of sight. Unless it is published, nothing of it remains.
 class NewFile {
 public:
-    /// Errors: the platform's, as everywhere here, at the place where it is to stand; what
-    /// `unfinished_name` throws.
-    NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name,
-            const Zip::UnfinishedName& unfinished_name);
-    ~NewFile();
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
+    /// Errors: the platform's, as everywhere here, at the place where it is to stand.
+    NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name);
 
     /// Adds to the end. A part that is all zeros takes no space where the file system can do so.
     void write(ByteView part);
 
     /// Gives the complete file its name, or a free one like it. It replaces nothing.
-    void publish(const Keepsakes& keepsakes);
+    void publish(const Keepsakes& keepsakes, RenameWay& way);
 
 private:
-    void finish(const Keepsakes& keepsakes);
-    [[nodiscard]] int place();
-    [[noreturn]] void fail(int code) const;
+    void write_after_zeros(ByteView part);
+    void write_zeros();
+    void write_at(std::uint64_t offset, ByteView part);
+    [[nodiscard]] Url url() const { return folder_->url.appending(name_); }
 
     const std::shared_ptr<const NewItemFolder> folder_;
     std::string name_;
-    std::shared_ptr<const std::string> hidden_name_; // none for a file without a name
-    FileDescriptor file_;
+    PartialFile file_;
     std::uint64_t size_ = 0;
-    bool ends_with_hole_ = false;
+    std::uint64_t zeros_ = 0; // to follow; a hole, if something comes after them
 };
 
 } // namespace orv::archive

@@ -6,6 +6,9 @@
 #include "archive/NewFile.hpp"
 #include "archive/PathNames.hpp"
 #include "files/FreeName.hpp"
+#include "files/FreeSpace.hpp"
+#include "files/ItemMetadata.hpp"
+#include "files/Place.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,7 +18,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace orv::archive {
@@ -25,7 +27,9 @@ constexpr std::size_t max_files_ahead = 32;
 
 FileDescriptor open_destination(const Url& url)
 {
-    FileDescriptor folder(::open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Place place = Place::of(url);
+    FileDescriptor folder(
+        ::openat(place.folder(), place.name(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder)
         throw platform_error(errno, url);
     return folder;
@@ -39,9 +43,9 @@ Keepsakes keepsakes_of(const PlannedItem& item)
 class Unpacking {
 public:
     Unpacking(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
-              const UnpackingPlace& place, Job& job)
-        : archive_(archive), plan_(plan), reader_(reader), job_(job), place_(place),
-          cursor_(open_destination(place.folder), place.folder),
+              const Url& destination, Job& job)
+        : archive_(archive), plan_(plan), reader_(reader), job_(job), destination_(destination),
+          cursor_(open_destination(destination), destination),
           ahead_(job.test_mode() ? 0 : std::max(1U, std::thread::hardware_concurrency()))
     {
     }
@@ -63,12 +67,9 @@ private:
 
     void check_space()
     {
-        struct statvfs facts {};
-        if (::fstatvfs(cursor_.go_to(""), &facts) != 0)
-            throw platform_error(errno, place_.folder);
-        const std::uint64_t free = std::uint64_t{facts.f_bavail} * facts.f_frsize;
-        if (facts.f_blocks != 0 && plan_.bytes > free)
-            throw platform_error(ENOSPC, place_.folder);
+        const auto free = free_bytes(destination_);
+        if (free && plan_.bytes > static_cast<std::uint64_t>(*free))
+            throw platform_error(ENOSPC, destination_);
     }
 
     void create_folders_and_files()
@@ -108,13 +109,13 @@ private:
             folder_ = open_folder(parts.folder);
         return ahead_.add([this, &item, name = std::string(parts.name), folder = folder_] {
             job_.check();
-            NewFile file(folder, name, place_.unfinished_name);
+            NewFile file(folder, name);
             reader_.read(*item.entry, [&](ByteView part) {
                 file.write(part);
                 job_.add(part.size());
                 job_.report_if_due(folder->url.appending(name));
             });
-            file.publish(keepsakes_of(item));
+            file.publish(keepsakes_of(item), rename_way_);
         });
     }
 
@@ -161,9 +162,8 @@ private:
             const int folder = cursor_.go_to(parts.folder);
             const std::string name = create_link(item, folder, std::string(parts.name));
             if (item.entry->time) {
-                const timespec times[] = {{0, UTIME_OMIT}, *item.entry->time};
-                check_kept(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW),
-                           cursor_.url_of(parts.folder).appending(name));
+                keep_times_of_link(folder, name, {0, UTIME_OMIT}, *item.entry->time,
+                                   cursor_.url_of(parts.folder).appending(name));
             }
             finish_item(item);
         }
@@ -200,9 +200,10 @@ private:
     const UnpackingPlan& plan_;
     EntryReader& reader_;
     Job& job_;
-    const UnpackingPlace& place_;
+    const Url& destination_;
     FolderCursor cursor_;
     std::shared_ptr<const NewItemFolder> folder_;
+    RenameWay rename_way_ = NoReplaceRename::Way::by_flag;
     std::deque<FileAhead> files_;
     Ahead ahead_; // last, so that nobody works on what is gone
 };
@@ -210,9 +211,9 @@ private:
 } // namespace
 
 void unpack(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
-            const UnpackingPlace& place, Job& job)
+            const Url& destination, Job& job)
 {
-    Unpacking(archive, plan, reader, place, job).run();
+    Unpacking(archive, plan, reader, destination, job).run();
 }
 
 } // namespace orv::archive

@@ -6,16 +6,10 @@
 
 namespace orv::archive {
 
-/// Where things are unpacked.
-struct UnpackingPlace {
-    const Url& folder;
-    const Zip::UnfinishedName& unfinished_name;
-};
-
-/// Creates what is planned at that place.
+/// Creates what is planned in the folder `destination`.
 ///
 /// Errors: those of `EntryReader::read`; the platform's.
 void unpack(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
-            const UnpackingPlace& place, Job& job);
+            const Url& destination, Job& job);
 
 } // namespace orv::archive

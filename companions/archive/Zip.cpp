@@ -84,7 +84,7 @@ void Zip::zipFiles(const std::vector<Url>& paths, const Url& zipFilePath,
 void Zip::unzipFile(const Url& archive, const Url& destination,
                     const std::optional<std::string>& password,
                     const std::shared_ptr<Canceller>& canceller, bool test_mode,
-                    const Progress& progress, const UnfinishedName& unfinished_name)
+                    const Progress& progress)
 {
     run(Error::Case::unzip_failed, [&] {
         Job job(canceller, test_mode, progress);
@@ -97,7 +97,7 @@ void Zip::unzipFile(const Url& archive, const Url& destination,
         const archive::UnpackingPlan plan =
             archive::make_plan(file, directory, reader, used_password.has_value(), limits, job);
         job.set_total(total_of(plan));
-        archive::unpack(file, plan, reader, {destination, unfinished_name}, job);
+        archive::unpack(file, plan, reader, destination, job);
         if (plan.items.empty())
             job.report(destination);
     });

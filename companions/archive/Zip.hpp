@@ -82,13 +82,6 @@ public:
                          const std::shared_ptr<Canceller>& canceller, bool test_mode,
                          const Progress& progress);
 
-    /// Names what is being unpacked into the folder until it is complete, where the file system has
-    /// no files without a name. Nothing has that name any more when the last copy of the pointer is
-    /// given back. What it throws ends the unpacking. Without it, new names are made up.
-    ///
-    /// Threading: called on several threads at once.
-    using UnfinishedName = std::function<std::shared_ptr<const std::string>(const Url& folder)>;
-
     /// Unpacks the archive into the existing folder `destination`. Nothing is ever created outside
     /// it, nothing in it is replaced, and no file stands under its name before it is complete; of
     /// several items of one name, the later ones get a free one. Permissions, times and links are
@@ -109,7 +102,7 @@ public:
     static void unzipFile(const Url& archive, const Url& destination,
                           const std::optional<std::string>& password,
                           const std::shared_ptr<Canceller>& canceller, bool test_mode,
-                          const Progress& progress, const UnfinishedName& unfinished_name = {});
+                          const Progress& progress);
 };
 
 } // namespace orv

@@ -13,6 +13,18 @@
 #include <unistd.h>
 
 namespace orv {
+namespace {
+
+/// Some volumes make an empty file of a node and then say that they failed.
+void remove_made_instead(int folder, const std::string& name)
+{
+    struct stat made {};
+    if (::fstatat(folder, name.c_str(), &made, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(made.st_mode) &&
+        made.st_size == 0)
+        ::unlinkat(folder, name.c_str(), 0);
+}
+
+} // namespace
 
 struct stat copy_link(const SourceItem& source, const DestinationItem& destination)
 {
@@ -29,7 +41,7 @@ struct stat copy_link(const SourceItem& source, const DestinationItem& destinati
     const int folder = destination.folder.fd;
     if (::symlinkat(text.data(), folder, destination.name.c_str()) != 0)
         throw platform_error(errno, destination.url());
-    keep_times_of_link(folder, destination.name, ModeAndTimes(status), destination.url());
+    keep_times_of_link(folder, destination.name, status.st_atim, status.st_mtim, destination.url());
     return status;
 }
 
@@ -41,10 +53,15 @@ struct stat copy_node(const SourceItem& source, const DestinationItem& destinati
     if (!S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode))
         throw platform_error(ESTALE, source.url);
     const int folder = destination.folder.fd;
-    if (::mknodat(folder, destination.name.c_str(), status.st_mode & (S_IFMT | 0777U), 0) != 0)
-        throw platform_error(errno, destination.url());
+    const mode_t mode = status.st_mode & (S_IFMT | 0777U);
+    if (::mknodat(folder, destination.name.c_str(), mode, 0) != 0) {
+        const int code = errno;
+        if (code != EEXIST)
+            remove_made_instead(folder, destination.name);
+        throw platform_error(code, destination.url());
+    }
     keep_mode_of_node(folder, destination.name, status.st_mode);
-    keep_times_of_link(folder, destination.name, ModeAndTimes(status), destination.url());
+    keep_times_of_link(folder, destination.name, status.st_atim, status.st_mtim, destination.url());
     return status;
 }
 

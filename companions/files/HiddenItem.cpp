@@ -2,6 +2,7 @@
 
 #include "files/Flush.hpp"
 #include "files/RemoveTree.hpp"
+#include "files/RenameOver.hpp"
 #include "files/SetAside.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -81,10 +82,8 @@ void HiddenItem::publish_replacing()
     const auto identity = identity_at(folder_.get(), hidden());
     const bool any_folder =
         is_folder_at(folder_.get(), hidden()) || is_folder_at(folder_.get(), final_name());
-    // A rename takes the place of a file in one step on every volume, but never that of a folder.
-    if (!any_folder) {
-        if (::renameat(folder_.get(), hidden(), folder_.get(), final_name()) != 0)
-            throw platform_error(errno, url_);
+    // A rename takes the place of a file in one step on most volumes, but never that of a folder.
+    if (!any_folder && rename_over(folder_.get(), hidden(), folder_.get(), final_name()) == 0) {
         published_ = identity;
     } else if (exchange()) {
         published_ = identity;

@@ -6,6 +6,8 @@
 
 #include <orv/utility/Error.hpp>
 
+#include <cerrno>
+
 #include <unistd.h>
 
 namespace orv {
@@ -25,6 +27,14 @@ HiddenName::HiddenName(const std::string& uuid)
       note_(create_owned_file(processed_files_.get(), note_name_,
                               processed_files_folder().appending(note_name_)))
 {
+}
+
+/// A volume that is mounted for reading answers EROFS before it looks for the item. It has none,
+/// since this process could not have made one.
+void HiddenName::removal_ended(int code)
+{
+    if (code != 0 && code != ENOENT && code != EROFS)
+        leave_behind();
 }
 
 HiddenName::~HiddenName()

@@ -35,6 +35,10 @@ public:
     /// Leaves the item of that name, and the note, to the next start.
     void leave_behind() { note_name_.clear(); }
 
+    /// Tells how removing the item of that name ended: with the errno `code`, or 0. Unless it is
+    /// sure that there is none, the item is left behind.
+    void removal_ended(int code);
+
 private:
     explicit HiddenName(const std::string& uuid);
 

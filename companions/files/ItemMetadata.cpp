@@ -131,17 +131,22 @@ void keep_mode(int to, mode_t mode, const Url& to_url)
         check(::fchmod(to, kept_mode(mode)), to, to_url);
 }
 
-void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url)
+void keep_times(int to, const timespec& access, const timespec& modification, const Url& to_url)
 {
-    keep_mode(to, kept.mode, to_url);
-    const timespec times[] = {kept.access, kept.modification};
+    const timespec times[] = {access, modification};
     check(::futimens(to, times), to, to_url);
 }
 
-void keep_times_of_link(int folder, const std::string& name, const ModeAndTimes& kept,
-                        const Url& url)
+void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url)
 {
-    const timespec times[] = {kept.access, kept.modification};
+    keep_mode(to, kept.mode, to_url);
+    keep_times(to, kept.access, kept.modification, to_url);
+}
+
+void keep_times_of_link(int folder, const std::string& name, const timespec& access,
+                        const timespec& modification, const Url& url)
+{
+    const timespec times[] = {access, modification};
     check(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW), folder, url);
 }
 

@@ -31,7 +31,12 @@ void keep_extended_attributes(int from, int to, const Url& to_url);
 /// Errors: the platform's, at `to_url`.
 void keep_mode(int to, mode_t mode, const Url& to_url);
 
-/// The same with the times.
+/// The same with the times, each of which may be one that `utimensat` knows by itself.
+///
+/// Errors: the platform's, at `to_url`.
+void keep_times(int to, const timespec& access, const timespec& modification, const Url& to_url);
+
+/// Both.
 ///
 /// Errors: the platform's, at `to_url`.
 void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url);
@@ -39,8 +44,8 @@ void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url);
 /// Gives the link or node `name` in an open folder the times, as far as its volume can keep them.
 ///
 /// Errors: the platform's, at `url`.
-void keep_times_of_link(int folder, const std::string& name, const ModeAndTimes& kept,
-                        const Url& url);
+void keep_times_of_link(int folder, const std::string& name, const timespec& access,
+                        const timespec& modification, const Url& url);
 
 /// Gives the FIFO or socket `name` in an open folder the mode, as far as its file system can keep
 /// it, even if another item takes its name meanwhile.

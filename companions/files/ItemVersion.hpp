@@ -35,6 +35,16 @@ struct ItemVersion {
         return device == other.device && inode == other.inode;
     }
 
+    /// The same, but for its dates.
+    [[nodiscard]] bool is_same_but_for_dates(ItemVersion later) const
+    {
+        later.modified_s = modified_s;
+        later.modified_ns = modified_ns;
+        later.changed_s = changed_s;
+        later.changed_ns = changed_ns;
+        return *this == later;
+    }
+
     /// The same, but for other links to the file that have gone since, which counts as a change of
     /// its attributes.
     [[nodiscard]] bool is_same_with_fewer_links(ItemVersion later) const

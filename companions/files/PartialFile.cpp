@@ -21,6 +21,12 @@ bool refuses_any_file(int code)
            code == ENFILE || code == ENOMEM;
 }
 
+/// Returns 0 or the errno.
+int removed(int folder, const std::string& name)
+{
+    return ::unlinkat(folder, name.c_str(), 0) == 0 ? 0 : errno;
+}
+
 } // namespace
 
 std::optional<PartialFile> PartialFile::unnamed(const DestinationFolder& folder, mode_t mode)
@@ -33,11 +39,25 @@ std::optional<PartialFile> PartialFile::unnamed(const DestinationFolder& folder,
     return std::nullopt;
 }
 
-PartialFile PartialFile::named(const DestinationFolder& folder, std::string name)
+PartialFile PartialFile::named(const DestinationFolder& folder, std::string name, mode_t mode)
 {
     Url url = folder.url.appending(name);
-    FileDescriptor file = create_owned_file(folder.fd, name, url);
+    FileDescriptor file = create_owned_file(folder.fd, name, url, mode);
     return {folder.fd, std::move(name), std::move(url), std::move(file)};
+}
+
+PartialFile PartialFile::hidden(const DestinationFolder& folder, std::shared_ptr<HiddenName> name,
+                                mode_t mode)
+{
+    try {
+        PartialFile file = named(folder, name->text(), mode);
+        file.announced_ = std::move(name);
+        return file;
+    } catch (const Error&) {
+        // A volume that went away meanwhile may have made the file all the same.
+        name->removal_ended(removed(folder.fd, name->text()));
+        throw;
+    }
 }
 
 PartialFile::PartialFile(int folder, std::string name, Url url, FileDescriptor file)
@@ -47,14 +67,17 @@ PartialFile::PartialFile(int folder, std::string name, Url url, FileDescriptor f
 
 PartialFile::PartialFile(PartialFile&& other) noexcept
     : folder_(other.folder_), name_(std::exchange(other.name_, {})), url_(std::move(other.url_)),
-      file_(std::move(other.file_))
+      file_(std::move(other.file_)), announced_(std::move(other.announced_))
 {
 }
 
 PartialFile::~PartialFile()
 {
-    if (has_name())
-        ::unlinkat(folder_, name_.c_str(), 0);
+    if (!has_name())
+        return;
+    const int code = removed(folder_, name_);
+    if (announced_)
+        announced_->removal_ended(code);
 }
 
 int PartialFile::publish(const DestinationFolder& folder, const std::string& name,

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "files/HiddenName.hpp"
 #include "files/NoReplaceRename.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Url.hpp>
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -33,7 +35,12 @@ public:
     /// this process (see ProcessedFiles).
     ///
     /// Errors: the platform's; EEXIST when the name is taken.
-    static PartialFile named(const DestinationFolder& folder, std::string name);
+    static PartialFile named(const DestinationFolder& folder, std::string name, mode_t mode = 0600);
+
+    /// The same under an announced name. Where the file can't be removed in the end, as on a volume
+    /// that has gone away, its note stays.
+    static PartialFile hidden(const DestinationFolder& folder, std::shared_ptr<HiddenName> name,
+                              mode_t mode = 0600);
 
     ~PartialFile();
     PartialFile(PartialFile&& other) noexcept;
@@ -64,6 +71,7 @@ private:
     std::string name_; // empty for a file without a name
     Url url_;
     FileDescriptor file_;
+    std::shared_ptr<HiddenName> announced_; // none for a file that no note tells of
 };
 
 } // namespace orv

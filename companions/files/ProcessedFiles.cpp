@@ -43,12 +43,12 @@ bool is_gone(int file, int folder, const std::string& name)
 
 /// Volumes that store whole files elsewhere let nobody read a file while it is written. They refuse
 /// O_RDWR with errors of all kinds, so a second attempt asks for writing alone.
-FileDescriptor create_file(int folder, const std::string& name, const Url& url)
+FileDescriptor create_file(int folder, const std::string& name, const Url& url, mode_t mode)
 {
     constexpr int flags = O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    FileDescriptor file(::openat(folder, name.c_str(), O_RDWR | flags, 0600));
+    FileDescriptor file(::openat(folder, name.c_str(), O_RDWR | flags, mode));
     if (!file && errno != EEXIST)
-        file = FileDescriptor(::openat(folder, name.c_str(), O_WRONLY | flags, 0600));
+        file = FileDescriptor(::openat(folder, name.c_str(), O_WRONLY | flags, mode));
     if (!file)
         throw platform_error(errno, url);
     return file;
@@ -173,10 +173,10 @@ void remove_leftovers()
             settle_leftover(folder.get(), name);
 }
 
-FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url)
+FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url, mode_t mode)
 {
     for (;;) {
-        FileDescriptor file = create_file(folder, name, url);
+        FileDescriptor file = create_file(folder, name, url, mode);
         // A process that starts now may have taken the file for a leftover before it was locked. On
         // a file system without locks nobody can.
         ::flock(file.get(), LOCK_EX);

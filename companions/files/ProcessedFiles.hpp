@@ -31,11 +31,12 @@ bool create_processed_files_folder();
 /// settled stays for the next time.
 void remove_leftovers();
 
-/// Creates the file `name`, readable and writable by its owner alone, in an open folder, and takes
-/// the lock that marks it as owned by this process for as long as the descriptor is open.
+/// Creates the file `name` in an open folder, by default for its owner alone, and takes the lock
+/// that marks it as owned by this process for as long as the descriptor is open.
 ///
 /// Errors: the platform's, at `url`; EEXIST when the name is taken.
-FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url);
+FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url,
+                                 mode_t mode = 0600);
 
 /// A new file on the volume of the processed-files folder that has no name and ends with its
 /// descriptor.

@@ -2,7 +2,9 @@
 
 #include <orv/utility/Error.hpp>
 
+#include <algorithm>
 #include <cerrno>
+#include <vector>
 
 #include <unistd.h>
 
@@ -37,6 +39,24 @@ std::size_t read_some(const OpenFile& file, std::span<std::byte> buffer, std::in
             return static_cast<std::size_t>(count);
         if (errno != EINTR)
             throw platform_error(errno, file.url);
+    }
+}
+
+bool has_same_content(const OpenFile& one, const OpenFile& other)
+{
+    constexpr std::size_t part = 256 << 10;
+    std::vector<std::byte> left(part);
+    std::vector<std::byte> right(part);
+    for (std::int64_t offset = 0;;) {
+        const std::size_t count = read_some(one, left, offset);
+        if (count == 0)
+            return read_some(other, right, offset) == 0;
+        // Either of the two may give less than asked for at a time.
+        const std::size_t got = read_some(other, std::span(right).first(count), offset);
+        if (got == 0 || !std::equal(right.begin(), right.begin() + static_cast<std::ptrdiff_t>(got),
+                                    left.begin()))
+            return false;
+        offset += static_cast<std::int64_t>(got);
     }
 }
 

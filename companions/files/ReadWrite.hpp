@@ -27,4 +27,9 @@ void write_all(const OpenFile& file, std::string_view text, std::int64_t offset)
 [[nodiscard]] std::size_t read_some(const OpenFile& file, std::span<std::byte> buffer,
                                     std::int64_t offset);
 
+/// True if both files hold the same bytes.
+///
+/// Errors: the platform's, at the file that can't be read.
+[[nodiscard]] bool has_same_content(const OpenFile& one, const OpenFile& other);
+
 } // namespace orv

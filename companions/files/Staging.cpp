@@ -43,7 +43,7 @@ PartialFile Staging::create(const DestinationFolder& destination)
         return PartialFile::named(processed_files_, new_uuid());
     if (!hidden_name_ || destination.url != announced_folder_)
         announce(destination);
-    return PartialFile::named(destination, hidden_name_->text());
+    return PartialFile::hidden(destination, hidden_name_);
 }
 
 bool Staging::can_do_otherwise(int code)
@@ -74,7 +74,7 @@ void Staging::open_processed_files(const DestinationFolder& destination)
 void Staging::announce(const DestinationFolder& destination)
 {
     hidden_name_.reset();
-    hidden_name_.emplace(destination.url);
+    hidden_name_ = std::make_shared<HiddenName>(destination.url);
     announced_folder_ = destination.url;
 }
 

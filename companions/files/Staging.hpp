@@ -3,7 +3,7 @@
 #include "files/HiddenName.hpp"
 #include "files/PartialFile.hpp"
 
-#include <optional>
+#include <memory>
 
 namespace orv {
 
@@ -50,7 +50,7 @@ private:
     NoReplaceRename rename_;
     FileDescriptor processed_files_fd_;
     DestinationFolder processed_files_{-1, {}};
-    std::optional<HiddenName> hidden_name_; // that which files get in the announced folder
+    std::shared_ptr<HiddenName> hidden_name_; // that which files get in the announced folder
     Url announced_folder_;
 };
 

@@ -9,7 +9,6 @@
 #include "Operations/ZipErrors.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
-#include "files/HiddenName.hpp"
 
 namespace orv {
 namespace {
@@ -71,12 +70,6 @@ private:
     bool is_kept_ = false;
 };
 
-std::shared_ptr<const std::string> announced_name(const Url& folder)
-{
-    const auto name = std::make_shared<const HiddenName>(folder);
-    return {name, &name->text()};
-}
-
 void unpack(UnzipRequest& request, const Url& archive, const Url& container,
             const std::optional<std::string>& password)
 {
@@ -85,8 +78,7 @@ void unpack(UnzipRequest& request, const Url& archive, const Url& container,
         request.report(status::progress<GeneralProgress>{{item, value}});
     };
     const auto call = [&] {
-        Zip::unzipFile(archive, container, password, canceller, intr_test_mode(), tell,
-                       announced_name);
+        Zip::unzipFile(archive, container, password, canceller, intr_test_mode(), tell);
     };
     with_zip_errors(Zip::Error::Case::unzip_failed, unzip_place("Unzip operation failed.", 220),
                     [&] { request.do_part([canceller] { canceller->cancel(); }, call); });

@@ -8,6 +8,7 @@
 #include "files/HardLinks.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/OpenFolder.hpp"
+#include "files/ReadWrite.hpp"
 #include "files/Removability.hpp"
 #include "files/TreeWalk.hpp"
 
@@ -219,18 +220,41 @@ private:
         if (flushes_each_)
             flush(file.get(), url);
         close_written(std::move(file), url);
-        check_unchanged(original, source.url);
-        record(source, original.status);
+        const struct stat copied = status_of_copied(original, source.url, target);
+        record(source, copied);
+        return copied;
+    }
+
+    /// The status of a file whose content is that of its copy. Some network volumes give a file a
+    /// new date when they have stored it; there the content decides.
+    static struct stat status_of_copied(OpenedItem& original, const Url& url,
+                                        const DestinationItem& copy)
+    {
+        const ItemVersion before(original.status);
+        ItemVersion now = look_again(original, url);
+        if (now == before)
+            return original.status;
+        const int file = original.descriptor.get();
+        if (!now.is_same_but_for_dates(before) || reports_faults(file))
+            throw changed_while_moved(url);
+        let_tick_pass(original);
+        now = ItemVersion(original.status);
+        const FileDescriptor copied(
+            ::openat(copy.folder.fd, copy.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        if (!copied)
+            throw platform_error(errno, copy.url());
+        const Url copy_url = copy.url();
+        if (!has_same_content({file, url}, {copied.get(), copy_url}) ||
+            look_again(original, url) != now)
+            throw changed_while_moved(url);
         return original.status;
     }
 
-    static void check_unchanged(const OpenedItem& original, const Url& url)
+    static ItemVersion look_again(OpenedItem& original, const Url& url)
     {
-        struct stat now {};
-        if (::fstat(original.descriptor.get(), &now) != 0)
+        if (::fstat(original.descriptor.get(), &original.status) != 0)
             throw platform_error(errno, url);
-        if (ItemVersion(now) != ItemVersion(original.status))
-            throw changed_while_moved(url);
+        return ItemVersion(original.status);
     }
 
     void copy_linked_file(const SourceItem& source, const DestinationItem& target, std::string path)

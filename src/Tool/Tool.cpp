@@ -7,6 +7,7 @@
 #include "files/NoReplaceRename.hpp"
 #include "files/Place.hpp"
 #include "files/RemoveTree.hpp"
+#include "files/RenameOver.hpp"
 #include "files/SameItem.hpp"
 #include "files/SetAside.hpp"
 #include "utility/FileDescriptor.hpp"
@@ -69,11 +70,9 @@ int rename_replacing(const Url& from, const Url& to)
 {
     const Place source = Place::in_opened_folder(from);
     const Place destination = Place::in_opened_folder(to);
-    if (!is_folder(source) && !is_folder(destination))
-        return ::renameat(source.folder(), source.name(), destination.folder(),
-                          destination.name()) == 0
-                   ? 0
-                   : errno;
+    if (!is_folder(source) && !is_folder(destination) &&
+        rename_over(source.folder(), source.name(), destination.folder(), destination.name()) == 0)
+        return 0;
     NoReplaceRename rename;
     const auto move = [&] {
         return rename(source.folder(), source.name(), destination.folder(), destination.name());

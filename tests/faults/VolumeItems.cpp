@@ -22,10 +22,11 @@ constexpr timespec old_date{1'500'000'000, 0};
 /// Begins with a line that tells the name.
 std::string content_of(const std::string& name)
 {
-    std::string content = name + "\n";
     if (name == "empty")
         return {};
-    return name == "big" ? content + pattern(big_size) : content;
+    // No two sizes are alike, so that a size tells which content is meant.
+    const std::size_t size = name == "big" ? big_size : static_cast<unsigned char>(name[0]);
+    return name + "\n" + pattern(size);
 }
 
 const std::string& sample_archive()

@@ -17,8 +17,9 @@ struct VolumeKind {
     std::string mount;
     std::vector<std::string> programs = {}; ///< that the command needs
     bool is_read_only = false;              ///< what lies in $SEED is there from the start
-    std::string not_tried = {};             ///< a request that the volume itself can't bear
-    bool is_sound = true;                   ///< all requests that the test suite tries pass
+    std::string not_tried = {};             ///< requests that the volume itself can't bear
+    bool is_slow_to_show = false;           ///< what was changed, which arrives all the same
+    bool is_forgetful = false;              ///< loses dates or modes that other commands set later
 };
 
 /// How a failed test shows it.

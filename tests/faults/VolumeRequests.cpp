@@ -4,9 +4,11 @@
 #include "faults/VolumeItems.hpp"
 #include "support/Tree.hpp"
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 #include <sys/wait.h>
 
@@ -56,6 +58,19 @@ struct VolumeTrial::Work : VolumePlace {
             throw std::runtime_error("what the request needs can't be made there");
     }
 
+    [[nodiscard]] bool is_done(const VolumeRequest& request, const VolumeRun& ran,
+                               bool is_slow) const
+    {
+        using namespace std::chrono_literals;
+        const auto deadline = std::chrono::steady_clock::now() + 5s;
+        while (!is_done(request, ran)) {
+            if (!is_slow || std::chrono::steady_clock::now() > deadline)
+                return false;
+            std::this_thread::yield();
+        }
+        return true;
+    }
+
     [[nodiscard]] bool is_done(const VolumeRequest& request, const VolumeRun& ran) const
     {
         return items_below(home) == items_of(request.home_after) &&
@@ -81,11 +96,10 @@ struct VolumeTrial::Work : VolumePlace {
     }
 };
 
-VolumeTrial::VolumeTrial(const VolumeKind& kind)
-    : is_read_only_(kind.is_read_only), not_tried_(kind.not_tried)
+VolumeTrial::VolumeTrial(const VolumeKind& kind) : kind_(kind)
 {
     fs::create_directories(log_.appending("home"));
-    if (is_read_only_)
+    if (kind_.is_read_only)
         for (const VolumeRequest& request : volume_requests())
             for (const char* who : {"orv", "peer"})
                 make_items(fs::path(volume_.seed()) / request.name / who, request.volume);
@@ -100,13 +114,13 @@ VolumeTrial::Work VolumeTrial::work_of(const VolumeRequest& request, const char*
 
 VolumeOutcome VolumeTrial::run(const VolumeRequest& request) const
 {
-    if (request.name == not_tried_)
+    if (items_of(kind_.not_tried).contains(request.name))
         return {VolumeOutcome::Kind::not_possible, "not tried"};
     const Work place = work_of(request, "orv");
     const Work other = work_of(request, "peer");
     try {
-        place.fill(request, is_read_only_);
-        other.fill(request, is_read_only_);
+        place.fill(request, kind_.is_read_only);
+        other.fill(request, kind_.is_read_only);
     } catch (const std::exception& error) {
         return {VolumeOutcome::Kind::not_possible, error.what()};
     }
@@ -115,10 +129,11 @@ VolumeOutcome VolumeTrial::run(const VolumeRequest& request) const
 
     const VolumeRun peer = run_at(other, log_, request.peer);
     const VolumeRun orv = run_at(place, log_, request.orv);
-    const bool other_can = !is_read_only_ && other.is_done(request, peer);
+    const bool other_can = !kind_.is_read_only &&
+                           other.is_done(request, peer, peer.code == 0 && kind_.is_slow_to_show);
     const bool is_documented = orv.errors.find(date_not_set) != std::string::npos;
-    if ((orv.code == 0 || is_documented) && place.is_done(request, orv))
-        return request.keeps_all ? lacks_of(place, other) : VolumeOutcome{};
+    if ((orv.code == 0 || is_documented) && place.is_done(request, orv, kind_.is_slow_to_show))
+        return request.keeps_all && !kind_.is_forgetful ? lacks_of(place, other) : VolumeOutcome{};
     if (orv.code == 0 && peer.code == 0 && !other_can)
         return {VolumeOutcome::Kind::spoilt, "the other command believes that it succeeded, too"};
     const std::string wrong = wrong_with(request, place, orv, other_can);

@@ -79,8 +79,7 @@ private:
     [[nodiscard]] static std::string wrong_with(const VolumeRequest& request, const Work& place,
                                                 const VolumeRun& ran, bool other_can);
 
-    bool is_read_only_;
-    std::string not_tried_;
+    VolumeKind kind_;
     Scratch home_;
     Url log_ = home_ / "log";
     MountedKind volume_;
