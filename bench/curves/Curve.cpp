@@ -128,7 +128,7 @@ double move_rows(const std::string& folder, int count)
     const auto move = [](const RecordKey& from, const RecordKey& to) {
         shared_db_manager().db().save_point([&] {
             RecCustomAttr::duplicate_records(from, to);
-            RecCustomAttr::finish_move(from, to);
+            RecCustomAttr::delete_records(from);
         });
     };
     const StopWatch watch;

@@ -1,7 +1,6 @@
 #include "database/Connection.hpp"
 
 #include "database/DatabaseFault.hpp"
-#include "database/SharedMemory.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -63,10 +62,12 @@ void Database::Connection::configure()
     sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     control("PRAGMA cell_size_check = ON");
-    if (can_share_memory_beside(file_url_))
+    volume_ = DatabaseVolume::of(file_url_);
+    if (volume_.shares_memory)
         use_write_ahead_log();
     else
         use_rollback_journal();
+    relax_commits();
 }
 
 // Connections that change the mode of a new file at the same time would wait for each other for
@@ -78,7 +79,6 @@ void Database::Connection::use_write_ahead_log()
     for (int turn = 1;; ++turn) {
         try {
             control("PRAGMA journal_mode = WAL");
-            control("PRAGMA synchronous = NORMAL");
             return;
         } catch (const Error& error) {
             if (database_fault(error) != DatabaseFault::busy || turn == most_turns)
@@ -97,7 +97,6 @@ void Database::Connection::use_rollback_journal()
     if (has_log)
         control("PRAGMA locking_mode = EXCLUSIVE");
     control("PRAGMA journal_mode = DELETE");
-    control("PRAGMA synchronous = FULL");
     if (!has_log)
         return;
     control("PRAGMA locking_mode = NORMAL");
@@ -199,6 +198,28 @@ void Database::Connection::control(std::string_view sql)
     }
 }
 
+// A write-ahead log is in order after a power cut also if it is flushed now and then. A rollback
+// journal is not.
+void Database::Connection::relax_commits() noexcept
+{
+    const char* level = !volume_.flushes        ? "PRAGMA synchronous = OFF"
+                        : volume_.shares_memory ? "PRAGMA synchronous = NORMAL"
+                                                : "PRAGMA synchronous = FULL";
+    sqlite3_exec(handle_.get(), level, nullptr, nullptr, nullptr);
+}
+
+void Database::Connection::begin_durable()
+{
+    if (volume_.flushes)
+        control("PRAGMA synchronous = EXTRA");
+    try {
+        control("BEGIN IMMEDIATE");
+    } catch (const Error&) {
+        relax_commits();
+        throw;
+    }
+}
+
 void Database::Connection::begin(Kind kind)
 {
     const bool in_transaction = save_points_ > 0 || reads_ > 0;
@@ -212,7 +233,12 @@ void Database::Connection::begin(Kind kind)
     if (reads_ > 0 && save_points_ == 0)
         fail(SQLITE_MISUSE, "a save point inside a read transaction was refused");
     check_is_not_undone();
-    control(save_points_ == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT inner");
+    if (kind == Kind::durable_write && in_transaction)
+        fail(SQLITE_MISUSE, "a durable save point inside a transaction was refused");
+    if (kind == Kind::durable_write)
+        begin_durable();
+    else
+        control(save_points_ == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT inner");
     ++save_points_;
 }
 
@@ -227,6 +253,8 @@ void Database::Connection::commit(Kind kind)
         control(save_points_ == 1 ? "COMMIT" : "RELEASE inner");
         --save_points_;
     }
+    if (kind == Kind::durable_write)
+        relax_commits();
 }
 
 void Database::Connection::roll_back(Kind kind) noexcept
@@ -234,11 +262,13 @@ void Database::Connection::roll_back(Kind kind) noexcept
     --(kind == Kind::read ? reads_ : save_points_);
     const bool is_undone_already = sqlite3_get_autocommit(handle_.get()) != 0;
     if (is_undone_already)
-        return;
-    if (save_points_ + reads_ == 0)
+        ; // by SQLite itself
+    else if (save_points_ + reads_ == 0)
         sqlite3_exec(handle_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
-    else if (kind == Kind::write)
+    else if (kind != Kind::read)
         sqlite3_exec(handle_.get(), "ROLLBACK TO inner; RELEASE inner", nullptr, nullptr, nullptr);
+    if (kind == Kind::durable_write)
+        relax_commits();
 }
 
 int Database::Connection::user_version()

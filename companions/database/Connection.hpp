@@ -1,6 +1,7 @@
 #pragma once
 
 #include "database/Database.hpp"
+#include "database/DatabaseVolume.hpp"
 #include "database/Statement.hpp"
 
 #include <memory>
@@ -34,6 +35,8 @@ private:
     void configure();
     void use_write_ahead_log();
     void use_rollback_journal();
+    void relax_commits() noexcept;
+    void begin_durable();
     [[nodiscard]] bool has_write_ahead_log() const;
 
     /// Executes `sql` without the tests that keep callers within their transaction.
@@ -48,6 +51,7 @@ private:
     [[noreturn]] void fail(int code, std::string_view text = {}) const;
 
     Url file_url_;
+    DatabaseVolume volume_;
     std::unique_ptr<sqlite3, Close> handle_;
     StatementCache statements_; // gone before the connection is closed
     int save_points_ = 0;

@@ -52,6 +52,14 @@ public:
         return in_transaction(Kind::write, statements_closure);
     }
 
+    /// The same, and what it writes is on the disk when this returns: a power cut undoes neither
+    /// that nor what was written before. Refused inside a transaction.
+    template <class Closure>
+    auto durable_save_point(Closure&& statements_closure) -> std::invoke_result_t<Closure&>
+    {
+        return in_transaction(Kind::durable_write, statements_closure);
+    }
+
     /// Runs `statements_closure` and hands back its result; all that it reads is of one moment.
     /// Many reads cost a fraction of what they cost alone. Inside, writing is refused, unless a
     /// save point encloses it all.
@@ -80,7 +88,7 @@ public:
 
 private:
     class Connection;
-    enum class Kind { read, write };
+    enum class Kind { read, write, durable_write };
 
     class Turn {
     public:

@@ -1,10 +1,14 @@
 #include "files/Flush.hpp"
 
+#include "files/OpenFolder.hpp"
+#include "files/Place.hpp"
+
 #include <orv/utility/Error.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <exception>
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -31,6 +35,17 @@ void flush(int item, const Url& url)
         if (errno != EINTR)
             throw platform_error(errno, url);
     }
+}
+
+void try_to_flush_folder_of(const Url& url) noexcept
+try {
+    const Url folder_url = url.deleting_last_path_component();
+    const Place place = Place::of(folder_url);
+    const OpenFolder folder = open_folder_following_links(place.folder(), place.name());
+    if (folder.error == 0)
+        flush(folder.descriptor.get(), folder_url);
+} catch (const std::exception&) {
+    return;
 }
 
 bool reports_faults(int item)

@@ -1,5 +1,6 @@
 #include "CustomAttributes/RecCustomAttr.hpp"
 
+#include "CustomAttributes/RecordSql.hpp"
 #include "CustomAttributes/RecordTree.hpp"
 #include "Database/DBManager.hpp"
 
@@ -12,22 +13,6 @@ constexpr std::string_view select_where = "SELECT * FROM custom_attributes\nWHER
 Database& database()
 {
     return shared_db_manager().db();
-}
-
-template <class... Texts>
-std::string sql(const Texts&... texts)
-{
-    std::string result;
-    (result.append(texts), ...);
-    return result;
-}
-
-template <class... Lists>
-std::vector<Argument> joined(const Lists&... lists)
-{
-    std::vector<Argument> arguments;
-    (arguments.insert(arguments.end(), lists.begin(), lists.end()), ...);
-    return arguments;
 }
 
 bool finds_any(std::string_view condition, Arguments args)
@@ -74,6 +59,16 @@ std::vector<RecCustomAttr> RecCustomAttr::fetch_all(std::span<const RecordKey> k
 std::vector<RecCustomAttr> RecCustomAttr::fetch_all(std::string_view where, Arguments args)
 {
     return array<RecCustomAttr>(database(), sql(select_where, where), args);
+}
+
+std::vector<RecCustomAttr> RecCustomAttr::fetch_tree(const RecordKey& key)
+{
+    return fetch_all(RecordTree::condition, RecordTree(key).ranges());
+}
+
+void RecCustomAttr::replace_all(const std::vector<RecCustomAttr>& records)
+{
+    replace_in(database(), table, records);
 }
 
 std::unordered_map<Url, CustomAttributes> RecCustomAttr::fetch_all_by_url(std::string_view where,
@@ -179,25 +174,6 @@ void RecCustomAttr::delete_records(const RecordKey& prefix)
     if (any_records_below(prefix))
         database().execute(sql("DELETE FROM custom_attributes WHERE ", RecordTree::condition),
                            tree.ranges());
-}
-
-void RecCustomAttr::begin_move(const RecordKey& from, const RecordKey& to)
-{
-    if (from == to)
-        return;
-    const auto both_are_empty = [&] { return !any_records_below(from) && !any_records_below(to); };
-    if (database().sync(both_are_empty))
-        return;
-    database().save_point([&] {
-        delete_records(to);
-        duplicate_records(from, to);
-    });
-}
-
-void RecCustomAttr::finish_move(const RecordKey& from, const RecordKey& to)
-{
-    if (from != to)
-        delete_records(from);
 }
 
 CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url)

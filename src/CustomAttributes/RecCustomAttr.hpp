@@ -54,7 +54,13 @@ struct RecCustomAttr {
     [[nodiscard]] static std::vector<RecCustomAttr> fetch_all(std::string_view where,
                                                               Arguments args = {});
 
-    /// The same, as what an application sees, by location.
+    /// The records of an item and of everything below it.
+    [[nodiscard]] static std::vector<RecCustomAttr> fetch_tree(const RecordKey& key);
+
+    /// Stores all `records`, or none, in place of those with the same keys.
+    static void replace_all(const std::vector<RecCustomAttr>& records);
+
+    /// Those for which `condition` holds, as an application sees them, by location.
     [[nodiscard]] static std::unordered_map<Url, CustomAttributes>
     fetch_all_by_url(std::string_view where, Arguments args = {});
 
@@ -84,13 +90,6 @@ struct RecCustomAttr {
     /// Deletes the records of an item and of everything below it.
     static void delete_records(const Url& whose_url_prefixed_with_url);
     static void delete_records(const RecordKey& prefix);
-
-    /// To be called before an item is moved: stores its records and those of everything below it
-    /// for its new place, too. What is stored there belongs to items that are gone, and is deleted.
-    static void begin_move(const RecordKey& from, const RecordKey& to);
-
-    /// To be called when the item has been moved: deletes its records at the old place.
-    static void finish_move(const RecordKey& from, const RecordKey& to);
 };
 
 [[nodiscard]] CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url);

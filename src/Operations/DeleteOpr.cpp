@@ -8,6 +8,7 @@
 #include "Operations/Request.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/Flush.hpp"
 
 namespace orv {
 namespace {
@@ -23,6 +24,16 @@ void remove_item(const Url& url)
     }
 }
 
+/// A power cut must not bring the item back without its records.
+void delete_records(const RecordKey& key, const Url& url)
+{
+    Database& database = shared_db_manager().db();
+    if (!database.sync([&] { return RecCustomAttr::any_records_below(key); }))
+        return;
+    try_to_flush_folder_of(url);
+    database.sync([&] { RecCustomAttr::delete_records(key); });
+}
+
 } // namespace
 
 void delete_item_and_records(const Url& url)
@@ -35,7 +46,7 @@ void delete_item_and_records(const Url& url)
 
     const RecordKey key = record_key_of_entry(url);
     remove_item(url);
-    shared_db_manager().db().sync([&] { RecCustomAttr::delete_records(key); });
+    delete_records(key, url);
 }
 
 std::shared_ptr<DeleteOperation> delete_item(Url url, DeleteOperation::StatusClosure status_closure)

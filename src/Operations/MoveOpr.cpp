@@ -1,5 +1,6 @@
 #include "Operations/MoveOpr.hpp"
 
+#include "CustomAttributes/RecCustomAttr.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/Descriptors.hpp"
 #include "Operations/FolderSizeOpr.hpp"
@@ -43,7 +44,10 @@ bool must_delete_first(const Url& source, const Url& destination)
 {
     if (!are_on_two_devices(source, destination.deleting_last_path_component()))
         return false;
-    return makes_room_first(destination, item_size(source, [] {}), not_replaced(move_place));
+    if (!makes_room_first(destination, item_size(source, [] {}), not_replaced(move_place)))
+        return false;
+    RecCustomAttr::delete_records(record_key_of_entry(destination));
+    return true;
 }
 
 } // namespace

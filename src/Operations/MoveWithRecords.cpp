@@ -1,31 +1,52 @@
 #include "Operations/MoveWithRecords.hpp"
 
-#include "CustomAttributes/RecCustomAttr.hpp"
-#include "Database/DBManager.hpp"
+#include "CustomAttributes/RecordMove.hpp"
 #include "Tool/Tool.hpp"
+#include "files/Flush.hpp"
 #include "files/SameItem.hpp"
 
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
+#include <exception>
 
 namespace orv {
+namespace {
+
+void take_back(RecordMove& records, FunctionRef<bool()> is_there) noexcept
+try {
+    records.take_back(is_there);
+} catch (const std::exception&) {
+    return; // the request ends with the error of the move
+}
+
+} // namespace
 
 void move_with_records(const Url& from, const Url& to, bool replaces)
 {
-    // The attributes of an item that stands there must survive the attempt.
-    if (!replaces && Tool::item_exists(to) && !is_other_spelling(from, to))
-        throw move_error(platform_error(EEXIST, to));
-    Database& database = shared_db_manager().db();
-    const RecordKey old_key = record_key_of_entry(from);
-    const RecordKey new_key = record_key_of_entry(to);
+    // Another process may move the item at any moment.
+    const auto check = [&] {
+        if (replaces && !Tool::item_exists(from))
+            throw move_error(platform_error(ENOENT, from));
+        if (!replaces && Tool::item_exists(to) && !is_other_spelling(from, to))
+            throw move_error(platform_error(EEXIST, to));
+    };
+    const auto is_there = [&] {
+        return replaces ? !Tool::item_exists(from) : Tool::item_exists(to);
+    };
+    const auto has_moved = [&] {
+        return Tool::item_exists(to) && (!Tool::item_exists(from) || is_other_spelling(from, to));
+    };
 
-    database.sync([&] { RecCustomAttr::begin_move(old_key, new_key); });
+    check(); // the attributes of an item that stands there must survive the attempt
+    RecordMove records(record_key_of_entry(from), record_key_of_entry(to), replaces);
+    const auto before = [&] { records.store_for_both(check); };
+    const auto failed = [&] { take_back(records, is_there); };
     if (replaces)
-        Tool::move_item_replacing(from, to);
+        Tool::move_item_replacing(from, to, {before, failed});
     else
-        Tool::move_item(from, to);
-    database.sync([&] { RecCustomAttr::finish_move(old_key, new_key); });
+        Tool::move_item(from, to, {before, failed});
+    records.finish([&] { try_to_flush_folder_of(to); }, has_moved);
 }
 
 } // namespace orv

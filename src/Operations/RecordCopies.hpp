@@ -11,30 +11,38 @@
 namespace orv {
 
 /// Gives the items that a copy has made the attribute rows of their originals, several in one go.
+/// What was stored for an item that the copy replaces, or for one that once was in its place, is
+/// deleted.
 ///
 /// Threading: one background thread.
 /// Errors: those of the database.
 class RecordCopies {
 public:
-    /// A copy that replaces an item appears at its destination as a whole. Until then the rows
-    /// there are those of the item it replaces.
-    enum class Pace { with_the_items, at_the_end };
+    /// What stands at the destination before the copy. A copy that replaces an item appears as a
+    /// whole; until then the rows there are those of the item it replaces.
+    enum class Onto { nothing, folder_to_merge_with, replaced_item };
 
-    RecordCopies(const Url& source, const Url& destination, Pace pace);
+    RecordCopies(const Url& source, const Url& destination, Onto onto);
 
     /// Notes that the item at `relative_path` below the source, the source itself for an empty one,
-    /// now is at the destination, too. Its row follows at the pace given.
+    /// now is at the destination, too. Its row follows now or within some items, or at the end if
+    /// the copy replaces an item.
     void add(const std::string& relative_path);
 
     /// Writes the rows of all items that were noted.
     void write();
 
 private:
+    void write_noted();
+    void keep_those_with_rows();
+
     RecordKey source_;
     RecordKey destination_;
+    Onto onto_;
     bool any_;
-    Pace pace_;
+    bool any_stale_ = false;
     std::vector<RecordCopy> waiting_;
+    std::vector<RecordCopy> kept_; // for the end
     StopWatch waiting_since_;
 };
 

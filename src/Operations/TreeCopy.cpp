@@ -106,8 +106,9 @@ public:
     TreeCopy(Request<CopyOperation>& request, const CopyPlan& plan, const CopyProgress& progress)
         : request_(request), plan_(plan), progress_(progress),
           records_(plan.source, plan.destination,
-                   plan.replaces ? RecordCopies::Pace::at_the_end
-                                 : RecordCopies::Pace::with_the_items)
+                   plan.replaces ? RecordCopies::Onto::replaced_item
+                   : plan.merges ? RecordCopies::Onto::folder_to_merge_with
+                                 : RecordCopies::Onto::nothing)
     {
     }
 

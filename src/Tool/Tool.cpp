@@ -193,25 +193,26 @@ try {
     return std::nullopt;
 }
 
-void Tool::move_item(const Url& from, const Url& to)
+void Tool::move_item(const Url& from, const Url& to, const AroundNaming& around)
 {
-    const int error = rename_item(from, to);
+    const int error = attempt_naming(around, [&] { return rename_item(from, to); });
     if (error == EXDEV)
-        move_across_volumes(from, to, false);
+        move_across_volumes(from, to, false, around);
     else if (error != 0)
         throw move_error(platform_error(error, error == EEXIST ? to : from));
 }
 
-void Tool::move_item_replacing(const Url& from, const Url& to)
+void Tool::move_item_replacing(const Url& from, const Url& to, const AroundNaming& around)
 {
-    int error = 0;
-    try {
-        error = rename_replacing(from, to);
-    } catch (const Error& cause) {
-        throw move_error(cause);
-    }
+    const int error = attempt_naming(around, [&] {
+        try {
+            return rename_replacing(from, to);
+        } catch (const Error& cause) {
+            throw move_error(cause);
+        }
+    });
     if (error == EXDEV)
-        move_across_volumes(from, to, true);
+        move_across_volumes(from, to, true, around);
     else if (error != 0)
         throw move_error(platform_error(error, from));
 }

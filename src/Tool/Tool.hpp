@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Tool/AroundNaming.hpp"
+
 #include <orv/Misc/FileItem.hpp>
 #include <orv/utility/Error.hpp>
 #include <orv/utility/FunctionRef.hpp>
@@ -74,11 +76,13 @@ public:
     /// Errors: "Couldn't move the item", with the platform's error appended: code EEXIST when
     /// something stands at `to`. To another volume, before anything is copied of it, also for what
     /// could not be removed: a mounted volume (EBUSY), a folder or file that may not be changed.
-    static void move_item(const Url& from, const Url& to);
+    static void move_item(const Url& from, const Url& to,
+                          const AroundNaming& around = {nothing_around, nothing_around});
 
     /// The same, in place of an item that may stand at `to`. That one is removed once the other has
     /// its name, and is there again after a failure.
-    static void move_item_replacing(const Url& from, const Url& to);
+    static void move_item_replacing(const Url& from, const Url& to,
+                                    const AroundNaming& around = {nothing_around, nothing_around});
 
     /// The user's documents folder, created when it is missing.
     [[nodiscard]] static const Url& docs_dir();

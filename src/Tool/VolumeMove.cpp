@@ -55,7 +55,7 @@ Error remaining_error(const Error& cause)
 
 } // namespace
 
-void move_across_volumes(const Url& from, const Url& to, bool replaces)
+void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around)
 {
     CopyRecord record;
     std::optional<Place> place;
@@ -69,7 +69,10 @@ void move_across_volumes(const Url& from, const Url& to, bool replaces)
             throw platform_error(EEXIST, to);
         copy_exactly(*source, copy.item(), record);
         check_unchanged(*source, record);
-        publish(copy, replaces);
+        attempt_naming(around, [&] {
+            publish(copy, replaces);
+            return 0;
+        });
     } catch (const Error& cause) {
         throw move_error(cause);
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Tool/AroundNaming.hpp"
+
 #include <orv/utility/Url.hpp>
 
 namespace orv {
@@ -13,6 +15,6 @@ namespace orv {
 ///
 /// Threading: any. Nothing interrupts it.
 /// Errors: as `Tool::move_item` says.
-void move_across_volumes(const Url& from, const Url& to, bool replaces);
+void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around);
 
 } // namespace orv

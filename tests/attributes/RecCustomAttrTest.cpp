@@ -1,5 +1,6 @@
 #include "CustomAttributes/RecCustomAttr.hpp"
 
+#include "CustomAttributes/RecordMove.hpp"
 #include "CustomAttributes/RecordTree.hpp"
 #include "attributes/AttributesTest.hpp"
 
@@ -23,6 +24,9 @@ protected:
         return steps;
     }
 };
+
+constexpr auto yes = [] { return true; };
+constexpr auto no = [] { return false; };
 
 RecordKey key(std::string text)
 {
@@ -109,7 +113,7 @@ TEST_F(Records, of_a_tree_follow_it)
          {"A=1", "A/x=2", "b=3"},
          {"b=3"}},
         {"A", "A", {"A=1", "A/x=2"}, {"A=1", "A/x=2"}, {"A=1", "A/x=2"}, {}},
-        {"A", "C", {"B=1", "C/stale=2"}, {"B=1", "C/stale=2"}, {"B=1"}, {"B=1", "C/stale=2"}},
+        {"A", "C", {"B=1", "C=2"}, {"B=1", "C=2"}, {"B=1", "C=2"}, {"B=1", "C=2"}},
     };
     for (const TreeCase& one : cases) {
         const auto start_again = [&] {
@@ -125,8 +129,9 @@ TEST_F(Records, of_a_tree_follow_it)
         RecCustomAttr::duplicate_records(key(one.from), key(one.to));
         EXPECT_EQ(rows(), in_order(one.duplicated)) << one.from << " to " << one.to;
         start_again();
-        RecCustomAttr::begin_move(key(one.from), key(one.to));
-        RecCustomAttr::finish_move(key(one.from), key(one.to));
+        RecordMove move(key(one.from), key(one.to), false);
+        move.store_for_both([] {});
+        move.finish([] {}, yes);
         EXPECT_EQ(rows(), in_order(one.moved)) << one.from << " to " << one.to;
     }
 }
@@ -134,12 +139,62 @@ TEST_F(Records, of_a_tree_follow_it)
 TEST_F(Records, of_an_item_that_is_moved_out_of_a_folder_being_moved_stay_with_it)
 {
     put({"A=1", "A/x=2"});
-    RecCustomAttr::begin_move(key("A/x"), key("x"));
-    RecCustomAttr::begin_move(key("A"), key("B"));
-    RecCustomAttr::finish_move(key("A"), key("B"));
-    RecCustomAttr::finish_move(key("A/x"), key("x"));
+    RecordMove out(key("A/x"), key("x"), false);
+    RecordMove whole(key("A"), key("B"), false);
+    out.store_for_both([] {});
+    whole.store_for_both([] {});
+    whole.finish([] {}, yes);
+    out.finish([] {}, yes);
     EXPECT_EQ(RecCustomAttr::fetch(key("x"))->order_no, 2);
     EXPECT_EQ(RecCustomAttr::fetch(key("B"))->order_no, 1);
+}
+
+struct MoveCase {
+    const char* name;
+    Texts before;
+    Texts meanwhile; ///< saved while the item is being moved
+    bool has_moved;  ///< and still is at its new place
+    Texts finished;
+    Texts taken_back; ///< had the move failed instead
+};
+
+TEST_F(Records, that_are_saved_during_a_move_of_their_item_arrive)
+{
+    const MoveCase cases[] = {
+        {"none", {"A=1", "B/stale=5"}, {}, true, {"B=1"}, {"A=1", "B/stale=5"}},
+        {"at the old place",
+         {"A=1", "A/x=2"},
+         {"A=7", "A/y=8"},
+         true,
+         {"B=7", "B/x=2", "B/y=8"},
+         {"A=7", "A/x=2", "A/y=8"}},
+        {"at the new place", {"A=1", "A/x=2"}, {"B=7"}, true, {"B=7", "B/x=2"}, {"A=1", "A/x=2"}},
+        {"the first one", {}, {"A=7"}, true, {"B=7"}, {"A=7"}},
+        {"and the item is moved on", {"A=1"}, {"A=7"}, false, {"A=7", "B=1"}, {"A=7"}}};
+    for (const MoveCase& one : cases)
+        for (const bool fails : {false, true}) {
+            SCOPED_TRACE(one.name);
+            database().execute("DELETE FROM custom_attributes");
+            put(one.before);
+            RecordMove move(key("A"), key("B"), false);
+            move.store_for_both([] {});
+            put(one.meanwhile);
+            if (fails)
+                move.take_back(no);
+            else
+                move.finish([] {}, [&] { return one.has_moved; });
+            EXPECT_EQ(rows(), in_order(fails ? one.taken_back : one.finished)) << fails;
+        }
+}
+
+TEST_F(Records, that_another_process_took_from_the_new_place_are_stored_there_again)
+{
+    put({"A=1"});
+    RecordMove move(key("A"), key("B"), false);
+    move.store_for_both([] {});
+    RecCustomAttr::delete_records(key("B"));
+    move.finish([] {}, yes);
+    EXPECT_EQ(rows(), Texts{"B=1"});
 }
 
 TEST_F(Records, of_a_tree_are_found_through_the_index)

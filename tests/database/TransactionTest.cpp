@@ -44,6 +44,18 @@ TEST(SavePoint, goes_on_after_a_statement_that_failed)
     EXPECT_EQ(open.values(), (Texts{"a", "b"}));
 }
 
+TEST(DurableSavePoint, is_refused_inside_a_transaction_and_leaves_others_as_fast_as_before)
+{
+    OpenDatabase open;
+    const auto durable = [&] { open.database.durable_save_point([&] { open.insert("a"); }); };
+    EXPECT_TRUE(error_of([&] { open.database.save_point(durable); }));
+    EXPECT_TRUE(error_of([&] { open.database.read_transaction(durable); }));
+    durable();
+    EXPECT_TRUE(error_of(durable)) << "it is there already";
+    EXPECT_EQ(open.values(), Texts{"a"});
+    EXPECT_EQ(texts(open.database, "PRAGMA synchronous"), Texts{"1"});
+}
+
 TEST(SavePoint, stores_nothing_once_sqlite_has_undone_the_transaction)
 {
     OpenDatabase open;

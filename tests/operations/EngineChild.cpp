@@ -82,6 +82,17 @@ void build_without_end(const Url& folder)
         ::pause();
 }
 
+/// Moves the item that is at one of two places, or at neither, as often as asked.
+void move_to_and_fro(const Url& one, const Url& other, int times)
+{
+    const auto stop_if_taken = [](const auto& status) { answer(status, ConflictBehaviour::stop); };
+    for (int i = 0; i < times; ++i) {
+        wait_for(OrvFileManager::singleton().move(one, other, stop_if_taken));
+        wait_for(OrvFileManager::singleton().move(other, one, stop_if_taken));
+    }
+    say("moved");
+}
+
 void run(const std::string& command, const Arguments& arguments)
 {
     auto& manager = OrvFileManager::singleton();
@@ -94,6 +105,8 @@ void run(const std::string& command, const Arguments& arguments)
         say("started");
     else if (command == "save")
         save_rows(arguments.at(0), std::stoi(arguments.at(1)));
+    else if (command == "move-to-and-fro")
+        move_to_and_fro(arguments.at(0), arguments.at(1), std::stoi(arguments.at(2)));
     else if (command == "copy")
         wait_for(manager.copy(arguments.at(0), arguments.at(1), take_final));
     else if (command == "size")

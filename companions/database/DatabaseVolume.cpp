@@ -1,9 +1,10 @@
-#include "database/SharedMemory.hpp"
+#include "database/DatabaseVolume.hpp"
 
 #include "utility/FileDescriptor.hpp"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 
 #include <fcntl.h>
@@ -46,16 +47,19 @@ bool can_map(int file)
 
 } // namespace
 
-bool can_share_memory_beside(const Url& file)
+DatabaseVolume DatabaseVolume::of(const Url& file)
 {
     // One name for all processes: what a killed one leaves is taken, and removed, by the next.
     const std::string path = file.path() + "-tried";
     const FileDescriptor tried(
         ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!tried)
-        return true; // whatever stands in the way, the database tells it better
+        return {}; // whatever stands in the way, the database tells it better
     ::unlink(path.c_str());
-    return !is_served(tried.get()) && can_map(tried.get());
+    if (!is_served(tried.get()) && can_map(tried.get()))
+        return {};
+    const bool flushes = ::fsync(tried.get()) == 0 || (errno != ENOTSUP && errno != EINVAL);
+    return {.shares_memory = false, .flushes = flushes};
 }
 
 } // namespace orv

@@ -1,0 +1,143 @@
+#include "CustomAttributes/RecordMove.hpp"
+
+#include "CustomAttributes/RecordSql.hpp"
+#include "CustomAttributes/RecordTree.hpp"
+#include "Database/DBManager.hpp"
+
+#include <orv/utility/Error.hpp>
+
+#include <array>
+#include <atomic>
+#include <utility>
+
+namespace orv {
+namespace {
+
+using Values = std::array<Argument, 1>;
+
+std::int64_t next_number()
+{
+    static std::atomic<std::int64_t> last = 0;
+    return ++last;
+}
+
+Database& database()
+{
+    return shared_db_manager().db();
+}
+
+/// The table of the rows that moves under way have stored, as they were; each connection has one.
+void make_table()
+{
+    database().execute("CREATE TEMP TABLE IF NOT EXISTS stored_by_moves (move, relative_path,"
+                       " is_protected, order_no, is_custom_sorted,"
+                       " was_custom_sorted_at_least_once, PRIMARY KEY (move, relative_path))");
+}
+
+} // namespace
+
+RecordMove::RecordMove(RecordKey from, RecordKey to, bool replaces)
+    : from_(std::move(from)), to_(std::move(to)), replaces_(replaces), number_(next_number())
+{
+}
+
+RecordMove::~RecordMove()
+{
+    if (!any_)
+        return;
+    try {
+        make_table();
+        database().execute("DELETE FROM temp.stored_by_moves WHERE move = ?", {number_});
+    } catch (const Error&) {
+        return; // the table goes with the process
+    }
+}
+
+void RecordMove::store_for_both(FunctionRef<void()> check)
+{
+    if (from_ == to_)
+        return;
+    bool any_from = false;
+    database().read_transaction([&] {
+        any_from = RecCustomAttr::any_records_below(from_);
+        any_ = any_from || RecCustomAttr::any_records_below(to_);
+    });
+    const auto store = [&] {
+        check();
+        if (!RecCustomAttr::any_records_below(from_) && !replaces_)
+            return;
+        replaced_ = RecCustomAttr::fetch_tree(to_);
+        RecCustomAttr::delete_records(to_);
+        RecCustomAttr::duplicate_records(from_, to_);
+        remember_stored();
+    };
+    if (any_from)
+        database().durable_save_point(store);
+    else if (any_)
+        database().save_point(store);
+}
+
+void RecordMove::take_back(FunctionRef<bool()> is_there)
+{
+    if (!any_)
+        return;
+    database().save_point([&] {
+        if (is_there())
+            return;
+        if (RecCustomAttr::any_records_below(from_))
+            RecCustomAttr::delete_records(to_);
+        RecCustomAttr::replace_all(replaced_);
+    });
+}
+
+void RecordMove::finish(FunctionRef<void()> make_durable, FunctionRef<bool()> has_moved)
+{
+    if (from_ == to_ || !(any_ || RecCustomAttr::any_records_below(from_)))
+        return;
+    make_durable();
+    database().save_point([&] {
+        if (!RecCustomAttr::any_records_below(from_) || !has_moved())
+            return;
+        carry_changes();
+        RecCustomAttr::delete_records(from_);
+    });
+}
+
+void RecordMove::remember_stored()
+{
+    make_table();
+    database().execute(sql("REPLACE INTO temp.stored_by_moves SELECT ?, relative_path,"
+                           " is_protected, order_no, is_custom_sorted,"
+                           " was_custom_sorted_at_least_once FROM custom_attributes WHERE ",
+                           RecordTree::condition),
+                       joined(Values{number_}, RecordTree(from_).ranges()));
+}
+
+/// Stores for the new place the rows at the old one that were saved since. A row that is missing at
+/// the new place was taken away by another process, which moved the item in between.
+void RecordMove::carry_changes()
+{
+    make_table();
+    const RecordTree from(from_);
+    const RecordTree to(to_);
+    database().execute(
+        sql("REPLACE INTO custom_attributes (relative_path, is_protected, order_no,"
+            " is_custom_sorted, was_custom_sorted_at_least_once) SELECT ",
+            RecordTree::replaced_key,
+            ", is_protected, order_no, is_custom_sorted, was_custom_sorted_at_least_once"
+            " FROM custom_attributes WHERE ",
+            RecordTree::condition,
+            " AND (NOT EXISTS (SELECT 1 FROM temp.stored_by_moves AS stored WHERE move = ?"
+            " AND stored.relative_path = custom_attributes.relative_path"
+            " AND stored.is_protected IS custom_attributes.is_protected"
+            " AND stored.order_no IS custom_attributes.order_no"
+            " AND stored.is_custom_sorted IS custom_attributes.is_custom_sorted"
+            " AND stored.was_custom_sorted_at_least_once"
+            " IS custom_attributes.was_custom_sorted_at_least_once)"
+            " OR NOT EXISTS (SELECT 1 FROM custom_attributes AS there"
+            " WHERE there.relative_path = ",
+            RecordTree::replaced_key, "))"),
+        joined(from.replacement(to), from.ranges(), Values{number_}, from.replacement(to)));
+}
+
+} // namespace orv
