@@ -216,7 +216,9 @@ TEST_F(Helpers, have_time_to_wait_for_the_machine_and_to_work_little_by_little)
 
 TEST_F(Helpers, are_waited_for_no_longer_when_the_request_is_cancelled)
 {
-    picture::DecoderPool pool(liar("b''"), Medium::image, 1);
+    const Url asked = root_ / "asked";
+    const Url silent = liar("b''", "open('" + asked.path() + "', 'w')");
+    picture::DecoderPool pool(silent, Medium::image, 1);
     std::stop_source stop;
     std::atomic<int> ended = 0;
     std::vector<std::thread>
@@ -227,7 +229,7 @@ TEST_F(Helpers, are_waited_for_no_longer_when_the_request_is_cancelled)
                          Exception);
             ++ended;
         });
-    while (children().empty())
+    while (!std::filesystem::exists(asked))
         std::this_thread::yield();
     EXPECT_EQ(ended, 0);
     const auto start = std::chrono::steady_clock::now();
