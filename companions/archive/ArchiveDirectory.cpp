@@ -4,6 +4,7 @@
 #include "archive/FormatFields.hpp"
 #include "archive/LittleEndian.hpp"
 #include "archive/ReadAt.hpp"
+#include "files/Place.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -305,21 +306,22 @@ void decode(std::vector<Entry>& entries, const std::vector<std::uint32_t>& numbe
 } // namespace
 
 ArchiveToRead open_archive(const Url& url)
-{
-    ArchiveToRead archive{
-        FileDescriptor(::open(url.path().c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)),
-        url, 0};
+try {
+    const Place place = Place::of(url);
+    ArchiveToRead archive{FileDescriptor(::openat(place.folder(), place.name(),
+                                                  O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)),
+                          url, 0};
     struct stat facts {};
-    if (!archive.file || ::fstat(archive.file.get(), &facts) != 0) {
-        const Error error = platform_error(errno, url);
-        if (error.code() == ENOENT || error.code() == ENOTDIR)
-            throw Zip::Error(Zip::Error::Case::file_not_found, error);
-        throw error;
-    }
+    if (!archive.file || ::fstat(archive.file.get(), &facts) != 0)
+        throw platform_error(errno, url);
     if (!S_ISREG(facts.st_mode))
         throw platform_error(S_ISDIR(facts.st_mode) ? EISDIR : EINVAL, url);
     archive.size = static_cast<std::uint64_t>(facts.st_size);
     return archive;
+} catch (const Error& error) {
+    if (error.code() == ENOENT || error.code() == ENOTDIR)
+        throw Zip::Error(Zip::Error::Case::file_not_found, error);
+    throw;
 }
 
 ArchiveDirectory read_directory(const ArchiveToRead& archive, std::uint64_t max_entries,

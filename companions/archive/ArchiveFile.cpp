@@ -1,5 +1,7 @@
 #include "archive/ArchiveFile.hpp"
 
+#include "files/ReadWrite.hpp"
+
 #include <orv/utility/Error.hpp>
 
 #include <algorithm>
@@ -15,43 +17,29 @@ namespace {
 
 constexpr std::size_t buffer_size = 1 << 20;
 
-void write_at(int file, ByteView bytes, std::uint64_t position, const Url& url)
-{
-    while (!bytes.empty()) {
-        const ssize_t written =
-            ::pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(position));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            throw platform_error(written < 0 ? errno : ENOSPC, url);
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-        position += static_cast<std::uint64_t>(written);
-    }
-}
-
 } // namespace
 
-ArchiveFile::ArchiveFile(Url url) : url_(std::move(url))
+ArchiveFile::ArchiveFile(Url url) : url_(std::move(url)), place_(Place::of(url_))
 {
     constexpr int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    const char* path = url_.path().c_str();
-    file_ = FileDescriptor(::open(path, flags | O_CREAT | O_EXCL, 0666));
+    const int folder = place_.folder();
+    file_ = FileDescriptor(::openat(folder, place_.name(), flags | O_CREAT | O_EXCL, 0666));
     is_own_ = static_cast<bool>(file_);
-    if (!file_ && errno == EEXIST)
-        file_ = FileDescriptor(::open(path, flags & ~O_NOFOLLOW)); // it may be one of /proc
-    if (!file_ || ::fstat(file_.get(), &facts_) != 0)
+    if (!file_ && errno == EEXIST) // it may be one of /proc
+        file_ = FileDescriptor(::openat(folder, place_.name(), flags & ~O_NOFOLLOW));
+    if (!file_ || ::statx(file_.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS, &facts_) != 0)
         throw platform_error(errno, url_);
-    if (!is_own_ && (!S_ISREG(facts_.st_mode) || facts_.st_size != 0))
+    if (!is_own_ && (!S_ISREG(facts_.stx_mode) || facts_.stx_size != 0))
         throw platform_error(EEXIST, url_);
     buffer_.reserve(buffer_size);
 }
 
 ArchiveFile::~ArchiveFile()
 {
-    if (is_finished_ || !file_)
+    if (is_finished_)
         return;
     if (is_own_)
-        ::unlink(url_.path().c_str());
+        ::unlinkat(place_.folder(), place_.name(), 0);
     else if (::ftruncate(file_.get(), 0) != 0)
         return; // its keeper removes it as it is
 }
@@ -60,7 +48,7 @@ void ArchiveFile::write(ByteView bytes)
 {
     const std::uint64_t buffer_end = buffer_start_ + buffer_.size();
     if (position_ < buffer_start_ || position_ > buffer_end) {
-        write_at(file_.get(), bytes, position_, url_);
+        write_all({file_.get(), url_}, bytes, static_cast<std::int64_t>(position_));
         position_ += bytes.size();
         return;
     }
@@ -81,20 +69,18 @@ void ArchiveFile::flush()
         return;
     ends_with_hole_ = is_zeros(buffer_);
     if (!ends_with_hole_)
-        write_at(file_.get(), buffer_, buffer_start_, url_);
+        write_all({file_.get(), url_}, buffer_, static_cast<std::int64_t>(buffer_start_));
     buffer_start_ += buffer_.size();
     buffer_.clear();
 }
 
-/// Some file systems tell only when a descriptor is closed that they could not keep what was
-/// written; closing a second one tells as well.
 void ArchiveFile::finish()
 {
     flush();
     if (ends_with_hole_ && ::ftruncate(file_.get(), static_cast<off_t>(buffer_start_)) != 0)
         throw platform_error(errno, url_);
-    const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
-    if (second < 0 || ::close(second) != 0)
+    // Some file systems tell no earlier that they could not keep what was written.
+    if (::close(file_.release()) != 0)
         throw platform_error(errno, url_);
     is_finished_ = true;
 }

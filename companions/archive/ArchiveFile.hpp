@@ -1,6 +1,8 @@
 #pragma once
 
 #include "archive/Deflate.hpp"
+#include "files/Identity.hpp"
+#include "files/Place.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Url.hpp>
@@ -25,7 +27,7 @@ public:
     ArchiveFile(const ArchiveFile&) = delete;
     ArchiveFile& operator=(const ArchiveFile&) = delete;
 
-    [[nodiscard]] const struct stat& facts() const { return facts_; }
+    [[nodiscard]] Identity identity() const { return identity_of(facts_); }
     [[nodiscard]] const Url& url() const { return url_; }
 
     /// Zeros take no space where there are many of them and the file system can do so.
@@ -33,7 +35,7 @@ public:
     void seek(std::uint64_t position) { position_ = position; }
     [[nodiscard]] std::uint64_t position() const { return position_; }
 
-    /// Says that the archive is complete.
+    /// Says that the archive is complete, and closes it.
     ///
     /// Errors: the platform's, when not everything could be written.
     void finish();
@@ -50,8 +52,9 @@ private:
     void flush();
 
     const Url url_;
+    const Place place_;
     FileDescriptor file_;
-    struct stat facts_ {};
+    struct statx facts_ {};
     bool is_own_ = false;
     bool is_finished_ = false;
 

@@ -278,7 +278,7 @@ std::uint64_t total_of(const SourceTree& tree)
 
 void pack(const std::vector<Url>& paths, ArchiveFile& archive, const PackingStyle& style, Job& job)
 {
-    SourceTree tree(paths, archive.facts(), job);
+    SourceTree tree(paths, archive.identity(), job);
     job.set_total(total_of(tree));
     if (tree.items().empty())
         archive.write(empty_archive);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <optional>
 #include <string>
 #include <thread>
@@ -25,6 +26,7 @@ struct Pieces::OpenFile {
     Url url;
     std::size_t item = 0;
     std::uint64_t size = 0;
+    bool is_unsized = false; // it states no size but may have content, as those of /proc do
     bool is_deflated = false;
 };
 
@@ -108,6 +110,7 @@ void Pieces::begin_file()
     if (::fstat(file->descriptor.get(), &facts) != 0)
         throw platform_error(errno, file->url);
     file->size = static_cast<std::uint64_t>(facts.st_size);
+    file->is_unsized = facts.st_size == 0;
     file->is_deflated = file->size > max_piece_size && is_worth_deflating(*file);
     file_ = std::move(file);
     file_position_ = 0;
@@ -134,40 +137,71 @@ void Pieces::begin_piece()
     auto draft = std::make_shared<Draft>();
     draft->file = file_;
     draft->position = file_position_;
-    file_position_ += std::min(max_piece_size, file_->size - file_position_);
     draft->piece.item = file_->item;
-    draft->piece.item_size = file_->size;
-    draft->piece.is_last = file_position_ == file_->size;
     draft->piece.is_deflated = file_->is_deflated;
-    draft->piece.size = file_position_ - draft->position;
+    if (file_->is_unsized) {
+        read_unsized(*draft);
+    } else {
+        file_position_ += std::min(max_piece_size, file_->size - file_position_);
+        draft->piece.item_size = file_->size;
+        draft->piece.is_last = file_position_ == file_->size;
+        draft->piece.size = file_position_ - draft->position;
+    }
     if (draft->piece.is_last)
         file_.reset();
-    if (draft->piece.item_size > 0)
+    if (draft->piece.size > 0)
         draft->task = ahead_.add([this, draft] { build(*draft); });
     drafts_.push_back(std::move(draft));
+}
+
+/// Only reading tells where such a file ends. Most of them are empty, which a byte tells.
+void Pieces::read_unsized(Draft& draft)
+{
+    job_.check();
+    std::array<std::byte, 1> first{};
+    draft.piece.is_last = read_at(file_->descriptor.get(), file_position_, first, file_->url) == 0;
+    if (draft.piece.is_last)
+        return;
+    Bytes& input = draft.buffers.emplace(buffers_)->input;
+    input.resize(static_cast<std::size_t>(max_piece_size));
+    const std::size_t size = read_at(file_->descriptor.get(), file_position_, input, file_->url);
+    input.resize(size);
+    file_position_ += size;
+    draft.piece.size = size;
+    draft.piece.is_last = size < max_piece_size;
+    const bool is_whole = draft.position == 0 && draft.piece.is_last;
+    draft.piece.item_size = is_whole ? size : std::numeric_limits<std::uint64_t>::max();
 }
 
 void Pieces::build(Draft& draft)
 {
     job_.check();
-    Buffers& buffers = *draft.buffers.emplace(buffers_);
+    if (!draft.buffers) {
+        Bytes& input = draft.buffers.emplace(buffers_)->input;
+        input.resize(static_cast<std::size_t>(draft.piece.size));
+        const OpenFile& file = *draft.file;
+        input.resize(read_at(file.descriptor.get(), draft.position, input, file.url));
+        draft.piece.size = input.size();
+    }
+    pack(draft, (*draft.buffers)->input);
+    draft.file.reset();
+}
+
+void Pieces::pack(Draft& draft, ByteView input)
+{
     Piece& piece = draft.piece;
-    buffers.input.resize(static_cast<std::size_t>(piece.size));
-    piece.size =
-        read_at(draft.file->descriptor.get(), draft.position, buffers.input, draft.file->url);
-    const ByteView input = ByteView(buffers.input).first(static_cast<std::size_t>(piece.size));
+    Bytes& output = (*draft.buffers)->output;
     const bool is_whole = draft.position == 0 && piece.is_last;
     if (is_whole && compression_ != ZipCompression::no_compression && !looks_compressed(input)) {
         const Lending<Deflater>::Loan deflater(deflaters_);
-        piece.is_deflated = deflater->compress(input, buffers.output);
+        piece.is_deflated = deflater->compress(input, output);
     } else if (piece.is_deflated) {
         const Lending<Deflater>::Loan deflater(deflaters_);
-        deflater->compress_part(input, piece.is_last, buffers.output);
+        deflater->compress_part(input, piece.is_last, output);
     }
     if (piece.is_deflated)
         piece.crc = libdeflate_crc32(0, input.data(), input.size());
-    piece.content = piece.is_deflated ? ByteView(buffers.output) : input;
-    draft.file.reset();
+    piece.content = piece.is_deflated ? ByteView(output) : input;
 }
 
 } // namespace orv::archive

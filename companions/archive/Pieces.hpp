@@ -48,7 +48,9 @@ private:
     void begin_item();
     void begin_file();
     void begin_piece();
+    void read_unsized(Draft& draft);
     void build(Draft& draft);
+    void pack(Draft& draft, ByteView input);
     [[nodiscard]] bool is_worth_deflating(const OpenFile& file);
 
     SourceTree& tree_;

@@ -1,14 +1,14 @@
 #include "archive/SourceTree.hpp"
 
 #include "archive/PathNames.hpp"
-
-#include <orv/utility/FunctionRef.hpp>
+#include "files/Place.hpp"
+#include "files/TreeWalk.hpp"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <optional>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -17,36 +17,40 @@ namespace {
 
 constexpr std::size_t max_archive_name = 65535;
 
-/// Hands every item of the folder to `found`, but for those that vanish meanwhile.
-void read_folder(int folder, const Url& url,
-                 FunctionRef<void(const char* name, const struct stat& facts)> found)
+/// Puts the items into the order of their paths, a folder right before what is in it.
+bool comes_before(const SourceItem& a, const SourceItem& b)
 {
-    const int readable = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR*)> reader(readable < 0 ? nullptr : ::fdopendir(readable),
-                                                     ::closedir);
-    if (!reader)
-        throw platform_error(errno, url);
-    for (errno = 0; const dirent* entry = ::readdir(reader.get()); errno = 0) {
-        const std::string_view name = entry->d_name;
-        if (name == "." || name == "..")
-            continue;
-        struct stat facts {};
-        if (::fstatat(folder, entry->d_name, &facts, AT_SYMLINK_NOFOLLOW) == 0)
-            found(entry->d_name, facts);
-        else if (errno != ENOENT)
-            throw platform_error(errno, url.appending(name));
-    }
-    if (errno != 0)
-        throw platform_error(errno, url);
+    const auto rank = [](char c) { return c == '/' ? 0 : static_cast<unsigned char>(c) + 1; };
+    return std::lexicographical_compare(
+        a.name.begin(), a.name.end(), b.name.begin(), b.name.end(),
+        [&](char one, char other) { return rank(one) < rank(other); });
 }
 
-ItemKind kind_of(const struct stat& facts, const Url& url)
+/// The item that the walk has come to; no value if it has vanished.
+std::optional<struct statx> described(const TreeWalk& walk)
 {
-    if (S_ISREG(facts.st_mode))
+    if (walk.is_folder())
+        return walk.facts();
+    struct statx facts {};
+    if (::statx(walk.folder(), walk.name(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) == 0)
+        return facts;
+    if (errno == ENOENT)
+        return std::nullopt;
+    throw platform_error(errno, walk.path());
+}
+
+bool is_socket_or_pipe(const struct statx& facts)
+{
+    return S_ISSOCK(facts.stx_mode) || S_ISFIFO(facts.stx_mode);
+}
+
+ItemKind kind_of(const struct statx& facts, const Url& url)
+{
+    if (S_ISREG(facts.stx_mode))
         return ItemKind::file;
-    if (S_ISDIR(facts.st_mode))
+    if (S_ISDIR(facts.stx_mode))
         return ItemKind::folder;
-    if (S_ISLNK(facts.st_mode))
+    if (S_ISLNK(facts.stx_mode))
         return ItemKind::link;
     const Error error("An archive cannot keep a socket, a pipe or a device.");
     throw error.with_message(error.sentence() + " (" + url.path() + ")").at(url);
@@ -54,7 +58,7 @@ ItemKind kind_of(const struct stat& facts, const Url& url)
 
 } // namespace
 
-SourceTree::SourceTree(const std::vector<Url>& paths, const struct stat& archive, const Job& job)
+SourceTree::SourceTree(const std::vector<Url>& paths, const Identity& archive, const Job& job)
     : archive_(archive), job_(job)
 {
     for (const Url& path : paths)
@@ -63,23 +67,25 @@ SourceTree::SourceTree(const std::vector<Url>& paths, const struct stat& archive
 }
 
 void SourceTree::add_root(const Url& path)
-{
-    struct stat facts {};
+try {
     const std::string name = path.last_path_component();
     if (name.empty() || name == "/")
         throw platform_error(EINVAL, path);
-    if (::lstat(path.path().c_str(), &facts) != 0) {
-        const Error error = platform_error(errno, path);
-        if (error.code() == ENOENT || error.code() == ENOTDIR)
-            throw Zip::Error(Zip::Error::Case::file_not_found, error);
-        throw error;
-    }
-    roots_.push_back({path, free_name(name, S_ISDIR(facts.st_mode))});
+    const Place place = Place::of(path);
+    struct statx facts {};
+    if (::statx(place.folder(), place.name(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) != 0)
+        throw platform_error(errno, path);
+    const bool is_folder = S_ISDIR(facts.stx_mode);
+    roots_.push_back({path, free_name(name, is_folder)});
     root_names_.insert(roots_.back().name);
     const auto root = static_cast<std::uint32_t>(roots_.size() - 1);
     add(root, roots_.back().name, facts);
-    if (S_ISDIR(facts.st_mode))
-        add_contents(root);
+    if (is_folder)
+        add_contents(root, facts);
+} catch (const Error& error) {
+    if (error.path() == path && (error.code() == ENOENT || error.code() == ENOTDIR))
+        throw Zip::Error(Zip::Error::Case::file_not_found, error);
+    throw;
 }
 
 /// The name, or one like it that no earlier root has.
@@ -93,36 +99,34 @@ std::string SourceTree::free_name(const std::string& name, bool is_folder)
     });
 }
 
-/// Adds everything below the item added last, a folder.
-void SourceTree::add_contents(std::uint32_t root)
+/// Adds everything below the root, a folder. Sockets and pipes are left out.
+void SourceTree::add_contents(std::uint32_t root, const struct statx& described_as)
 {
-    std::vector<std::size_t> to_read{items_.size() - 1};
-    while (!to_read.empty()) {
+    OpenFolder folder = open_root(root);
+    if (folder.identity() != identity_of(described_as))
+        throw platform_error(ESTALE, roots_[root].url);
+    TreeWalkOptions options;
+    options.unreadable = TreeWalkOptions::Unreadable::fail;
+    options.describes_all = false;
+    TreeWalk walk(std::move(folder), roots_[root].url, options);
+    const std::size_t first = items_.size();
+    for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next()) {
         job_.check();
-        // Copied, since the items move as their number grows.
-        const SourceItem folder = items_[to_read.back()];
-        to_read.pop_back();
-        const std::string_view path = path_in_root(folder);
-        FolderCursor& cursor = cursor_in(root);
-        const std::size_t first = items_.size();
-        read_folder(cursor.go_to(path), cursor.url_of(path),
-                    [&](const char* name, const struct stat& facts) {
-                        add(root, folder.name + "/" + name, facts);
-                    });
-        std::sort(items_.begin() + static_cast<std::ptrdiff_t>(first), items_.end(),
-                  [](const SourceItem& a, const SourceItem& b) { return a.name < b.name; });
-        for (std::size_t i = items_.size(); i-- > first;)
-            if (items_[i].kind == ItemKind::folder)
-                to_read.push_back(i);
+        if (event != TreeWalk::Event::item)
+            continue;
+        const auto facts = described(walk);
+        if (facts && !is_socket_or_pipe(*facts))
+            add(root, roots_[root].name + "/" + walk.relative_path(), *facts);
     }
+    std::sort(items_.begin() + static_cast<std::ptrdiff_t>(first), items_.end(), comes_before);
 }
 
-void SourceTree::add(std::uint32_t root, std::string name, const struct stat& facts)
+void SourceTree::add(std::uint32_t root, std::string name, const struct statx& facts)
 {
-    if (facts.st_dev == archive_.st_dev && facts.st_ino == archive_.st_ino)
+    if (identity_of(facts) == archive_)
         return;
-    SourceItem item{std::move(name), root,          ItemKind::file,
-                    facts.st_mode,   facts.st_mtim, static_cast<std::uint64_t>(facts.st_size)};
+    const timespec time{facts.stx_mtime.tv_sec, static_cast<long>(facts.stx_mtime.tv_nsec)};
+    SourceItem item{std::move(name), root, ItemKind::file, facts.stx_mode, time, facts.stx_size};
     const Url url = url_of(item);
     item.kind = kind_of(facts, url);
     if (item.kind != ItemKind::file)
@@ -130,6 +134,16 @@ void SourceTree::add(std::uint32_t root, std::string name, const struct stat& fa
     if (item.name.size() >= max_archive_name)
         throw platform_error(ENAMETOOLONG, url);
     items_.push_back(std::move(item));
+}
+
+OpenFolder SourceTree::open_root(std::uint32_t root) const
+{
+    const Url& url = roots_[root].url;
+    const Place place = Place::of(url);
+    OpenFolder folder = open_folder(place.folder(), place.name());
+    if (folder.error != 0)
+        throw platform_error(folder.error, url);
+    return folder;
 }
 
 std::string_view SourceTree::path_in_root(const SourceItem& item) const
@@ -148,35 +162,35 @@ Url SourceTree::url_of(const SourceItem& item) const
 
 FolderCursor& SourceTree::cursor_in(std::uint32_t root)
 {
-    if (cursor_ && cursor_root_ == root)
-        return *cursor_;
-    const Url& url = roots_[root].url;
-    FileDescriptor folder(
-        ::open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!folder)
-        throw platform_error(errno, url);
-    cursor_ = std::make_unique<FolderCursor>(std::move(folder), url);
-    cursor_root_ = root;
+    if (!cursor_ || cursor_root_ != root) {
+        cursor_ = std::make_unique<FolderCursor>(open_root(root), roots_[root].url);
+        cursor_root_ = root;
+    }
     return *cursor_;
 }
 
-SourceTree::Place SourceTree::place_of(const SourceItem& item)
+/// Calls `use` with the folder that the item is in and its name there.
+void SourceTree::at_place_of(const SourceItem& item, FunctionRef<void(int, const char*)> use)
 {
     const std::string_view path = path_in_root(item);
-    if (path.empty())
-        return {AT_FDCWD, roots_[item.root].url.path()};
+    if (path.empty()) {
+        const Place place = Place::of(roots_[item.root].url);
+        return use(place.folder(), place.name());
+    }
     const PathParts parts = path_parts(path);
-    return {cursor_in(item.root).go_to(parts.folder), std::string(parts.name)};
+    use(cursor_in(item.root).go_to(parts.folder), std::string(parts.name).c_str());
 }
 
 FileDescriptor SourceTree::open_file(const SourceItem& item)
 {
-    const Place place = place_of(item);
-    FileDescriptor file(::openat(place.folder, place.name.c_str(),
-                                 O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    FileDescriptor file;
     struct stat facts {};
-    if (!file || ::fstat(file.get(), &facts) != 0)
-        throw platform_error(errno, url_of(item));
+    at_place_of(item, [&](int folder, const char* name) {
+        file = FileDescriptor(
+            ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        if (!file || ::fstat(file.get(), &facts) != 0)
+            throw platform_error(errno, url_of(item));
+    });
     if (!S_ISREG(facts.st_mode))
         throw platform_error(ESTALE, url_of(item));
     return file;
@@ -184,12 +198,13 @@ FileDescriptor SourceTree::open_file(const SourceItem& item)
 
 std::string SourceTree::link_target(const SourceItem& item)
 {
-    const Place place = place_of(item);
     std::string text(PATH_MAX, '\0');
-    const ssize_t size = ::readlinkat(place.folder, place.name.c_str(), text.data(), text.size());
-    if (size < 0)
-        throw platform_error(errno, url_of(item));
-    text.resize(static_cast<std::size_t>(size));
+    at_place_of(item, [&](int folder, const char* name) {
+        const ssize_t size = ::readlinkat(folder, name, text.data(), text.size());
+        if (size < 0)
+            throw platform_error(errno, url_of(item));
+        text.resize(static_cast<std::size_t>(size));
+    });
     return text;
 }
 

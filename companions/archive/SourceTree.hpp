@@ -1,8 +1,10 @@
 #pragma once
 
-#include "archive/FolderCursor.hpp"
 #include "archive/Job.hpp"
+#include "files/FolderCursor.hpp"
 #include "files/FreeName.hpp"
+
+#include <orv/utility/FunctionRef.hpp>
 
 #include <cstdint>
 #include <memory>
@@ -32,10 +34,12 @@ struct SourceItem {
 /// Threading: one thread at a time.
 class SourceTree {
 public:
-    /// Looks at everything below `paths`. The archive itself, which is `archive`, is left out.
+    /// Looks at everything below `paths`. The archive itself, which is `archive`, is left out, and
+    /// so are sockets and pipes below them.
     ///
-    /// Errors: `Zip::Error` for a path where nothing is; the platform's; sockets, pipes, devices.
-    SourceTree(const std::vector<Url>& paths, const struct stat& archive, const Job& job);
+    /// Errors: `Zip::Error` for a path where nothing is; the platform's; a device, and one of
+    /// `paths` that is a socket or a pipe.
+    SourceTree(const std::vector<Url>& paths, const Identity& archive, const Job& job);
 
     [[nodiscard]] const std::vector<SourceItem>& items() const { return items_; }
     [[nodiscard]] Url url_of(const SourceItem& item) const;
@@ -53,20 +57,17 @@ private:
         Url url;
         std::string name;
     };
-    struct Place {
-        int folder;
-        std::string name;
-    };
 
     void add_root(const Url& path);
     std::string free_name(const std::string& name, bool is_folder);
-    void add_contents(std::uint32_t root);
-    void add(std::uint32_t root, std::string name, const struct stat& facts);
+    void add_contents(std::uint32_t root, const struct statx& described_as);
+    void add(std::uint32_t root, std::string name, const struct statx& facts);
+    [[nodiscard]] OpenFolder open_root(std::uint32_t root) const;
     std::string_view path_in_root(const SourceItem& item) const;
     FolderCursor& cursor_in(std::uint32_t root);
-    Place place_of(const SourceItem& item);
+    void at_place_of(const SourceItem& item, FunctionRef<void(int folder, const char* name)> use);
 
-    const struct stat archive_;
+    const Identity archive_;
     const Job& job_;
     std::vector<Root> roots_;
     std::unordered_set<std::string> root_names_;

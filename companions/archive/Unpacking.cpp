@@ -1,14 +1,15 @@
 #include "archive/Unpacking.hpp"
 
 #include "archive/Ahead.hpp"
-#include "archive/FolderCursor.hpp"
 #include "archive/LinkJudge.hpp"
 #include "archive/NewFile.hpp"
 #include "archive/PathNames.hpp"
+#include "files/FolderCursor.hpp"
+#include "files/FolderReader.hpp"
 #include "files/FreeName.hpp"
 #include "files/FreeSpace.hpp"
 #include "files/ItemMetadata.hpp"
-#include "files/Place.hpp"
+#include "files/OpenFolder.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -23,16 +24,15 @@
 namespace orv::archive {
 namespace {
 
-constexpr std::size_t max_files_ahead = 32;
+// Each may keep a folder open.
+constexpr std::size_t max_files_ahead = 24;
 
-FileDescriptor open_destination(const Url& url)
+OpenFolder opened_again(const DestinationFolder& folder)
 {
-    const Place place = Place::of(url);
-    FileDescriptor folder(
-        ::openat(place.folder(), place.name(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder)
-        throw platform_error(errno, url);
-    return folder;
+    OpenFolder opened = open_folder(folder.fd, ".");
+    if (opened.error != 0)
+        throw platform_error(opened.error, folder.url);
+    return opened;
 }
 
 Keepsakes keepsakes_of(const PlannedItem& item)
@@ -43,9 +43,9 @@ Keepsakes keepsakes_of(const PlannedItem& item)
 class Unpacking {
 public:
     Unpacking(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
-              const Url& destination, Job& job)
+              const DestinationFolder& destination, Job& job)
         : archive_(archive), plan_(plan), reader_(reader), job_(job), destination_(destination),
-          cursor_(open_destination(destination), destination),
+          cursor_(opened_again(destination), destination.url),
           ahead_(job.test_mode() ? 0 : std::max(1U, std::thread::hardware_concurrency()))
     {
     }
@@ -67,9 +67,9 @@ private:
 
     void check_space()
     {
-        const auto free = free_bytes(destination_);
+        const auto free = free_bytes(destination_.url);
         if (free && plan_.bytes > static_cast<std::uint64_t>(*free))
-            throw platform_error(ENOSPC, destination_);
+            throw platform_error(ENOSPC, destination_.url);
     }
 
     void create_folders_and_files()
@@ -89,15 +89,19 @@ private:
             finish_first_file();
     }
 
-    /// A folder's own permissions may not allow to fill it, so they come last.
+    /// A folder's own permissions may not allow to fill it, so they come last. Going into it fails
+    /// when something else stands there, and shows that it is the new one: nobody else's is empty.
     void create_folder(const PlannedItem& item)
     {
         const PathParts parts = path_parts(item.path);
         const mode_t mode = item.mode ? 0700 : 0777;
         const int above = cursor_.go_to(parts.folder);
-        if (::mkdirat(above, std::string(parts.name).c_str(), mode) != 0 && errno != EEXIST)
+        const bool is_new = ::mkdirat(above, std::string(parts.name).c_str(), mode) == 0;
+        if (!is_new && errno != EEXIST)
             throw platform_error(errno, cursor_.url_of(item.path));
-        cursor_.go_to(item.path); // which fails when something else stands there
+        const int folder = cursor_.go_to(item.path);
+        if (is_new && !is_empty_folder(folder))
+            throw platform_error(ESTALE, cursor_.url_of(item.path));
         if (item.entry)
             finish_item(item);
     }
@@ -200,7 +204,7 @@ private:
     const UnpackingPlan& plan_;
     EntryReader& reader_;
     Job& job_;
-    const Url& destination_;
+    const DestinationFolder& destination_;
     FolderCursor cursor_;
     std::shared_ptr<const NewItemFolder> folder_;
     RenameWay rename_way_ = NoReplaceRename::Way::by_flag;
@@ -211,7 +215,7 @@ private:
 } // namespace
 
 void unpack(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
-            const Url& destination, Job& job)
+            const DestinationFolder& destination, Job& job)
 {
     Unpacking(archive, plan, reader, destination, job).run();
 }

@@ -3,13 +3,14 @@
 #include "archive/EntryReader.hpp"
 #include "archive/Job.hpp"
 #include "archive/UnpackingPlan.hpp"
+#include "files/PartialFile.hpp"
 
 namespace orv::archive {
 
-/// Creates what is planned in the folder `destination`.
+/// Creates what is planned in the open folder `destination`.
 ///
 /// Errors: those of `EntryReader::read`; the platform's.
 void unpack(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
-            const Url& destination, Job& job);
+            const DestinationFolder& destination, Job& job);
 
 } // namespace orv::archive

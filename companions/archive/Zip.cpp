@@ -7,6 +7,8 @@
 #include "archive/Packing.hpp"
 #include "archive/Unpacking.hpp"
 #include "archive/UnpackingPlan.hpp"
+#include "files/OpenFolder.hpp"
+#include "files/Place.hpp"
 
 #include <orv/utility/FunctionRef.hpp>
 
@@ -86,6 +88,22 @@ void Zip::unzipFile(const Url& archive, const Url& destination,
                     const std::shared_ptr<Canceller>& canceller, bool test_mode,
                     const Progress& progress)
 {
+    OpenFolder folder;
+    run(Error::Case::unzip_failed, [&] {
+        const Place place = Place::of(destination);
+        folder = open_folder_following_links(place.folder(), place.name());
+        if (folder.error != 0)
+            throw platform_error(folder.error, destination);
+    });
+    unzipFile(archive, DestinationFolder{folder.descriptor.get(), destination}, password, canceller,
+              test_mode, progress);
+}
+
+void Zip::unzipFile(const Url& archive, const DestinationFolder& destination,
+                    const std::optional<std::string>& password,
+                    const std::shared_ptr<Canceller>& canceller, bool test_mode,
+                    const Progress& progress)
+{
     run(Error::Case::unzip_failed, [&] {
         Job job(canceller, test_mode, progress);
         job.check();
@@ -99,7 +117,7 @@ void Zip::unzipFile(const Url& archive, const Url& destination,
         job.set_total(total_of(plan));
         archive::unpack(file, plan, reader, destination, job);
         if (plan.items.empty())
-            job.report(destination);
+            job.report(destination.url);
     });
 }
 

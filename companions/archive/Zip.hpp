@@ -1,5 +1,7 @@
 #pragma once
 
+#include "files/PartialFile.hpp"
+
 #include <orv/archive/ExpansionLimits.hpp>
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
@@ -67,16 +69,17 @@ public:
     /// Packs `paths` in this order, folders with everything in them and symbolic links as links,
     /// into a new archive at `zipFilePath`. A file that already stands there has to be empty and is
     /// written into: a place that the caller keeps. Of several items of one name, the later ones
-    /// get a free one. With a password, the content of files and links is encrypted (AES-256); an
-    /// empty password protects nothing and counts as none.
+    /// get a free one. Sockets and pipes are left out, but refused among `paths`. With a password,
+    /// the content of files and links is encrypted (AES-256); an empty password protects nothing
+    /// and counts as none.
     ///
     /// A file that changes meanwhile is packed as it was read. In test mode all work is done on the
     /// calling thread, and each item is followed by a pause of 0.2 s.
     ///
     /// Cancel: ends within a fraction of a second.
     /// Errors: `file_not_found` when one of `paths` does not exist; `zip_failed` for everything
-    /// else, also for what cannot be read and for sockets, pipes and devices, which an archive
-    /// cannot keep; `cancelled`. Whenever it throws, the new archive is gone, or empty again.
+    /// else, also for what cannot be read and for devices, which an archive cannot keep;
+    /// `cancelled`. Whenever it throws, the new archive is gone, or empty again.
     static void zipFiles(const std::vector<Url>& paths, const Url& zipFilePath,
                          const std::optional<std::string>& password, ZipCompression compression,
                          const std::shared_ptr<Canceller>& canceller, bool test_mode,
@@ -100,6 +103,12 @@ public:
     /// for a password that is wrong or missing; `cancelled`. What was complete by then stays in
     /// `destination`.
     static void unzipFile(const Url& archive, const Url& destination,
+                          const std::optional<std::string>& password,
+                          const std::shared_ptr<Canceller>& canceller, bool test_mode,
+                          const Progress& progress);
+
+    /// The same into a folder that is open, wherever it is meanwhile.
+    static void unzipFile(const Url& archive, const DestinationFolder& destination,
                           const std::optional<std::string>& password,
                           const std::shared_ptr<Canceller>& canceller, bool test_mode,
                           const Progress& progress);

@@ -60,4 +60,10 @@ FolderReader::Buffer FolderReader::read_rest(int folder)
     return std::move(buffer_);
 }
 
+bool is_empty_folder(int folder)
+{
+    FolderReader reader(std::make_unique_for_overwrite<std::byte[]>(FolderReader::buffer_bytes));
+    return !reader.next(folder) && reader.error() == 0;
+}
+
 } // namespace orv

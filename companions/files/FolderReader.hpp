@@ -47,4 +47,7 @@ private:
     int error_ = 0;
 };
 
+/// True if the folder, freshly opened as `folder`, can be read and holds nothing.
+[[nodiscard]] bool is_empty_folder(int folder);
+
 } // namespace orv

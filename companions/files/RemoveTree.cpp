@@ -6,6 +6,7 @@
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -100,8 +101,9 @@ void refuse_special(const char* name, const Url& shown)
         throw platform_error(EINVAL, shown);
 }
 
-/// Removes the folder `name` with everything in it.
-void remove_folder(int parent, const char* name, const Url& shown)
+/// Removes the folder `name` with everything in it, if it is the expected one.
+void remove_with_contents(int parent, const char* name, const Url& shown,
+                          const std::optional<Identity>& expected)
 {
     struct statx above = {};
     if (::statx(parent, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &above) != 0)
@@ -110,6 +112,8 @@ void remove_folder(int parent, const char* name, const Url& shown)
         OpenFolder folder = open_folder(parent, name);
         if (folder.error == 0 && is_mounted(folder.facts, identity_of(above)))
             folder.error = EBUSY;
+        if (folder.error == 0 && expected && folder.identity() != *expected)
+            folder.error = ESTALE;
         if (folder.error != 0)
             throw platform_error(folder.error, shown);
         Emptying(std::move(folder), shown.path()).run();
@@ -128,9 +132,15 @@ void remove_tree(int folder, const char* name, const Url& shown)
     refuse_special(name, shown);
     const int error = unlink_item(folder, name);
     if (error == EISDIR)
-        remove_folder(folder, name, shown);
+        remove_with_contents(folder, name, shown, {});
     else if (error != 0)
         throw platform_error(error, shown);
+}
+
+void remove_folder(int folder, const char* name, const Url& shown, const Identity& expected)
+{
+    refuse_special(name, shown);
+    remove_with_contents(folder, name, shown, expected);
 }
 
 void remove_tree(const Url& url)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "files/Identity.hpp"
+
 #include <orv/utility/Url.hpp>
 
 namespace orv {
@@ -12,6 +14,10 @@ namespace orv {
 /// Errors: the platform's, with the path of the item that could not be removed: EBUSY for a mounted
 /// volume, EPERM for "/", EINVAL for "." and "..".
 void remove_tree(int folder, const char* name, const Url& shown);
+
+/// The same for a folder, if it still is the one that `expected` tells; else nothing is removed,
+/// and the error is ESTALE.
+void remove_folder(int folder, const char* name, const Url& shown, const Identity& expected);
 
 /// The same for the item at `url`.
 void remove_tree(const Url& url);

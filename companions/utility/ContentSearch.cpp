@@ -18,11 +18,11 @@ ContentSearch::ContentSearch(const TextSearch& search)
 {
 }
 
-bool ContentSearch::found_in(ReadBytes read)
+bool ContentSearch::found_in(ReadBytes read, FunctionRef<void()> check)
 {
     size_ = 0;
     at_end_ = false;
-    fill(read);
+    fill(read, check);
     const std::string_view text(text_.data(), size_);
     const bool is_little_endian = text.starts_with(utf_16_little_endian_mark);
     if (is_little_endian || text.starts_with(utf_16_big_endian_mark)) {
@@ -34,36 +34,37 @@ bool ContentSearch::found_in(ReadBytes read)
         const auto read_converted = [&](char* to, std::size_t size) {
             return input.read(to, size);
         };
-        fill(read_converted);
-        return found_in_rest(read_converted);
+        fill(read_converted, check);
+        return found_in_rest(read_converted, check);
     }
     if (text.starts_with(utf_8_mark))
         drop(utf_8_mark.size());
-    return found_in_rest(read);
+    return found_in_rest(read, check);
 }
 
 /// Reads until there is no more room or nothing more to read.
-void ContentSearch::fill(ReadBytes read)
+void ContentSearch::fill(ReadBytes read, FunctionRef<void()> check)
 {
     while (text_.size() - size_ >= Utf16Input::longest_character && !at_end_) {
+        check();
         const std::size_t count = read(text_.data() + size_, text_.size() - size_);
         size_ += count;
         at_end_ = count == 0;
     }
 }
 
-bool ContentSearch::found_in_rest(ReadBytes read)
+bool ContentSearch::found_in_rest(ReadBytes read, FunctionRef<void()> check)
 {
     while (!at_end_) {
         // The last character may be cut, and marks that belong to it may follow.
         const std::string_view text(text_.data(), size_);
         const std::size_t end = search_.cut_before(text, size_ - Utf16Input::longest_character);
-        if (search_.found_in(text.substr(0, end)))
+        if (search_.found_in(text.substr(0, end), check))
             return true;
         drop(search_.cut_before(text, end - std::min(end, search_.reach())));
-        fill(read);
+        fill(read, check);
     }
-    return search_.found_in({text_.data(), size_});
+    return search_.found_in({text_.data(), size_}, check);
 }
 
 /// Forgets the first `count` bytes.

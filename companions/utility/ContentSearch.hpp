@@ -18,12 +18,13 @@ public:
     /// `search` must outlive this, and take stray bytes as Latin-1.
     explicit ContentSearch(const TextSearch& search);
 
-    /// Reads no further than to the first place found. What `read` throws is passed on.
-    [[nodiscard]] bool found_in(ReadBytes read);
+    /// Reads no further than to the first place found. `check` is called before each reading and
+    /// while one piece takes long. What both throw is passed on.
+    [[nodiscard]] bool found_in(ReadBytes read, FunctionRef<void()> check = TextSearch::no_check);
 
 private:
-    void fill(ReadBytes read);
-    [[nodiscard]] bool found_in_rest(ReadBytes read);
+    void fill(ReadBytes read, FunctionRef<void()> check);
+    [[nodiscard]] bool found_in_rest(ReadBytes read, FunctionRef<void()> check);
     void drop(std::size_t count);
 
     const TextSearch& search_;

@@ -101,17 +101,37 @@ FoldedKeyword::FoldedKeyword(std::string_view keyword, FoldingRules rules)
 {
     for (const char32_t c : text_)
         begins_.push_back(orv::begins_composed(c));
+    characters_ = text_;
+    std::sort(characters_.begin(), characters_.end());
+    characters_.erase(std::unique(characters_.begin(), characters_.end()), characters_.end());
     if (!text_.empty())
         find_variants();
+    find_borders();
+}
+
+/// How much of the keyword's beginning is still there when, after so many units, another follows.
+void FoldedKeyword::find_borders()
+{
+    borders_.assign(folded_.size() + 1, 0);
+    for (std::size_t size = 2; size <= folded_.size(); ++size) {
+        std::size_t border = borders_[size - 1];
+        while (border > 0 && folded_[border] != folded_[size - 1])
+            border = borders_[border];
+        borders_[size] = border + (folded_[border] == folded_[size - 1] ? 1U : 0U);
+    }
+}
+
+bool FoldedKeyword::holds(char32_t c) const
+{
+    return std::binary_search(characters_.begin(), characters_.end(), c);
 }
 
 void FoldedKeyword::find_variants()
 {
     const auto add = [this](UChar32 c) {
         const auto folded = folded_alone(c, rules_);
-        if (folded && std::any_of(folded->begin(), folded->end(), [this](char32_t part) {
-                return text_.find(part) != std::u32string::npos;
-            }))
+        if (folded && std::any_of(folded->begin(), folded->end(),
+                                  [this](char32_t part) { return holds(part); }))
             variants_.push_back({static_cast<char32_t>(c), *folded});
     };
     const icu::UnicodeSet changed = changed_characters();
@@ -170,14 +190,14 @@ bool FoldedKeyword::fits(const FoldedCharacter& folded, std::ptrdiff_t index) co
             continue;
         return !begins_[place] &&
                std::all_of(folded.begin() + i, folded.end(), [this](char32_t mark) {
-                   return orv::begins_composed(mark) || text_.find(mark) != std::u32string::npos;
+                   return orv::begins_composed(mark) || holds(mark);
                });
     }
     return true;
 }
 
 FoldedKeyword::Verdict FoldedKeyword::verdict(std::string_view text, std::size_t at,
-                                              std::size_t index) const
+                                              std::size_t index, std::size_t& steps) const
 {
     if (!begins_character(text, at))
         return Verdict::no;
@@ -187,7 +207,9 @@ FoldedKeyword::Verdict FoldedKeyword::verdict(std::string_view text, std::size_t
         if (first.characters[i] != text_[index])
             continue;
         const auto begin = static_cast<std::ptrdiff_t>(index) - static_cast<std::ptrdiff_t>(i);
-        result = std::max(result, std::min(forward(text, at, begin), backward(text, at, begin)));
+        const Verdict ahead = forward(text, at, begin, steps);
+        if (ahead != Verdict::no)
+            result = std::max(result, std::min(ahead, backward(text, at, begin, steps)));
     }
     return result;
 }
@@ -197,10 +219,15 @@ bool FoldedKeyword::stands_in_folded(std::string_view text) const
     if (folded_.empty())
         return false;
     const std::u16string whole = orv::folded(text, rules_);
-    for (std::size_t at = whole.find(folded_); at != std::u16string::npos;
-         at = whole.find(folded_, at + 1)) {
-        const bool cuts_pair = at > 0 && U16_IS_LEAD(whole[at - 1]);
-        const std::size_t end = at + folded_.size();
+    std::size_t matched = 0;
+    for (std::size_t end = 1; end <= whole.size(); ++end) {
+        while (matched > 0 && (matched == folded_.size() || folded_[matched] != whole[end - 1]))
+            matched = borders_[matched];
+        matched += folded_[matched] == whole[end - 1] ? 1U : 0U;
+        if (matched < folded_.size())
+            continue;
+        const std::size_t begin = end - matched;
+        const bool cuts_pair = begin > 0 && U16_IS_LEAD(whole[begin - 1]);
         if (!cuts_pair && (end == whole.size() || orv::begins_composed(code_point_at(whole, end))))
             return true;
     }
@@ -242,10 +269,10 @@ FoldedKeyword::Verdict FoldedKeyword::ending(std::string_view text, std::size_t 
 /// Whether the keyword from `index` on stands at `at`. Where `index` is negative, the keyword
 /// begins inside of what the character there becomes.
 FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t at,
-                                              std::ptrdiff_t index) const
+                                              std::ptrdiff_t index, std::size_t& steps) const
 {
     const auto size = static_cast<std::ptrdiff_t>(text_.size());
-    while (index < size) {
+    for (; index < size; ++steps) {
         if (at == text.size())
             return Verdict::no;
         if (is_plain(text[at]) && index >= 0) {
@@ -274,9 +301,9 @@ FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t
 
 /// Whether the keyword up to `index` stands before `at`.
 FoldedKeyword::Verdict FoldedKeyword::backward(std::string_view text, std::size_t at,
-                                               std::ptrdiff_t index) const
+                                               std::ptrdiff_t index, std::size_t& steps) const
 {
-    while (index > 0) {
+    for (; index > 0; ++steps) {
         if (at == 0)
             return Verdict::no;
         if (is_plain(text[at - 1])) {

@@ -16,6 +16,7 @@ constexpr Byte any_byte{0, 0};
 constexpr Byte high_byte{0x80, 0x80};
 constexpr std::uint8_t but_case = 0xDF;
 constexpr std::size_t max_forms = 16;
+constexpr std::size_t max_candidates = 256; // more promise hardly fewer hits
 
 Byte exactly(std::uint8_t byte)
 {
@@ -183,7 +184,8 @@ std::vector<AnchorForm> rarest_anchor(const FoldedKeyword& keyword)
     Forms forms(keyword);
     std::vector<AnchorForm> rarest;
     double least = std::numeric_limits<double>::infinity();
-    for (std::size_t index = 0; index < keyword.text().size(); ++index) {
+    const std::size_t candidates = std::min(keyword.text().size(), max_candidates);
+    for (std::size_t index = 0; index < candidates; ++index) {
         if (!forms.is_fit(index))
             continue;
         std::vector<AnchorForm> candidate = forms.of(index);

@@ -11,6 +11,13 @@ constexpr std::size_t max_bytes_of_character = 4;
 constexpr std::size_t max_bytes_of_marks = 1024;
 /// What is folded at once where a single place is in doubt: more places may be near.
 constexpr std::size_t doubtful_stretch = 1024;
+/// What is folded at once where no place by itself is looked at. Longer rows of marks than this
+/// holds take too long to be put in order.
+constexpr std::size_t folded_stretch = 4096;
+/// Comparing a text with the keyword at so many places that each of its bytes is looked at so often
+/// is slower than folding it.
+constexpr std::size_t fair_steps = 16;
+constexpr std::size_t fair_start = 4096;
 
 ByteScan scan_for(const std::vector<AnchorForm>& anchor)
 {
@@ -43,28 +50,48 @@ TextSearch::TextSearch(std::string_view keyword, FoldingRules rules)
 {
 }
 
-bool TextSearch::found_in(std::string_view text) const
+bool TextSearch::found_in(std::string_view text, FunctionRef<void()> check) const
 {
     if (keyword_.text().empty())
         return false;
     if (anchor_.empty())
-        return keyword_.stands_in_folded(text);
+        return found_by_folding(text, 0, text.size(), check);
+    std::size_t steps = 0;
     for (std::size_t at = scan_.next(text, 0); at < text.size(); at = scan_.next(text, at + 1)) {
-        const FoldedKeyword::Verdict verdict = verdict_at(text, at);
+        const FoldedKeyword::Verdict verdict = verdict_at(text, at, steps);
         if (verdict == FoldedKeyword::Verdict::yes)
             return true;
+        if (steps > (at + fair_start) * fair_steps)
+            return found_by_folding(text, at, text.size(), check);
         if (verdict == FoldedKeyword::Verdict::no)
             continue;
-        const std::size_t begin = cut_before(text, at - std::min(at, reach_));
-        const std::size_t end = cut_after(text, at + doubtful_stretch + reach_);
-        if (keyword_.stands_in_folded(text.substr(begin, end - begin)))
+        const std::size_t end = at + std::max(doubtful_stretch, reach_);
+        if (found_by_folding(text, at, end + reach_, check))
             return true;
-        at = std::min(at + doubtful_stretch, text.size() - 1);
+        at = std::min(end, text.size() - 1);
     }
     return false;
 }
 
-FoldedKeyword::Verdict TextSearch::verdict_at(std::string_view text, std::size_t place) const
+/// Whether the keyword stands in `text` and ends after `from` and not after `to`, or a little
+/// later.
+bool TextSearch::found_by_folding(std::string_view text, std::size_t from, std::size_t to,
+                                  FunctionRef<void()> check) const
+{
+    const std::size_t stretch = std::max(folded_stretch, reach_);
+    while (from < std::min(to, text.size())) {
+        check();
+        const std::size_t begin = cut_before(text, from - std::min(from, reach_));
+        const std::size_t end = cut_after(text, std::min(from + stretch, to));
+        if (keyword_.stands_in_folded(text.substr(begin, end - begin)))
+            return true;
+        from = end;
+    }
+    return false;
+}
+
+FoldedKeyword::Verdict TextSearch::verdict_at(std::string_view text, std::size_t place,
+                                              std::size_t& steps) const
 {
     const auto first = static_cast<std::uint8_t>(text[place]);
     const auto second =
@@ -73,8 +100,8 @@ FoldedKeyword::Verdict TextSearch::verdict_at(std::string_view text, std::size_t
     for (const AnchorForm& form : anchor_)
         if (form.bytes.first.matches(first) && form.bytes.second.matches(second) &&
             form.bytes_before <= place && result != FoldedKeyword::Verdict::yes)
-            result =
-                std::max(result, keyword_.verdict(text, place - form.bytes_before, form.index));
+            result = std::max(result,
+                              keyword_.verdict(text, place - form.bytes_before, form.index, steps));
     return result;
 }
 

@@ -4,6 +4,8 @@
 #include "utility/FoldedKeyword.hpp"
 #include "utility/KeywordAnchor.hpp"
 
+#include <orv/utility/FunctionRef.hpp>
+
 #include <cstddef>
 #include <string_view>
 #include <vector>
@@ -17,9 +19,13 @@ namespace orv {
 /// Threading: any, several at a time.
 class TextSearch {
 public:
+    static constexpr auto no_check = [] {};
+
     TextSearch(std::string_view keyword, FoldingRules rules);
 
-    [[nodiscard]] bool found_in(std::string_view text) const;
+    /// The time is linear in the size of `text`. `check` is called several times a millisecond
+    /// where that is slow; what it throws ends the search.
+    [[nodiscard]] bool found_in(std::string_view text, FunctionRef<void()> check = no_check) const;
 
     /// The most bytes that the keyword takes in a text.
     [[nodiscard]] std::size_t reach() const { return reach_; }
@@ -30,7 +36,10 @@ public:
     [[nodiscard]] std::size_t cut_before(std::string_view text, std::size_t at) const;
 
 private:
-    [[nodiscard]] FoldedKeyword::Verdict verdict_at(std::string_view text, std::size_t place) const;
+    [[nodiscard]] FoldedKeyword::Verdict verdict_at(std::string_view text, std::size_t place,
+                                                    std::size_t& steps) const;
+    [[nodiscard]] bool found_by_folding(std::string_view text, std::size_t from, std::size_t to,
+                                        FunctionRef<void()> check) const;
     [[nodiscard]] std::size_t cut_after(std::string_view text, std::size_t at) const;
 
     FoldedKeyword keyword_;

@@ -22,7 +22,7 @@
 namespace orv {
 namespace {
 
-constexpr auto longest_wait = std::chrono::milliseconds(100);
+constexpr auto longest_wait = std::chrono::milliseconds(20); // until a cancel is noticed
 
 struct SearchJob {
     enum class State { waiting, in_work, done };
@@ -73,8 +73,7 @@ private:
     bool is_size_known_;
 };
 
-/// Searches the content of `item`. `check` is called before each piece is read; what it throws
-/// ends the search.
+/// Searches the content of `item`. `check` is called often; what it throws ends the search.
 void look_into(SearchedItem& item, ContentSearch& search, FunctionRef<void()> check)
 {
     const FileDescriptor file = opened(item);
@@ -82,10 +81,8 @@ void look_into(SearchedItem& item, ContentSearch& search, FunctionRef<void()> ch
         !S_ISREG(item.facts.stx_mode))
         return;
     FileInput input(file.get(), item.facts.stx_size);
-    item.is_found = search.found_in([&](char* to, std::size_t size) {
-        check();
-        return input.read(to, size);
-    });
+    item.is_found =
+        search.found_in([&](char* to, std::size_t size) { return input.read(to, size); }, check);
 }
 
 } // namespace

@@ -43,6 +43,7 @@ public:
     void report_when_due()
     {
         constexpr double interval_s = 0.5;
+        request_.check_cancelled();
         if (since_last_.elapsed_time() <= interval_s)
             return;
         since_last_.reset();

@@ -9,6 +9,17 @@
 #include "Operations/ZipErrors.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
+#include "files/Flush.hpp"
+#include "files/FolderReader.hpp"
+#include "files/OpenFolder.hpp"
+#include "files/Place.hpp"
+#include "files/RemoveTree.hpp"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -42,35 +53,72 @@ Url container_of(const Url& archive, const Url& destination)
     return free_url(container, unzip_place("Couldn't generate a non-conflicting url.", 120));
 }
 
-void create_container(const Url& container)
-{
-    try {
-        Tool::make_directory(container, false);
+/// The folder that a run has created, gone with everything in it unless the run keeps it. Whatever
+/// takes its name meanwhile is neither unpacked into nor removed.
+class Container {
+public:
+    explicit Container(const Url& url)
+    try : place_(Place::in_opened_folder(url)), url_(url), folder_(created()) {
     } catch (const Error& cause) {
         throw unzip_place("Couldn't create container folder.", 162).because_of(cause);
     }
-}
-
-/// The folder that a run has created, gone with everything in it unless the run keeps it.
-class Container {
-public:
-    explicit Container(Url url) : url_(std::move(url)) { create_container(url_); }
     ~Container()
     {
         if (!is_kept_)
-            Tool::delete_item(url_);
+            remove();
     }
     Container(const Container&) = delete;
     Container& operator=(const Container&) = delete;
 
+    [[nodiscard]] DestinationFolder folder() const { return {folder_.descriptor.get(), url_}; }
+
+    /// True if the folder still has its name. FUSE and network volumes may number items anew.
+    [[nodiscard]] bool is_in_place() const
+    {
+        const OpenFolder found = open_folder(place_.folder(), place_.name());
+        return found.error == 0 &&
+               (found.identity() == folder_.identity() || !has_lasting_identity());
+    }
+
     void keep() { is_kept_ = true; }
 
+    void remove() noexcept
+    try {
+        if (has_lasting_identity())
+            remove_folder(place_.folder(), place_.name(), url_, folder_.identity());
+        else if (is_in_place())
+            remove_tree(place_.folder(), place_.name(), url_);
+    } catch (const std::exception&) {
+        return; // what stays is in sight under the name that the run gave it
+    }
+
 private:
-    Url url_;
+    [[nodiscard]] bool has_lasting_identity() const
+    {
+        return reports_faults(folder_.descriptor.get());
+    }
+
+    /// A folder that was swapped for the new one is no empty one, or is none.
+    [[nodiscard]] OpenFolder created() const
+    {
+        if (::mkdirat(place_.folder(), place_.name(), S_IRWXU | S_IRWXG | S_IRWXO) != 0)
+            throw platform_error(errno, url_);
+        OpenFolder folder = open_folder(place_.folder(), place_.name());
+        if (folder.error == 0 && !is_empty_folder(folder.descriptor.get()))
+            folder.error = ESTALE;
+        if (folder.error == 0)
+            return folder;
+        ::unlinkat(place_.folder(), place_.name(), AT_REMOVEDIR); // which removes empty ones only
+        throw platform_error(folder.error, url_);
+    }
+
+    const Place place_;
+    const Url url_;
+    const OpenFolder folder_;
     bool is_kept_ = false;
 };
 
-void unpack(UnzipRequest& request, const Url& archive, const Url& container,
+void unpack(UnzipRequest& request, const Url& archive, const Container& container,
             const std::optional<std::string>& password)
 {
     const auto canceller = std::make_shared<Zip::Canceller>();
@@ -78,10 +126,13 @@ void unpack(UnzipRequest& request, const Url& archive, const Url& container,
         request.report(status::progress<GeneralProgress>{{item, value}});
     };
     const auto call = [&] {
-        Zip::unzipFile(archive, container, password, canceller, intr_test_mode(), tell);
+        Zip::unzipFile(archive, container.folder(), password, canceller, intr_test_mode(), tell);
     };
-    with_zip_errors(Zip::Error::Case::unzip_failed, unzip_place("Unzip operation failed.", 220),
+    const Error failure = unzip_place("Unzip operation failed.", 220);
+    with_zip_errors(Zip::Error::Case::unzip_failed, failure,
                     [&] { request.do_part([canceller] { canceller->cancel(); }, call); });
+    if (!container.is_in_place())
+        throw failure.because_of(platform_error(ESTALE, container.folder().url));
 }
 
 UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url& destination,
@@ -94,11 +145,11 @@ UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url&
     if (!Tool::item_exists(archive))
         throw unzip_place("Archive file doesn't exist.", 157).at(archive);
     const DescriptorLease descriptors = lease_descriptors(request, needed_by_archive);
-    Container container(url);
-    unpack(request, archive, url, password);
-    container.keep();
+    const auto container = std::make_shared<Container>(url);
+    unpack(request, archive, *container, password);
+    container->keep();
     // The lock is kept for that: nobody else's folder may be deleted.
-    request.set_undo([url, lock] { Tool::delete_item(url); });
+    request.set_undo([container, lock] { container->remove(); });
     return status::success{};
 }
 

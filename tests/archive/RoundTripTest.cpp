@@ -1,5 +1,8 @@
 #include "archive/ArchiveDirectory.hpp"
 #include "archive/ZipCalls.hpp"
+#include "files/MakeFolder.hpp"
+#include "files/Place.hpp"
+#include "files/RemoveTree.hpp"
 #include "support/Scratch.hpp"
 #include "support/Snapshot.hpp"
 #include "support/Tree.hpp"
@@ -238,8 +241,8 @@ TEST(RoundTrip, a_failed_packing_leaves_nothing)
     const std::string pipe = "zip: An archive cannot keep a socket, a pipe or a device.";
     EXPECT_EQ(zip({root / "f", root / "none"}, root / "a.zip"),
               "not found: No such file or directory.");
-    EXPECT_EQ(zip({root / "d"}, root / "a.zip"), pipe);
-    EXPECT_EQ(zip({root / "d"}, root / "empty"), pipe);
+    EXPECT_EQ(zip({root / "d/pipe"}, root / "a.zip"), pipe);
+    EXPECT_EQ(zip({root / "d/pipe"}, root / "empty"), pipe);
     EXPECT_EQ(zip({root / "f"}, root / "taken"), "zip: File exists.");
     EXPECT_EQ(zip({root / "f"}, root / "none/a.zip"), "zip: No such file or directory.");
     EXPECT_EQ(zip({Url("/")}, root / "a.zip"), "zip: Invalid argument.");
@@ -248,6 +251,52 @@ TEST(RoundTrip, a_failed_packing_leaves_nothing)
     EXPECT_EQ(unzip(root / "none", root / "d"), "not found: No such file or directory.");
     EXPECT_EQ(unzip(root / "d", root / "d"), "unzip: Is a directory.");
     EXPECT_EQ(zip({root / "f"}, root / "empty"), success);
+}
+
+TEST(RoundTrip, what_cannot_be_packed_in_a_tree_is_left_out)
+{
+    const Scratch root;
+    make_tree(root.url(), {"d/e/f=1", "d/l->f", "out/"});
+    ASSERT_EQ(::mkfifo((root / "d/e/pipe").path().c_str(), 0600), 0);
+    ASSERT_EQ(::mknod((root / "d/socket").path().c_str(), S_IFSOCK | 0600, 0), 0);
+    ASSERT_EQ(zip({root / "d"}, root / "a.zip"), success);
+    ASSERT_EQ(unzip(root / "a.zip", root / "out"), success);
+    EXPECT_EQ(tree(root / "out"), (Listing{"d/", "d/e/", "d/e/f=1", "d/l->f"}));
+}
+
+TEST(RoundTrip, files_that_state_no_size_are_packed_with_their_content)
+{
+    const Scratch root;
+    make_tree(root.url(), {"out/"});
+    for (const auto& password : {std::optional<std::string>(), std::optional<std::string>("p")}) {
+        ASSERT_EQ(zip({"/proc/cpuinfo", "/proc/self/limits", "/proc/kallsyms"}, root / "a.zip",
+                      {password}),
+                  success);
+        ASSERT_EQ(unzip(root / "a.zip", root / "out", {password}), success);
+        EXPECT_EQ(read_file(root / "out/limits"), read_file("/proc/self/limits"));
+        EXPECT_EQ(read_file(root / "out/kallsyms"), read_file("/proc/kallsyms"));
+        EXPECT_GT(fs::file_size(root / "out/cpuinfo"), 100U);
+        fs::remove(root / "a.zip");
+        fs::remove_all(root / "out");
+        fs::create_directory(root / "out");
+    }
+}
+
+TEST(RoundTrip, archives_and_items_lie_below_paths_of_any_length)
+{
+    const Scratch root;
+    Url deep = root.url();
+    for (int depth = 0; depth < 40; ++depth)
+        deep = deep.appending(std::string(150, 'n'));
+    make_folder(deep, true);
+    const Place place = Place::in_opened_folder(deep.appending("f"));
+    const Url near("/proc/self/fd/" + std::to_string(place.folder()));
+    make_tree(near, {"in/e/f=1", "f=2", "f 2=3", "out/", "out/f=mine"});
+    ASSERT_EQ(zip({deep.appending("in"), deep.appending("f")}, deep.appending("a.zip")), success);
+    ASSERT_EQ(unzip(deep.appending("a.zip"), deep.appending("out")), success);
+    EXPECT_EQ(tree(near.appending("out")),
+              (Listing{"f 2=2", "f=mine", "in/", "in/e/", "in/e/f=1"}));
+    remove_tree(root / std::string(150, 'n'));
 }
 
 TEST(RoundTrip, a_full_volume_is_told_and_left_empty)
