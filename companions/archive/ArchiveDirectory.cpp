@@ -26,6 +26,8 @@ constexpr std::uint64_t large_end_size = 56;
 constexpr std::uint64_t large_end_pointer_size = 20;
 constexpr std::uint64_t directory_entry_size = 46;
 constexpr std::uint64_t max_comment_size = 65535;
+constexpr std::uint64_t flags_in_directory = 8;
+constexpr std::uint64_t flags_in_header = 6;
 
 constexpr std::uint32_t elsewhere_32 = 0xFFFFFFFF; // the number stands in an extra field
 
@@ -238,9 +240,17 @@ ToldByFields apply_fields(std::string_view fields, Entry& entry, const Url& arch
     return told;
 }
 
+bool is_utf8_flag_wrong(std::uint16_t flags, std::string_view name)
+{
+    const bool is_ascii = std::all_of(name.begin(), name.end(),
+                                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return !is_ascii && ((flags & utf8_flag) != 0) != is_utf8(name);
+}
+
 /// Adds the next entry; says whether its name may be in any encoding.
 bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& directory)
 {
+    const std::uint64_t entry_position = text.position();
     LittleEndian record(text.take(directory_entry_size));
     if (record.text(directory_entry_mark.size()) != directory_entry_mark ||
         record.left() != directory_entry_size - directory_entry_mark.size())
@@ -258,6 +268,8 @@ bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& direc
         apply_fields(texts.substr(fixed.name_size, fixed.fields_size), entry, archive);
     if (!entry.time)
         entry.time = dos_time(fixed.time, fixed.date);
+    if (is_utf8_flag_wrong(entry.flags, texts.substr(0, fixed.name_size)))
+        directory.wrong_utf8_flags.push_back(entry_position + flags_in_directory);
     if (told.aes && entry.method == aes_method && entry.inner_method == stored_method)
         directory.stored_aes_positions.push_back(fields_position + told.aes->method_position);
     return !told.is_exact_name && !is_utf8(entry.name);
@@ -338,7 +350,7 @@ ArchiveDirectory read_directory(const ArchiveToRead& archive, std::uint64_t max_
 
     // What stands before the archive, such as a program that unpacks it, counts in no offset.
     const std::uint64_t before = location.end - location.size - location.offset;
-    ArchiveDirectory directory{{}, location.end - location.size, {}};
+    ArchiveDirectory directory{{}, location.end - location.size, {}, {}};
     DirectoryText text(archive, directory.offset, location.end);
     std::vector<std::uint32_t> undecoded;
     directory.entries.reserve(static_cast<std::size_t>(location.entry_count));
@@ -347,11 +359,14 @@ ArchiveDirectory read_directory(const ArchiveToRead& archive, std::uint64_t max_
             job.check();
         if (number == limit)
             throw too_many_items(archive.url);
+        const std::size_t wrong_flags = directory.wrong_utf8_flags.size();
         if (read_entry(text, archive.url, directory))
             undecoded.push_back(number);
         Entry& entry = directory.entries.back();
         if (__builtin_add_overflow(entry.offset, before, &entry.offset))
             throw damaged(archive.url, entry.name);
+        if (directory.wrong_utf8_flags.size() > wrong_flags)
+            directory.wrong_utf8_flags.push_back(entry.offset + flags_in_header);
     }
     check_nothing_is_missing(archive, location, before, directory);
     decode(directory.entries, undecoded);

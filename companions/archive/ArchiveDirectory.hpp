@@ -47,6 +47,8 @@ inline constexpr std::uint16_t stored_method = 0;
 inline constexpr std::uint16_t deflated_method = 8;
 inline constexpr std::uint16_t aes_method = 99;
 
+inline constexpr std::uint16_t utf8_flag = 1 << 11;
+
 inline constexpr std::string_view entry_header_mark = "PK\3\4";
 inline constexpr std::size_t entry_header_size = 30;
 
@@ -56,6 +58,10 @@ struct ArchiveDirectory {
 
     /// Where in the file it says of entries encrypted with AES that they are not packed besides.
     std::vector<std::uint64_t> stored_aes_positions;
+
+    /// Where in the file, in this directory and in the entries' own headers, flags stand that say
+    /// of a name with more than ASCII in it whether it is UTF-8, and say it wrongly.
+    std::vector<std::uint64_t> wrong_utf8_flags;
 };
 
 /// Reads the directory of the archive, whatever stands before or after it: all of it, or it throws.

@@ -74,6 +74,15 @@ void ArchiveFile::flush()
     buffer_.clear();
 }
 
+ArchiveToRead ArchiveFile::to_read()
+{
+    flush();
+    FileDescriptor file(::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0));
+    if (!file)
+        throw platform_error(errno, url_);
+    return {std::move(file), url_, buffer_start_};
+}
+
 void ArchiveFile::finish()
 {
     flush();

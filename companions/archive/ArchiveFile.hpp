@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/ArchiveDirectory.hpp"
 #include "archive/Deflate.hpp"
 #include "files/Identity.hpp"
 #include "files/Place.hpp"
@@ -34,6 +35,11 @@ public:
     void write(ByteView bytes);
     void seek(std::uint64_t position) { position_ = position; }
     [[nodiscard]] std::uint64_t position() const { return position_; }
+
+    /// The archive as far as it is written. It has to be read before this is gone.
+    ///
+    /// Errors: the platform's.
+    [[nodiscard]] ArchiveToRead to_read();
 
     /// Says that the archive is complete, and closes it.
     ///

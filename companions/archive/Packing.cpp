@@ -3,6 +3,7 @@
 #include "archive/EntryNames.hpp"
 #include "archive/FormatFields.hpp"
 #include "archive/Pieces.hpp"
+#include "archive/ReadAt.hpp"
 #include "archive/SourceTree.hpp"
 
 #include <algorithm>
@@ -40,6 +41,11 @@ Error libzip_error(zip_error_t* error, const Url& url)
         .at(url);
 }
 
+bool has_control_characters(std::string_view name)
+{
+    return std::any_of(name.begin(), name.end(), [](char c) { return c >= 0 && c < ' '; });
+}
+
 /// Writes the items of a tree into an archive. libzip asks for the content of each entry while it
 /// writes, in the order in which they were added.
 class Packing {
@@ -56,6 +62,8 @@ public:
         for (std::size_t i = 0; i < tree_.items().size(); ++i)
             add_entry(i);
         write();
+        if (has_odd_names_)
+            correct_flags();
     }
 
 private:
@@ -98,8 +106,10 @@ private:
         if (!source)
             fail();
         const std::string name = item.kind == ItemKind::folder ? item.name + "/" : item.name;
+        const bool is_odd = !is_utf8(name) || has_control_characters(name);
+        has_odd_names_ = has_odd_names_ || is_odd;
         const zip_int64_t added = zip_file_add(zip_.get(), name.c_str(), source,
-                                               is_utf8(name) ? ZIP_FL_ENC_UTF_8 : ZIP_FL_ENC_GUESS);
+                                               is_odd ? ZIP_FL_ENC_GUESS : ZIP_FL_ENC_UTF_8);
         if (added < 0) {
             zip_source_free(source);
             fail();
@@ -135,6 +145,22 @@ private:
             std::rethrow_exception(failure_);
         archive_.rethrow_failure();
         fail();
+    }
+
+    /// libzip takes names for UTF-8 that only look like it, and for something else as soon as they
+    /// hold control characters.
+    void correct_flags()
+    {
+        const ArchiveToRead written = archive_.to_read();
+        for (const std::uint64_t position :
+             read_directory(written, std::numeric_limits<std::uint64_t>::max(), job_)
+                 .wrong_utf8_flags) {
+            std::array<std::byte, sizeof utf8_flag> flags{};
+            read_at(written.file.get(), position, flags, written.url);
+            flags[1] ^= std::byte{utf8_flag >> 8};
+            archive_.seek(position);
+            archive_.write(flags);
+        }
     }
 
     static zip_int64_t serve(void* source, void* data, zip_uint64_t size, zip_source_cmd_t command)
@@ -261,6 +287,7 @@ private:
     Pieces pieces_;
     std::vector<Source> sources_;
     Current current_;
+    bool has_odd_names_ = false;
     std::exception_ptr failure_;
     NewArchive zip_; // last, since it asks the others
 };

@@ -229,6 +229,32 @@ TEST(HostileArchives, what_does_not_fit_the_volume_is_refused_before_the_first_b
     EXPECT_EQ(tree(volume->url()), Listing{});
 }
 
+/// Whatever takes the place of a folder that is being filled.
+TEST(HostileArchives, folders_that_are_swapped_meanwhile_lead_nowhere_else)
+{
+    namespace fs = std::filesystem;
+    for (const bool by_link : {true, false}) {
+        const Scratch root;
+        make_tree(root.url(), {"in/", "victim/mine=1"});
+        Entries entries{{"d/", "", folder}};
+        for (int i = 0; i < 100; ++i) // so many that not all are begun before the first report
+            entries.push_back({(i % 2 == 0 ? "d/f" : "e/g") + std::to_string(i), "x"});
+        write_file(root / "a.zip", raw_zip(entries));
+        bool is_swapped = false;
+        const auto swap = [&](float, const Url&) {
+            if (std::exchange(is_swapped, true))
+                return;
+            fs::rename(root / "in/d", root / "moved");
+            if (by_link)
+                fs::create_directory_symlink(root / "victim", root / "in/d");
+            else
+                fs::rename(root / "victim", root / "in/d");
+        };
+        EXPECT_NE(unzip(root / "a.zip", root / "in", {.progress = swap}), success);
+        EXPECT_EQ(tree(root / (by_link ? "victim" : "in/d")), Listing{"mine=1"});
+    }
+}
+
 struct LinkCase {
     const char* name;
     Entries entries;

@@ -264,6 +264,39 @@ TEST(RoundTrip, what_cannot_be_packed_in_a_tree_is_left_out)
     EXPECT_EQ(tree(root / "out"), (Listing{"d/", "d/e/", "d/e/f=1", "d/l->f"}));
 }
 
+TEST(RoundTrip, names_of_any_bytes_come_back_and_have_the_flag_that_is_theirs)
+{
+    const struct {
+        std::string name;
+        bool is_utf8; ///< and more than ASCII
+    } rows[] = {
+        {"a\x01\n\x7F"
+         "b",
+         false},
+        {"\u00E9\x1B[31m", true},
+        {"\u00E9", true},
+        {"over\xC0\xAFlong", false},
+        {"sur\xED\xA0\x80rogate", false},
+        {"\xF4\x90\x80\x80", false}, // past the last character
+        {"\xFF", false},
+    };
+    const Scratch root;
+    make_tree(root.url(), {"d/", "out/"});
+    for (const auto& [name, is_utf8] : rows)
+        write_file(root.url().appending("d").appending(name), "1");
+    ASSERT_EQ(zip({root / "d"}, root / "a.zip"), success);
+    ASSERT_EQ(unzip(root / "a.zip", root / "out"), success);
+    EXPECT_EQ(tree(root / "out/d"), tree(root / "d"));
+    const archive::ArchiveToRead file = archive::open_archive(root / "a.zip");
+    const auto directory = archive::read_directory(file, 100, archive::Job({}, false, {}));
+    EXPECT_TRUE(directory.wrong_utf8_flags.empty());
+    for (const auto& [name, is_utf8] : rows)
+        for (const archive::Entry& entry : directory.entries)
+            if (entry.name == "d/" + name) {
+                EXPECT_EQ((entry.flags & archive::utf8_flag) != 0, is_utf8) << name;
+            }
+}
+
 TEST(RoundTrip, files_that_state_no_size_are_packed_with_their_content)
 {
     const Scratch root;

@@ -186,5 +186,38 @@ TEST_F(ZipTest, whenever_it_is_cancelled_nothing_is_left)
     EXPECT_GE(chances, 3U);
 }
 
+TEST_F(ZipTest, what_takes_the_containers_name_meanwhile_is_left_alone)
+{
+    namespace fs = std::filesystem;
+    make_tree(folder(), {"in/a/b=1", "in/c=2", "victim/mine=3"});
+    ASSERT_EQ(text_of(zipped({at("in")}, at("x.zip"))), "success");
+    const auto outcome_after = [&](const std::function<void()>& swap) {
+        bool is_swapped = false;
+        std::string last;
+        const auto operation = manager().unzip(at("x.zip"), folder(), {}, [&](const auto& status) {
+            last = text_of(status);
+            if (!std::exchange(is_swapped, true))
+                swap();
+        });
+        pump_until([&] { return !operation->is_busy(); });
+        return last;
+    };
+    EXPECT_NE(outcome_after([&] {
+                  fs::rename(at("x"), at("moved"));
+                  fs::create_directory_symlink(at("victim"), at("x"));
+              }),
+              "success");
+    fs::remove_all(at("moved"));
+    EXPECT_EQ(tree(at("victim")), Texts{"mine=3"});
+    ASSERT_TRUE(fs::remove(at("x")));
+
+    EXPECT_NE(outcome_after([&] {
+                  fs::rename(at("x"), at("moved"));
+                  fs::rename(at("victim"), at("x"));
+              }),
+              "success");
+    EXPECT_EQ(tree(at("x")), Texts{"mine=3"});
+}
+
 } // namespace
 } // namespace orv::test

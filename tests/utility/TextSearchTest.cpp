@@ -1,8 +1,10 @@
 #include "utility/ContentSearch.hpp"
+#include "utility/StopWatch.hpp"
 
 #include <algorithm>
 #include <array>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -138,6 +140,54 @@ TEST(TextSearch, goes_on_after_a_doubtful_place)
     const TextSearch search("\u00E9x", in_contents);
     EXPECT_FALSE(search.found_in(text));
     EXPECT_TRUE(search.found_in(text + "X"));
+}
+
+std::string times(std::size_t count, const std::string& text)
+{
+    std::string result;
+    for (std::size_t i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
+TEST(TextSearch, takes_linear_time_whatever_the_keyword)
+{
+    const std::string umlaut = "\u00E4";
+    const struct {
+        std::string keyword;
+        std::string text;
+        std::string end; ///< with which the keyword is there
+    } rows[] = {
+        {times(500, "a") + umlaut + times(499, "a"), times(1 << 20, "a"), umlaut + times(499, "a")},
+        {times(999, "a") + umlaut, times(1 << 20, "a"), "a\u0308"},
+        {times(1000, umlaut) + "x", times(1 << 19, umlaut), "x"},
+        {times(1000, "a\u0308"), times(1 << 10, times(999, umlaut) + "b"), times(1000, umlaut)},
+        {times(1000, "ab") + "c", times(1 << 19, "ab"), "c"},
+        {times(300, umlaut), "e" + times(1 << 18, "\u0323\u0308"), times(300, umlaut)},
+        {times(1 << 18, "ab") + "c", times(1 << 20, "ab"), "c"},
+    };
+    for (const auto& [keyword, text, end] : rows) {
+        const StopWatch watch;
+        const TextSearch search(keyword, in_contents);
+        EXPECT_FALSE(search.found_in(text)) << keyword.substr(0, 20);
+        EXPECT_LT(watch.elapsed_time(), 3) << keyword.substr(0, 20);
+        EXPECT_TRUE(search.found_in(text + end)) << keyword.substr(0, 20);
+    }
+}
+
+TEST(TextSearch, asks_often_whether_to_go_on_where_it_is_slow)
+{
+    const TextSearch search(times(999, "a") + "\u00E4", in_contents);
+    StopWatch since_last;
+    double longest = 0;
+    EXPECT_FALSE(search.found_in(times(1 << 20, "a"), [&] {
+        longest = std::max(longest, since_last.elapsed_time());
+        since_last.reset();
+    }));
+    EXPECT_LT(longest, 0.05);
+    const auto refuse = [] { throw std::runtime_error("cancelled"); };
+    EXPECT_THROW(static_cast<void>(search.found_in(times(1 << 20, "a"), refuse)),
+                 std::runtime_error);
 }
 
 /// Whether the content is found to contain the keyword when it is read in pieces.
