@@ -9,6 +9,18 @@
 #include <utility>
 
 namespace orv {
+namespace {
+
+/// How many bytes both begin with.
+std::size_t common_size(std::string_view one, std::string_view other)
+{
+    if (other.starts_with(one)) // which is found out many bytes at a time
+        return one.size();
+    const auto differ = std::mismatch(one.begin(), one.end(), other.begin(), other.end());
+    return static_cast<std::size_t>(differ.first - one.begin());
+}
+
+} // namespace
 
 FolderCursor::FolderCursor(OpenFolder root, Url url)
     : url_(std::move(url)), has_lasting_identities_(reports_faults(root.descriptor.get())),
@@ -33,8 +45,7 @@ Url FolderCursor::url_of(std::string_view path) const
 
 void FolderCursor::go_back_towards(std::string_view path)
 {
-    const auto differs = std::mismatch(path_.begin(), path_.end(), path.begin(), path.end());
-    const auto common = static_cast<std::size_t>(differs.first - path_.begin());
+    const std::size_t common = common_size(path_, path);
     const auto leads_there = [&](std::size_t size) {
         return size <= common && (path.size() == size || path[size] == '/');
     };
