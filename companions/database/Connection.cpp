@@ -1,15 +1,20 @@
 #include "database/Connection.hpp"
 
 #include "database/DatabaseFault.hpp"
+#include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <string>
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -25,6 +30,26 @@ bool is_something_else_than_a_file(const Url& url)
     struct stat description = {};
     return ::stat(url.path().c_str(), &description) == 0 && !S_ISREG(description.st_mode);
 }
+
+std::optional<Identity> identity_at(const std::string& path)
+{
+    struct statx facts {};
+    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_INO, &facts) != 0)
+        return std::nullopt;
+    return identity_of(facts);
+}
+
+/// Counts a statement while it runs.
+class Running {
+public:
+    explicit Running(int& count) : count_(count) { ++count_; }
+    ~Running() { --count_; }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+private:
+    int& count_;
+};
 
 } // namespace
 
@@ -68,6 +93,8 @@ void Database::Connection::configure()
     else
         use_rollback_journal();
     relax_commits();
+    control("SELECT 1 FROM sqlite_master"); // opens the log, or gives exclusive locks back
+    log_ = identity_at(file_url_.path() + "-wal");
 }
 
 // Connections that change the mode of a new file at the same time would wait for each other for
@@ -93,14 +120,10 @@ void Database::Connection::use_write_ahead_log()
 // the file to itself.
 void Database::Connection::use_rollback_journal()
 {
-    const bool has_log = has_write_ahead_log();
-    if (has_log)
+    if (has_write_ahead_log())
         control("PRAGMA locking_mode = EXCLUSIVE");
     control("PRAGMA journal_mode = DELETE");
-    if (!has_log)
-        return;
     control("PRAGMA locking_mode = NORMAL");
-    control("SELECT 1 FROM sqlite_master"); // only then are the locks given back
 }
 
 bool Database::Connection::has_write_ahead_log() const
@@ -126,6 +149,8 @@ void Database::Connection::query(std::string_view sql, Arguments args,
     const StatementInUse statement = take(sql);
     check_is_allowed(statement);
     bind(statement, args);
+    const Running running(running_);
+    has_written_ = has_written_ || sqlite3_stmt_readonly(statement.get()) == 0;
     const std::vector<int> places = places_of(statement, columns);
     const Row row(statement.get(), places);
     while (step(statement))
@@ -269,6 +294,57 @@ void Database::Connection::roll_back(Kind kind) noexcept
         sqlite3_exec(handle_.get(), "ROLLBACK TO inner; RELEASE inner", nullptr, nullptr, nullptr);
     if (kind == Kind::durable_write)
         relax_commits();
+}
+
+bool Database::Connection::is_in_place() const
+{
+    int has_moved = 0;
+    const int code =
+        sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &has_moved);
+    return code != SQLITE_OK || has_moved == 0;
+}
+
+bool Database::Connection::put_back()
+{
+    // Several processes may have the file open. One puts it back, the others find it there.
+    const std::string folder = file_url_.deleting_last_path_component().path();
+    const FileDescriptor turn(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (turn)
+        ::flock(turn.get(), LOCK_EX);
+    if (identity_at(file_url_.path())) {
+        remove_own_log();
+        return false;
+    }
+    try {
+        copy_to_path();
+    } catch (const Error& error) {
+        fail(error.code().value_or(SQLITE_CANTOPEN),
+             "the file was deleted while it was open, and can't be put back");
+    }
+    return true;
+}
+
+void Database::Connection::copy_to_path()
+{
+    const std::string path = file_url_.path();
+    const std::string copy = path + "-back";
+    ::unlink(copy.c_str());
+    query("VACUUM INTO ?", {copy}, [](const Row&) { return true; }, {});
+    // They belong to the file that is gone, and would be taken for those of the new one.
+    for (const char* end : {"-wal", "-shm", "-journal"})
+        ::unlink((path + end).c_str());
+    if (::rename(copy.c_str(), path.c_str()) != 0)
+        throw platform_error(errno, file_url_);
+}
+
+/// The log of the file that was open, should it still stand beside the one that took its place.
+void Database::Connection::remove_own_log() const
+{
+    const std::string path = file_url_.path();
+    if (!log_ || identity_at(path + "-wal") != log_)
+        return;
+    ::unlink((path + "-wal").c_str());
+    ::unlink((path + "-shm").c_str());
 }
 
 int Database::Connection::user_version()

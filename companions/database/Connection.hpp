@@ -3,9 +3,12 @@
 #include "database/Database.hpp"
 #include "database/DatabaseVolume.hpp"
 #include "database/Statement.hpp"
+#include "files/Identity.hpp"
 
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -23,6 +26,21 @@ public:
     void commit(Kind kind);
     void roll_back(Kind kind) noexcept;
 
+    /// True if no transaction is open and no statement runs.
+    [[nodiscard]] bool is_idle() const { return save_points_ + reads_ + running_ == 0; }
+
+    /// True if anything was written since the last call.
+    [[nodiscard]] bool take_has_written() { return std::exchange(has_written_, false); }
+
+    /// True if the path still leads to the file that is open.
+    [[nodiscard]] bool is_in_place() const;
+
+    /// Makes the path lead to a file again that another connection can open. If nothing stands
+    /// there, a new file gets all that this connection sees; returns false if another file does.
+    [[nodiscard]] bool put_back();
+
+    [[nodiscard]] const Url& file_url() const { return file_url_; }
+
     [[nodiscard]] int user_version();
     [[nodiscard]] std::size_t max_placeholders() const;
 
@@ -38,6 +56,8 @@ private:
     void relax_commits() noexcept;
     void begin_durable();
     [[nodiscard]] bool has_write_ahead_log() const;
+    void copy_to_path();
+    void remove_own_log() const;
 
     /// Executes `sql` without the tests that keep callers within their transaction.
     void control(std::string_view sql);
@@ -56,6 +76,9 @@ private:
     StatementCache statements_; // gone before the connection is closed
     int save_points_ = 0;
     int reads_ = 0;
+    int running_ = 0; // statements
+    bool has_written_ = false;
+    std::optional<Identity> log_; // the write-ahead log
 };
 
 } // namespace orv

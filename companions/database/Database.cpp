@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace orv {
 
@@ -20,17 +21,25 @@ void Database::open(const Url& file_url, bool create_if_absent)
     connection_ = std::make_unique<Connection>(file_url, create_if_absent);
 }
 
+void Database::set_when_reopened(std::function<void()> when_reopened)
+{
+    const Turn turn(*this);
+    when_reopened_ = std::move(when_reopened);
+}
+
 void Database::execute(std::string_view sql, Arguments args)
 {
     const Turn turn(*this);
-    connection().execute(sql, args);
+    connection_in_place().execute(sql, args);
+    check_was_stored();
 }
 
 void Database::query(std::string_view sql, Arguments args, FunctionRef<bool(const Row&)> on_row,
                      std::span<const std::string_view> columns)
 {
     const Turn turn(*this);
-    connection().query(sql, args, on_row, columns);
+    connection_in_place().query(sql, args, on_row, columns);
+    check_was_stored();
 }
 
 bool Database::upgrade(Upgrader& upgrader)
@@ -63,22 +72,49 @@ Database::Connection& Database::connection() const
     return *connection_;
 }
 
-Database::Transaction::Transaction(Database& database, Kind kind)
-    : connection_(database.connection()), kind_(kind)
+Database::Connection& Database::connection_in_place()
 {
-    connection_.begin(kind);
+    if (connection().is_idle())
+        follow_file();
+    return connection();
+}
+
+/// What was written to a file that had been deleted is in the one that was put back.
+void Database::check_was_stored()
+{
+    if (connection().is_idle() && connection().take_has_written() && !follow_file())
+        throw Error("The database was replaced while it was written to.")
+            .at(connection().file_url());
+}
+
+/// Returns false if what the connection wrote is in no file at the path any more.
+bool Database::follow_file()
+{
+    if (connection_->is_in_place())
+        return true;
+    const bool was_put_back = connection_->put_back();
+    connection_ = std::make_unique<Connection>(connection_->file_url(), false);
+    if (when_reopened_)
+        when_reopened_();
+    return was_put_back;
+}
+
+Database::Transaction::Transaction(Database& database, Kind kind) : database_(database), kind_(kind)
+{
+    database.connection_in_place().begin(kind);
 }
 
 Database::Transaction::~Transaction()
 {
     if (open_)
-        connection_.roll_back(kind_);
+        database_.connection().roll_back(kind_);
 }
 
 void Database::Transaction::commit()
 {
-    connection_.commit(kind_);
+    database_.connection().commit(kind_);
     open_ = false;
+    database_.check_was_stored();
 }
 
 } // namespace orv

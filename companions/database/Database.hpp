@@ -8,6 +8,7 @@
 #include <orv/utility/Url.hpp>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -32,7 +33,15 @@ public:
 
     /// Opens the file at `file_url`, which stays open for the life of this object. A missing file
     /// is an error, or created empty with `create_if_absent`; its folder must be there.
+    ///
+    /// If the file is deleted later, it is put back with all that it held; if it is replaced by
+    /// another database, that is used from then on. What was written to a file that had just been
+    /// replaced is an error.
     void open(const Url& file_url, bool create_if_absent);
+
+    /// Sets what is called, as a turn, when the file has turned out to be lost and what stands in
+    /// its place was opened.
+    void set_when_reopened(std::function<void()> when_reopened);
 
     /// Runs `statements_closure` on the calling thread as one turn and hands back its result.
     template <class Closure>
@@ -109,7 +118,7 @@ private:
         void commit();
 
     private:
-        Connection& connection_;
+        Database& database_;
         Kind kind_;
         bool open_ = true;
     };
@@ -130,9 +139,13 @@ private:
     }
 
     [[nodiscard]] Connection& connection() const;
+    Connection& connection_in_place();
+    void check_was_stored();
+    bool follow_file();
 
     std::recursive_mutex mutex_;
     std::unique_ptr<Connection> connection_;
+    std::function<void()> when_reopened_;
 };
 
 } // namespace orv

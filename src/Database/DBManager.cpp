@@ -83,6 +83,7 @@ void DBManager::setup(const Url& file)
         create_folder(file.deleting_last_path_component());
         db_.open(file, true);
         upgrade();
+        db_.set_when_reopened([this] { upgrade(); });
     } catch (const Error& error) {
         stop(file, error);
     }
@@ -98,10 +99,14 @@ void DBManager::upgrade()
 
 DBManager& shared_db_manager()
 {
-    DBManager* manager = shared_manager;
-    if (!manager)
-        fatal("The attributes database was used before the file manager was created.");
-    return *manager;
+    if (DBManager* manager = shared_manager)
+        return *manager;
+    static DBManager& first = *[] {
+        auto* manager = new DBManager; // to the end of the process
+        manager->setup();
+        return manager;
+    }();
+    return first;
 }
 
 void set_shared_db_manager(DBManager* manager)

@@ -39,12 +39,12 @@ private:
     Database db_;
 };
 
-/// The manager that the library works with. That there is none is fatal.
+/// The manager that the library works with, set up with the first use.
 ///
 /// Threading: any.
 [[nodiscard]] DBManager& shared_db_manager();
 
-/// Sets the manager that the library works with, which must outlive all use; null for none.
+/// Sets the manager that the library works with, which must outlive all use; null for its own.
 void set_shared_db_manager(DBManager* manager);
 
 } // namespace orv

@@ -149,7 +149,15 @@ OrvFileBrowser::fetch_items_by_attribute(FetchByAttrOperation::Attribute attribu
                                          std::optional<SortType> sort,
                                          FetchByAttrOperation::StatusClosure status_closure)
 {
-    return fm_.fetch_items_by_attribute(attribute, sort, std::move(status_closure));
+    return fetch_items_by_attribute(attribute, sort, FetchByAttrOperation::IfGone::fail,
+                                    std::move(status_closure));
+}
+
+std::shared_ptr<FetchByAttrOperation> OrvFileBrowser::fetch_items_by_attribute(
+    FetchByAttrOperation::Attribute attribute, std::optional<SortType> sort,
+    FetchByAttrOperation::IfGone if_gone, FetchByAttrOperation::StatusClosure status_closure)
+{
+    return fm_.fetch_items_by_attribute(attribute, sort, if_gone, std::move(status_closure));
 }
 
 std::shared_ptr<SearchItemsOperation>

@@ -66,12 +66,10 @@ OrvFileManager::OrvFileManager()
     if (create_processed_files_folder())
         remove_leftovers();
     else
-        std::cout << "⚠️ Couldn't create 'processed files' directory when initializing "
+        std::cerr << "⚠️ Couldn't create 'processed files' directory when initializing "
                      "`OrvFileManager`"
                   << std::endl;
-    db_mngr_ = std::make_unique<DBManager>();
-    db_mngr_->setup();
-    set_shared_db_manager(db_mngr_.get());
+    db_mngr_ = &shared_db_manager();
 }
 
 bool OrvFileManager::test_mode()
@@ -111,7 +109,7 @@ OrvFileManager::single_copy(Url src_url, Url dest_url, bool overwrite,
     if (test_mode())
         return orv::single_copy(std::move(src_url), std::move(dest_url), overwrite, true,
                                 std::move(status_closure));
-    std::cout << "⚠️ single_copy() function is exposed for debug purposes and it can cause "
+    std::cerr << "⚠️ single_copy() function is exposed for debug purposes and it can cause "
                  "unexpected behaviour.\n"
                  "So it should not be used under normal circumstances,\n"
                  "but if you are sure to use it please set `OrvFileManager.test_mode` to `true`."
@@ -261,7 +259,15 @@ OrvFileManager::fetch_items_by_attribute(FetchByAttrOperation::Attribute attribu
                                          std::optional<SortType> sort,
                                          FetchByAttrOperation::StatusClosure status_closure)
 {
-    return orv::fetch_items_by_attribute(attribute, sort, std::move(status_closure));
+    return fetch_items_by_attribute(attribute, sort, FetchByAttrOperation::IfGone::fail,
+                                    std::move(status_closure));
+}
+
+std::shared_ptr<FetchByAttrOperation> OrvFileManager::fetch_items_by_attribute(
+    FetchByAttrOperation::Attribute attribute, std::optional<SortType> sort,
+    FetchByAttrOperation::IfGone if_gone, FetchByAttrOperation::StatusClosure status_closure)
+{
+    return orv::fetch_items_by_attribute(attribute, sort, if_gone, std::move(status_closure));
 }
 
 std::shared_ptr<SearchItemsOperation>

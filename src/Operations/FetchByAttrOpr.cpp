@@ -4,6 +4,9 @@
 #include "Global/TestMode.hpp"
 #include "Operations/Request.hpp"
 
+#include <orv/utility/Error.hpp>
+
+#include <cerrno>
 #include <string_view>
 
 namespace orv {
@@ -21,30 +24,43 @@ std::string_view condition_of(Attribute attribute)
     return "is_protected = 1";
 }
 
-std::vector<FileItem> items_with(Attribute attribute)
+bool is_gone(const Error& error)
 {
-    std::vector<FileItem> items;
+    return error.code() == ENOENT || error.code() == ENOTDIR;
+}
+
+FetchByAttrOperation::success items_with(Attribute attribute, FetchByAttrOperation::IfGone if_gone)
+{
+    FetchByAttrOperation::success found;
     for (const auto& [url, attributes] : RecCustomAttr::fetch_all_by_url(condition_of(attribute))) {
-        items.emplace_back(url);
-        items.back().custom_attributes = attributes;
+        try {
+            found.content.emplace_back(url);
+        } catch (const Error& error) {
+            if (if_gone == FetchByAttrOperation::IfGone::fail || !is_gone(error))
+                throw;
+            found.gone.push_back(url);
+            continue;
+        }
+        found.content.back().custom_attributes = attributes;
     }
-    return items;
+    return found;
 }
 
 } // namespace
 
 std::shared_ptr<FetchByAttrOperation>
 fetch_items_by_attribute(Attribute attribute, std::optional<SortType> sort,
+                         FetchByAttrOperation::IfGone if_gone,
                          FetchByAttrOperation::StatusClosure status_closure)
 {
     return start_request<FetchByAttrOperation>(
         std::move(status_closure),
         [=](Request<FetchByAttrOperation>&) -> FetchByAttrOperation::Status {
-            std::vector<FileItem> items = items_with(attribute);
+            FetchByAttrOperation::success found = items_with(attribute, if_gone);
             pause_in_test_mode(std::chrono::milliseconds(200));
             if (sort)
-                orv_sort(items, *sort);
-            return FetchByAttrOperation::success{std::move(items)};
+                orv_sort(found.content, *sort);
+            return found;
         });
 }
 

@@ -43,7 +43,7 @@ try {
     return {std::move(decoded.picture), decoded.full_size.width, decoded.full_size.height};
 } catch (const Error& error) {
     if (medium == Medium::film_frame)
-        std::cout << "ERROR: " + error.message() + "\n" << std::flush;
+        std::cerr << "ERROR: " + error.message() + "\n" << std::flush;
     throw;
 }
 

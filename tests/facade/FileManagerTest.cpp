@@ -92,11 +92,11 @@ TEST_F(FileManagerTest, a_single_copy_starts_in_test_mode_alone)
 {
     make_tree(folder(), {"a=1"});
     EXPECT_FALSE(OrvFileManager::test_mode());
-    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
     bool called = false;
     const auto operation =
         manager().single_copy(at("a"), at("b"), true, [&](const auto&) { called = true; });
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "⚠️ single_copy() function is exposed for debug purposes and it can cause "
               "unexpected behaviour.\nSo it should not be used under normal circumstances,\n"
               "but if you are sure to use it please set `OrvFileManager.test_mode` to `true`.\n");

@@ -38,7 +38,6 @@ void configure(const Url& root)
     locations.app_support_dir = root.appending("support");
     locations.temp_dir = root.appending("tmp");
     OrvFileManager::configure(locations);
-    OrvFileManager::create_singleton();
 }
 
 void say(const std::string& line)
@@ -63,6 +62,7 @@ void wait_for(const std::shared_ptr<Operation>& operation)
     MainQueue::instance().run_until([&] { return !operation->is_busy(); });
 }
 
+/// Saves attributes, with nothing of the library used before.
 void save_rows(const std::string& prefix, int count)
 {
     for (int i = 0; i < count; ++i)
@@ -95,6 +95,8 @@ void move_to_and_fro(const Url& one, const Url& other, int times)
 
 void run(const std::string& command, const Arguments& arguments)
 {
+    if (command == "save")
+        return save_rows(arguments.at(0), std::stoi(arguments.at(1)));
     auto& manager = OrvFileManager::singleton();
     const auto take = [](const auto& status) { say_status(status); };
     const auto take_final = [](const auto& status) {
@@ -103,8 +105,6 @@ void run(const std::string& command, const Arguments& arguments)
     };
     if (command == "start")
         say("started");
-    else if (command == "save")
-        save_rows(arguments.at(0), std::stoi(arguments.at(1)));
     else if (command == "move-to-and-fro")
         move_to_and_fro(arguments.at(0), arguments.at(1), std::stoi(arguments.at(2)));
     else if (command == "copy")

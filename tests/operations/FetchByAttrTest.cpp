@@ -10,7 +10,11 @@ namespace {
 
 class FetchByAttrTest : public EngineTest {
 protected:
-    FetchByAttrTest() { RecCustomAttr::delete_records(folder().deleting_last_path_component()); }
+    FetchByAttrTest()
+    {
+        for (const Url& all : {folder().deleting_last_path_component(), Url("/")})
+            RecCustomAttr::delete_records(all);
+    }
 
     std::vector<FetchByAttrOperation::Status> fetched(std::optional<SortType> sort)
     {
@@ -51,7 +55,7 @@ TEST_F(FetchByAttrTest, lists_what_is_protected_wherever_it_lies)
     EXPECT_TRUE(items[2].is_dir && items[2].custom_attributes.is_custom_sorted);
 }
 
-TEST_F(FetchByAttrTest, fails_as_a_whole_when_an_item_is_gone)
+TEST_F(FetchByAttrTest, fails_as_a_whole_when_an_item_is_gone_or_leaves_it_out)
 {
     make_tree(folder(), {"a=1", "b=1", "c=1"});
     save_all({{.url = at("a"), .is_protected = true},
@@ -64,6 +68,14 @@ TEST_F(FetchByAttrTest, fails_as_a_whole_when_an_item_is_gone)
     const Error& error = std::get<status::error>(statuses[0]).error;
     EXPECT_EQ(error.path(), at("b"));
     EXPECT_EQ(error.code(), ENOENT);
+
+    const auto rest = statuses_of<FetchByAttrOperation>([&](auto take) {
+        return manager().fetch_items_by_attribute(FetchByAttrOperation::Attribute::is_protected,
+                                                  SortType::by_name(SortOrder::asc),
+                                                  FetchByAttrOperation::IfGone::leave_out, take);
+    });
+    EXPECT_EQ(texts_of(rest), Texts{"success a c"});
+    EXPECT_EQ(std::get<FetchByAttrOperation::success>(rest[0]).gone, std::vector<Url>{at("b")});
 }
 
 } // namespace

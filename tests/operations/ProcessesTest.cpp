@@ -251,10 +251,13 @@ TEST_F(ProcessesTest, one_without_a_folder_to_build_files_in_says_so_and_works)
 {
     const Scratch scratch;
     make_tree(scratch.url(), {"home/", "tmp=in the way"});
-    Child child(engine(scratch.url(), {"start"}));
+    Texts with_errors = engine(scratch.url(), {"start"});
+    with_errors.insert(with_errors.begin(), {"/bin/sh", "-c", "exec \"$@\" 2>&1 >&-", "sh"});
+    Child child(with_errors);
     EXPECT_EQ(child.read_line(), "⚠️ Couldn't create 'processed files' directory when "
                                  "initializing `OrvFileManager`");
-    EXPECT_EQ(child.read_line(), "started");
+    EXPECT_EQ(child.read_line(), "");
+    EXPECT_EQ(Child(engine(scratch.url(), {"start"})).read_line(), "started");
 }
 
 } // namespace

@@ -220,9 +220,9 @@ TEST_F(RegistryTest, damaged_files_of_known_kinds_yield_the_placeholder)
     for (const char* extension : {"mov", "m4a", "mp4"}) {
         const std::string name = std::string("bad.") + extension;
         write_file(at(name), "no film");
-        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
         EXPECT_EQ(made(name, 8, 8), "placeholder 8x8") << extension;
-        EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with("ERROR: ")) << extension;
+        EXPECT_TRUE(testing::internal::GetCapturedStderr().starts_with("ERROR: ")) << extension;
     }
 }
 

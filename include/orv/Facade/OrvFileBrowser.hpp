@@ -90,6 +90,10 @@ public:
     fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
                              std::optional<SortType> sort,
                              FetchByAttrOperation::StatusClosure status_closure);
+    std::shared_ptr<FetchByAttrOperation>
+    fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
+                             std::optional<SortType> sort, FetchByAttrOperation::IfGone if_gone,
+                             FetchByAttrOperation::StatusClosure status_closure);
     std::shared_ptr<SearchItemsOperation>
     search_items(Url inside, std::string keyword, bool recursive, bool include_hidden_files,
                  std::vector<SearchItemsOperation::Criteria> criterias,

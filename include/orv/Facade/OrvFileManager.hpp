@@ -169,10 +169,14 @@ public:
     void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
 
     /// Lists all items whose stored attributes include `attribute`, in no particular order without
-    /// `sort`.
+    /// `sort`. The request fails if one of them is gone, unless `if_gone` says otherwise.
     std::shared_ptr<FetchByAttrOperation>
     fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
                              std::optional<SortType> sort,
+                             FetchByAttrOperation::StatusClosure status_closure);
+    std::shared_ptr<FetchByAttrOperation>
+    fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute,
+                             std::optional<SortType> sort, FetchByAttrOperation::IfGone if_gone,
                              FetchByAttrOperation::StatusClosure status_closure);
 
     /// Searches the folder `inside` or, with `recursive`, the whole tree below it for items that
@@ -210,7 +214,7 @@ private:
     OrvFileManager();
     ~OrvFileManager() = delete;
 
-    std::unique_ptr<DBManager> db_mngr_;
+    DBManager* db_mngr_ = nullptr;
     bool forced_singleton_creation_ = false;
 };
 

@@ -13,13 +13,16 @@ namespace orv {
 /// The listing of all items that carry an attribute, wherever they lie.
 ///
 /// It cannot be cancelled. An item that was deleted outside of the library while its attributes
-/// are still stored makes it fail.
+/// are still stored makes it fail, or is left out if that is asked for.
 class FetchByAttrOperation final : public OrvOperation {
 public:
     enum class Attribute { is_protected };
 
+    enum class IfGone { fail, leave_out };
+
     struct success {
         std::vector<FileItem> content;
+        std::vector<Url> gone = {}; ///< items that were left out
     };
 
     using Status = std::variant<success, status::error>;
