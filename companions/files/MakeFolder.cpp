@@ -1,6 +1,7 @@
 #include "files/MakeFolder.hpp"
 
 #include "files/ItemStatus.hpp"
+#include "files/OpenFolder.hpp"
 #include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -14,38 +15,61 @@
 namespace orv {
 namespace {
 
-/// Creates the folder and returns 0, or the errno.
-int create_folder(const Url& url)
-try {
-    const Place place = Place::of(url);
-    return ::mkdirat(place.folder(), place.name(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? 0 : errno;
-} catch (const Error& error) {
-    return error.code().value_or(EIO);
+constexpr mode_t all_rights = S_IRWXU | S_IRWXG | S_IRWXO;
+
+Place place_in(const Url& url, FolderLinks links)
+{
+    return links == FolderLinks::followed ? Place::in_opened_folder(url)
+                                          : Place::in_resolved_folder(url);
+}
+
+/// Returns the place of the uppermost folder that is missing on the way to `at`, and adds those
+/// below it to `below`, the lowest first.
+Place uppermost_missing(const Url& at, FolderLinks links, std::vector<Url>& below)
+{
+    Url folder = at;
+    for (;;) {
+        try {
+            return place_in(folder, links);
+        } catch (const Error& error) {
+            if (error.code() != ENOENT)
+                throw;
+        }
+        below.push_back(folder);
+        folder = folder.deleting_last_path_component();
+    }
+}
+
+/// Creates the folder, and opens it for those below it. One that has appeared meanwhile is taken as
+/// it is, but a link is not.
+FileDescriptor created_on_the_way(int above, const std::string& name, const Url& url)
+{
+    const int error = ::mkdirat(above, name.c_str(), all_rights) == 0 ? 0 : errno;
+    if (error != 0 && error != EEXIST)
+        throw platform_error(error, url);
+    OpenFolder folder = open_folder(above, name.c_str());
+    if (folder.error != 0)
+        throw platform_error(error == 0 ? folder.error : error, url);
+    return std::move(folder.descriptor);
 }
 
 } // namespace
 
-void make_folder(const Url& at, bool also_create_intermediates)
+void make_folder(const Url& at, bool also_create_intermediates, FolderLinks links)
 {
     std::vector<Url> below;
-    Url folder = at;
-    int error = create_folder(folder);
-    while (also_create_intermediates && error == ENOENT) {
-        below.push_back(folder);
-        folder = folder.deleting_last_path_component();
-        if (folder == below.back())
-            throw platform_error(error, folder);
-        error = create_folder(folder);
+    Place place =
+        also_create_intermediates ? uppermost_missing(at, links, below) : place_in(at, links);
+    Url url = below.empty() ? at : below.back().deleting_last_path_component();
+    for (; !below.empty(); below.pop_back()) {
+        place.opened = created_on_the_way(place.folder(), place.path, url);
+        url = below.back();
+        place.path = url.last_path_component();
     }
-    for (;;) {
-        if (error != 0 && !(also_create_intermediates && is_directory(folder)))
-            throw platform_error(error, folder);
-        if (below.empty())
-            return;
-        folder = std::move(below.back());
-        below.pop_back();
-        error = create_folder(folder);
-    }
+    if (::mkdirat(place.folder(), place.name(), all_rights) == 0)
+        return;
+    if (errno != EEXIST || !also_create_intermediates || !is_directory(at))
+        throw platform_error(errno, at);
 }
 
 } // namespace orv

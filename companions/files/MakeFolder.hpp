@@ -4,11 +4,16 @@
 
 namespace orv {
 
+/// How to take a link among the folders that a location leads through. `refused` is for locations
+/// whose links are resolved, where a link can only have taken the place of a folder meanwhile.
+enum class FolderLinks { followed, refused };
+
 /// Creates the folder `url`. With `also_create_intermediates` it creates missing folders above it
 /// first, and an existing folder is a success.
 ///
 /// Threading: any.
 /// Errors: the platform's, at the folder that could not be created.
-void make_folder(const Url& url, bool also_create_intermediates);
+void make_folder(const Url& url, bool also_create_intermediates,
+                 FolderLinks links = FolderLinks::followed);
 
 } // namespace orv

@@ -26,6 +26,15 @@ struct Place {
     ///
     /// Errors: the platform's, when the folder cannot be opened.
     static Place in_opened_folder(const Url& url);
+
+    /// The same for a `url` whose folders are no links: a link that has taken the place of one of
+    /// them meanwhile leads nowhere.
+    ///
+    /// Errors: the platform's; that a folder was replaced.
+    static Place in_resolved_folder(const Url& url);
 };
+
+/// The location with the links among its folders resolved, but not one at its own name.
+[[nodiscard]] Url resolving_folders(const Url& url);
 
 } // namespace orv

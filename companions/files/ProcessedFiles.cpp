@@ -164,8 +164,9 @@ FileDescriptor made_processed_files_folder()
 
 void remove_leftovers()
 {
-    const FileDescriptor folder(
-        ::open(processed_files_folder().path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Who puts a link there does not get the items of another folder removed.
+    const FileDescriptor folder(::open(processed_files_folder().path().c_str(),
+                                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder)
         return;
     for (const std::string& name : names_in(folder.get()))

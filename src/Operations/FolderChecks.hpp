@@ -1,10 +1,15 @@
 #pragma once
 
 #include "Operations/ErrorPlace.hpp"
+#include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
+
+#include <source_location>
+#include <string>
+#include <vector>
 
 namespace orv {
 
@@ -28,6 +33,27 @@ inline void check_destination_folder(const Url& folder, const ErrorPlace& place,
 {
     check_is_folder(folder, place("Destination folder doesn't exist.", where),
                     place("Destination url must point to a folder.", where));
+}
+
+/// Refuses a batch of items that cannot all go into the folder, before any of them goes.
+///
+/// Errors: "Source url must end in the name of an item, not in "." or ".."."; that the folder lies
+/// in a source, or is one.
+inline void check_sources(const std::vector<Url>& sources, const Url& folder,
+                          const ErrorPlace& place,
+                          std::source_location where = std::source_location::current())
+{
+    const Url resolved = folder.resolving_symlinks();
+    for (const Url& source : sources) {
+        const std::string name = source.last_path_component();
+        if (name == "." || name == "..")
+            throw place("Source url must end in the name of an item, not in \".\" or \"..\".",
+                        where)
+                .at(source);
+        const bool may_hold_folder = Tool::is_directory(source) && name != "/";
+        if (may_hold_folder && relative_path(resolved, source.resolving_symlinks()))
+            throw source_conflict(source);
+    }
 }
 
 } // namespace orv

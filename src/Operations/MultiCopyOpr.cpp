@@ -96,6 +96,7 @@ void set_closing_progress(CopyBatch& batch, const BatchProgress& progress)
 MultiCopyOperation::Status run(CopyBatch& batch, const std::vector<Url>& sources, const Url& folder)
 {
     check_destination_folder(folder, multi_copy_place);
+    check_sources(sources, folder, multi_copy_place);
     batch.report(status::preparing{});
     BatchAnswers answers(how_many_conflicts_occur(sources, folder));
     BatchProgress progress(measured(batch, sources));

@@ -29,6 +29,7 @@ MoveOperation::Status move_one(MoveBatch& batch, BatchAnswers& answers, const Ur
 MultiMoveOperation::Status run(MoveBatch& batch, const std::vector<Url>& sources, const Url& folder)
 {
     check_destination_folder(folder, multi_move_place);
+    check_sources(sources, folder, multi_move_place);
     BatchAnswers answers(how_many_conflicts_occur(sources, folder));
     for (const Url& source : sources) {
         const auto outcome = move_one(batch, answers, source, folder);

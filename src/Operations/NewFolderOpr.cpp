@@ -5,6 +5,8 @@
 #include "Operations/Request.hpp"
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/MakeFolder.hpp"
+#include "files/Place.hpp"
 
 namespace orv {
 namespace {
@@ -14,10 +16,11 @@ using Status = NewFolderOperation::Status;
 constexpr ErrorPlace new_folder_place{"src/Operations/NewFolderOpr",
                                       "new_folder(at:also_create_intermediates:status_closure:)"};
 
-void create(const Url& url, bool also_create_intermediates)
+/// `resolved` is `url` as the request found it at its beginning.
+void create(const Url& url, const Url& resolved, bool also_create_intermediates)
 {
     try {
-        Tool::make_directory(url, also_create_intermediates);
+        make_folder(resolved, also_create_intermediates, FolderLinks::refused);
     } catch (const Error& cause) {
         throw new_folder_place("Couldn't create new folder.").because_of(cause).at(url);
     }
@@ -26,11 +29,12 @@ void create(const Url& url, bool also_create_intermediates)
 Status run(const Url& url, bool also_create_intermediates)
 {
     check_path(url, "Given", new_folder_place);
+    const Url resolved = resolving_folders(url);
     const UrlLock lock(write(url));
     pause_in_test_mode(std::chrono::seconds(1));
     if (Tool::item_exists(url))
         return NewFolderOperation::error{NewFolderOperation::item_already_exists{}};
-    create(url, also_create_intermediates);
+    create(url, resolved, also_create_intermediates);
     return status::success{};
 }
 

@@ -29,6 +29,14 @@ void check_is_no_volume(const Url& url)
         throw rename_place("Renaming a volume name is not supported yet.", 77).at(url);
 }
 
+void check_is_name(const std::string& name, const Url& url)
+{
+    if (name.find('/') != std::string::npos)
+        throw rename_place("New name cannot contain a slash.").at(url);
+    if (name == "." || name == "..")
+        throw rename_place("New name cannot be \".\" or \"..\".").at(url);
+}
+
 /// Of a link, its own date.
 void set_modification_date_to_now(const Url& url)
 {
@@ -48,8 +56,10 @@ void rename_to(const Url& url, const std::string& new_name)
     check_path(url, "Given", rename_place, {.undefined = 44, .root = 47});
     if (new_name.empty())
         throw rename_place("New name cannot be an empty string.", 52).at(url);
+    check_is_name(new_name, url);
     const Url new_url = url.deleting_last_path_component().appending(new_name);
 
+    const Url folder = url.deleting_last_path_component().resolving_symlinks();
     // The old name is no clash of locks: it is refused below, as taken.
     const bool is_old_name = url.standardized() == new_url.standardized();
     const UrlLock lock({read(url)}, write(new_url), is_old_name);
@@ -60,7 +70,8 @@ void rename_to(const Url& url, const std::string& new_name)
         throw rename_place("Couldn't rename item, because the provided name is taken.", 82)
             .at(new_url);
     pause_in_test_mode(std::chrono::seconds(1));
-    move_with_records(url, new_url, false);
+    move_with_records(folder.appending(url.last_path_component()), folder.appending(new_name),
+                      false);
     set_modification_date_to_now(new_url);
 }
 

@@ -1,6 +1,7 @@
 #include "Operations/UrlLocker.hpp"
 
 #include "Operations/ErrorPlace.hpp"
+#include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
 #include <orv/utility/MainQueue.hpp>
@@ -20,16 +21,31 @@ bool contains(const std::string& folder, const std::string& path)
     return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
-/// Both standardized.
+/// Both standardized, or both keys.
 bool conflict(const Url& one, const Url& other)
 {
     return !one.empty() && !other.empty() &&
            (contains(one.path(), other.path()) || contains(other.path(), one.path()));
 }
 
+/// What stands for a location, however it is spelled. Looks at the disk, so never on the main
+/// thread.
+Url key_of(const Url& url)
+{
+    return resolving_folders(url).standardized();
+}
+
+struct Wanted {
+    explicit Wanted(const LockType& type) : kind(type.kind), url(type.url), key(key_of(type.url)) {}
+
+    LockType::Kind kind;
+    Url url;
+    Url key;
+};
+
 struct Entry {
     LockType::Kind kind;
-    Url url; // standardized
+    Url key;
     UrlLocker::Registration registration;
 };
 
@@ -45,20 +61,19 @@ public:
         return *registry;
     }
 
-    [[nodiscard]] bool is_locked(LockType::Kind kind, const Url& url) const
+    [[nodiscard]] bool is_locked(LockType::Kind kind, const Url& key) const
     {
-        const Url standardized = url.standardized();
         return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
-            return entry.kind == kind && conflict(entry.url, standardized);
+            return entry.kind == kind && conflict(entry.key, key);
         });
     }
 
-    UrlLocker::Registration add(const std::vector<LockType>& sources, const LockType& dest)
+    UrlLocker::Registration add(const std::vector<Wanted>& sources, const Wanted& dest)
     {
         const auto registration = UrlLocker::Registration{++last_registration_};
-        for (const LockType& source : sources)
-            entries_.push_back({source.kind, source.url.standardized(), registration});
-        entries_.push_back({LockType::Kind::write, dest.url.standardized(), registration});
+        for (const Wanted& source : sources)
+            entries_.push_back({source.kind, source.key, registration});
+        entries_.push_back({LockType::Kind::write, dest.key, registration});
         return registration;
     }
 
@@ -73,19 +88,19 @@ private:
     std::uint64_t last_registration_ = 0;
 };
 
-std::optional<Error> clash(const Registry& registry, const std::vector<LockType>& sources,
-                           const LockType& dest, bool allow_conflict)
+std::optional<Error> clash(const Registry& registry, const std::vector<Wanted>& sources,
+                           const Wanted& dest, bool allow_conflict)
 {
     using Kind = LockType::Kind;
-    for (const LockType& source : sources) {
-        if (registry.is_locked(Kind::write, source.url))
+    for (const Wanted& source : sources) {
+        if (registry.is_locked(Kind::write, source.key))
             return lock_place("Source item is being written by another operation.").at(source.url);
         if (!allow_conflict && UrlLocker::do_urls_conflict(source.url, dest.url))
-            return lock_place("Source path conflicts with destination path.").at(source.url);
+            return source_conflict(source.url);
     }
-    if (registry.is_locked(Kind::read, dest.url))
+    if (registry.is_locked(Kind::read, dest.key))
         return lock_place("Destination item is being read by another operation.").at(dest.url);
-    if (registry.is_locked(Kind::write, dest.url))
+    if (registry.is_locked(Kind::write, dest.key))
         return lock_place("Destination item is being written by another operation.").at(dest.url);
     return std::nullopt;
 }
@@ -95,17 +110,24 @@ std::optional<Error> clash(const Registry& registry, const std::vector<LockType>
 UrlLocker::Registration UrlLocker::lock(const std::vector<LockType>& sources, const LockType& dest,
                                         bool allow_conflict)
 {
+    const std::vector<Wanted> wanted_sources(sources.begin(), sources.end());
+    const Wanted wanted_dest(dest);
     std::optional<Error> error;
     Registration registration{};
     main_sync([&] {
         auto& registry = Registry::instance();
-        error = clash(registry, sources, dest, allow_conflict);
+        error = clash(registry, wanted_sources, wanted_dest, allow_conflict);
         if (!error)
-            registration = registry.add(sources, dest);
+            registration = registry.add(wanted_sources, wanted_dest);
     });
     if (error)
         throw *error;
     return registration;
+}
+
+Error source_conflict(const Url& source)
+{
+    return lock_place("Source path conflicts with destination path.").at(source);
 }
 
 void UrlLocker::unlock(Registration registration)
@@ -120,12 +142,14 @@ bool UrlLocker::do_urls_conflict(const Url& one, const Url& other)
 
 bool UrlLocker::is_read_locked(const Url& url)
 {
-    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::read, url); });
+    const Url key = key_of(url);
+    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::read, key); });
 }
 
 bool UrlLocker::is_write_locked(const Url& url)
 {
-    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::write, url); });
+    const Url key = key_of(url);
+    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::write, key); });
 }
 
 } // namespace orv

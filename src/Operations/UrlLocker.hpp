@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <cstdint>
@@ -24,9 +25,11 @@ struct LockType {
 }
 
 /// The locations that the process's requests hold, so that two of them never work on the same part
-/// of the tree. Nobody waits for a lock: a clash ends the request that meets it.
+/// of the tree. Nobody waits for a lock: a clash ends the request that meets it. A location below a
+/// linked folder and the one that the link leads to are one.
 ///
-/// Threading: any; off the main thread every function waits for it.
+/// Threading: any; off the main thread every function waits for it. All but
+/// `unlock` and `do_urls_conflict` look at the disk, on the calling thread.
 class UrlLocker {
 public:
     /// What one call of `lock` registered; never used twice.
@@ -43,12 +46,15 @@ public:
     /// Takes back what `lock` registered; once it was taken back, nothing.
     static void unlock(Registration registration);
 
-    /// Whether one of the two lies inside the other, or both are the same.
+    /// Whether one of the two lies inside the other, or both are the same, as they are spelled.
     [[nodiscard]] static bool do_urls_conflict(const Url& one, const Url& other);
 
     [[nodiscard]] static bool is_read_locked(const Url& url);
     [[nodiscard]] static bool is_write_locked(const Url& url);
 };
+
+/// The error of a source that the destination lies in, or that lies in it.
+[[nodiscard]] Error source_conflict(const Url& source);
 
 /// Holds locations for as long as it lives.
 class [[nodiscard]] UrlLock {

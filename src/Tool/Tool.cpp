@@ -39,8 +39,8 @@ Error walk_error(std::string_view sentence, int line)
 /// Renames the item and returns 0, or the errno.
 int rename_item(const Url& from, const Url& to)
 try {
-    const Place source = Place::of(from);
-    const Place destination = Place::of(to);
+    const Place source = Place::in_resolved_folder(from);
+    const Place destination = Place::in_resolved_folder(to);
     const int code =
         NoReplaceRename()(source.folder(), source.name(), destination.folder(), destination.name());
     // A name in another spelling is taken by the item itself.
@@ -68,8 +68,8 @@ bool exists(const Place& place)
 /// Renames the item over the one at `to`, which is removed. Returns 0 or the errno.
 int rename_replacing(const Url& from, const Url& to)
 {
-    const Place source = Place::in_opened_folder(from);
-    const Place destination = Place::in_opened_folder(to);
+    const Place source = Place::in_resolved_folder(from);
+    const Place destination = Place::in_resolved_folder(to);
     if (!is_folder(source) && !is_folder(destination) &&
         rename_over(source.folder(), source.name(), destination.folder(), destination.name()) == 0)
         return 0;

@@ -80,11 +80,7 @@ const ChangeCase move_cases[] = {
      1,
      "orv: An item can't be renamed as \".\" or \"..\": $W/d/..\n",
      {"d/"}},
-    {{"a=1"},
-     {"rename", "a", "d/a"},
-     1,
-     "orv: Couldn't move the item: $W/a: No such file or directory\n",
-     {"a=1"}},
+    {{"a=1"}, {"rename", "a", "d/a"}, 1, "orv: New name cannot contain a slash: $W/a\n", {"a=1"}},
 };
 
 TEST_F(CommandTest, MovesAndRenames)

@@ -150,5 +150,31 @@ TEST_F(MoveTest, one_that_was_begun_is_done_and_holds_both_places_meanwhile)
     EXPECT_EQ(tree(folder()), (Texts{"b/", "b/x=1"}));
 }
 
+TEST_F(MoveTest, a_folder_swapped_for_a_link_takes_nothing_elsewhere)
+{
+    OrvFileManager::set_test_mode(true);
+    make_tree(folder(), {"a/x=1", "to/", "from/b=2", "elsewhere/"});
+    Texts ends;
+    const auto take = [&](const auto& status) { ends.push_back(text_of(status)); };
+    manager().move(at("a"), at("to/a"), take);
+    manager().move(at("from/b"), at("b"), take);
+    manager().create_new_folder(at("to/new/folder"), true, take);
+    pump_until([&] {
+        return UrlLocker::is_write_locked(at("to/a")) && UrlLocker::is_read_locked(at("from/b")) &&
+               UrlLocker::is_write_locked(at("to/new/folder"));
+    });
+    for (const char* name : {"to", "from"}) {
+        std::filesystem::rename(at(name), at(std::string(name) + " old"));
+        std::filesystem::create_directory_symlink("elsewhere", at(name));
+    }
+    write_file(at("elsewhere/b"), "3");
+    pump_until([&] { return ends.size() == 3; });
+    for (const std::string& end : ends)
+        EXPECT_TRUE(end.starts_with("error: ")) << end;
+    EXPECT_EQ(tree(folder()),
+              (Texts{"a/", "a/x=1", "elsewhere/", "elsewhere/b=3", "from old/", "from old/b=2",
+                     "from->elsewhere", "to old/", "to->elsewhere"}));
+}
+
 } // namespace
 } // namespace orv::test

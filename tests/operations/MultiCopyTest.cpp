@@ -62,11 +62,11 @@ const MultiCopyCase cases[] = {
      {"preparing", "conflict b", "cancelled"},
      {"a=1", "b="}},
     {"a failure ends the batch",
-     {"a=1", "in/", "in/f=2", "c=3"},
-     {"a", "in", "c"},
-     {},
-     {"preparing", "error: Source path conflicts with destination path."},
-     {"a=1", "f=2"}},
+     {"a=1", "in/b/b=2", "c=3"},
+     {"a", "in/b/b", "c"},
+     {{replace}},
+     {"preparing", "conflict b", "error: Source path conflicts with destination path."},
+     {"a=1", "b/", "b/b=2"}},
 };
 
 class MultiCopyTest : public EngineTest {

@@ -113,6 +113,28 @@ TEST_F(MultiMoveTest, the_destination_must_be_a_folder)
     EXPECT_EQ(tree(folder()), (Texts{"a=1", "file=2"}));
 }
 
+TEST_F(MultiMoveTest, is_refused_before_anything_is_touched_when_a_source_cannot_go_there)
+{
+    const Texts before{"a=1", "in/", "in/a=2", "in/in/", "in/in/b=3", "l->in", "outer->."};
+    make_tree(folder(), before);
+    const std::string no_name =
+        "error: Source url must end in the name of an item, not in \".\" or \"..\".";
+    const std::string conflict = "error: Source path conflicts with destination path.";
+    const struct {
+        const char* source;
+        std::string end;
+    } rows[] = {{"in/.", no_name}, {"in/..", no_name}, {"in/../.", no_name},
+                {"in", conflict},  {"l", conflict},    {"outer", conflict}};
+    for (const auto& row : rows) {
+        const std::vector<Url> sources{at("a"), at(row.source)};
+        EXPECT_EQ(moved(sources, at("in")), Texts{row.end}) << row.source;
+        const auto copied = statuses_of<MultiCopyOperation>(
+            [&](auto take) { return manager().copy(sources, at("in"), take); });
+        EXPECT_EQ(texts_of(copied), Texts{row.end}) << row.source;
+    }
+    EXPECT_EQ(tree(folder()), before);
+}
+
 TEST_F(MultiMoveTest, braces_around_one_location_are_a_list)
 {
     make_tree(folder(), {"a=1", "in/"});

@@ -40,7 +40,8 @@ struct RenameCase {
 };
 
 const std::string taken = "error: Couldn't rename item, because the provided name is taken.";
-const std::string clash = "error: Source path conflicts with destination path.";
+const std::string no_name = "error: New name cannot be \".\" or \"..\".";
+const std::string no_slash = "error: New name cannot contain a slash.";
 const std::string not_moved = "error: Couldn't move the item";
 
 const RenameCase rename_cases[] = {
@@ -51,13 +52,20 @@ const RenameCase rename_cases[] = {
     {"a space", {"a=1"}, "a", " ", "success", {" =1"}},
     {"a name that begins alike", {"a=1"}, "a", "a b", "success", {"a b=1"}},
     {"its own name", {"a=1"}, "a", "a", taken, {"a=1"}},
-    {"the folder it is in", {"a=1"}, "a", ".", clash, {"a=1"}},
+    {"the folder it is in", {"a=1"}, "a", ".", no_name, {"a=1"}},
+    {"the folder above", {"a=1"}, "a", "..", no_name, {"a=1"}},
     {"a taken name", {"a=1", "b/"}, "a", "b", taken, {"a=1", "b/"}},
     {"a dangling link's name", {"a=1", "b->x"}, "a", "b", taken, {"a=1", "b->x"}},
     {"an empty name", {"a=1"}, "a", "", "error: New name cannot be an empty string.", {"a=1"}},
     {"nothing", {"b=1"}, "a", "c", "error: No item exists at given url.", {"b=1"}},
-    {"a name with a separator", {"a=1"}, "a", "f/b", not_moved, {"a=1"}},
-    {"a name inside itself", {"a/x=1"}, "a", "a/b", clash, {"a/", "a/x=1"}},
+    {"a name in another folder", {"a=1", "f/"}, "a", "f/b", no_slash, {"a=1", "f/"}},
+    {"a name inside itself", {"a/x=1"}, "a", "a/b", no_slash, {"a/", "a/x=1"}},
+    {"an item below a linked folder",
+     {"f/a=1", "l->f"},
+     "l/a",
+     "b",
+     "success",
+     {"f/", "f/b=1", "l->f"}},
     {"a name that is too long", {"a=1"}, "a", std::string(256, 'n'), not_moved, {"a=1"}},
 };
 
@@ -89,8 +97,8 @@ TEST_F(RenameTest, errors_name_their_documented_lines)
                                    "rename(url:new_name:status_closure:), line " +
                                    std::to_string(row.line) + ")"))
             << error_of(renamed(row.url, row.new_name)).message();
-    const Error refused = error_of(renamed(at("a"), "f/b"));
-    EXPECT_EQ(refused.code(), ENOENT);
+    const Error refused = error_of(renamed(at("a"), std::string(256, 'n')));
+    EXPECT_EQ(refused.code(), ENAMETOOLONG);
     EXPECT_EQ(refused.path(), at("a"));
 }
 

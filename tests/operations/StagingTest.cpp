@@ -1,5 +1,6 @@
 #include "files/Staging.hpp"
 
+#include "files/ProcessedFiles.hpp"
 #include "support/Engine.hpp"
 #include "support/Volume.hpp"
 
@@ -142,6 +143,19 @@ TEST_F(StagingTest, a_processed_files_folder_that_was_cleaned_away_is_made_again
     std::filesystem::remove(processed_files_folder());
     EXPECT_EQ(publish_new(staging, destination), 0);
     EXPECT_EQ(tree(folder()), Texts{"a=text"});
+}
+
+TEST_F(StagingTest, the_clean_up_follows_no_link_in_place_of_its_folder)
+{
+    const std::string name = "01234567-89ab-cdef-0123-456789abcdef";
+    make_tree(folder(), {"victim/" + name + "=1"});
+    const Url set_aside = at("set aside");
+    std::filesystem::rename(processed_files_folder(), set_aside);
+    std::filesystem::create_directory_symlink(at("victim"), processed_files_folder());
+    remove_leftovers();
+    std::filesystem::remove(processed_files_folder());
+    std::filesystem::rename(set_aside, processed_files_folder());
+    EXPECT_EQ(read_file(at("victim/" + name)), "1");
 }
 
 } // namespace

@@ -130,6 +130,18 @@ TEST(UrlLockerTest, a_release_leaves_the_registrations_of_others)
     EXPECT_FALSE(UrlLocker::is_read_locked("/a"));
 }
 
+TEST(UrlLockerTest, a_location_below_a_linked_folder_is_that_below_its_target)
+{
+    const Scratch scratch;
+    make_tree(scratch.url(), {"real/folder/", "link->real/folder", "other->link"});
+    const UrlLock lock(write(scratch / "link/item"));
+    for (const char* same : {"real/folder/item", "other/item", "other/../folder/item/in", "real"})
+        EXPECT_EQ(clash_of({}, write(scratch / same), false), dest_written) << same;
+    EXPECT_EQ(clash_of({read(scratch / "link/item")}, write("/d"), false), source_written);
+    EXPECT_EQ(clash_of({}, write(scratch / "link"), false), "")
+        << "the link itself is another item";
+}
+
 TEST(UrlLockerTest, a_clash_names_the_method_and_the_place)
 {
     const UrlLock lock(write("/a"));
