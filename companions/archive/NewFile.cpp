@@ -1,7 +1,6 @@
 #include "archive/NewFile.hpp"
 
 #include "files/FreeName.hpp"
-#include "files/HiddenName.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/ReadWrite.hpp"
 
@@ -24,12 +23,12 @@ constexpr int max_names_tried = 100;
 // An entry that states no mode gets what any program would give its file.
 constexpr mode_t usual_mode = 0666;
 
-PartialFile created(const NewItemFolder& folder, const std::string& name)
+PartialFile created(const NewItemFolder& folder, const std::string& name, HiddenNames& hidden)
 try {
     const DestinationFolder destination = folder.destination();
     if (auto file = PartialFile::unnamed(destination, usual_mode))
         return std::move(*file);
-    return PartialFile::hidden(destination, std::make_shared<HiddenName>(folder.url), usual_mode);
+    return PartialFile::hidden(hidden.take(), usual_mode);
 } catch (const Error& error) {
     if (error.code())
         throw platform_error(*error.code(), folder.url.appending(name));
@@ -46,8 +45,8 @@ void apply(const Keepsakes& keepsakes, int fd, const Url& url)
         keep_times(fd, {0, UTIME_OMIT}, *keepsakes.time, url);
 }
 
-NewFile::NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name)
-    : folder_(std::move(folder)), name_(std::move(name)), file_(created(*folder_, name_))
+NewFile::NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name, HiddenNames& hidden)
+    : folder_(std::move(folder)), name_(std::move(name)), file_(created(*folder_, name_, hidden))
 {
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/Deflate.hpp"
+#include "files/HiddenNames.hpp"
 #include "files/NoReplaceRename.hpp"
 #include "files/PartialFile.hpp"
 #include "utility/FileDescriptor.hpp"
@@ -42,8 +43,10 @@ using RenameWay = std::atomic<NoReplaceRename::Way>;
 /// A file that is being written, out of sight. Unless it is published, nothing of it remains.
 class NewFile {
 public:
+    /// The file gets one of the `hidden` names, on the same volume, where it needs one.
+    ///
     /// Errors: the platform's, as everywhere here, at the place where it is to stand.
-    NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name);
+    NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name, HiddenNames& hidden);
 
     /// Adds to the end. A part that is all zeros takes no space where the file system can do so.
     void write(ByteView part);

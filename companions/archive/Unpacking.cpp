@@ -45,7 +45,7 @@ public:
     Unpacking(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,
               const DestinationFolder& destination, Job& job)
         : archive_(archive), plan_(plan), reader_(reader), job_(job), destination_(destination),
-          cursor_(opened_again(destination), destination.url),
+          hidden_names_(destination), cursor_(opened_again(destination), destination.url),
           ahead_(job.test_mode() ? 0 : std::max(1U, std::thread::hardware_concurrency()))
     {
     }
@@ -113,7 +113,7 @@ private:
             folder_ = open_folder(parts.folder);
         return ahead_.add([this, &item, name = std::string(parts.name), folder = folder_] {
             job_.check();
-            NewFile file(folder, name);
+            NewFile file(folder, name, hidden_names_);
             reader_.read(*item.entry, [&](ByteView part) {
                 file.write(part);
                 job_.add(part.size());
@@ -205,6 +205,7 @@ private:
     EntryReader& reader_;
     Job& job_;
     const DestinationFolder& destination_;
+    HiddenNames hidden_names_; // in the destination
     FolderCursor cursor_;
     std::shared_ptr<const NewItemFolder> folder_;
     RenameWay rename_way_ = NoReplaceRename::Way::by_flag;

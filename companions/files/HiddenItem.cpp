@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -36,20 +37,11 @@ bool is_folder_at(int folder, const char* name)
     return facts && S_ISDIR(facts->stx_mode);
 }
 
-FileDescriptor opened_folder(const Place& place, const Url& destination)
-{
-    FileDescriptor folder(
-        ::openat(place.folder(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
-    if (!folder)
-        throw platform_error(errno, destination.deleting_last_path_component());
-    return folder;
-}
-
 } // namespace
 
 HiddenItem::HiddenItem(const Url& destination)
     : place_(Place::in_opened_folder(destination)), url_(destination),
-      folder_(opened_folder(place_, destination)), name_(destination.deleting_last_path_component())
+      name_({place_.folder(), destination.deleting_last_path_component()})
 {
 }
 
@@ -61,42 +53,66 @@ HiddenItem::~HiddenItem()
 
 DestinationItem HiddenItem::item() const
 {
-    return {{folder_.get(), url_.deleting_last_path_component()}, name_.text(), place_.path};
+    return {name_.folder(), name_.text(), place_.path};
 }
 
 bool HiddenItem::is_taken() const
 {
-    return facts_at(folder_.get(), final_name()).has_value();
+    return facts_at(folder(), final_name()).has_value();
 }
 
 void HiddenItem::publish()
 {
-    const auto identity = identity_at(folder_.get(), hidden());
-    if (const int code = rename_(folder_.get(), hidden(), folder_.get(), final_name()))
+    const auto identity = identity_at(folder(), hidden());
+    if (const int code = rename_(folder(), hidden(), folder(), final_name()))
         throw platform_error(code, url_);
     published_ = identity;
 }
 
 void HiddenItem::publish_replacing()
 {
-    const auto identity = identity_at(folder_.get(), hidden());
+    flush_item();
+    const auto identity = identity_at(folder(), hidden());
     const bool any_folder =
-        is_folder_at(folder_.get(), hidden()) || is_folder_at(folder_.get(), final_name());
+        is_folder_at(folder(), hidden()) || is_folder_at(folder(), final_name());
     // A rename takes the place of a file in one step on most volumes, but never that of a folder.
-    if (!any_folder && rename_over(folder_.get(), hidden(), folder_.get(), final_name()) == 0) {
+    if (!any_folder && rename_over(folder(), hidden(), folder(), final_name()) == 0) {
         published_ = identity;
     } else if (exchange()) {
         published_ = identity;
-        remove_hidden();
+        try {
+            flush_folder();
+        } catch (const Error&) {
+            if (exchange())
+                published_.reset();
+            throw;
+        }
+        return remove_hidden();
     } else {
         replace_by_setting_aside();
     }
+    flush_folder();
+}
+
+/// Writes the hidden item to its disk, so that no power cut puts a name without content in the
+/// place of the old item.
+void HiddenItem::flush_item() const
+{
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const auto facts = facts_at(folder(), hidden());
+    if (!facts || (!S_ISREG(facts->stx_mode) && !S_ISDIR(facts->stx_mode)))
+        return;
+    const FileDescriptor file(S_ISREG(facts->stx_mode) ? ::openat(folder(), hidden(), flags) : -1);
+    if (file)
+        flush(file.get(), url_);
+    else
+        flush_volume(folder(), url_);
 }
 
 /// Both items change names in one step. Not all volumes can do that.
 bool HiddenItem::exchange() const
 {
-    return ::renameat2(folder_.get(), hidden(), folder_.get(), final_name(), RENAME_EXCHANGE) == 0;
+    return ::renameat2(folder(), hidden(), folder(), final_name(), RENAME_EXCHANGE) == 0;
 }
 
 /// Removes the item that has the hidden name: an unfinished one or, after an exchange, the old one.
@@ -104,7 +120,7 @@ bool HiddenItem::exchange() const
 void HiddenItem::remove_hidden() noexcept
 {
     try {
-        remove_tree(folder_.get(), hidden(), url_);
+        remove_tree(folder(), hidden(), url_);
     } catch (const Error& error) {
         if (error.code() != ENOENT)
             name_.leave_behind();
@@ -124,13 +140,13 @@ void HiddenItem::replace_by_setting_aside()
 
 void HiddenItem::flush_folder() const
 {
-    flush(folder_.get(), url_);
+    flush(folder(), url_);
 }
 
 void HiddenItem::withdraw()
 {
-    if (published_ && published_ == identity_at(folder_.get(), final_name()) &&
-        rename_(folder_.get(), final_name(), folder_.get(), hidden()) == 0)
+    if (published_ && published_ == identity_at(folder(), final_name()) &&
+        rename_(folder(), final_name(), folder(), hidden()) == 0)
         published_.reset();
 }
 

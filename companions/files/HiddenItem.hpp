@@ -5,7 +5,6 @@
 #include "files/NoReplaceRename.hpp"
 #include "files/Place.hpp"
 #include "files/TransferItems.hpp"
-#include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Url.hpp>
 
@@ -39,10 +38,11 @@ public:
     void publish();
 
     /// Gives the complete item the destination's name and removes the item that has it. At every
-    /// moment, also after a kill and the next start, one of the two has the name and is complete.
+    /// moment, also after a kill or a power cut and the next start, one of the two has the name and
+    /// is complete. In the end the new item is on the disk with its name.
     ///
-    /// Errors: the platform's; then the old item stays. If the old item cannot be removed in the
-    /// end, the next start tries again.
+    /// Errors: the platform's; then the old item stays, unless only the flush of the new name
+    /// failed. If the old item cannot be removed in the end, the next start tries again.
     void publish_replacing();
 
     /// Writes the folder to its disk, so that a power cut cannot take the name back.
@@ -54,15 +54,16 @@ public:
     void withdraw();
 
 private:
+    [[nodiscard]] int folder() const { return name_.folder().fd; }
     [[nodiscard]] const char* hidden() const { return name_.text().c_str(); }
     [[nodiscard]] const char* final_name() const { return place_.path.c_str(); }
+    void flush_item() const;
     void remove_hidden() noexcept;
     void replace_by_setting_aside();
     [[nodiscard]] bool exchange() const;
 
     Place place_;
     Url url_;
-    FileDescriptor folder_;
     HiddenName name_;
     NoReplaceRename rename_;
     std::optional<Identity> published_;

@@ -1,5 +1,7 @@
 #include "files/HiddenName.hpp"
 
+#include "files/Flush.hpp"
+#include "files/Note.hpp"
 #include "files/ProcessedFiles.hpp"
 #include "files/ReadWrite.hpp"
 #include "utility/Uuid.hpp"
@@ -8,21 +10,37 @@
 
 #include <cerrno>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace orv {
+namespace {
 
-HiddenName::HiddenName(const Url& folder) : HiddenName(folder, {}) {}
-
-/// The note exists once the other constructor is done, so it goes if it cannot be written.
-HiddenName::HiddenName(const Url& folder, std::string_view original_name) : HiddenName(new_uuid())
+/// The folder once more: the caller's descriptor may not live as long, or allow no flush. A folder
+/// that may not be read cannot be flushed, either; its note is left to the next start.
+FileDescriptor opened_again(const DestinationFolder& folder)
 {
-    const Url url = processed_files_folder().appending(note_name_);
-    write_all({note_.get(), url}, note_text(folder.appending(text_), original_name), 0);
+    constexpr int flags = O_DIRECTORY | O_CLOEXEC;
+    FileDescriptor again(::openat(folder.fd, ".", O_RDONLY | flags));
+    if (!again && errno == EACCES)
+        again = FileDescriptor(::openat(folder.fd, ".", O_PATH | flags));
+    if (!again)
+        throw platform_error(errno, folder.url);
+    return again;
 }
 
-HiddenName::HiddenName(const std::string& uuid)
-    : processed_files_(made_processed_files_folder()), text_(hidden_name(uuid)),
+} // namespace
+
+/// The note exists once the other constructor is done, so it goes if it cannot be written.
+HiddenName::HiddenName(const DestinationFolder& folder, const std::string& original_name)
+    : HiddenName(folder, new_uuid(), {})
+{
+    announce(original_name);
+}
+
+HiddenName::HiddenName(const DestinationFolder& folder, const std::string& uuid, Unwritten)
+    : folder_(opened_again(folder)), url_(folder.url),
+      processed_files_(made_processed_files_folder()), text_(hidden_name(uuid)),
       note_name_(note_name(uuid)),
       note_(create_owned_file(processed_files_.get(), note_name_,
                               processed_files_folder().appending(note_name_)))
@@ -39,8 +57,23 @@ void HiddenName::removal_ended(int code)
 
 HiddenName::~HiddenName()
 {
-    if (!note_name_.empty())
-        ::unlinkat(processed_files_.get(), note_name_.c_str(), 0);
+    if (note_name_.empty())
+        return;
+    try {
+        flush(folder_.get(), url_);
+    } catch (const Error&) {
+        return;
+    }
+    ::unlinkat(processed_files_.get(), note_name_.c_str(), 0);
+}
+
+void HiddenName::announce(const std::string& original_name) const
+{
+    const Url url = processed_files_folder().appending(note_name_);
+    const Note note{url_.appending(text_), original_name, MountedVolume::of(folder_.get(), url_)};
+    write_all({note_.get(), url}, note.text(), 0);
+    flush(note_.get(), url);
+    flush(processed_files_.get(), processed_files_folder());
 }
 
 } // namespace orv

@@ -1,36 +1,37 @@
 #pragma once
 
+#include "files/DestinationFolder.hpp"
 #include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Url.hpp>
 
 #include <string>
-#include <string_view>
 
 namespace orv {
 
 /// A hidden name for items in one folder. A note in the processed-files folder announces it before
 /// the first of them exists, so that the next start of the library settles what a killed process
-/// left there.
+/// left there. The note is on the disk before any such item, and goes after the last one has gone
+/// from the disk, so this holds for a power cut, too.
 class HiddenName {
 public:
-    /// A new name in `folder` for items under construction: the next start removes them.
+    /// A new name in `folder`. Without an `original_name` it is for items under construction: the
+    /// next start removes them. With one it is for the item of that name, which is set aside: the
+    /// next start renames it back if the original name is free, and removes it otherwise.
     ///
     /// Errors: the platform's.
-    explicit HiddenName(const Url& folder);
+    explicit HiddenName(const DestinationFolder& folder, const std::string& original_name = {});
 
-    /// A new name in `folder` for the item `original_name` there, which is set aside: the next
-    /// start renames it back if the original name is free, and removes it otherwise.
-    ///
-    /// Errors: the platform's.
-    HiddenName(const Url& folder, std::string_view original_name);
-
-    /// Withdraws the note: nothing has that name any more.
+    /// Withdraws the note: nothing has that name any more. The note stays for the next start if the
+    /// folder cannot be flushed.
     ~HiddenName();
     HiddenName(const HiddenName&) = delete;
     HiddenName& operator=(const HiddenName&) = delete;
 
     [[nodiscard]] const std::string& text() const { return text_; }
+
+    /// The folder, open for as long as this lives.
+    [[nodiscard]] DestinationFolder folder() const { return {folder_.get(), url_}; }
 
     /// Leaves the item of that name, and the note, to the next start.
     void leave_behind() { note_name_.clear(); }
@@ -39,9 +40,16 @@ public:
     /// sure that there is none, the item is left behind.
     void removal_ended(int code);
 
-private:
-    explicit HiddenName(const std::string& uuid);
+    [[nodiscard]] bool is_left_behind() const { return note_name_.empty(); }
 
+private:
+    struct Unwritten {};
+
+    HiddenName(const DestinationFolder& folder, const std::string& uuid, Unwritten);
+    void announce(const std::string& original_name) const;
+
+    FileDescriptor folder_;
+    Url url_;
     FileDescriptor processed_files_;
     std::string text_;
     std::string note_name_;

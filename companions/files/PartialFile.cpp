@@ -46,9 +46,9 @@ PartialFile PartialFile::named(const DestinationFolder& folder, std::string name
     return {folder.fd, std::move(name), std::move(url), std::move(file)};
 }
 
-PartialFile PartialFile::hidden(const DestinationFolder& folder, std::shared_ptr<HiddenName> name,
-                                mode_t mode)
+PartialFile PartialFile::hidden(std::shared_ptr<HiddenName> name, mode_t mode)
 {
+    const DestinationFolder folder = name->folder();
     try {
         PartialFile file = named(folder, name->text(), mode);
         file.announced_ = std::move(name);
@@ -87,8 +87,10 @@ int PartialFile::publish(const DestinationFolder& folder, const std::string& nam
     if (!has_name())
         return link_to(folder.fd, name.c_str());
     const int code = rename(folder_, name_.c_str(), folder.fd, name.c_str(), &file_);
-    if (code == 0)
+    if (code == 0) {
         name_.clear();
+        announced_.reset();
+    }
     return code;
 }
 

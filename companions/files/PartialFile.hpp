@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/DestinationFolder.hpp"
 #include "files/HiddenName.hpp"
 #include "files/NoReplaceRename.hpp"
 #include "utility/FileDescriptor.hpp"
@@ -13,12 +14,6 @@
 #include <sys/types.h>
 
 namespace orv {
-
-/// An open folder in which items are made, and where it is found, for the errors. Owns nothing.
-struct DestinationFolder {
-    int fd = -1;
-    Url url = {};
-};
 
 /// A file that is being built, out of sight, open to its owner alone. Unless it is published,
 /// nothing of it remains.
@@ -37,10 +32,9 @@ public:
     /// Errors: the platform's; EEXIST when the name is taken.
     static PartialFile named(const DestinationFolder& folder, std::string name, mode_t mode = 0600);
 
-    /// The same under an announced name. Where the file can't be removed in the end, as on a volume
-    /// that has gone away, its note stays.
-    static PartialFile hidden(const DestinationFolder& folder, std::shared_ptr<HiddenName> name,
-                              mode_t mode = 0600);
+    /// The same under an announced name, in its folder. Where the file can't be removed in the end,
+    /// as on a volume that has gone away, its note stays.
+    static PartialFile hidden(std::shared_ptr<HiddenName> name, mode_t mode = 0600);
 
     ~PartialFile();
     PartialFile(PartialFile&& other) noexcept;

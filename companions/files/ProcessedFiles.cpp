@@ -1,8 +1,10 @@
 #include "files/ProcessedFiles.hpp"
 
+#include "files/Flush.hpp"
 #include "files/FolderReader.hpp"
 #include "files/MakeFolder.hpp"
 #include "files/NoReplaceRename.hpp"
+#include "files/Note.hpp"
 #include "files/Place.hpp"
 #include "files/ReadWrite.hpp"
 #include "files/RemoveTree.hpp"
@@ -91,19 +93,32 @@ bool is_put_back(const Url& hidden, const std::string& original_name)
     return code == 0;
 }
 
-/// Settles the item that the note announces. It is always one named after the note, whatever the
-/// note says.
-void settle_announced(int note, std::string_view note_uuid)
+/// Writes the folder of an item to its disk.
+void flush_folder_of(const Url& item)
 {
-    const std::string text = text_of(note);
-    // The original name comes first, so that a note cut short names no hidden item at all.
-    const std::size_t name_end = text.find('\0');
-    const bool is_aside = name_end != std::string::npos;
-    const Url hidden(is_aside ? text.substr(name_end + 1) : text);
-    if (hidden.last_path_component() != hidden_name(std::string(note_uuid)))
-        return;
-    if (!is_aside || !is_put_back(hidden, text.substr(0, name_end)))
-        remove_tree(hidden);
+    const Url folder = item.deleting_last_path_component();
+    const FileDescriptor opened(::openat(Place::in_opened_folder(item).folder(), ".",
+                                         O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
+    if (!opened)
+        throw platform_error(errno, folder);
+    flush(opened.get(), folder);
+}
+
+/// Settles the item that the note announces. It is always one named after the note, whatever the
+/// note says. Returns false if the note has to stay, so that the next start tries again.
+bool is_settled(int note_file, std::string_view note_uuid)
+{
+    const auto note = Note::parsed(text_of(note_file));
+    if (!note || note->hidden.last_path_component() != hidden_name(std::string(note_uuid)))
+        return true;
+    try {
+        if (note->original_name.empty() || !is_put_back(note->hidden, note->original_name))
+            remove_tree(note->hidden);
+        flush_folder_of(note->hidden);
+        return true;
+    } catch (const Error& error) {
+        return error.code() == ENOENT && note->volume.is_mounted();
+    }
 }
 
 std::vector<std::string> names_in(int folder)
@@ -120,14 +135,8 @@ void settle_leftover(int folder, const std::string& name)
     const FileDescriptor item = lock_of_dead(folder, name);
     if (!item)
         return;
-    try {
-        if (is_note(name))
-            settle_announced(item.get(), name.substr(0, name.size() - note_ending.size()));
-    } catch (const Error& error) {
-        if (error.code() != ENOENT)
-            return; // the note stays, so that the next start tries again
-    }
-    ::unlinkat(folder, name.c_str(), 0);
+    if (!is_note(name) || is_settled(item.get(), name.substr(0, name.size() - note_ending.size())))
+        ::unlinkat(folder, name.c_str(), 0);
 }
 
 } // namespace
@@ -206,13 +215,6 @@ std::string hidden_name(const std::string& uuid)
 std::string note_name(const std::string& uuid)
 {
     return uuid + std::string(note_ending);
-}
-
-std::string note_text(const Url& url, std::string_view original_name)
-{
-    if (original_name.empty())
-        return url.path();
-    return std::string(original_name).append(1, '\0').append(url.path());
 }
 
 } // namespace orv

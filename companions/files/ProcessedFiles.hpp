@@ -5,7 +5,6 @@
 #include <orv/utility/Url.hpp>
 
 #include <string>
-#include <string_view>
 
 namespace orv {
 
@@ -14,8 +13,7 @@ namespace orv {
 ///
 /// What stands in it belongs to the process that holds the lock (`flock`) on it: a file that is
 /// being built has a UUID as its name; one that has to be built elsewhere is announced by a note,
-/// whose name is a UUID with the extension "note". A note's text is the path of the hidden item;
-/// for an item that is set aside, its original name and a NUL come first.
+/// whose name is a UUID with the extension "note"; see `Note`.
 [[nodiscard]] const Url& processed_files_folder();
 
 /// Creates the folder and says whether it stands.
@@ -28,7 +26,7 @@ bool create_processed_files_folder();
 
 /// Settles what dead processes left in the folder and what their notes announce: unfinished items
 /// go, items set aside get their names back or go if their replacements are there. What cannot be
-/// settled stays for the next time.
+/// settled stays for the next time, as does what is announced on a volume that is away.
 void remove_leftovers();
 
 /// Creates the file `name` in an open folder, by default for its owner alone, and takes the lock
@@ -47,8 +45,5 @@ FileDescriptor create_owned_file(int folder, const std::string& name, const Url&
 /// The name of a hidden item that a copy leaves out, and of the note that announces it.
 [[nodiscard]] std::string hidden_name(const std::string& uuid);
 [[nodiscard]] std::string note_name(const std::string& uuid);
-
-/// The text of a note on the hidden item at `url`; see `processed_files_folder`.
-[[nodiscard]] std::string note_text(const Url& url, std::string_view original_name);
 
 } // namespace orv

@@ -1,5 +1,6 @@
 #include "files/SetAside.hpp"
 
+#include "files/Flush.hpp"
 #include "files/NoReplaceRename.hpp"
 #include "files/RemoveTree.hpp"
 
@@ -10,7 +11,7 @@
 namespace orv {
 
 SetAside::SetAside(const DestinationFolder& folder, std::string name)
-    : folder_(folder), name_(std::move(name)), hidden_name_(folder.url, name_)
+    : folder_(folder), name_(std::move(name)), hidden_name_(folder, name_)
 {
     const std::string& hidden = hidden_name_.text();
     if (const int code = NoReplaceRename()(folder_.fd, name_.c_str(), folder_.fd, hidden.c_str()))
@@ -31,6 +32,8 @@ void SetAside::discard() noexcept
 {
     is_aside_ = false;
     try {
+        // The replacement has its name on the disk before the old item goes from there.
+        flush(hidden_name_.folder().fd, folder_.url);
         remove_tree(folder_.fd, hidden_name_.text().c_str(), folder_.url.appending(name_));
     } catch (const std::exception&) {
         hidden_name_.leave_behind();

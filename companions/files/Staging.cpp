@@ -41,9 +41,7 @@ PartialFile Staging::create(const DestinationFolder& destination)
     open_processed_files(destination);
     if (way_ == Way::in_processed_files)
         return PartialFile::named(processed_files_, new_uuid());
-    if (!hidden_name_ || destination.url != announced_folder_)
-        announce(destination);
-    return PartialFile::hidden(destination, hidden_name_);
+    return create_hidden(destination);
 }
 
 bool Staging::can_do_otherwise(int code)
@@ -56,6 +54,10 @@ bool Staging::can_do_otherwise(int code)
     // file beside its destination has its note for protection.
     if (way_ == Way::in_processed_files && (code == EXDEV || code == ENOENT)) {
         way_ = Way::beside_destination;
+        return true;
+    }
+    if (hiding_place_ && code == EXDEV) {
+        hiding_place_.reset();
         return true;
     }
     return false;
@@ -71,11 +73,21 @@ void Staging::open_processed_files(const DestinationFolder& destination)
         way_ = Way::beside_destination;
 }
 
-void Staging::announce(const DestinationFolder& destination)
+PartialFile Staging::create_hidden(const DestinationFolder& destination)
 {
-    hidden_name_.reset();
-    hidden_name_ = std::make_shared<HiddenName>(destination.url);
-    announced_folder_ = destination.url;
+    const DestinationFolder& folder = hiding_place_ ? *hiding_place_ : destination;
+    try {
+        if (!hidden_name_ || folder.url != hidden_name_->folder().url) {
+            hidden_name_.reset();
+            hidden_name_ = std::make_shared<HiddenName>(folder);
+        }
+        return PartialFile::hidden(hidden_name_);
+    } catch (const Error&) {
+        if (!hiding_place_)
+            throw;
+    }
+    hiding_place_.reset();
+    return create_hidden(destination);
 }
 
 } // namespace orv

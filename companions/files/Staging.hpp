@@ -16,6 +16,12 @@ namespace orv {
 class Staging {
 public:
     Staging() = default;
+
+    /// Hides files that need a hidden name in the open folder `place`, if it takes them, instead of
+    /// beside their destinations: so one note serves them all. `place` has to outlive this, on the
+    /// volume of most destinations.
+    void hide_in(const DestinationFolder& place) { hiding_place_ = place; }
+
     Staging(const Staging&) = delete;
     Staging& operator=(const Staging&) = delete;
 
@@ -44,14 +50,14 @@ private:
     enum class Way { unnamed, in_processed_files, beside_destination };
 
     void open_processed_files(const DestinationFolder& destination);
-    void announce(const DestinationFolder& destination);
+    PartialFile create_hidden(const DestinationFolder& destination);
 
     Way way_ = Way::unnamed;
     NoReplaceRename rename_;
     FileDescriptor processed_files_fd_;
     DestinationFolder processed_files_{-1, {}};
-    std::shared_ptr<HiddenName> hidden_name_; // that which files get in the announced folder
-    Url announced_folder_;
+    std::optional<DestinationFolder> hiding_place_; // none once it did not take a file
+    std::shared_ptr<HiddenName> hidden_name_;
 };
 
 } // namespace orv

@@ -1,5 +1,6 @@
 #include "Operations/BuiltFile.hpp"
 
+#include "files/Flush.hpp"
 #include "files/HiddenItem.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/Place.hpp"
@@ -8,7 +9,9 @@
 #include <fstream>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -44,12 +47,31 @@ mode_t mode_of_new_files()
     return 0644;
 }
 
-/// Until then a file is its owner's alone.
-void open_to_others(const PartialFile& file, const Url& url, const BuiltFileErrors& errors)
+/// Gives the file, which was its owner's alone, the permissions of new files, and writes it to its
+/// disk.
+void finish(const PartialFile& file, const Url& url, const BuiltFileErrors& errors)
 {
     try {
         keep_mode(file.fd(), mode_of_new_files(), url);
+        flush(file.fd(), url);
     } catch (const Error& cause) {
+        throw errors.not_finalized.because_of(cause);
+    }
+}
+
+/// Writes the name of the new file to its disk, or takes it back.
+void keep_name(const PartialFile& file, const DestinationItem& destination,
+               const BuiltFileErrors& errors)
+{
+    const FileDescriptor folder(
+        ::openat(destination.folder.fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    try {
+        if (folder)
+            flush(folder.get(), destination.url());
+        else
+            flush_volume(file.fd(), destination.url()); // files may be put into it, but not listed
+    } catch (const Error& cause) {
+        ::unlinkat(destination.folder.fd, destination.name.c_str(), 0);
         throw errors.not_finalized.because_of(cause);
     }
 }
@@ -61,10 +83,10 @@ void build_new_file(const DestinationItem& destination, const BuiltFileErrors& e
     for (;;) {
         PartialFile file = created_file(staging, destination.folder, errors);
         fill(file);
-        open_to_others(file, destination.url(), errors);
+        finish(file, destination.url(), errors);
         const int code = staging.publish(file, destination.folder, destination.name);
         if (code == 0)
-            return;
+            return keep_name(file, destination, errors);
         if (!staging.can_do_otherwise(code))
             throw errors.not_finalized.because_of(platform_error(code, destination.url()));
     }

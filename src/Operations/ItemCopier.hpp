@@ -46,6 +46,9 @@ public:
     /// Whether `build` has a chance.
     [[nodiscard]] bool can_build() const { return staging_.is_unnamed(); }
 
+    /// See `Staging::hide_in`.
+    void hide_in(const DestinationFolder& place) { staging_.hide_in(place); }
+
     /// Creates a folder that is accessible to its owner alone.
     static void create_folder(const DestinationItem& destination);
 

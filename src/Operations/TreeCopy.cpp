@@ -196,6 +196,7 @@ void TreeCopy::copy_top()
         tell(item, 0);
         throw;
     }
+    copier_.hide_in(destination->item().folder);
     const SourceItem source{place.folder(), place.path, plan_.source};
     const bool is_taken_in = handle(item, source, destination->item());
     if (is_taken_in && item.is_folder())

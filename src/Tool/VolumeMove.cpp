@@ -26,11 +26,8 @@ void check_is_named(const Place& place, const Url& url)
 /// Gives the complete copy its name, for good: also after a power cut.
 void publish(HiddenItem& copy, bool replaces)
 {
-    if (replaces) {
-        copy.publish_replacing();
-        copy.flush_folder();
-        return;
-    }
+    if (replaces)
+        return copy.publish_replacing();
     copy.publish();
     try {
         copy.flush_folder();

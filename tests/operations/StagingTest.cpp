@@ -1,5 +1,6 @@
 #include "files/Staging.hpp"
 
+#include "files/Note.hpp"
 #include "files/ProcessedFiles.hpp"
 #include "support/Engine.hpp"
 #include "support/Volume.hpp"
@@ -84,8 +85,12 @@ void expect_hidden_and_announced(const Url& folder, const Url& processed_files)
     ASSERT_EQ(items.size(), 1U);
     const std::string uuid = items[0].substr(1, 36);
     EXPECT_EQ(items[0], "." + uuid + ".orvresume=text");
-    EXPECT_EQ(tree(processed_files),
-              Texts{uuid + ".note=" + folder.appending("." + uuid + ".orvresume").path()});
+    const Texts notes = tree(processed_files);
+    ASSERT_EQ(notes.size(), 1U);
+    const auto note = Note::parsed(notes[0].substr(uuid.size() + std::string(".note=").size()));
+    ASSERT_TRUE(note);
+    EXPECT_EQ(note->hidden, folder.appending("." + uuid + ".orvresume"));
+    EXPECT_TRUE(note->volume.is_mounted());
 }
 
 TEST_F(StagingTest, one_on_another_volume_is_hidden_beside_its_destination_and_announced)
