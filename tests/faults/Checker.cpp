@@ -150,6 +150,23 @@ Problems wrong_rows(const FaultCase& request, const Rows& now, const Snapshot& i
     return problems;
 }
 
+Problems wrong_replaced(const FaultCase& request, const Snapshot& items, Strictness strictness)
+{
+    const auto is_whole = [&](const Scene& scene) {
+        const auto part = [&](const Snapshot& all) {
+            Snapshot below;
+            for (const auto& entry : all)
+                if (is_at_or_below(entry.first, request.replaced))
+                    below.insert(entry);
+            return below;
+        };
+        return differences(part(scene.items), part(items), strictness).empty();
+    };
+    if (request.replaced.empty() || is_whole(request.before) || is_whole(request.after))
+        return {};
+    return {request.replaced + " is neither the old item nor the new one"};
+}
+
 /// Failing to keep what only describes an item is no error where the user may not.
 bool may_lose_metadata(const Fault& fault, const Supervision& ending)
 {
@@ -179,7 +196,7 @@ public:
             problems_.emplace_back("the library does not start again");
         items = items_of_site();
         check_state(items);
-        check_replaced(items);
+        add(wrong_replaced(request_, items, strictness_));
         if (site_.unfinished() != Site::unfinished_of_living())
             problems_.emplace_back("unfinished files are left, or a living process lost its own");
         return problems_;
@@ -224,8 +241,11 @@ private:
         if (fault_.kind == Fault::Kind::kill || ending_.hit.starts_with("unlink") ||
             keeps_replaced_item)
             return;
+        // What is not flushed may come back, so its note stays.
+        const bool keeps_note = ending_.hit.starts_with("fsync");
         for (const std::string& name : site_.unfinished())
-            if (!Site::is_unfinished_from_the_start(name))
+            if (!Site::is_unfinished_from_the_start(name) &&
+                !(keeps_note && name.ends_with(".note")))
                 problems_.push_back("the unfinished file " + name + " is left");
         for (const auto& [path, item] : items)
             if (is_unfinished(path) && !request_.before.items.contains(path))
@@ -249,22 +269,6 @@ private:
         }
     }
 
-    void check_replaced(const Snapshot& items)
-    {
-        const auto is_whole = [&](const Scene& scene) {
-            const auto part = [&](const Snapshot& all) {
-                Snapshot below;
-                for (const auto& entry : all)
-                    if (is_at_or_below(entry.first, request_.replaced))
-                        below.insert(entry);
-                return below;
-            };
-            return differences(part(scene.items), part(items), strictness_).empty();
-        };
-        if (!request_.replaced.empty() && !is_whole(request_.before) && !is_whole(request_.after))
-            problems_.push_back(request_.replaced + " is neither the old item nor the new one");
-    }
-
     void add(const Problems& more) { problems_.insert(problems_.end(), more.begin(), more.end()); }
 
     const FaultCase& request_;
@@ -272,6 +276,92 @@ private:
     const Fault& fault_;
     const Supervision& ending_;
     const Strictness strictness_;
+    Problems problems_;
+};
+
+/// What is on the disks after a power cut.
+class CutCheck {
+public:
+    CutCheck(const FaultCase& request, const Site& site, Promise promise, bool is_done)
+        : request_(request), site_(site), promise_(promise), is_done_(is_done)
+    {
+    }
+
+    Problems run()
+    {
+        Snapshot items = items_of_site();
+        std::erase_if(items, [&](const auto& entry) {
+            return is_unfinished(entry.first) && !request_.before.items.contains(entry.first);
+        });
+        check(items);
+        if (!site_.start_again())
+            problems_.emplace_back("the library does not start again");
+        items = items_of_site();
+        add(wrong_replaced(request_, items, Strictness::all));
+        check(items);
+        for (const std::string& name : site_.unfinished())
+            problems_.push_back("the unfinished file " + name + " is left");
+        return problems_;
+    }
+
+private:
+    [[nodiscard]] Snapshot items_of_site() const
+    {
+        Snapshot items = site_.items();
+        recognise_archive(request_, items);
+        return items;
+    }
+
+    void check(Snapshot items)
+    {
+        if (promise_ == Promise::originals)
+            forgive_what_is_new(items);
+        if (promise_ == Promise::all && is_done_)
+            check_is_there(items);
+        add(wrong_items(request_, items, Strictness::all));
+        add(wrong_order(request_, items, Strictness::all));
+        check_rows(items);
+    }
+
+    void forgive_what_is_new(Snapshot& items) const
+    {
+        for (auto& [path, item] : items)
+            if (const ItemState* wanted = find(request_.after.items, path);
+                wanted && wanted->type == item.type && !request_.before.items.contains(path))
+                item = *wanted;
+    }
+
+    void check_is_there(const Snapshot& items)
+    {
+        for (const auto& [path, item] : request_.after.items)
+            if (const ItemState* now = find(items, path); !now || !now->alike(item))
+                problems_.push_back(path + " was reported as done, but is " +
+                                    (now ? described(*now) : "missing"));
+    }
+
+    /// What was moved may be back where it was, too; what was made may be gone.
+    void check_rows(const Snapshot& items)
+    {
+        FaultCase request = request_;
+        Rows rows = site_.rows();
+        const auto forget = [&](const auto& is_forgotten) {
+            for (Rows* of : {&request.before.rows, &request.after.rows, &rows})
+                std::erase_if(*of, is_forgotten);
+        };
+        for (const auto& [from, to] : request_.moved)
+            if (is_complete_at(to, request_.after.items, items, Strictness::all))
+                forget([&](const auto& row) { return is_at_or_below("home/" + row.first, from); });
+        if (request_.moved.empty())
+            forget([&](const auto& row) { return !items.contains("home/" + row.first); });
+        add(wrong_rows(request, rows, items));
+    }
+
+    void add(const Problems& more) { problems_.insert(problems_.end(), more.begin(), more.end()); }
+
+    const FaultCase& request_;
+    const Site& site_;
+    const Promise promise_;
+    const bool is_done_;
     Problems problems_;
 };
 
@@ -314,6 +404,12 @@ std::vector<std::string> wrong_after(const FaultCase& request, const Site& site,
                                      const Supervision& ending)
 {
     return Check(request, site, fault, ending).run();
+}
+
+std::vector<std::string> wrong_after_power_cut(const FaultCase& request, const Site& site,
+                                               Promise promise, bool is_done)
+{
+    return CutCheck(request, site, promise, is_done).run();
 }
 
 } // namespace orv::test

@@ -32,4 +32,16 @@ enum class Strictness {
 [[nodiscard]] std::vector<std::string> wrong_after(const FaultCase& request, const Site& site,
                                                    const Fault& fault, const Supervision& ending);
 
+/// What of a request survives a power cut.
+enum class Promise {
+    all,        ///< what was reported as done
+    old_or_new, ///< all that it moves, at one of the two places
+    originals,  ///< what was there before; what it makes may be lost or without its content
+};
+
+/// What went wrong in `site` when the power went while `request` was at work, or after it had
+/// reported that it `is_done`; starts the library once more. No process lives then.
+[[nodiscard]] std::vector<std::string>
+wrong_after_power_cut(const FaultCase& request, const Site& site, Promise promise, bool is_done);
+
 } // namespace orv::test

@@ -7,6 +7,7 @@
 #include "faults/ChangedUnderneath.hpp"
 #include "faults/Mount.hpp"
 #include "faults/Peers.hpp"
+#include "faults/PowerCut.hpp"
 #include "faults/ProveVolumes.hpp"
 #include "faults/Sweep.hpp"
 
@@ -14,10 +15,14 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <string_view>
 
 namespace {
 
 using namespace orv::test;
+
+// Each of five outages is tried at these calls, on disks that are made anew each time.
+constexpr long step_of_power_cuts = 3;
 
 void print_row(const std::string& family, const Tally& tally)
 {
@@ -70,6 +75,25 @@ Tally prove_changes()
     return all;
 }
 
+Tally prove_power_cuts()
+{
+    Tally all;
+    for (const char* file_system : {"ext4", "xfs"}) {
+        const auto obstacle = obstacle_to_power_cuts(file_system);
+        if (obstacle) {
+            std::printf("power cuts: left out, since %s\n", obstacle->c_str());
+            continue;
+        }
+        for (const PowerCase& cut : power_cases()) {
+            const Tally tally = sweep(cut, file_system, step_of_power_cuts);
+            print_row(cut.request.name + ": power cut on " + file_system, tally);
+            print_problems(tally);
+            all += tally;
+        }
+    }
+    return all;
+}
+
 bool is_installed(const std::string& program)
 {
     return std::filesystem::exists("/usr/bin/" + program) ||
@@ -100,10 +124,12 @@ try {
     if (count > 1 && arguments[1] == std::string("pulled"))
         return prove_pulled_volumes() == 0 ? 0 : 1;
     if (count > 1)
-        return prove_volumes(arguments[1]) == 0 ? 0 : 1;
+        return std::string_view(arguments[1]) == "power" ? prove_power_cuts().lost != 0
+                                                         : prove_volumes(arguments[1]) != 0;
     std::printf("%-56s %8s %10s %6s\n", "orv", "faults", "survived", "lost");
     Tally all = prove_requests();
     all += prove_changes();
+    all += prove_power_cuts();
     print_row("all", all);
     show_peers();
     const int failed = prove_volumes("") + prove_pulled_volumes();

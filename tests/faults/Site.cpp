@@ -96,6 +96,12 @@ void Site::own_unfinished_files()
     }
 }
 
+void Site::forget_living()
+{
+    owned_.clear();
+    empty(fs::path(unfinished_folder()));
+}
+
 void Site::give_input(const std::string& text)
 {
     has_input_ = !text.empty();

@@ -29,6 +29,9 @@ public:
     /// they are emptied.
     void reset();
 
+    /// No other process lives any more, and none has ever left anything.
+    void forget_living();
+
     /// Runs `orv` on the home; arguments that name an item begin with "@", for the root.
     [[nodiscard]] Supervision run(const std::vector<std::string>& arguments,
                                   const Fault& fault = {}) const;

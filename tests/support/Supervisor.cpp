@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <regex>
 
 #include <linux/seccomp.h>
 #include <poll.h>
@@ -71,7 +72,10 @@ private:
     void count(const seccomp_notif& call, seccomp_notif_resp& answer)
     {
         const std::string text = call_below(root_, call);
-        if (!text.empty() && ++result_.calls == fault_.at)
+        if (text.empty())
+            return;
+        result_.calls.push_back(text);
+        if (std::regex_search(text, counted_) && ++count_ == fault_.at)
             meet(text, answer);
     }
 
@@ -94,6 +98,8 @@ private:
         case Fault::Kind::none:
             break;
         case Fault::Kind::kill:
+            if (fault_.hook)
+                fault_.hook();
             kill();
             break;
         case Fault::Kind::error:
@@ -110,6 +116,8 @@ private:
     const Fault& fault_;
     const Lacking& lacking_;
     Supervision& result_;
+    const std::regex counted_{fault_.only};
+    long count_ = 0;
     bool is_killed_ = false;
 };
 

@@ -10,7 +10,7 @@ namespace orv::test {
 struct Fault {
     enum class Kind {
         none,
-        kill,  ///< the process ends before the call happens
+        kill,  ///< `hook` runs, if there is one, and the process ends before the call happens
         error, ///< the call does not happen and fails with `code`
         pause, ///< the call waits until `hook` has run
     };
@@ -19,6 +19,7 @@ struct Fault {
     long at = 0; ///< the call, counted from 1 over all threads and children of the command
     int code = 0;
     std::function<void()> hook = {};
+    std::string only = {}; ///< count only calls whose text matches this regular expression
 };
 
 /// What the file systems seem to lack while a command is supervised, as older and foreign ones do.
@@ -27,11 +28,12 @@ struct Lacking {
     bool renaming_with_flags = false;
     bool links = false; ///< second names of one file
     bool attributes = false;
+    bool renaming_between_folders = false; ///< as if each folder were a volume of its own
 };
 
 /// How a command ended that was supervised.
 struct Supervision {
-    long calls = 0;
+    std::vector<std::string> calls; ///< as `call_below` shows them, in their order
     std::string hit;    ///< the call that the fault met; empty when there were fewer calls
     int exit_code = -1; ///< -1 when a signal ended it
     int signal = 0;

@@ -152,6 +152,13 @@ std::string file_of(const seccomp_notif& call, const Operand& operand)
     return {};
 }
 
+bool leads_to_another_folder(const seccomp_notif& call)
+{
+    const std::filesystem::path from = file_of(call, at_in(0));
+    const std::filesystem::path to = file_of(call, at_in(2));
+    return from.parent_path() != to.parent_path();
+}
+
 bool is_harmless(const seccomp_notif& call)
 {
     return call.data.nr == SYS_ioctl && call.data.args[1] != FICLONE &&
@@ -179,6 +186,8 @@ int code_of_lacking(const Lacking& lacking, const seccomp_notif& call)
         return lacking.unnamed_files && (call.data.args[2] & O_TMPFILE) == O_TMPFILE ? EOPNOTSUPP
                                                                                      : 0;
     case SYS_renameat2:
+        if (lacking.renaming_between_folders && leads_to_another_folder(call))
+            return EXDEV;
         return lacking.renaming_with_flags && call.data.args[4] != 0 ? EINVAL : 0;
     case SYS_linkat:
         return lacking.links ? EPERM : 0;
