@@ -320,7 +320,11 @@ private:
             check_is_there(items);
         add(wrong_items(request_, items, Strictness::all));
         add(wrong_order(request_, items, Strictness::all));
-        check_rows(items);
+        try {
+            check_rows(items);
+        } catch (const std::exception& error) {
+            problems_.emplace_back(error.what());
+        }
     }
 
     void forgive_what_is_new(Snapshot& items) const

@@ -72,6 +72,10 @@ Disk::~Disk()
 
 void Disk::mount(const Url& at)
 {
+    // A file of its own for each time: the loop device of the last time may not be free yet, and
+    // would be used again.
+    run("cp --sparse=always " + image_ + " " + image_ + ".new");
+    run("mv " + image_ + ".new " + image_);
     run("mount -t " + file_system_ + " -o " + options_for(file_system_) + " " + image_ + " " +
         at.path());
     at_ = at.path();
@@ -106,9 +110,7 @@ void Disk::save() const
 
 void Disk::restore() const
 {
-    // In a file of its own: the loop device may still have the last one.
-    run("cp --sparse=always " + image_ + ".saved " + image_ + ".new");
-    run("mv " + image_ + ".new " + image_);
+    run("cp --sparse=always --remove-destination " + image_ + ".saved " + image_);
 }
 
 } // namespace orv::test
