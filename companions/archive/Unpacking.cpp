@@ -4,6 +4,7 @@
 #include "archive/LinkJudge.hpp"
 #include "archive/NewFile.hpp"
 #include "archive/PathNames.hpp"
+#include "files/CopyNode.hpp"
 #include "files/FolderCursor.hpp"
 #include "files/FolderReader.hpp"
 #include "files/FreeName.hpp"
@@ -183,7 +184,7 @@ private:
             const auto free =
                 code == EEXIST ? generate_non_conflicting_file_url(url, {url}) : std::nullopt;
             if (!free)
-                throw platform_error(code, url);
+                throw link_error(code, folder, url);
             name = free->last_path_component();
         }
         return name;

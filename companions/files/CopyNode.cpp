@@ -1,5 +1,6 @@
 #include "files/CopyNode.hpp"
 
+#include "files/Flush.hpp"
 #include "files/ItemMetadata.hpp"
 #include "utility/FileDescriptor.hpp"
 
@@ -8,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -24,7 +26,29 @@ void remove_made_instead(int folder, const std::string& name)
         ::unlinkat(folder, name.c_str(), 0);
 }
 
+/// True if the volume of the open folder has no such items. FUSE and network volumes say so with
+/// errors of all kinds, FAT with one that means a refusal elsewhere.
+bool cannot_hold(int code, int folder)
+{
+    if (code == ENOSYS || code == EOPNOTSUPP)
+        return true;
+    const bool is_unlike_disks =
+        !reports_faults(folder) || ::fpathconf(folder, _PC_2_SYMLINKS) == 0;
+    return is_unlike_disks && (code == EPERM || code == EIO || code == EINVAL);
+}
+
+Error not_held(int code, int folder, std::string_view sentence, const Url& url)
+{
+    return cannot_hold(code, folder) ? Error(std::string(sentence)).at(url)
+                                     : platform_error(code, url);
+}
+
 } // namespace
+
+Error link_error(int code, int folder, const Url& url)
+{
+    return not_held(code, folder, "This volume cannot hold symbolic links.", url);
+}
 
 struct stat copy_link(const SourceItem& source, const DestinationItem& destination)
 {
@@ -40,7 +64,7 @@ struct stat copy_link(const SourceItem& source, const DestinationItem& destinati
         throw platform_error(errno, source.url);
     const int folder = destination.folder.fd;
     if (::symlinkat(text.data(), folder, destination.name.c_str()) != 0)
-        throw platform_error(errno, destination.url());
+        throw link_error(errno, folder, destination.url());
     keep_times_of_link(folder, destination.name, status.st_atim, status.st_mtim, destination.url());
     return status;
 }
@@ -58,7 +82,8 @@ struct stat copy_node(const SourceItem& source, const DestinationItem& destinati
         const int code = errno;
         if (code != EEXIST)
             remove_made_instead(folder, destination.name);
-        throw platform_error(code, destination.url());
+        throw not_held(code, folder, "This volume cannot hold named pipes and sockets.",
+                       destination.url());
     }
     keep_mode_of_node(folder, destination.name, status.st_mode);
     keep_times_of_link(folder, destination.name, status.st_atim, status.st_mtim, destination.url());

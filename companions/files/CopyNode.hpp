@@ -2,6 +2,8 @@
 
 #include "files/TransferItems.hpp"
 
+#include <orv/utility/Error.hpp>
+
 #include <sys/stat.h>
 
 namespace orv {
@@ -18,5 +20,9 @@ struct stat copy_link(const SourceItem& source, const DestinationItem& destinati
 ///
 /// Errors: those of `copy_link`.
 struct stat copy_node(const SourceItem& source, const DestinationItem& destination);
+
+/// The error of a link that could not be made at `url`: it says so if the volume of the open folder
+/// has no links. `code` is the errno.
+[[nodiscard]] Error link_error(int code, int folder, const Url& url);
 
 } // namespace orv

@@ -84,10 +84,12 @@ std::optional<std::string> attribute_value(int fd, const char* name)
     }
 }
 
+/// Nobody else changes an item under construction, so a network volume need not be asked again.
 bool has_mode(int fd, mode_t mode)
 {
-    struct stat status {};
-    return ::fstat(fd, &status) == 0 && (status.st_mode & 07777U) == mode;
+    struct statx facts {};
+    return ::statx(fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MODE, &facts) == 0 &&
+           (facts.stx_mode & 07777U) == mode;
 }
 
 timespec time_of(const statx_timestamp& stamp)

@@ -4,6 +4,8 @@
 
 #include <orv/utility/Error.hpp>
 
+#include <cerrno>
+
 #include <fcntl.h>
 
 namespace orv {
@@ -19,6 +21,19 @@ std::optional<struct stat> item_status(const Url& url, int flags)
         // A folder on the way that cannot be opened hides the item like a failed call does.
     }
     return std::nullopt;
+}
+
+Error missing_item(const Error& failure, const Url& url)
+try {
+    const Place place = Place::of(url);
+    struct stat status {};
+    if (::fstatat(place.folder(), place.name(), &status, AT_SYMLINK_NOFOLLOW) != 0 &&
+        errno != ENOENT && errno != ENOTDIR)
+        return failure.at(url).because_of(platform_error(errno, url));
+    return failure.at(url);
+} catch (const Error& cause) {
+    return cause.code() == ENOENT || cause.code() == ENOTDIR ? failure.at(url)
+                                                             : failure.at(url).because_of(cause);
 }
 
 bool is_directory(const Url& url)

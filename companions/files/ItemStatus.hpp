@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <optional>
@@ -13,6 +14,10 @@ namespace orv {
 ///
 /// Threading: any.
 [[nodiscard]] std::optional<struct stat> item_status(const Url& url, int flags);
+
+/// `failure`, which says that there is no item at `url`, told there; with the reason if the item
+/// may exist, but its volume is gone or a folder on the way is closed.
+[[nodiscard]] Error missing_item(const Error& failure, const Url& url);
 
 /// True if the item is a folder or a link to one.
 [[nodiscard]] bool is_directory(const Url& url);

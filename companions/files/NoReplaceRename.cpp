@@ -69,7 +69,7 @@ int NoReplaceRename::operator()(int from_folder, const char* from, int to_folder
     }
     if (way_ == Way::by_link) {
         // No volume links folders, so a folder tells nothing about the next file.
-        if (is_folder(from_folder, from))
+        if (!open_file && is_folder(from_folder, from))
             return rename_by_looking(from_folder, from, to_folder, to, open_file);
         if (const auto error = rename_by_link(from_folder, from, to_folder, to))
             return *error;

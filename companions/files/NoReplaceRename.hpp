@@ -19,8 +19,9 @@ public:
     explicit NoReplaceRename(Way first = Way::by_flag) : way_(first) {}
 
     /// Renames `from` of one open folder to `to` in another, or in the same one. `open_file`, if
-    /// given, is a descriptor of the item; it is closed before a plain rename, since some volumes
-    /// write a file on when it is closed later, and under its old name.
+    /// given, says that the item is a file, and is its descriptor or was; it is closed before a
+    /// plain rename, since some volumes write a file on when it is closed later, and under its old
+    /// name.
     ///
     /// Errors: returns 0 or the errno: EEXIST if the name is taken, EXDEV if the folders lie on
     /// different volumes, the errno of a failed close.

@@ -83,7 +83,10 @@ PartialFile::~PartialFile()
 int PartialFile::publish(const DestinationFolder& folder, const std::string& name,
                          NoReplaceRename& rename)
 {
-    check_written();
+    if (announced_)
+        close_written();
+    else
+        check_written();
     if (!has_name())
         return link_to(folder.fd, name.c_str());
     const int code = rename(folder_, name_.c_str(), folder.fd, name.c_str(), &file_);
@@ -105,6 +108,13 @@ void PartialFile::check_written() const
 {
     const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
     if (second < 0 || ::close(second) != 0)
+        throw platform_error(errno, url_);
+}
+
+/// A file with a note needs no lock, and a FUSE volume pays for every name that an open file loses.
+void PartialFile::close_written()
+{
+    if (file_ && ::close(file_.release()) != 0 && errno != EINTR)
         throw platform_error(errno, url_);
 }
 

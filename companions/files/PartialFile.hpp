@@ -58,6 +58,7 @@ private:
 
     [[nodiscard]] bool has_name() const { return !name_.empty(); }
     void check_written() const;
+    void close_written();
     [[nodiscard]] std::string proc_path() const;
     [[nodiscard]] int link_to(int folder, const char* name) const;
 

@@ -1,9 +1,41 @@
 #include <orv/utility/Error.hpp>
 
+#include <cerrno>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 namespace orv {
+namespace {
+
+/// What a code means whose own text says little to whoever copies a file; empty for all others.
+std::string_view meaning_of(int code)
+{
+    switch (code) {
+    // An unplugged disk, a server that is not reached, a FUSE volume whose program has ended.
+    case ENOTCONN:
+    case ECONNABORTED:
+    case ECONNRESET:
+    case ESHUTDOWN:
+    case EHOSTDOWN:
+    case EHOSTUNREACH:
+    case ENODEV:
+    case ESTALE:
+        return "Its volume is not there any more";
+    case ETIMEDOUT:
+        return "Its volume does not answer";
+    case EIO:
+        return "Its volume failed";
+    case EFBIG:
+        return "The file is too big for this volume";
+    case ENAMETOOLONG:
+        return "The name is too long for this volume";
+    default:
+        return {};
+    }
+}
+
+} // namespace
 
 struct Error::Content {
     std::string message;
@@ -91,7 +123,9 @@ Error error_msg(std::string_view sentence, std::string_view source, std::string_
 
 Error platform_error(int code, const Url& path)
 {
-    const std::string sentence = std::generic_category().message(code) + ".";
+    const std::string_view meaning = meaning_of(code);
+    const std::string text = std::generic_category().message(code) + ".";
+    const std::string sentence = meaning.empty() ? text : std::string(meaning) + ": " + text;
     return Error(Error::Content{sentence + " (" + path.path() + ")", sentence, path, code,
                                 Error::Kind::platform});
 }

@@ -9,6 +9,7 @@
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/Flush.hpp"
+#include "files/ItemStatus.hpp"
 
 namespace orv {
 namespace {
@@ -41,7 +42,8 @@ void delete_item_and_records(const Url& url)
     check_path(url, "Given", delete_place);
     const UrlLock lock(write(url));
     if (!Tool::item_exists(url))
-        throw delete_place("Couldn't delete the item, because it doesn't exist.").at(url);
+        throw missing_item(delete_place("Couldn't delete the item, because it doesn't exist."),
+                           url);
     pause_in_test_mode(std::chrono::seconds(1));
 
     const RecordKey key = record_key_of_entry(url);

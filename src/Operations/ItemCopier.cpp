@@ -44,9 +44,11 @@ void copy_whole(Make make, const SourceItem& source, const DestinationItem& dest
     try {
         (void)make(source, destination);
     } catch (const Error& error) {
-        const int code = error.code().value_or(0);
-        throw error.path() == source.url ? source_error(code, source.url)
-                                         : placing_error(code, destination.url());
+        const auto code = error.code();
+        if (!code) // what the volume cannot hold
+            throw move_error(error);
+        throw error.path() == source.url ? source_error(*code, source.url)
+                                         : placing_error(*code, destination.url());
     }
 }
 

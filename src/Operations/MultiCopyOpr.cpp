@@ -7,6 +7,7 @@
 #include "Operations/FolderChecks.hpp"
 #include "Operations/FolderSizeOpr.hpp"
 #include "Tool/Tool.hpp"
+#include "files/ItemStatus.hpp"
 
 #include <orv/utility/Fatal.hpp>
 
@@ -61,8 +62,8 @@ std::vector<std::int64_t> measured(CopyBatch& batch, const std::vector<Url>& sou
     std::vector<std::int64_t> sizes;
     for (const Url& source : sources) {
         if (!Tool::item_exists(source))
-            throw multi_copy_place("Source item doesn't exist. \n" + source.description())
-                .at(source);
+            throw missing_item(
+                multi_copy_place("Source item doesn't exist. \n" + source.description()), source);
         sizes.push_back(item_size(source, [&] { batch.check_cancelled(); }));
     }
     return sizes;

@@ -2,6 +2,7 @@
 
 #include "Operations/ErrorPlace.hpp"
 #include "Tool/Tool.hpp"
+#include "files/ItemStatus.hpp"
 
 #include <orv/utility/Url.hpp>
 
@@ -37,7 +38,7 @@ check_source_and_destination(const Url& source, const Url& destination, const Er
     check_path(source, "Source", place);
     check_path(destination, "Destination", place);
     if (!Tool::item_exists(source))
-        throw place("Source item doesn't exist.", where).at(source);
+        throw missing_item(place("Source item doesn't exist.", where), source);
 }
 
 } // namespace orv

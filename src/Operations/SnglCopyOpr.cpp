@@ -10,6 +10,7 @@
 #include "Operations/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/ItemMetadata.hpp"
+#include "files/ItemStatus.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/Place.hpp"
 #include "files/SameItem.hpp"
@@ -115,7 +116,7 @@ std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool o
             if (should_lock_urls)
                 check_nobody_holds(src_url, dest_url);
             if (!Tool::item_exists(src_url))
-                throw single_copy_place("Source item doesn't exist.").at(src_url);
+                throw missing_item(single_copy_place("Source item doesn't exist."), src_url);
             copy_item(request, src_url, dest_url, must_replace(src_url, dest_url, overwrite));
             return status::success{};
         });

@@ -11,6 +11,7 @@
 #include "archive/Zip.hpp"
 #include "files/Flush.hpp"
 #include "files/FolderReader.hpp"
+#include "files/ItemStatus.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/Place.hpp"
 #include "files/RemoveTree.hpp"
@@ -37,7 +38,7 @@ void check_urls(const Url& archive, const Url& destination)
     if (archive == destination)
         throw unzip_place("Archive and destination url cannot be the same.", 98).at(archive);
     if (!Tool::item_exists(destination))
-        throw unzip_place("Destination folder doesn't exist.", 109).at(destination);
+        throw missing_item(unzip_place("Destination folder doesn't exist.", 109), destination);
     if (!Tool::is_directory(destination))
         throw unzip_place("Destination url points to an existing non-folder item.", 105)
             .at(destination);
@@ -143,7 +144,7 @@ UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url&
 
     const auto lock = std::make_shared<UrlLock>(std::vector{read(archive)}, write(url), true);
     if (!Tool::item_exists(archive))
-        throw unzip_place("Archive file doesn't exist.", 157).at(archive);
+        throw missing_item(unzip_place("Archive file doesn't exist.", 157), archive);
     const DescriptorLease descriptors = lease_descriptors(request, needed_by_archive);
     const auto container = std::make_shared<Container>(url);
     unpack(request, archive, *container, password);

@@ -10,6 +10,7 @@
 #include "Operations/ZipErrors.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
+#include "files/ItemStatus.hpp"
 #include "files/SameItem.hpp"
 
 namespace orv {
@@ -74,7 +75,8 @@ void check_items_exist(const std::vector<Url>& items)
 {
     for (const Url& item : items)
         if (!Tool::item_exists(item))
-            throw zip_place("Source item doesn't exist. \n" + item.description(), 138).at(item);
+            throw missing_item(zip_place("Source item doesn't exist. \n" + item.description(), 138),
+                               item);
 }
 
 /// Under another spelling, what is to be deleted may be what is to be packed.

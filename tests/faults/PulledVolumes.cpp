@@ -60,11 +60,6 @@ std::string wrong_with(const Places& before, const Places& after, const Places& 
     return wrong;
 }
 
-VolumeKind pulled_kind(const std::string& rule)
-{
-    return {.name = "pulled", .mount = std::string(ORV_ODD_VOLUME) + " $SEED $MOUNT " + rule};
-}
-
 } // namespace
 
 const std::vector<Pull>& pulls()
@@ -93,7 +88,7 @@ PulledOutcome pull(const VolumeRequest& request, const Pull& pull, long at)
     const fs::path shown = fs::path(volume.seed()) / "work";
     make_items(place.home, request.home);
     make_items(shown, request.volume);
-    volume.mount(pulled_kind(pull.rule + std::to_string(at)));
+    volume.mount(odd_kind(pull.rule + std::to_string(at)));
     const VolumeRun ran = run_at(place, log, request.orv);
     // Asks the server: what the kernel remembers of a dead one would do for other calls.
     const bool is_reached = ::getxattr(volume.url().path().c_str(), "user.calls", nullptr, 0) < 0;
@@ -103,7 +98,11 @@ PulledOutcome pull(const VolumeRequest& request, const Pull& pull, long at)
     if (ran.code != 0 && !ran.failed_with_sentence())
         return {is_reached, "ended with code " + std::to_string(ran.code) + ": " + ran.errors};
 
-    volume.mount(pulled_kind(""));
+    if (pull.rule == pulls().front().rule && ran.code != 0 &&
+        ran.errors.find("volume") == std::string::npos)
+        return {is_reached, "it does not tell that the volume is away: " + ran.errors};
+
+    volume.mount(odd_kind(""));
     const VolumeRun next = run_at(place, log, "$ORV ls $H");
     const Places after = places_of(items_of(request.home_after), items_of(request.volume_after));
     const Places now = places_of(items_below(place.home), items_below(shown));

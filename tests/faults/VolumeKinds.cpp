@@ -142,6 +142,11 @@ const std::vector<VolumeKind>& volume_kinds()
     return kinds;
 }
 
+VolumeKind odd_kind(const std::string& rules)
+{
+    return {.name = "odd", .mount = odd(rules)};
+}
+
 const VolumeKind& volume_kind(const std::string& name)
 {
     return *std::ranges::find(volume_kinds(), name, &VolumeKind::name);

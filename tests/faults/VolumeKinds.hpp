@@ -31,6 +31,9 @@ inline void PrintTo(const VolumeKind& kind, std::ostream* to)
 [[nodiscard]] const std::vector<VolumeKind>& volume_kinds();
 [[nodiscard]] const VolumeKind& volume_kind(const std::string& name);
 
+/// A volume of the tests' own file system, with rules.
+[[nodiscard]] VolumeKind odd_kind(const std::string& rules);
+
 /// Why none of that kind can be mounted here; none when it can.
 [[nodiscard]] std::optional<std::string> obstacle_to(const VolumeKind& kind);
 

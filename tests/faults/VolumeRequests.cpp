@@ -155,7 +155,7 @@ VolumeOutcome VolumeTrial::lacks_of(const Work& place, const Work& other) const
 
 /// What is wrong with a request that did not do all, or an empty text.
 std::string VolumeTrial::wrong_with(const VolumeRequest& request, const Work& place,
-                                    const VolumeRun& ran, bool other_can)
+                                    const VolumeRun& ran, bool other_can) const
 {
     if (ran.code == 0)
         return "success, but home has" + joined(items_below(place.home)) + ", volume has" +
@@ -166,6 +166,8 @@ std::string VolumeTrial::wrong_with(const VolumeRequest& request, const Work& pl
         return "lost" + joined(lost);
     if (const Items left = place.left_by(request); !left.empty())
         return "left" + joined(left);
+    if (!kind_.is_read_only && ran.errors.find(request.refusal) == std::string::npos)
+        return "it does not say: " + request.refusal;
     return other_can ? "the other command can" : "";
 }
 

@@ -18,7 +18,8 @@ struct VolumeRequest {
     std::string volume;
     std::string home_after; ///< and after it succeeded
     std::string volume_after;
-    std::string told = {};           ///< what it has to write
+    std::string told = {};    ///< what it has to write
+    std::string refusal = {}; ///< what it says of a volume that can be written, but not hold it
     bool needs_one_spelling = false; ///< only where names that differ in case are one item
     bool keeps_all = false;          ///< modes and dates too, where the other command keeps them
     bool is_quick = false;           ///< the test suite tries it too
@@ -76,8 +77,8 @@ private:
 
     [[nodiscard]] Work work_of(const VolumeRequest& request, const char* who) const;
     [[nodiscard]] VolumeOutcome lacks_of(const Work& place, const Work& other) const;
-    [[nodiscard]] static std::string wrong_with(const VolumeRequest& request, const Work& place,
-                                                const VolumeRun& ran, bool other_can);
+    [[nodiscard]] std::string wrong_with(const VolumeRequest& request, const Work& place,
+                                         const VolumeRun& ran, bool other_can) const;
 
     VolumeKind kind_;
     Scratch home_;

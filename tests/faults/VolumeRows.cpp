@@ -9,14 +9,18 @@ namespace {
 std::vector<VolumeRequest> rows()
 {
     const std::string tree = "tree/ tree/a tree/big tree/empty tree/sub/ tree/sub/b";
+    const std::string no_links = "cannot hold symbolic links";
+    const std::string no_nodes = "cannot hold named pipes";
     const std::string copy = "new/ new/a new/big new/empty new/sub/ new/sub/b";
     return {
         {"copy_file_to", "$ORV cp $H/big $V/big", "cp -a $H/big $V/big", "big", "", "big", "big"},
         {"copy_tree_to", "$ORV cp $H/tree $V/new", "cp -a $H/tree $V/new", tree, "", tree, copy},
         {"copy_link_to", "$ORV cp $H/t $V/t", "cp -a $H/t $V/t", "t/ t/l>a t/a", "", "t/ t/l>a t/a",
-         "t/ t/l>a t/a"},
+         "t/ t/l>a t/a", "", no_links},
         {"copy_fifo_to", "$ORV cp $H/t $V/t", "cp -a $H/t $V/t", "t/ t/f| t/a", "", "t/ t/f| t/a",
-         "t/ t/f| t/a"},
+         "t/ t/f| t/a", "", no_nodes},
+        {"move_link_in", "$ORV mv $H/t $V/t", "mv $H/t $V/t", "t/ t/l>a t/a", "", "",
+         "t/ t/l>a t/a", "", no_links},
         {"copy_file_from", "$ORV cp $V/big $H/big", "cp -a $V/big $H/big", "", "big", "big", "big"},
         {"copy_tree_from", "$ORV cp $V/tree $H/new", "cp -a $V/tree $H/new", "", tree, copy, tree},
         {"copy_within", "$ORV cp $V/tree $V/new", "cp -a $V/tree $V/new", "", tree, "",
@@ -44,15 +48,15 @@ std::vector<VolumeRequest> rows()
          "mv -T $V/tree $V/TREE && mv -T $V/TREE $V/new", "", tree, "", copy},
         {"rename_taken", "! $ORV rename $V/a b 2>/dev/null", "true", "", "a b", "", "a b"},
         {"same_copied", "$ORV cp $V/a $V/A --on-conflict replace; true", "true", "", "a", "", "a",
-         "", true},
+         "", "", true},
         {"same_moved", "$ORV mv $V/a $V/A --on-conflict replace", "mv $V/a $V/A", "", "a", "",
-         "A=a", "", true},
+         "A=a", "", "", true},
         {"same_copied_into", "! $ORV cp $V/tree $V/TREE 2>/dev/null", "true", "", tree, "", tree,
-         "", true},
+         "", "", true},
         {"same_merged", "$ORV cp $V/p/tree $V/P --on-conflict merge; true", "true", "",
-         "p/ p/tree/ p/tree/a", "", "p/ p/tree/ p/tree/a", "", true},
+         "p/ p/tree/ p/tree/a", "", "p/ p/tree/ p/tree/a", "", "", true},
         {"same_replaced", "$ORV cp $V/p/tree $V/P --on-conflict replace; true", "true", "",
-         "p/ p/tree/ p/tree/a", "", "p/ p/tree/ p/tree/a", "", true},
+         "p/ p/tree/ p/tree/a", "", "p/ p/tree/ p/tree/a", "", "", true},
         {"delete_file", "$ORV rm $V/a", "rm $V/a", "", "a b", "", "b"},
         {"delete_tree", "$ORV rm $V/tree", "rm -r $V/tree", "", tree + " b", "", "b"},
         {"make_folder", "$ORV mkdir -p $V/x/y", "mkdir -p $V/x/y", "", "", "", "x/ x/y/"},

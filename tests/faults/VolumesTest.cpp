@@ -1,20 +1,57 @@
-#include "faults/VolumeRequests.hpp"
+#include "faults/PulledVolumes.hpp"
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
+#include <map>
+#include <sstream>
 
 #include <gtest/gtest.h>
+#include <sys/xattr.h>
 
 namespace orv::test {
 namespace {
 
-class Volumes : public testing::TestWithParam<VolumeKind> {};
+/// Those that fail in most of the ways that there are; `make prove` tries the others, too.
+std::vector<std::string> kinds_of_suite()
+{
+    if (ORV_IS_SANITIZED)
+        return {"odd: no links", "odd: poorest"};
+    return {"exfat-fuse",
+            "ntfs-3g",
+            "sshfs",
+            "sshfs, no extensions",
+            "rclone, cache off",
+            "rclone, cache writes",
+            "mergerfs",
+            "archivemount",
+            "squashfuse",
+            "odd: no rename with flags",
+            "odd: no links",
+            "odd: one direction",
+            "odd: no flush",
+            "odd: attributes fail",
+            "odd: modes fail",
+            "odd: dates fail",
+            "odd: sizes unknown",
+            "odd: no link count",
+            "odd: any case",
+            "odd: any case, no rename with flags",
+            "odd: poorest"};
+}
+
+class Volumes : public testing::TestWithParam<std::string> {
+protected:
+    void SetUp() override
+    {
+        if (const auto obstacle = obstacle_to(volume_kind(GetParam())))
+            GTEST_SKIP() << *obstacle;
+    }
+};
 
 TEST_P(Volumes, get_all_that_they_can_hold_or_a_sentence)
 {
-    const VolumeKind& kind = GetParam();
-    if (const auto obstacle = obstacle_to(kind))
-        GTEST_SKIP() << *obstacle;
-    const VolumeTrial trial(kind);
+    const VolumeTrial trial(volume_kind(GetParam()));
     for (const VolumeRequest& request : volume_requests())
         if (request.is_quick)
             if (const VolumeOutcome outcome = trial.run(request);
@@ -22,12 +59,130 @@ TEST_P(Volumes, get_all_that_they_can_hold_or_a_sentence)
                 ADD_FAILURE() << request.name << ": " << outcome.text;
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, Volumes, testing::ValuesIn(volume_kinds()), [](const auto& kind) {
-    std::string name = kind.param.name;
+std::string test_name(const testing::TestParamInfo<std::string>& info)
+{
+    std::string name = info.param;
     std::ranges::replace_if(
         name, [](char c) { return !std::isalnum(c); }, '_');
     return name;
-});
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, Volumes, testing::ValuesIn(kinds_of_suite()), test_name);
+
+class PulledVolumes : public testing::TestWithParam<const char*> {};
+
+TEST_P(PulledVolumes, lose_nothing)
+{
+    if (const auto obstacle = obstacle_to(odd_kind("")))
+        GTEST_SKIP() << *obstacle;
+    constexpr long step = 11;
+    const auto requests = pulled_requests();
+    const auto& request = *std::ranges::find(requests, GetParam(), &VolumeRequest::name);
+    for (const Pull& way : pulls()) {
+        bool is_reached = true;
+        for (long at = 1; is_reached; at += step) {
+            const PulledOutcome outcome = pull(request, way, at);
+            EXPECT_EQ(outcome.problem, "") << way.name << " at call " << at;
+            is_reached = outcome.reached;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Requests, PulledVolumes,
+                         testing::Values("copy_tree_to", "copy_replace_tree", "move_tree_in",
+                                         "move_tree_out", "unzip_to"),
+                         [](const auto& request) { return std::string(request.param); });
+
+using Calls = std::map<std::string, long>;
+
+/// What a volume has to do for a command, by call. The files "f…" in $H have few bytes each, and
+/// "big" has many.
+class WorkOfVolume {
+public:
+    explicit WorkOfVolume(const std::string& rules)
+    {
+        std::filesystem::create_directories(home_ / "log/home");
+        make_items(home_ / "work/small", "f1 f2 f3 f4 f5 f6 f7 f8 f9 fa fb fc fd fe ff fg");
+        make_items(home_ / "work", "big");
+        volume_.mount(odd_kind(rules));
+    }
+
+    Calls for_command(const std::string& command)
+    {
+        const std::string root = volume_.url().path();
+        ::setxattr(root.c_str(), "user.calls", "", 0, 0);
+        EXPECT_EQ(run_at({home_ / "work", root}, home_ / "log", command).code, 0) << command;
+        std::array<char, 4096> text{};
+        ::getxattr(root.c_str(), "user.calls", text.data(), text.size() - 1);
+        std::istringstream words(text.data());
+        Calls calls;
+        for (std::string call; words >> call;)
+            words >> calls[call];
+        return calls;
+    }
+
+private:
+    Scratch home_;
+    MountedKind volume_;
+};
+
+long sum_of(const Calls& calls)
+{
+    long sum = 0;
+    for (const auto& [call, count] : calls)
+        sum += count;
+    return sum;
+}
+
+std::string told(const Calls& calls)
+{
+    std::string text;
+    for (const auto& [call, count] : calls)
+        text += " " + call + " " + std::to_string(count);
+    return text;
+}
+
+/// How many calls more than `cp -a` makes a small file may cost on a volume with such rules.
+struct CallBound {
+    const char* rules;
+    long calls;
+};
+
+class CallsOfVolume : public testing::TestWithParam<CallBound> {
+protected:
+    void SetUp() override
+    {
+        if (const auto obstacle = obstacle_to(odd_kind("")))
+            GTEST_SKIP() << *obstacle;
+    }
+};
+
+TEST_P(CallsOfVolume, are_few_more_for_a_small_file)
+{
+    constexpr long files = 16;
+    constexpr long for_folder = 16; // which is looked at more often than by the other command
+    WorkOfVolume work(GetParam().rules);
+    const Calls other = work.for_command("cp -a $H/small $V/other");
+    const Calls own = work.for_command("$ORV cp $H/small $V/own");
+    EXPECT_LE(sum_of(own), sum_of(other) + GetParam().calls * files + for_folder)
+        << "own:" << told(own) << "\nother:" << told(other);
+}
+
+/// A link and its removal are two calls; where there are no links, the name is looked at twice.
+INSTANTIATE_TEST_SUITE_P(Rules, CallsOfVolume,
+                         testing::Values(CallBound{"", 2}, CallBound{"renameat2=EINVAL", 3},
+                                         CallBound{"renameat2=EINVAL link=EPERM", 4}),
+                         [](const auto& bound) { return "rules_" + std::to_string(bound.index); });
+
+TEST(BlocksOfVolume, are_large)
+{
+    if (const auto obstacle = obstacle_to(odd_kind("")))
+        GTEST_SKIP() << *obstacle;
+    constexpr long blocks = 6; // of 128 KiB, in which the file is moved
+    WorkOfVolume work("");
+    EXPECT_LE(work.for_command("$ORV cp $H/big $V/big")["write"], blocks);
+    EXPECT_LE(work.for_command("$ORV mv $V/big $H/back")["read"], blocks);
+}
 
 } // namespace
 } // namespace orv::test
