@@ -11,7 +11,7 @@ namespace orv {
 
 /// What the library keeps about an item beside the file itself.
 struct CustomAttributes {
-    Url url;
+    Url url = {};
     bool is_protected = false;
     /// The manual position of the item among its siblings.
     std::optional<std::int64_t> order_no = {};

@@ -3,7 +3,6 @@
 #include <orv/Facade/OrvFileManager.hpp>
 #include <orv/picture/Picture.hpp>
 
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -12,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace orv {
@@ -40,11 +40,9 @@ public:
     void change_dir(const Url& url);
 
     /// The same for a folder inside the current one: a text is always such a name.
-    template <std::convertible_to<std::string_view> Text>
-    void change_dir(const Text& sub_folder)
-    {
-        change_dir(curr_dir_.appending(sub_folder));
-    }
+    template <class Text>
+    requires std::is_convertible_v<const Text&, std::string_view>
+    void change_dir(const Text& sub_folder) { change_dir(curr_dir_.appending(sub_folder)); }
 
     /// Lists the current folder.
     std::shared_ptr<FetchItemsOperation>

@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The copy of one item, a folder with everything in it.
@@ -21,3 +24,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

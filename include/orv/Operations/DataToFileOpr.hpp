@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The writing of data to a new file, which appears when it is complete.
@@ -20,3 +23,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

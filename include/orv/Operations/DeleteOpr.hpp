@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The deletion of one item with everything in it, and of its attributes. It cannot be cancelled.
@@ -16,3 +19,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -8,6 +8,9 @@
 #include <variant>
 #include <vector>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The listing of all items that carry an attribute, wherever they lie.
@@ -31,3 +34,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -8,6 +8,9 @@
 #include <variant>
 #include <vector>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The listing of a folder, or of the whole tree below it.
@@ -34,3 +37,5 @@ void exp_from_orv_file_management();
 void exp_get_content_of_directory();
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -7,13 +7,16 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The sum of the sizes of all files inside a folder, at every depth, hidden ones included.
 class FolderSizeOperation final : public OrvOperation {
 public:
     struct success {
-        std::int64_t folder_size; ///< bytes
+        std::int64_t folder_size = 0; ///< bytes
     };
 
     using Status = std::variant<success, status::error, status::cancelled>;
@@ -21,3 +24,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

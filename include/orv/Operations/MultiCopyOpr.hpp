@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The copy of several items into one folder, one after the other, up to the first that fails. All
@@ -22,3 +25,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The deletion of several items, one after the other, up to the first that fails. It cannot be
@@ -17,3 +20,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

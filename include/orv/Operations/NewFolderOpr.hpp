@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The creation of a folder. It cannot be cancelled.
@@ -28,3 +31,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

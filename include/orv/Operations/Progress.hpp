@@ -8,15 +8,15 @@ namespace orv {
 
 /// How far a copy has come.
 struct CopyProgress {
-    std::string item_name; ///< the item being copied
+    std::string item_name = {}; ///< the item being copied
     bool is_item_dir = false;
     float value = 0; ///< of the whole request, 0 to 1
 };
 
 /// How far the making of a file has come.
 struct GeneralProgress {
-    Url current_item; ///< the item being worked on
-    float value = 0;  ///< of the whole request, 0 to 1
+    Url current_item = {}; ///< the item being worked on
+    float value = 0;       ///< of the whole request, 0 to 1
 };
 
 } // namespace orv

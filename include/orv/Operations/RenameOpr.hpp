@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// A new name for an item in its folder; its attributes and those of everything below follow, and
@@ -19,3 +22,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -10,6 +10,9 @@
 #include <utility>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The claim of a file's location before there is anything to write, for example during a download.
@@ -43,8 +46,8 @@ public:
     };
 
     struct success {
-        Url final_url; ///< as the answer to a conflict has made it
-        std::shared_ptr<Ticket> reservation_ticket;
+        Url final_url = {}; ///< as the answer to a conflict has made it
+        std::shared_ptr<Ticket> reservation_ticket = {};
     };
     using Status =
         std::variant<status::conflict_occured, success, status::error, status::cancelled>;
@@ -52,3 +55,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -9,6 +9,9 @@
 #include <variant>
 #include <vector>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The storing of custom attributes. It cannot be cancelled.
@@ -26,3 +29,5 @@ save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order
                       SaveAttrOperation::StatusClosure status_closure);
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -8,6 +8,9 @@
 #include <variant>
 #include <vector>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The search for items below a folder whose name or content contains a keyword. Case does not
@@ -39,3 +42,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The copy of one item: a regular file with its content, or a folder without what is in it.
@@ -19,3 +22,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

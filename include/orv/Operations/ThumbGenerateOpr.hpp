@@ -12,6 +12,9 @@
 #include <optional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The making of a thumbnail. It locks nothing and never fails: at worst the thumbnail is the
@@ -22,8 +25,8 @@ namespace orv {
 class ThumbGenerateOpr final : public OrvOperation {
 public:
     struct success {
-        Picture thumb;
-        bool is_placeholder; ///< there is no picture of the file
+        Picture thumb = {};
+        bool is_placeholder = false; ///< there is no picture of the file
     };
 
     using Status = std::variant<success, status::cancelled>;
@@ -49,3 +52,5 @@ generate_thumbnail(const FileItem& item, std::optional<std::uint32_t> resize_wid
                    ThumbGenerateOpr::StatusClosure status_closure);
 
 } // namespace orv
+
+#pragma pop_macro("Status")

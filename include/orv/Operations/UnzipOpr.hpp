@@ -6,6 +6,9 @@
 #include <functional>
 #include <variant>
 
+#pragma push_macro("Status") // X11 has one
+#undef Status
+
 namespace orv {
 
 /// The unpacking of a zip archive into a new folder of its own.
@@ -20,3 +23,5 @@ public:
 };
 
 } // namespace orv
+
+#pragma pop_macro("Status")

@@ -19,7 +19,7 @@ public:
     using Generator = std::shared_ptr<const OrvThumbnailGenerator>;
 
     struct Thumbnail {
-        Picture thumb;
+        Picture thumb = {};
         bool is_placeholder = false; ///< there is no picture of the file
     };
 

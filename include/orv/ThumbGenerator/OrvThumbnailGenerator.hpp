@@ -15,7 +15,7 @@ namespace orv {
 ///
 /// Units: pixels.
 struct Preview {
-    Picture picture;
+    Picture picture = {};
     std::uint32_t full_width = 0;
     std::uint32_t full_height = 0;
 };

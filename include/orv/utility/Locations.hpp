@@ -10,25 +10,25 @@ namespace orv {
 /// Where the library keeps and looks for things. What is left out gets its default.
 struct Locations {
     /// The application's name in the folders below. Default: the program's name.
-    std::string app_id;
+    std::string app_id = {};
     /// Attributes are keyed by the path relative to it. Default: `$HOME`, else the user database's
     /// entry. Links in it are resolved once.
-    std::optional<Url> home_dir;
+    std::optional<Url> home_dir = {};
     /// Default: the XDG documents folder, else "Documents" in the home folder.
-    std::optional<Url> docs_dir;
+    std::optional<Url> docs_dir = {};
     /// Holds the database. Default: `$XDG_DATA_HOME/<app_id>`, else ".local/share/<app_id>" in the
     /// home folder.
-    std::optional<Url> app_support_dir;
+    std::optional<Url> app_support_dir = {};
     /// Holds files that are being built. Default: `$XDG_CACHE_HOME/<app_id>/tmp`, else
     /// ".cache/<app_id>/tmp" in the home folder, which nearly always lies on the volume of the
     /// documents.
-    std::optional<Url> temp_dir;
+    std::optional<Url> temp_dir = {};
     /// Holds the library's resources. Default: the installed ones, found from where the library
     /// lies.
-    std::optional<Url> resource_dir;
+    std::optional<Url> resource_dir = {};
     /// Holds the programs that decode pictures and films for thumbnails. Default: the installed
     /// ones, found like the resources.
-    std::optional<Url> helper_dir;
+    std::optional<Url> helper_dir = {};
 };
 
 /// Sets the locations; what `locations` leaves out gets its default.

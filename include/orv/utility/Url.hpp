@@ -1,6 +1,6 @@
 #pragma once
 
-#include <compare>
+// <string> brings <compare>, which the moc of Qt 6.4 cannot read first.
 #include <cstddef>
 #include <filesystem>
 #include <functional>

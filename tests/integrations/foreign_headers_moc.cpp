@@ -1,0 +1,1 @@
+#include "foreign_headers_moc.hpp"
