@@ -20,7 +20,7 @@ demo:
 	@scripts/install-packages.sh build
 	@$(CONFIGURE) release -DORV_BUILD_TESTS=OFF
 	@cmake --build --preset release -j$(JOBS)
-	@scripts/demo.sh build/release/apps/orv/orv
+	@scripts/demo.sh build/release/bin/orv
 
 test:
 	@scripts/install-packages.sh build test

@@ -4,7 +4,7 @@
 # contact-sheet.sh [ORV [SHEET]]    default: the release build's, docs/thumbnails.jpg
 set -euo pipefail
 top=$(realpath "$(dirname "$0")/..")
-orv=$(realpath "${1:-$top/build/release/apps/orv/orv}")
+orv=$(realpath "${1:-$top/build/release/bin/orv}")
 sheet=$(realpath -m "${2:-$top/docs/thumbnails.jpg}")
 height=160
 

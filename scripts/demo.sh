@@ -3,7 +3,7 @@
 #
 # demo.sh [ORV]    the command to show; default: the release build's
 set -Eeuo pipefail
-orv=$(realpath "${1:-$(dirname "$0")/../build/release/apps/orv/orv}")
+orv=$(realpath "${1:-$(dirname "$0")/../build/release/bin/orv}")
 [[ -x $orv ]] || { echo "There is no command $orv: build it first, with make demo." >&2; exit 1; }
 
 home=$(mktemp -d "${TMPDIR:-/tmp}/orv-demo-XXXXXX")

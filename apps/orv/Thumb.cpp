@@ -23,16 +23,21 @@ void check_file(const Url& file)
         throw Error("A folder has no thumbnail.").at(file);
 }
 
-/// Keeps the library from printing why a film has no picture: the command says it itself.
+/// Keeps the library from printing why there is no picture: the command says it itself.
 class QuietOutput {
 public:
-    QuietOutput() : buffer_(std::cout.rdbuf(nullptr)) {}
-    ~QuietOutput() { std::cout.rdbuf(buffer_); }
+    QuietOutput() : output_(std::cout.rdbuf(nullptr)), errors_(std::cerr.rdbuf(nullptr)) {}
+    ~QuietOutput()
+    {
+        std::cout.rdbuf(output_);
+        std::cerr.rdbuf(errors_);
+    }
     QuietOutput(const QuietOutput&) = delete;
     QuietOutput& operator=(const QuietOutput&) = delete;
 
 private:
-    std::streambuf* buffer_;
+    std::streambuf* output_;
+    std::streambuf* errors_;
 };
 
 /// Why there is only the placeholder for a file.

@@ -1,7 +1,9 @@
 #include "utility/InstalledItem.hpp"
 
-#include <array>
-#include <optional>
+#include <orv/utility/InstalledHeaders.hpp>
+
+#include <atomic>
+#include <cstdlib>
 #include <vector>
 
 #include <dlfcn.h>
@@ -11,28 +13,58 @@
 namespace orv {
 namespace {
 
-Url library_file()
+// Initialisers of the application write it, or of plug-ins that any of its threads loads.
+constinit std::atomic<const char*> header_found{""};
+
+Url code_file()
 {
     Dl_info info{};
     void* object = nullptr;
-    const auto* code = reinterpret_cast<const void*>(&library_file);
+    const auto* code = reinterpret_cast<const void*>(&code_file);
     const bool is_found = ::dladdr1(code, &info, &object, RTLD_DL_LINKMAP) != 0 && object;
     const char* name = is_found ? static_cast<const link_map*>(object)->l_name : "";
     // The program itself has no name in the list of what is loaded.
     return Url(*name ? name : "/proc/self/exe").resolving_symlinks();
 }
 
-/// The prefix of an installed tree that has `library` in its place.
-std::optional<Url> prefix_of(const Url& library)
+/// A program that runs with more rights than its user has must not be led elsewhere by that user,
+/// hence `secure_getenv`.
+std::optional<Url> prefix_in_environment()
 {
-    const std::string folder = library.deleting_last_path_component().path();
-    for (const std::string_view place : {ORV_LIBDIR, ORV_BINDIR}) {
-        const std::string end = "/" + std::string(place);
-        if (folder.ends_with(end))
-            return Url(folder.size() == end.size() ? "/"
-                                                   : folder.substr(0, folder.size() - end.size()));
-    }
-    return std::nullopt;
+    const char* value = ::secure_getenv("ORV_PREFIX");
+    if (!value || value[0] != '/')
+        return std::nullopt;
+    return Url(value);
+}
+
+/// The prefix that has the path of `item` end in `in_prefix`.
+std::optional<Url> prefix_around(const std::string& item, std::string_view in_prefix)
+{
+    const std::string end = "/" + std::string(in_prefix);
+    if (!item.ends_with(end))
+        return std::nullopt;
+    return Url(item.size() == end.size() ? "/" : item.substr(0, item.size() - end.size()));
+}
+
+std::vector<Url> possible_prefixes(const InstallationClues& clues)
+{
+    if (clues.prefix_told)
+        return {*clues.prefix_told};
+    std::vector<Url> prefixes;
+    const auto add = [&](const std::string& item, std::string_view in_prefix) {
+        if (auto prefix = prefix_around(item, in_prefix))
+            prefixes.push_back(*std::move(prefix));
+    };
+    const std::string folder = clues.code.deleting_last_path_component().path();
+    add(folder, ORV_LIBDIR);
+    add(folder, ORV_BINDIR);
+    // A compiler that was given relative paths, or made to forget where it ran, tells no place.
+    if (clues.header.starts_with('/'))
+        add(Url(clues.header).standardized().path(),
+            ORV_INCLUDEDIR "/orv/utility/InstalledHeaders.hpp");
+    prefixes.emplace_back("/usr/local");
+    prefixes.emplace_back("/usr");
+    return prefixes;
 }
 
 bool exists(const Url& url)
@@ -42,25 +74,25 @@ bool exists(const Url& url)
 
 } // namespace
 
-Url installed_item(std::string_view in_prefix, std::string_view in_tree)
+Url installed_item(std::string_view in_prefix)
 {
-    return installed_item(in_prefix, in_tree, library_file());
+    return installed_item(in_prefix, {prefix_in_environment(), code_file(), header_found.load()});
 }
 
-Url installed_item(std::string_view in_prefix, std::string_view in_tree, const Url& library)
+Url installed_item(std::string_view in_prefix, const InstallationClues& clues)
 {
-    std::vector<Url> places;
-    if (relative_path(library, ORV_BUILD_TREE))
-        places.emplace_back(in_tree);
-    else if (const auto prefix = prefix_of(library))
-        places.push_back(prefix->appending(in_prefix));
-    const Url configured = Url(ORV_PREFIX).appending(in_prefix);
-    places.push_back(configured);
-    places.emplace_back(in_tree);
-    for (const Url& place : places)
-        if (exists(place))
-            return place;
-    return configured;
+    const std::vector<Url> prefixes = possible_prefixes(clues);
+    for (const Url& prefix : prefixes)
+        if (Url item = prefix.appending(in_prefix); exists(item))
+            return item;
+    return prefixes.front().appending(in_prefix);
+}
+
+internal::InstalledHeaders::InstalledHeaders(const char* header) noexcept
+{
+    // The library's own files, which are compiled with relative paths, have nothing to say.
+    if (header[0] == '/')
+        header_found = header;
 }
 
 } // namespace orv

@@ -89,12 +89,12 @@ Url default_docs(const Url& home)
 
 Url default_resources()
 {
-    return installed_item(ORV_RESOURCES, ORV_RESOURCES_IN_TREE);
+    return installed_item(ORV_RESOURCES);
 }
 
 Url default_helpers()
 {
-    return installed_item(ORV_HELPERS, ORV_HELPERS_IN_TREE);
+    return installed_item(ORV_HELPERS);
 }
 
 std::string default_app_id()

@@ -1,4 +1,5 @@
 #include "Global/ThumbPlaceholder.hpp"
+#include "ThumbGenerator/MissingHelpers.hpp"
 #include "ThumbGenerator/OwnGenerators.hpp"
 
 #include <orv/ThumbGenerator/Generators.hpp>
@@ -42,6 +43,7 @@ try {
     DecodedPicture decoded = decode_picture(url, medium, wanted, stop);
     return {std::move(decoded.picture), decoded.full_size.width, decoded.full_size.height};
 } catch (const Error& error) {
+    warn_of_missing_helpers();
     if (medium == Medium::film_frame)
         std::cerr << "ERROR: " + error.message() + "\n" << std::flush;
     throw;

@@ -1,10 +1,14 @@
 #!/bin/bash
 # Installs a build into a scratch prefix and uses it as an application outside the repository does.
 #
-# use_installed.sh STEP BUILD_DIR WORK_DIR    STEP: install, find_package, pkg_config, command, moved
+# use_installed.sh STEP BUILD_DIR WORK_DIR
+#
+# STEP: install, then find_package, pkg_config, command, moved, and after the first two hidden. Exits with
+# 77 when the step cannot be tried here.
 set -euo pipefail
 step=$1 build=$2 work=$3
 project=$(cd "$(dirname "$0")/project" && pwd)
+sources=$(cd "$(dirname "$0")/../.." && pwd)
 prefix=$work/prefix
 export HOME=$work/home
 
@@ -30,14 +34,70 @@ check_links() {
         fail "$1 is linked with what it must not need, or cannot be loaded."
 }
 
+# Runs a function of this script where neither the sources nor the build exist, save for the work folder,
+# and nothing that somebody installed.
+without_build_tree() {
+    local namespace=(unshare --mount)
+    ((EUID == 0)) || namespace+=(--user --map-root-user)
+    if ! "${namespace[@]}" mount -t tmpfs none /mnt 2>/dev/null; then
+        echo "No mounts can be made here, so the build tree cannot be hidden."
+        exit 77
+    fi
+    export build work sources prefix kept
+    kept=$(mktemp -d)
+    "${namespace[@]}" bash -euc '
+        mount --bind "$work" "$kept"
+        mount -t tmpfs none "$sources"
+        mount -t tmpfs none /usr/local
+        mkdir -p "$build" && mount -t tmpfs none "$build"
+        mkdir -p "$work" && mount --bind "$kept" "$work"
+        cd /
+        [[ ! -e $build/CMakeCache.txt && ! -e $sources/CMakeLists.txt ]]
+        '"$(declare -f fail expect_found "$1"); $1" || fail "This failed: $1"
+    rmdir "$kept"
+}
+
+# What programs elsewhere are to find: expect_found EXPECTED LINES PROGRAM, with as many lines on
+# standard error.
+expect_found() {
+    local found complaints=$work/complaints
+    rm -rf "$work/examples"
+    found=$("$3" "$work/fox.jpg" "$work/examples" 2>"$complaints") || fail "$3 ended with $?."
+    [[ $found == "$1" ]] || fail "$3 found: $found, and not: $1"
+    (($(grep -c ORV_PREFIX "$complaints") == $2 && $(wc -l <"$complaints") == $2)) ||
+        fail "$3 complained: $(<"$complaints")"
+}
+
+find_own_files() {
+    local all="picture picture examples" nothing="placeholder placeholder no examples" complaints=0
+    local folder library program
+    [[ -e $prefix/libexec/orv ]] || all="placeholder placeholder examples" complaints=1
+    library=$(find "$prefix" -name 'liborv.*' -print -quit)
+    folder=${library%/*}
+    cp "$prefix/share/orv/foxies.jpg" "$work/fox.jpg"
+    for program in "$work/project/find_own_files" "$work/find_own_files"; do
+        LD_LIBRARY_PATH=$folder expect_found "$all" $complaints "$program"
+    done
+
+    cp -a "$prefix" "$work/moved" && mount -t tmpfs none "$prefix"
+    export LD_LIBRARY_PATH=$work/moved/${folder#"$prefix"}
+    for program in "$work/project/find_own_files" "$work/find_own_files"; do
+        ORV_PREFIX=$work/moved expect_found "$all" $complaints "$program"
+        # A program that a static library was linked into knows where that was, and no more.
+        [[ $library == *.so* ]] || expect_found "$nothing" 1 "$program"
+        [[ $library == *.a ]] || expect_found "$all" $complaints "$program"
+    done
+    rm -rf "$work/moved"
+}
+
 case $step in
 install)
     rm -rf "$work"
     mkdir -p "$work"
     cmake --install "$build" --prefix "$prefix" >"$work/install.log" ||
         fail "The build could not be installed."
-    ! grep -rlF "$build" "$prefix/include" "$prefix"/lib*/cmake "$prefix"/lib*/pkgconfig ||
-        fail "Installed files name the build folder."
+    ! grep -rlF -e "$build" -e "$sources" "$prefix" ||
+        fail "Installed files name the folders of the sources or the build."
     ;;
 find_package)
     cmake -S "$project" -B "$work/project" -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log" ||
@@ -50,8 +110,10 @@ find_package)
 pkg_config)
     pc=$(find "$prefix" -name orv.pc -printf %h)
     read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs orv)
-    "${CXX:-c++}" -std=c++20 "$project/copy_folder.cpp" "${flags[@]}" -o "$work/copy_folder" ||
-        fail "The outside program could not be compiled with: ${flags[*]}"
+    for program in copy_folder find_own_files; do
+        "${CXX:-c++}" -std=c++20 "$project/$program.cpp" "${flags[@]}" -o "$work/$program" ||
+            fail "The outside program $program could not be compiled with: ${flags[*]}"
+    done
     export LD_LIBRARY_PATH=${pc%/pkgconfig}
     try_program "$work/copy_folder"
     ;;
@@ -80,5 +142,6 @@ moved)
         [[ ! -e $decoder && $said == *"was not installed together with the library"* ]] || fail "$said"
     fi
     ;;
+hidden) without_build_tree find_own_files ;;
 *) fail "There is no step $step." ;;
 esac

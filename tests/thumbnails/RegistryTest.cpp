@@ -226,20 +226,5 @@ TEST_F(RegistryTest, damaged_files_of_known_kinds_yield_the_placeholder)
     }
 }
 
-TEST(PlaceholderTest, a_missing_or_damaged_resource_ends_the_process_and_is_named)
-{
-    const Scratch resources;
-    const auto first_use = [&] {
-        Locations locations;
-        locations.resource_dir = resources.url();
-        OrvFileManager::configure(locations);
-        (void)DefaultThumbnailGenerator().getThumbnail({});
-    };
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const std::string named = "can't be loaded from .*thumb_placeholder.png";
-    EXPECT_DEATH(first_use(), named + ".*No such file");
-    EXPECT_DEATH((write_file(resources / "thumb_placeholder.png", "no"), first_use()), named);
-}
-
 } // namespace
 } // namespace orv::test

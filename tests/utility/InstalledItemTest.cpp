@@ -8,33 +8,39 @@
 namespace orv::test {
 namespace {
 
-TEST(InstalledItem, lies_beside_the_library_wherever_that_was_moved)
+TEST(InstalledItem, lies_below_the_prefix_that_the_clues_tell)
 {
     const Scratch root;
-    const std::string lib = "moved/" ORV_LIBDIR "/liborv.so";
-    make_tree(root.url(), {lib + "=", "moved/share/orv/",
-                           "moved/" ORV_BINDIR "/app=", "elsewhere/app=", "share/orv/", "tree/"});
-    const Url tree = root / "tree";
+    make_tree(root.url(), {"p/share/item/", "q/share/item/", "none/"});
+    const auto at = [&](const char* path) { return root / path; };
+    const std::string header = "/" ORV_INCLUDEDIR "/orv/utility/InstalledHeaders.hpp";
+    const std::string headers = at("q").path() + header;
+    const Url lib = at("p/" ORV_LIBDIR "/liborv.so");
+    const Url app = at("none/app");
     struct Case {
         const char* what;
-        std::string library;
-        Url item;
+        InstallationClues clues;
+        Url prefix;
     };
     const Case cases[] = {
-        {"a shared library", lib, root / "moved/share/orv"},
-        {"a program that holds it", "moved/" ORV_BINDIR "/app", root / "moved/share/orv"},
-        {"a program in no prefix looks at nothing near it", "elsewhere/app", tree},
+        {"the environment decides", {at("none"), lib, headers}, at("none")},
+        {"around a shared library", {{}, lib, headers}, at("p")},
+        {"around a program", {{}, at("p/" ORV_BINDIR "/app"), headers}, at("p")},
+        {"around the headers", {{}, app, headers}, at("q")},
+        {"around the headers, as pkg-config gives them",
+         {{}, app, at("q/lib/pkgconfig").path() + "/../.." + header},
+         at("q")},
+        {"a prefix without the item is passed over",
+         {{}, at("none/" ORV_BINDIR "/app"), headers},
+         at("q")},
+        {"nowhere: named where it should be", {{}, at("none/" ORV_BINDIR "/app"), {}}, at("none")},
+        {"a relative path tells nothing", {{}, app, header.substr(1)}, "/usr/local"},
+        {"nor does another header",
+         {{}, app, at("q/" ORV_INCLUDEDIR "/a.hpp").path()},
+         "/usr/local"},
     };
-    for (const auto& [what, library, item] : cases)
-        EXPECT_EQ(installed_item("share/orv", tree.path(), root / library), item) << what;
-    EXPECT_EQ(installed_item("share/none", tree.path(), root / lib), tree);
-    EXPECT_EQ(installed_item("share", "/no such", Url(ORV_BUILD_TREE).appending("bin/app")),
-              Url(ORV_PREFIX).appending("share"));
-}
-
-TEST(InstalledItem, lies_in_the_build_of_a_program_that_was_never_installed)
-{
-    EXPECT_EQ(installed_item("share", ORV_BUILD_TREE), Url(ORV_BUILD_TREE));
+    for (const auto& [what, clues, prefix] : cases)
+        EXPECT_EQ(installed_item("share/item", clues), prefix.appending("share/item")) << what;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orv/picture/Picture.hpp>
+#include <orv/utility/InstalledHeaders.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <cstdint>

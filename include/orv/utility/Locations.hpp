@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orv/utility/InstalledHeaders.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <optional>
@@ -23,11 +24,12 @@ struct Locations {
     /// ".cache/<app_id>/tmp" in the home folder, which nearly always lies on the volume of the
     /// documents.
     std::optional<Url> temp_dir = {};
-    /// Holds the library's resources. Default: the installed ones, found from where the library
-    /// lies.
+    /// Holds the library's resources. Default: "share/orv" in the prefix that the library is
+    /// installed under. That is `$ORV_PREFIX` where it is set; else it is found from where the
+    /// shared library, the program or the headers that the program was compiled with lie.
     std::optional<Url> resource_dir = {};
     /// Holds the programs that decode pictures and films for thumbnails. Default: the installed
-    /// ones, found like the resources.
+    /// ones, "libexec/orv" in the same prefix.
     std::optional<Url> helper_dir = {};
 };
 
