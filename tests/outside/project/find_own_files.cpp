@@ -12,8 +12,8 @@ namespace {
 const char* thumbnail_of(const char* picture)
 {
     const char* outcome = "";
-    const auto thumbnail = orv::OrvFileManager::singleton().generate_thumb(
-        picture, 16, {}, [&](const auto& status) {
+    const auto thumbnail =
+        orv::OrvFileManager::singleton().generate_thumb(picture, 16, {}, [&](const auto& status) {
             const auto* made = std::get_if<orv::ThumbGenerateOpr::success>(&status);
             outcome = made && !made->is_placeholder ? "picture" : "placeholder";
         });
