@@ -2,6 +2,7 @@
 
 #include "archive/ArchiveDirectory.hpp"
 #include "archive/Deflate.hpp"
+#include "archive/Libzip.hpp"
 #include "files/Identity.hpp"
 #include "files/Place.hpp"
 #include "utility/FileDescriptor.hpp"
@@ -12,7 +13,6 @@
 #include <exception>
 
 #include <sys/stat.h>
-#include <zip.h>
 
 namespace orv::archive {
 

@@ -2,14 +2,13 @@
 
 #include "archive/ArchiveDirectory.hpp"
 #include "archive/Deflate.hpp"
+#include "archive/Libzip.hpp"
 
 #include <exception>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
-
-#include <zip.h>
 
 namespace orv::archive {
 

@@ -2,6 +2,7 @@
 
 #include "archive/EntryNames.hpp"
 #include "archive/FormatFields.hpp"
+#include "archive/Libzip.hpp"
 #include "archive/Pieces.hpp"
 #include "archive/ReadAt.hpp"
 #include "archive/SourceTree.hpp"
@@ -14,7 +15,6 @@
 #include <memory>
 #include <new>
 
-#include <zip.h>
 #include <zlib.h>
 
 namespace orv::archive {

@@ -1,0 +1,7 @@
+#include "archive/Libzip.hpp"
+
+namespace orv::archive {
+
+const char libzip_file[] = ORV_LIBZIP;
+
+} // namespace orv::archive
