@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <string_view>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -112,7 +113,7 @@ std::string check_home(const std::string& folder)
 /// The parser, and the values that it fills in.
 class Parser {
 public:
-    Parser()
+    explicit Parser(const std::vector<std::string>& arguments)
     {
         app_.require_subcommand(1);
         app_.fallthrough();
@@ -120,21 +121,7 @@ public:
         app_.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 130 interrupted.\n"
                     "A name that begins with a dash is given after \"--\".");
         add_global_options();
-        add_list();
-        add_find();
-        add_protected();
-        add_folder_size();
-        add_copy();
-        add_move();
-        add_rename();
-        add_write();
-        add_zip();
-        add_unzip();
-        add_thumb();
-        add_remove();
-        add_make_folder();
-        add_examples();
-        add_attributes();
+        add_commands(arguments);
     }
 
     std::variant<Invocation, Reply> parse(std::vector<std::string> arguments)
@@ -155,6 +142,38 @@ public:
     }
 
 private:
+    /// Adds the commands that the arguments name, since setting up all of them takes a good part of
+    /// the time that a short command takes; all of them for help, and for what names none.
+    void add_commands(const std::vector<std::string>& arguments)
+    {
+        constexpr std::pair<std::string_view, void (Parser::*)()> commands[] = {
+            {"ls", &Parser::add_list},
+            {"find", &Parser::add_find},
+            {"protected", &Parser::add_protected},
+            {"du", &Parser::add_folder_size},
+            {"cp", &Parser::add_copy},
+            {"mv", &Parser::add_move},
+            {"rename", &Parser::add_rename},
+            {"write", &Parser::add_write},
+            {"zip", &Parser::add_zip},
+            {"unzip", &Parser::add_unzip},
+            {"thumb", &Parser::add_thumb},
+            {"rm", &Parser::add_remove},
+            {"mkdir", &Parser::add_make_folder},
+            {"examples", &Parser::add_examples},
+            {"attr", &Parser::add_attributes},
+        };
+        const auto has = [&](std::string_view word) {
+            return std::ranges::count(arguments, word) > 0;
+        };
+        const bool names_some =
+            std::ranges::any_of(commands, [&](const auto& command) { return has(command.first); });
+        const bool adds_all = has("--help") || has("-h") || (!names_some && !has("--version"));
+        for (const auto& [name, add] : commands)
+            if (adds_all || has(name))
+                (this->*add)();
+    }
+
     void add_global_options()
     {
         app_.add_option("--home", options_.home,
@@ -571,7 +590,8 @@ std::variant<Invocation, Reply> parse_command_line(int argc, const char* const* 
     std::vector<std::string> arguments;
     for (int i = 1; i < argc; ++i)
         arguments.emplace_back(argv[i]);
-    return Parser().parse(std::move(arguments));
+    Parser parser(arguments);
+    return parser.parse(std::move(arguments));
 }
 
 } // namespace orv::app
