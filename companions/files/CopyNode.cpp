@@ -85,7 +85,7 @@ struct stat copy_node(const SourceItem& source, const DestinationItem& destinati
         throw not_held(code, folder, "This volume cannot hold named pipes and sockets.",
                        destination.url());
     }
-    keep_mode_of_node(folder, destination.name, status.st_mode);
+    keep_mode_of_item(folder, destination.name, status.st_mode);
     keep_times_of_link(folder, destination.name, status.st_atim, status.st_mtim, destination.url());
     return status;
 }

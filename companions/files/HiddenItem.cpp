@@ -95,18 +95,18 @@ void HiddenItem::publish_replacing()
 }
 
 /// Writes the hidden item to its disk, so that no power cut puts a name without content in the
-/// place of the old item.
+/// place of the old item. One that its owner may not read cannot be flushed.
 void HiddenItem::flush_item() const
 {
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     const auto facts = facts_at(folder(), hidden());
     if (!facts || (!S_ISREG(facts->stx_mode) && !S_ISDIR(facts->stx_mode)))
         return;
-    const FileDescriptor file(S_ISREG(facts->stx_mode) ? ::openat(folder(), hidden(), flags) : -1);
-    if (file)
-        flush(file.get(), url_);
-    else
-        flush_volume(folder(), url_);
+    const FileDescriptor item(::openat(folder(), hidden(), flags));
+    if (item && S_ISREG(facts->stx_mode))
+        flush(item.get(), url_);
+    else if (item)
+        flush_volume(item.get(), url_);
 }
 
 /// Both items change names in one step. Not all volumes can do that.
@@ -120,7 +120,7 @@ bool HiddenItem::exchange() const
 void HiddenItem::remove_hidden() noexcept
 {
     try {
-        remove_tree(folder(), hidden(), url_);
+        remove_tree(folder(), hidden(), url_, Access::taken);
     } catch (const Error& error) {
         if (error.code() != ENOENT)
             name_.leave_behind();
@@ -133,14 +133,16 @@ void HiddenItem::replace_by_setting_aside()
 {
     if (!is_taken())
         return publish();
-    SetAside old(item().folder, place_.path);
+    const auto identity = identity_at(folder(), hidden());
+    SetAside old(item().folder, place_.path,
+                 identity ? std::optional(identity->inode) : std::nullopt);
     publish();
     old.discard();
 }
 
 void HiddenItem::flush_folder() const
 {
-    flush(folder(), url_);
+    name_.flush_folder();
 }
 
 void HiddenItem::withdraw()

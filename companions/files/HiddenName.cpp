@@ -16,8 +16,7 @@
 namespace orv {
 namespace {
 
-/// The folder once more: the caller's descriptor may not live as long, or allow no flush. A folder
-/// that may not be read cannot be flushed, either; its note is left to the next start.
+/// The folder once more: the caller's descriptor may not live as long, or allow no flush.
 FileDescriptor opened_again(const DestinationFolder& folder)
 {
     constexpr int flags = O_DIRECTORY | O_CLOEXEC;
@@ -29,17 +28,24 @@ FileDescriptor opened_again(const DestinationFolder& folder)
     return again;
 }
 
+bool is_readable(int folder)
+{
+    const int flags = ::fcntl(folder, F_GETFL);
+    return flags >= 0 && (flags & O_PATH) == 0;
+}
+
 } // namespace
 
 /// The note exists once the other constructor is done, so it goes if it cannot be written.
-HiddenName::HiddenName(const DestinationFolder& folder, const std::string& original_name)
-    : HiddenName(folder, new_uuid(), {})
+HiddenName::HiddenName(const DestinationFolder& folder, const std::string& original_name,
+                       std::optional<std::uint64_t> replacement)
+    : HiddenName(folder, new_uuid(), Unwritten{})
 {
-    announce(original_name);
+    announce(original_name, replacement);
 }
 
 HiddenName::HiddenName(const DestinationFolder& folder, const std::string& uuid, Unwritten)
-    : folder_(opened_again(folder)), url_(folder.url),
+    : folder_(opened_again(folder)), is_readable_(is_readable(folder_.get())), url_(folder.url),
       processed_files_(made_processed_files_folder()), text_(hidden_name(uuid)),
       note_name_(note_name(uuid)),
       note_(create_owned_file(processed_files_.get(), note_name_,
@@ -60,17 +66,27 @@ HiddenName::~HiddenName()
     if (note_name_.empty())
         return;
     try {
-        flush(folder_.get(), url_);
+        flush_folder();
     } catch (const Error&) {
         return;
     }
     ::unlinkat(processed_files_.get(), note_name_.c_str(), 0);
 }
 
-void HiddenName::announce(const std::string& original_name) const
+void HiddenName::flush_folder() const
+{
+    if (is_readable_)
+        flush(folder_.get(), url_);
+}
+
+/// The path in the note is one without links, since a link may lead elsewhere at the next start.
+void HiddenName::announce(const std::string& original_name,
+                          std::optional<std::uint64_t> replacement) const
 {
     const Url url = processed_files_folder().appending(note_name_);
-    const Note note{url_.appending(text_), original_name, MountedVolume::of(folder_.get(), url_)};
+    const Note note{url_.resolving_symlinks().appending(text_), original_name,
+                    replacement ? std::to_string(*replacement) : std::string(),
+                    MountedVolume::of(folder_.get(), url_)};
     write_all({note_.get(), url}, note.text(), 0);
     flush(note_.get(), url);
     flush(processed_files_.get(), processed_files_folder());

@@ -5,6 +5,8 @@
 
 #include <orv/utility/Url.hpp>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace orv {
@@ -15,12 +17,21 @@ namespace orv {
 /// from the disk, so this holds for a power cut, too.
 class HiddenName {
 public:
-    /// A new name in `folder`. Without an `original_name` it is for items under construction: the
-    /// next start removes them. With one it is for the item of that name, which is set aside: the
-    /// next start renames it back if the original name is free, and removes it otherwise.
+    /// A new name in `folder` for items under construction. The next start removes them.
     ///
     /// Errors: the platform's.
-    explicit HiddenName(const DestinationFolder& folder, const std::string& original_name = {});
+    explicit HiddenName(const DestinationFolder& folder)
+        : HiddenName(folder, {}, std::optional<std::uint64_t>())
+    {
+    }
+
+    /// A new name in `folder` for the item `original_name` there, which is set aside for the item
+    /// of the inode number `replacement`. The next start removes it if that item has the original
+    /// name. Otherwise it gets the original name back or, if a stranger has that, one like it.
+    ///
+    /// Errors: the platform's.
+    HiddenName(const DestinationFolder& folder, const std::string& original_name,
+               std::optional<std::uint64_t> replacement);
 
     /// Withdraws the note: nothing has that name any more. The note stays for the next start if the
     /// folder cannot be flushed.
@@ -32,6 +43,12 @@ public:
 
     /// The folder, open for as long as this lives.
     [[nodiscard]] DestinationFolder folder() const { return {folder_.get(), url_}; }
+
+    /// Writes the folder to its disk. A folder that may not be read cannot be flushed, which is no
+    /// failure.
+    ///
+    /// Errors: the platform's.
+    void flush_folder() const;
 
     /// Leaves the item of that name, and the note, to the next start.
     void leave_behind() { note_name_.clear(); }
@@ -46,9 +63,10 @@ private:
     struct Unwritten {};
 
     HiddenName(const DestinationFolder& folder, const std::string& uuid, Unwritten);
-    void announce(const std::string& original_name) const;
+    void announce(const std::string& original_name, std::optional<std::uint64_t> replacement) const;
 
     FileDescriptor folder_;
+    bool is_readable_;
     Url url_;
     FileDescriptor processed_files_;
     std::string text_;

@@ -152,7 +152,7 @@ void keep_times_of_link(int folder, const std::string& name, const timespec& acc
     check(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW), folder, url);
 }
 
-void keep_mode_of_node(int folder, const std::string& name, mode_t mode)
+void keep_mode_of_item(int folder, const std::string& name, mode_t mode)
 {
     const FileDescriptor node(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};

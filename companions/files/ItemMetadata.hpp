@@ -47,9 +47,9 @@ void keep_mode_and_times(int to, const ModeAndTimes& kept, const Url& to_url);
 void keep_times_of_link(int folder, const std::string& name, const timespec& access,
                         const timespec& modification, const Url& url);
 
-/// Gives the FIFO or socket `name` in an open folder the mode, as far as its file system can keep
-/// it, even if another item takes its name meanwhile.
-void keep_mode_of_node(int folder, const std::string& name, mode_t mode);
+/// Gives the folder, FIFO or socket `name` in an open folder the mode, as far as its file system
+/// can keep it, even if another item takes its name meanwhile.
+void keep_mode_of_item(int folder, const std::string& name, mode_t mode);
 
 /// The mode that a copy gets of an item's.
 [[nodiscard]] inline mode_t kept_mode(mode_t mode)

@@ -28,6 +28,7 @@ public:
     [[nodiscard]] int operator()(int from_folder, const char* from, int to_folder, const char* to,
                                  FileDescriptor* open_file = nullptr);
 
+    /// The way that worked last.
     [[nodiscard]] Way way() const { return way_; }
 
 private:

@@ -2,12 +2,13 @@
 
 #include "files/Flush.hpp"
 #include "files/FolderReader.hpp"
+#include "files/ItemStatus.hpp"
 #include "files/MakeFolder.hpp"
-#include "files/NoReplaceRename.hpp"
 #include "files/Note.hpp"
 #include "files/Place.hpp"
 #include "files/ReadWrite.hpp"
 #include "files/RemoveTree.hpp"
+#include "files/SetAside.hpp"
 #include "utility/Uuid.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -81,16 +82,34 @@ std::string text_of(int note)
     return text;
 }
 
-/// Gives an item that was set aside its name back. Returns false if the name is taken: the
-/// replacement is there, and it is complete, since it never has the name before.
-bool is_put_back(const Url& hidden, const std::string& original_name)
+/// True if the item of that name is the one for which another was set aside. It is complete, since
+/// it never has the name before. Where inode numbers change, no item is known again.
+bool is_replacement(const Place& place, const Note& note)
 {
-    const Place place = Place::in_opened_folder(hidden);
-    const int code =
-        NoReplaceRename()(place.folder(), place.name(), place.folder(), original_name.c_str());
-    if (code != 0 && code != EEXIST)
-        throw platform_error(code, hidden);
-    return code == 0;
+    struct stat item {};
+    return ::fstatat(place.folder(), note.original_name.c_str(), &item, AT_SYMLINK_NOFOLLOW) == 0 &&
+           std::to_string(item.st_ino) == note.replacement;
+}
+
+/// Removes the hidden item, or gives it back its name. Unfinished items may have folders that the
+/// user may not write to.
+void settle(const Note& note)
+{
+    const Place place = Place::in_opened_folder(note.hidden);
+    const bool is_aside = !note.original_name.empty();
+    if (!is_aside || is_replacement(place, note))
+        return remove_tree(place.folder(), place.name(), note.hidden, Access::taken);
+    const DestinationFolder folder{place.folder(), note.hidden.deleting_last_path_component()};
+    if (const int code = put_back(folder, place.path, note.original_name))
+        throw platform_error(code, note.hidden);
+}
+
+/// True if the note can go though its item was not found. The folder of an item that was set aside
+/// may have been renamed: then the note is all that is known about the item.
+bool has_no_item(const Note& note)
+{
+    const bool has_folder = is_directory(note.hidden.deleting_last_path_component());
+    return note.volume.is_mounted() && (note.original_name.empty() || has_folder);
 }
 
 /// Writes the folder of an item to its disk.
@@ -112,12 +131,11 @@ bool is_settled(int note_file, std::string_view note_uuid)
     if (!note || note->hidden.last_path_component() != hidden_name(std::string(note_uuid)))
         return true;
     try {
-        if (note->original_name.empty() || !is_put_back(note->hidden, note->original_name))
-            remove_tree(note->hidden);
+        settle(*note);
         flush_folder_of(note->hidden);
         return true;
     } catch (const Error& error) {
-        return error.code() == ENOENT && note->volume.is_mounted();
+        return error.code() == ENOENT && has_no_item(*note);
     }
 }
 

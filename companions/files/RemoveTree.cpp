@@ -1,6 +1,7 @@
 #include "files/RemoveTree.hpp"
 
 #include "files/FolderTrail.hpp"
+#include "files/ItemMetadata.hpp"
 #include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -29,11 +30,22 @@ int unlink_item(int folder, const char* name)
     return ::unlinkat(folder, name, 0) == 0 ? 0 : errno;
 }
 
+OpenFolder open_to_empty(int parent, const char* name, Access access)
+{
+    OpenFolder folder = open_folder(parent, name);
+    const bool is_closed = folder.error == EACCES ||
+                           (folder.error == 0 && (folder.facts.stx_mode & S_IRWXU) != S_IRWXU);
+    if (access == Access::as_it_is || !is_closed)
+        return folder;
+    keep_mode_of_item(parent, name, S_IFDIR | S_IRWXU);
+    return open_folder(parent, name);
+}
+
 /// Empties one folder.
 class Emptying {
 public:
-    Emptying(OpenFolder top, const std::string& path)
-        : trail_(std::move(top), path, FolderStack::default_max_open)
+    Emptying(OpenFolder top, const std::string& path, Access access)
+        : trail_(std::move(top), path, FolderStack::default_max_open), access_(access)
     {
     }
 
@@ -64,7 +76,7 @@ private:
 
     void enter(const char* name)
     {
-        OpenFolder folder = open_folder(trail_.folder(), name);
+        OpenFolder folder = open_to_empty(trail_.folder(), name, access_);
         if (folder.error == ENOENT)
             return;
         if (folder.error == 0 && is_mounted(folder.facts, trail_.identity()))
@@ -86,6 +98,7 @@ private:
     }
 
     FolderTrail trail_;
+    Access access_;
     std::string name_;
     int readings_again_ = 0;
 };
@@ -102,21 +115,21 @@ void refuse_special(const char* name, const Url& shown)
 }
 
 /// Removes the folder `name` with everything in it, if it is the expected one.
-void remove_with_contents(int parent, const char* name, const Url& shown,
+void remove_with_contents(int parent, const char* name, const Url& shown, Access access,
                           const std::optional<Identity>& expected)
 {
     struct statx above = {};
     if (::statx(parent, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &above) != 0)
         throw platform_error(errno, shown);
     for (int readings = 0; readings <= max_readings_again; ++readings) {
-        OpenFolder folder = open_folder(parent, name);
+        OpenFolder folder = open_to_empty(parent, name, access);
         if (folder.error == 0 && is_mounted(folder.facts, identity_of(above)))
             folder.error = EBUSY;
         if (folder.error == 0 && expected && folder.identity() != *expected)
             folder.error = ESTALE;
         if (folder.error != 0)
             throw platform_error(folder.error, shown);
-        Emptying(std::move(folder), shown.path()).run();
+        Emptying(std::move(folder), shown.path(), access).run();
         if (::unlinkat(parent, name, AT_REMOVEDIR) == 0)
             return;
         if (errno != ENOTEMPTY)
@@ -127,12 +140,12 @@ void remove_with_contents(int parent, const char* name, const Url& shown,
 
 } // namespace
 
-void remove_tree(int folder, const char* name, const Url& shown)
+void remove_tree(int folder, const char* name, const Url& shown, Access access)
 {
     refuse_special(name, shown);
     const int error = unlink_item(folder, name);
     if (error == EISDIR)
-        remove_with_contents(folder, name, shown, {});
+        remove_with_contents(folder, name, shown, access, {});
     else if (error != 0)
         throw platform_error(error, shown);
 }
@@ -140,7 +153,7 @@ void remove_tree(int folder, const char* name, const Url& shown)
 void remove_folder(int folder, const char* name, const Url& shown, const Identity& expected)
 {
     refuse_special(name, shown);
-    remove_with_contents(folder, name, shown, expected);
+    remove_with_contents(folder, name, shown, Access::as_it_is, expected);
 }
 
 void remove_tree(const Url& url)

@@ -6,6 +6,10 @@
 
 namespace orv {
 
+/// `as_it_is`: folders that may not be changed end the removal. `taken`: they are made accessible
+/// first, as far as they are the user's. That is for items of the library's own.
+enum class Access { as_it_is, taken };
+
 /// Removes the item `name` of the open folder `folder`, a folder with everything in it. `shown` is
 /// its path in errors. Links are removed, never followed, and a mounted volume is never entered.
 /// The first failure ends it.
@@ -13,7 +17,7 @@ namespace orv {
 /// Threading: any.
 /// Errors: the platform's, with the path of the item that could not be removed: EBUSY for a mounted
 /// volume, EPERM for "/", EINVAL for "." and "..".
-void remove_tree(int folder, const char* name, const Url& shown);
+void remove_tree(int folder, const char* name, const Url& shown, Access access = Access::as_it_is);
 
 /// The same for a folder, if it still is the one that `expected` tells; else nothing is removed,
 /// and the error is ESTALE.

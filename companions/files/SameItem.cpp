@@ -31,18 +31,18 @@ std::optional<Identity> identity_at(const Url& url)
     }
 }
 
-/// How many of two different names the folder lists, to the byte.
-int listed_of(const Url& folder, std::string_view one, std::string_view other)
+/// How many entries of the folder have the name in one spelling or another.
+int entries_spelled_like(const Url& folder, std::string_view name)
 {
     const Place place = Place::of(folder);
     const OpenFolder opened = open_folder_following_links(place.folder(), place.name());
     if (opened.error != 0)
         throw platform_error(opened.error, folder);
-    int listed = 0;
+    int entries = 0;
     FolderReader reader(std::make_unique<std::byte[]>(FolderReader::buffer_bytes));
     while (const auto entry = reader.next(opened.descriptor.get()))
-        listed += entry->name == one || entry->name == other ? 1 : 0;
-    return listed;
+        entries += compare_case_insensitively(entry->name, name) == 0 ? 1 : 0;
+    return entries;
 }
 
 /// True if the paths differ in spelling alone, on a volume that has one entry for both. Inode
@@ -57,7 +57,7 @@ bool are_spellings(const Url& one, const Url& other)
         return false;
     const Url folder = one.deleting_last_path_component();
     return are_spellings(folder, other.deleting_last_path_component()) &&
-           (name == other_name || listed_of(folder, name, other_name) == 1);
+           (name == other_name || entries_spelled_like(folder, name) == 1);
 }
 
 bool is_one_device(const Identity& one, const Identity& other)

@@ -9,8 +9,8 @@ namespace orv {
 /// Threading: any.
 [[nodiscard]] bool are_same_item(const Url& one, const Url& other);
 
-/// True if two names in one folder are spellings of one entry, on a volume that takes "A" and "a",
-/// or the composed and the decomposed form of a letter, for one name.
+/// True if two locations of existing items differ in spelling alone and mean one entry, on a volume
+/// that takes "A" and "a", or the composed and the decomposed form of a letter, for one name.
 [[nodiscard]] bool is_other_spelling(const Url& one, const Url& other);
 
 /// True if both items lie on devices of their own, so that only a copy can move the one to the

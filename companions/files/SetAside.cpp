@@ -1,17 +1,19 @@
 #include "files/SetAside.hpp"
 
-#include "files/Flush.hpp"
+#include "files/FreeName.hpp"
 #include "files/NoReplaceRename.hpp"
 #include "files/RemoveTree.hpp"
 
 #include <orv/utility/Error.hpp>
 
+#include <cerrno>
 #include <utility>
 
 namespace orv {
 
-SetAside::SetAside(const DestinationFolder& folder, std::string name)
-    : folder_(folder), name_(std::move(name)), hidden_name_(folder, name_)
+SetAside::SetAside(const DestinationFolder& folder, std::string name,
+                   std::optional<std::uint64_t> replacement)
+    : folder_(folder), name_(std::move(name)), hidden_name_(folder, name_, replacement)
 {
     const std::string& hidden = hidden_name_.text();
     if (const int code = NoReplaceRename()(folder_.fd, name_.c_str(), folder_.fd, hidden.c_str()))
@@ -21,10 +23,7 @@ SetAside::SetAside(const DestinationFolder& folder, std::string name)
 
 SetAside::~SetAside()
 {
-    if (!is_aside_)
-        return;
-    const std::string& hidden = hidden_name_.text();
-    if (NoReplaceRename()(folder_.fd, hidden.c_str(), folder_.fd, name_.c_str()) != 0)
+    if (is_aside_ && put_back(folder_, hidden_name_.text(), name_) != 0)
         hidden_name_.leave_behind();
 }
 
@@ -33,11 +32,32 @@ void SetAside::discard() noexcept
     is_aside_ = false;
     try {
         // The replacement has its name on the disk before the old item goes from there.
-        flush(hidden_name_.folder().fd, folder_.url);
-        remove_tree(folder_.fd, hidden_name_.text().c_str(), folder_.url.appending(name_));
+        hidden_name_.flush_folder();
+        remove_tree(folder_.fd, hidden_name_.text().c_str(), folder_.url.appending(name_),
+                    Access::taken);
     } catch (const std::exception&) {
         hidden_name_.leave_behind();
     }
+}
+
+int put_back(const DestinationFolder& folder, const std::string& hidden,
+             const std::string& name) noexcept
+try {
+    NoReplaceRename rename;
+    const auto rename_to = [&](const std::string& to) {
+        return rename(folder.fd, hidden.c_str(), folder.fd, to.c_str());
+    };
+    int code = rename_to(name);
+    for (int attempts = 0; code == EEXIST && attempts < 100; ++attempts) {
+        const Url taken = folder.url.appending(name);
+        const auto free = generate_non_conflicting_file_url(taken, {taken});
+        if (!free)
+            break;
+        code = rename_to(free->last_path_component());
+    }
+    return code;
+} catch (const std::exception&) {
+    return EIO;
 }
 
 } // namespace orv

@@ -5,23 +5,27 @@
 
 #include <orv/utility/Url.hpp>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace orv {
 
 /// An item that makes room for its replacement: it waits under a hidden name beside its own.
 ///
-/// A note in the processed-files folder tells the next start of the library about it. That start
-/// gives the item its name back if the name is free, and removes the item otherwise.
+/// A note in the processed-files folder tells the next start of the library about it; see
+/// `HiddenName`.
 class SetAside {
 public:
-    /// Renames the item `name` of the open folder, which has to stay open.
+    /// Renames the item `name` of the open folder, which has to stay open. `replacement` is the
+    /// inode number of the item that is to get the name, if it exists already.
     ///
     /// Errors: the platform's; then the item is where it was.
-    SetAside(const DestinationFolder& folder, std::string name);
+    SetAside(const DestinationFolder& folder, std::string name,
+             std::optional<std::uint64_t> replacement);
 
-    /// Puts the item back unless it was discarded. Where its name is taken by now, the next start
-    /// decides.
+    /// Puts the item back unless it was discarded. Where its name is taken by now, it gets one like
+    /// it.
     ~SetAside();
     SetAside(const SetAside&) = delete;
     SetAside& operator=(const SetAside&) = delete;
@@ -35,5 +39,12 @@ private:
     HiddenName hidden_name_;
     bool is_aside_ = false;
 };
+
+/// Renames the hidden item `hidden` of an open folder to `name` or, where that is taken, to a free
+/// name like it.
+///
+/// Errors: returns 0 or the errno.
+[[nodiscard]] int put_back(const DestinationFolder& folder, const std::string& hidden,
+                           const std::string& name) noexcept;
 
 } // namespace orv

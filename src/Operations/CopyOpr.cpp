@@ -58,6 +58,18 @@ void check_is_not_inside(const Url& source, const CopyAnswer& answer)
         throw copy_place("Source path conflicts with destination path.").at(source);
 }
 
+/// Deletes the item that the copy replaces if both have no room on its volume. Returns true if it
+/// did.
+bool makes_room(CopyRequest& request, const Url& source, const Url& destination, std::int64_t size)
+{
+    const auto poll = [&] { request.check_cancelled(); };
+    if (!only_fits_alone(source, destination, size, poll))
+        return false;
+    poll();
+    remove_replaced(destination, not_replaced(copy_place));
+    return true;
+}
+
 /// Copies, and returns the last progress that was told.
 CopyProgress copy(CopyRequest& request, const Url& source, const Url& destination)
 {
@@ -76,7 +88,7 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
     const DescriptorLease descriptors = lease_descriptors(request, needed_by_copy);
     const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
     const bool replaces =
-        answer.replaces && !makes_room_first(answer.destination, total, not_replaced(copy_place));
+        answer.replaces && !makes_room(request, source, answer.destination, total);
     return copy_tree(request,
                      {source, answer.destination, answer.merges, replaces, total,
                       steps_ahead(descriptors, needed_by_transfer)},

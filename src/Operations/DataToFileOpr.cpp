@@ -81,16 +81,21 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
         check_can_be_replaced(target, failure);
     const GeneralProgress progress{url, 0};
     request.report(status::progress<GeneralProgress>{progress});
-    const bool has_room =
-        replaces && makes_room_first(target, static_cast<std::int64_t>(data.size()), failure);
+    const auto poll = [&] { request.check_cancelled(); };
+    const bool goes_first =
+        replaces && only_fits_alone(target, static_cast<std::int64_t>(data.size()), poll);
+    if (goes_first)
+        remove_replaced(target, failure);
     build_file(
-        target, replaces && !has_room,
+        target, replaces && !goes_first,
         {.not_created = data_place("Couldn't create destination file.", 169),
          .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
         [&](const PartialFile& file) { write_data(request, file.fd(), data, target, progress); });
     // The lock is kept for that: nobody else's file may be deleted. A file that took the place of
     // another stays, since the other one is gone.
-    if (!replaces)
+    if (replaces)
+        request.set_done();
+    else
         request.set_undo([target = target, lock] { Tool::delete_item(target); });
     return status::success{};
 }

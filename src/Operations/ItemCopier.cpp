@@ -30,10 +30,17 @@ Error placing_error(int code, const Url& url)
     return code == EEXIST ? already_exists(url) : move_error(platform_error(code, url));
 }
 
+Error replaced_meanwhile(const Url& url)
+{
+    return raise("Source item was replaced while it was being copied.").at(url);
+}
+
 /// The error for a source that cannot be opened or described any more.
 Error source_error(int code, const Url& url)
 {
     const Error cause = platform_error(code, url);
+    if (code == ESTALE)
+        return replaced_meanwhile(url);
     return code == ENOENT ? raise("Source item doesn't exist.").because_of(cause) : cause;
 }
 
@@ -69,7 +76,7 @@ OpenedSource open_file(const SourceItem& source)
     if (::fstat(opened.file.get(), &opened.status) != 0)
         throw platform_error(errno, source.url);
     if (!S_ISREG(opened.status.st_mode))
-        throw raise("Source item was replaced while it was being copied.").at(source.url);
+        throw replaced_meanwhile(source.url);
     return opened;
 }
 

@@ -40,12 +40,15 @@ MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& d
 }
 
 /// Deletes the item that the move replaces if both have no room on its volume.
-bool must_delete_first(const Url& source, const Url& destination)
+/// Returns true if it did.
+bool makes_room(MoveRequest& request, const Url& source, const Url& destination)
 {
-    if (!are_on_two_devices(source, destination.deleting_last_path_component()))
+    const auto poll = [&] { request.check_cancelled(); };
+    if (!are_on_two_devices(source, destination.deleting_last_path_component()) ||
+        !only_fits_alone(source, destination, item_size(source, poll), poll))
         return false;
-    if (!makes_room_first(destination, item_size(source, [] {}), not_replaced(move_place)))
-        return false;
+    poll();
+    remove_replaced(destination, not_replaced(move_place));
     RecCustomAttr::delete_records(record_key_of_entry(destination));
     return true;
 }
@@ -64,7 +67,7 @@ MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const 
     if (answer.replaces)
         check_can_be_replaced(src_url, answer.destination, move_place);
     pause_in_test_mode(std::chrono::seconds(1));
-    const bool replaces = answer.replaces && !must_delete_first(src_url, answer.destination);
+    const bool replaces = answer.replaces && !makes_room(request, src_url, answer.destination);
     move_with_records(src_url, answer.destination, replaces);
     return status::success{};
 }

@@ -104,6 +104,9 @@ public:
     /// is called on the main thread, or else destroyed there before the final status.
     void set_undo(std::function<void()> undo) { undo_ = std::move(undo); }
 
+    /// Says that the work is done and cannot be taken back: a cancel from now on comes too late.
+    void set_done() { is_done_ = true; }
+
     /// Frees the operation and delivers the final status: `outcome` or, when the request was
     /// cancelled by now and can be, `cancelled`.
     void finish(Status outcome)
@@ -111,7 +114,7 @@ public:
         assert(is_final(outcome));
         statuses_.finish([&] {
             if constexpr (has_case<status::cancelled, Status>) {
-                if (cancelled()) {
+                if (cancelled() && !is_done_) {
                     if (undo_)
                         undo_();
                     outcome = status::cancelled{};
@@ -140,6 +143,7 @@ private:
     StatusBatch<Status, typename Operation::StatusClosure> statuses_;
     std::optional<Status> closing_;
     std::function<void()> undo_;
+    bool is_done_ = false;
 };
 
 template <class Operation>

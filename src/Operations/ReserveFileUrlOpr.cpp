@@ -76,7 +76,7 @@ public:
     try : place_(Place::in_opened_folder(url)) {
         check_can_be_removed(place_.folder(), place_.name(), url);
         aside_.emplace(DestinationFolder{place_.folder(), url.deleting_last_path_component()},
-                       place_.path);
+                       place_.path, std::nullopt);
     } catch (const Error& cause) {
         throw reserve_place("Destination item couldn't be deleted while being overwritten.", 112)
             .because_of(cause);
@@ -89,19 +89,27 @@ private:
     std::optional<SetAside> aside_;
 };
 
+/// Removes the item at the reserved location. A failure gives the reservation up.
+void make_room(ReserveRequest& request, const Url& url, ReserveFileUrlOpr::Ticket& ticket)
+{
+    try {
+        ReplacedItem replaced(url);
+        request.check_cancelled();
+        replaced.discard();
+    } catch (const Error&) {
+        Reservation::release(ticket);
+        throw;
+    }
+}
+
 ReserveFileUrlOpr::Status run(ReserveRequest& request, const Url& url)
 {
     check_path(url, "Destination", reserve_place, {.undefined = 60, .root = 63});
     const ReservedPlace place = settle_conflict(request, url);
-    std::optional<ReplacedItem> replaced;
-    if (place.replaces)
-        replaced.emplace(place.url);
     const auto ticket = Reservation::issue(place.url);
     request.set_undo([ticket] { Reservation::release(*ticket); });
-    if (replaced) {
-        request.check_cancelled();
-        replaced->discard();
-    }
+    if (place.replaces)
+        make_room(request, place.url, *ticket);
     return ReserveFileUrlOpr::success{place.url, ticket};
 }
 

@@ -1,6 +1,5 @@
 #include "Operations/TakenName.hpp"
 
-#include "Operations/FolderSizeOpr.hpp"
 #include "Tool/Tool.hpp"
 #include "files/FreeName.hpp"
 #include "files/FreeSpace.hpp"
@@ -34,21 +33,34 @@ void check_can_be_replaced(const Url& destination, const Error& failure)
 void check_can_be_replaced(const Url& source, const Url& destination, const ErrorPlace& place,
                            std::source_location where)
 {
-    if (lies_inside(source, destination))
+    if (Tool::is_directory(destination) && lies_inside(source, destination))
         throw place("Source path conflicts with destination path.", where).at(source);
     check_can_be_replaced(destination, not_replaced(place, where));
 }
 
-bool makes_room_first(const Url& destination, std::int64_t bytes, const Error& failure)
+bool only_fits_alone(const Url& destination, std::int64_t bytes, FunctionRef<void()> poll)
 {
     const auto free = free_bytes(destination.deleting_last_path_component());
-    if (!free || bytes <= *free)
+    return free && bytes > *free && bytes - *free <= allocated_bytes(destination, true, poll);
+}
+
+bool only_fits_alone(const Url& source, const Url& destination, std::int64_t size,
+                     FunctionRef<void()> poll)
+{
+    const Url folder = destination.deleting_last_path_component();
+    const auto free = free_bytes(folder);
+    if (!free || size <= *free)
         return false;
+    if (shares_blocks(folder) && !are_on_two_devices(source, folder))
+        return false;
+    // A sparse file needs less than its size.
+    return only_fits_alone(destination, allocated_bytes(source, false, poll), poll);
+}
+
+void remove_replaced(const Url& destination, const Error& failure)
+{
     try {
-        if (bytes - *free > item_size(destination, [] {}))
-            return false; // it would be gone in vain
         Tool::remove_item(destination);
-        return true;
     } catch (const Error& cause) {
         throw failure.because_of(cause);
     }

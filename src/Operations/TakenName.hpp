@@ -5,6 +5,7 @@
 
 #include <orv/Operations/ConflictResolver.hpp>
 #include <orv/utility/Error.hpp>
+#include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <cstdint>
@@ -43,12 +44,19 @@ void check_can_be_replaced(const Url& destination, const Error& failure);
 void check_can_be_replaced(const Url& source, const Url& destination, const ErrorPlace& place,
                            std::source_location where = std::source_location::current());
 
-/// Deletes the item at `destination` if its volume has no room for `bytes` beside it, but has room
-/// once it is gone. Returns false if it stays until its replacement is complete.
+/// True if the volume has no room for `bytes` beside the item at `destination`, but has room once
+/// that item is gone. What `poll` throws ends the count.
+[[nodiscard]] bool only_fits_alone(const Url& destination, std::int64_t bytes,
+                                   FunctionRef<void()> poll);
+
+/// The same for a copy of the item at `source`, which holds `size` bytes.
+[[nodiscard]] bool only_fits_alone(const Url& source, const Url& destination, std::int64_t size,
+                                   FunctionRef<void()> poll);
+
+/// Deletes the item that is to be replaced.
 ///
 /// Errors: `failure`, told its cause.
-[[nodiscard]] bool makes_room_first(const Url& destination, std::int64_t bytes,
-                                    const Error& failure);
+void remove_replaced(const Url& destination, const Error& failure);
 
 /// The documented error for an item that could not be deleted.
 [[nodiscard]] Error not_replaced(const ErrorPlace& place,

@@ -39,7 +39,7 @@ void check_items(const std::vector<Url>& items, const Url& archive)
     }
 }
 
-/// Where the archive goes, and whether what stands there is to be deleted.
+/// Where the archive goes, and whether it takes the place of an item there.
 struct Target {
     Url url;
     bool replaces = false;
@@ -79,7 +79,7 @@ void check_items_exist(const std::vector<Url>& items)
                                item);
 }
 
-/// Under another spelling, what is to be deleted may be what is to be packed.
+/// Under another spelling, the item to replace may be one to pack.
 void check_replaces_no_item(const std::vector<Url>& items, const Url& archive)
 {
     for (const Url& item : items)
@@ -139,7 +139,9 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
     build_archive(request, content, target);
     // The lock is kept for that: nobody else's archive may be deleted. One that took the place of
     // another item stays, since that one is gone.
-    if (!target.replaces)
+    if (target.replaces)
+        request.set_done();
+    else
         request.set_undo([url = target.url, lock] { Tool::delete_item(url); });
     return status::success{};
 }

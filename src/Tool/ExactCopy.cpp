@@ -116,9 +116,13 @@ public:
             return copy(source, facts.stx_mode, destination_);
         flushes_each_ = !can_flush_volume(destination_.folder.fd);
         create_folder(destination_);
+        // The folder around it may not be readable, so it could not be flushed.
+        const OpenFolder top = open_folder(destination_.folder.fd, destination_.name.c_str());
+        if (top.error != 0)
+            throw platform_error(top.error, destination_.url());
         copy_contents(source);
         if (!flushes_each_)
-            flush_volume(destination_.folder.fd, destination_.url());
+            flush_volume(top.descriptor.get(), destination_.url());
     }
 
 private:

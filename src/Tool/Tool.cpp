@@ -59,10 +59,12 @@ bool is_folder(const Place& place)
            S_ISDIR(status.st_mode);
 }
 
-bool exists(const Place& place)
+std::optional<std::uint64_t> inode_of(const Place& place)
 {
     struct stat status {};
-    return ::fstatat(place.folder(), place.name(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (::fstatat(place.folder(), place.name(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return std::nullopt;
+    return status.st_ino;
 }
 
 /// Renames the item over the one at `to`, which is removed. Returns 0 or the errno.
@@ -79,9 +81,11 @@ int rename_replacing(const Url& from, const Url& to)
     };
     if (const int code = move(); code != EEXIST)
         return code;
-    SetAside old({destination.folder(), to.deleting_last_path_component()}, destination.path);
-    if (!exists(source))
-        return 0; // both were spellings of one item, which gets its name back
+    const bool is_one_item = is_other_spelling(from, to);
+    SetAside old({destination.folder(), to.deleting_last_path_component()}, destination.path,
+                 inode_of(source));
+    if (is_one_item && !inode_of(source))
+        return 0; // it gets its name back
     const int code = move();
     if (code == 0)
         old.discard();

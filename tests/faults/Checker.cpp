@@ -236,8 +236,13 @@ private:
     /// A process that ends by itself leaves no unfinished files of its own, not even for a while.
     void check_tidiness(const Snapshot& items)
     {
-        const bool keeps_replaced_item =
-            !request_.replaced.empty() && ending_.hit.find(".orvresume") != std::string::npos;
+        // A request that is done may leave the old item to the next start, one that is not may be
+        // unable to put it back.
+        const auto is_hit = [&](const char* call) { return ending_.hit.starts_with(call); };
+        const bool is_about_old_item =
+            is_hit("fsync") || ending_.hit.find(".orvresume") != std::string::npos;
+        const bool keeps_replaced_item = !request_.replaced.empty() && is_about_old_item &&
+                                         (ending_.exit_code == 0 || is_hit("rename"));
         if (fault_.kind == Fault::Kind::kill || ending_.hit.starts_with("unlink") ||
             keeps_replaced_item)
             return;

@@ -1,3 +1,4 @@
+#include "files/Note.hpp"
 #include "support/Child.hpp"
 #include "support/Engine.hpp"
 #include "utility/Uuid.hpp"
@@ -230,6 +231,51 @@ TEST_F(ProcessesTest, a_start_removes_nothing_but_leftovers)
     EXPECT_EQ(Child(engine(scratch.url(), {"start"})).read_line(), "started");
     EXPECT_EQ(tree(scratch / "tmp/__orv_proc_files__"), (Texts{"mine.note=2", "mine.txt=1"}));
     EXPECT_EQ(tree(home), (Texts{".other.orvresume=3", "victim=1"}));
+}
+
+struct AsideCase {
+    std::string name;
+    std::string original; ///< as the note has it
+    Texts before;         ///< beside the item set aside
+    Texts after;
+    std::string folder = "home"; ///< that the note names
+    bool is_replacement = false; ///< the item of the original name is the expected one
+    bool keeps_note = false;
+};
+
+const AsideCase aside_cases[] = {
+    {"the name is free", "a", {}, {"a=old"}},
+    {"the replacement has the name", "a", {"a=new"}, {"a=new"}, "home", true},
+    {"a stranger has the name", "a", {"a=new"}, {"a 2=old", "a=new"}},
+    {"the name leads elsewhere", "../a", {}, {"@=old"}},
+    {"the folder was renamed", "a", {}, {"@=old"}, "renamed", false, true},
+};
+
+TEST_F(ProcessesTest, an_item_that_was_set_aside_is_put_back_or_was_replaced)
+{
+    for (const AsideCase& row : aside_cases) {
+        SCOPED_TRACE(row.name);
+        const Scratch scratch;
+        const std::string uuid = new_uuid();
+        const std::string hidden = "." + uuid + ".orvresume";
+        make_tree(scratch / "home", {hidden + "=old"});
+        make_tree(scratch / "home", row.before);
+        struct stat taken {};
+        ::stat((scratch / "home/a").path().c_str(), &taken);
+        const Note note{(scratch / row.folder).appending(hidden),
+                        row.original,
+                        std::to_string(row.is_replacement ? taken.st_ino : 0),
+                        {}};
+        make_tree(scratch / "tmp/__orv_proc_files__", {});
+        write_file((scratch / "tmp/__orv_proc_files__").appending(uuid + ".note"), note.text());
+        EXPECT_EQ(Child(engine(scratch.url(), {"start"})).read_line(), "started");
+        Texts after = row.after;
+        for (std::string& text : after)
+            if (text.starts_with('@'))
+                text.replace(0, 1, hidden);
+        EXPECT_EQ(tree(scratch / "home"), after);
+        EXPECT_EQ(tree(scratch / "tmp/__orv_proc_files__").size(), row.keeps_note ? 1U : 0U);
+    }
 }
 
 TEST_F(ProcessesTest, two_of_them_share_one_database)
