@@ -70,14 +70,13 @@ bool makes_room(CopyRequest& request, const Url& source, const Url& destination,
     return true;
 }
 
-/// Copies, and returns the last progress that was told.
-CopyProgress copy(CopyRequest& request, const Url& source, const Url& destination)
+void copy(CopyRequest& request, const Url& source, const Url& destination)
 {
     const CopyProgress nothing_copied{source.last_path_component(), Tool::is_directory(source), 1};
     check_source_and_destination(source, destination, copy_place);
     const CopyAnswer answer = settle_conflict(request, source, destination);
     if (answer.nothing_to_do)
-        return nothing_copied;
+        return request.report(status::progress<CopyProgress>{nothing_copied});
 
     const UrlLock lock({read(source)}, write(answer.destination));
     request.check_cancelled();
@@ -89,10 +88,12 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
     const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
     const bool replaces =
         answer.replaces && !makes_room(request, source, answer.destination, total);
-    return copy_tree(request,
-                     {source, answer.destination, answer.merges, replaces, total,
-                      steps_ahead(descriptors, needed_by_transfer)},
-                     nothing_copied);
+    CopyProgress progress = copy_tree(request,
+                                      {source, answer.destination, answer.merges, replaces, total,
+                                       steps_ahead(descriptors, needed_by_transfer)},
+                                      nothing_copied);
+    progress.value = 1;
+    request.report(status::progress<CopyProgress>{progress}); // while the locks are held
 }
 
 } // namespace
@@ -100,9 +101,7 @@ CopyProgress copy(CopyRequest& request, const Url& source, const Url& destinatio
 CopyOperation::Status copy_item(Request<CopyOperation>& request, const Url& src_url,
                                 const Url& dest_url)
 {
-    CopyProgress progress = copy(request, src_url, dest_url);
-    progress.value = 1;
-    request.set_closing(status::progress<CopyProgress>{progress});
+    copy(request, src_url, dest_url);
     return status::success{};
 }
 

@@ -84,14 +84,14 @@ CopyOperation::Status copy_one(CopyBatch& batch, BatchAnswers& answers, BatchPro
     });
 }
 
-void set_closing_progress(CopyBatch& batch, const BatchProgress& progress)
+void report_closing_progress(CopyBatch& batch, const BatchProgress& progress)
 {
     batch.check_cancelled();
     if (!progress.last())
         fatal("copy(src_urls:dest_folder_url:status_closure:) was called with an empty list.");
     CopyProgress closing = *progress.last();
     closing.value = 1;
-    batch.set_closing(status::progress<CopyProgress>{closing});
+    batch.report(status::progress<CopyProgress>{closing});
 }
 
 MultiCopyOperation::Status run(CopyBatch& batch, const std::vector<Url>& sources, const Url& folder)
@@ -108,7 +108,7 @@ MultiCopyOperation::Status run(CopyBatch& batch, const std::vector<Url>& sources
         progress.item_done();
         answers.item_done();
     }
-    set_closing_progress(batch, progress);
+    report_closing_progress(batch, progress);
     return status::success{};
 }
 

@@ -99,7 +99,7 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
     to.publish();
 
     progress.value = 1;
-    request.set_closing(status::progress<CopyProgress>{progress});
+    request.report(status::progress<CopyProgress>{progress});
 }
 
 } // namespace

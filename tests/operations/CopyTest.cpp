@@ -380,8 +380,8 @@ TEST_F(CopyTest, its_locations_are_held_while_it_works_and_at_no_other_time)
     });
     pump_until([&] { return !operation->is_busy(); });
     locked.erase(std::unique(locked.begin(), locked.end()), locked.end());
-    EXPECT_EQ(locked, (std::vector<std::string>{"conflict ", "preparing rw", "progress rw",
-                                                "progress ", "success "}));
+    EXPECT_EQ(locked,
+              (std::vector<std::string>{"conflict ", "preparing rw", "progress rw", "success "}));
 }
 
 TEST_F(CopyTest, several_copies_read_one_folder_at_a_time)

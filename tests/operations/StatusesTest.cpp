@@ -1,5 +1,6 @@
 #include "support/Statuses.hpp"
 
+#include "Operations/UrlLocker.hpp"
 #include "support/Engine.hpp"
 
 #include <stdexcept>
@@ -24,10 +25,10 @@ TEST_F(StatusesTest, they_come_on_the_main_thread_and_one_is_final)
         EXPECT_TRUE(MainQueue::instance().is_main_thread());
         EXPECT_EQ(finals, 0);
         finals += is_final(status) ? 1 : 0;
-        const auto* progress = std::get_if<status::progress<CopyProgress>>(&status);
-        const bool is_closing = is_final(status) || (progress && progress->record.value == 1);
-        EXPECT_TRUE(operation->is_busy() || is_closing) << text_of(status);
-        EXPECT_FALSE(operation->is_busy() && is_final(status));
+        EXPECT_NE(operation->is_busy(), is_final(status)) << text_of(status);
+        const bool is_at_work = text_of(status).starts_with("progress");
+        EXPECT_EQ(UrlLocker::is_write_locked(at("z")), is_at_work || text_of(status) == "preparing")
+            << text_of(status);
     });
     EXPECT_TRUE(operation->is_busy());
     EXPECT_FALSE(operation->is_cancelled());
