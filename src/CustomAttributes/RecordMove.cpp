@@ -21,7 +21,7 @@ std::int64_t next_number()
     return ++last;
 }
 
-Database& database()
+Database& moves_database()
 {
     return shared_db_manager().db();
 }
@@ -29,9 +29,10 @@ Database& database()
 /// The table of the rows that moves under way have stored, as they were; each connection has one.
 void make_table()
 {
-    database().execute("CREATE TEMP TABLE IF NOT EXISTS stored_by_moves (move, relative_path,"
-                       " is_protected, order_no, is_custom_sorted,"
-                       " was_custom_sorted_at_least_once, PRIMARY KEY (move, relative_path))");
+    moves_database().execute(
+        "CREATE TEMP TABLE IF NOT EXISTS stored_by_moves (move, relative_path,"
+        " is_protected, order_no, is_custom_sorted,"
+        " was_custom_sorted_at_least_once, PRIMARY KEY (move, relative_path))");
 }
 
 } // namespace
@@ -47,7 +48,7 @@ RecordMove::~RecordMove()
         return;
     try {
         make_table();
-        database().execute("DELETE FROM temp.stored_by_moves WHERE move = ?", {number_});
+        moves_database().execute("DELETE FROM temp.stored_by_moves WHERE move = ?", {number_});
     } catch (const Error&) {
         return; // the table goes with the process
     }
@@ -58,7 +59,7 @@ void RecordMove::store_for_both(FunctionRef<void()> check)
     if (from_ == to_)
         return;
     bool any_from = false;
-    database().read_transaction([&] {
+    moves_database().read_transaction([&] {
         any_from = RecCustomAttr::any_records_below(from_);
         any_ = any_from || RecCustomAttr::any_records_below(to_);
     });
@@ -72,16 +73,16 @@ void RecordMove::store_for_both(FunctionRef<void()> check)
         remember_stored();
     };
     if (any_from)
-        database().durable_save_point(store);
+        moves_database().durable_save_point(store);
     else if (any_)
-        database().save_point(store);
+        moves_database().save_point(store);
 }
 
 void RecordMove::take_back(FunctionRef<bool()> is_there)
 {
     if (!any_)
         return;
-    database().save_point([&] {
+    moves_database().save_point([&] {
         if (is_there())
             return;
         if (RecCustomAttr::any_records_below(from_))
@@ -95,7 +96,7 @@ void RecordMove::finish(FunctionRef<void()> make_durable, FunctionRef<bool()> ha
     if (from_ == to_ || !(any_ || RecCustomAttr::any_records_below(from_)))
         return;
     make_durable();
-    database().save_point([&] {
+    moves_database().save_point([&] {
         if (!RecCustomAttr::any_records_below(from_) || !has_moved())
             return;
         carry_changes();
@@ -106,11 +107,11 @@ void RecordMove::finish(FunctionRef<void()> make_durable, FunctionRef<bool()> ha
 void RecordMove::remember_stored()
 {
     make_table();
-    database().execute(sql("REPLACE INTO temp.stored_by_moves SELECT ?, relative_path,"
-                           " is_protected, order_no, is_custom_sorted,"
-                           " was_custom_sorted_at_least_once FROM custom_attributes WHERE ",
-                           RecordTree::condition),
-                       joined(Values{number_}, RecordTree(from_).ranges()));
+    moves_database().execute(sql("REPLACE INTO temp.stored_by_moves SELECT ?, relative_path,"
+                                 " is_protected, order_no, is_custom_sorted,"
+                                 " was_custom_sorted_at_least_once FROM custom_attributes WHERE ",
+                                 RecordTree::condition),
+                             joined(Values{number_}, RecordTree(from_).ranges()));
 }
 
 /// Stores for the new place the rows at the old one that were saved since. A row that is missing at
@@ -120,7 +121,7 @@ void RecordMove::carry_changes()
     make_table();
     const RecordTree from(from_);
     const RecordTree to(to_);
-    database().execute(
+    moves_database().execute(
         sql("REPLACE INTO custom_attributes (relative_path, is_protected, order_no,"
             " is_custom_sorted, was_custom_sorted_at_least_once) SELECT ",
             RecordTree::replaced_key,
