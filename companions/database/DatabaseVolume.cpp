@@ -32,17 +32,17 @@ bool is_served(int file)
            std::ranges::find(served, static_cast<long>(volume.f_type)) != served.end();
 }
 
-/// Writes to the mapped file as the kernel does it, which fails where the process would be ended.
+/// Maps the file without writing to it: a full volume maps files, too, and SQLite takes the room
+/// for its own before it writes.
 bool can_map(int file)
 {
     if (::ftruncate(file, mapped_size) != 0)
-        return false;
+        return true; // the database tells what is wrong with the volume
     void* memory = ::mmap(nullptr, mapped_size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (memory == MAP_FAILED)
         return false;
-    const bool is_writable = ::madvise(memory, mapped_size, MADV_POPULATE_WRITE) == 0;
     ::munmap(memory, mapped_size);
-    return is_writable;
+    return true;
 }
 
 } // namespace

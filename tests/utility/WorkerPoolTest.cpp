@@ -208,17 +208,21 @@ TEST(WorkerPool, holds_to_its_bound_but_for_open_waits)
     pool.set_max_threads(3);
     EXPECT_LE(most_threads_of(1000, 100), 3 + 2) << "the main one, and one that stands by";
 
-    Counter asked, gate, other;
+    Counter asked, gate, other, answered;
     for (int i = 0; i < 20; ++i)
         bg_async([&] {
             asked.add();
-            const WorkerPool::Blocked waits;
-            gate.reaches(1);
+            {
+                const WorkerPool::Blocked waits;
+                gate.reaches(1);
+            }
+            answered.add();
         });
     EXPECT_TRUE(asked.reaches(20));
     bg_async([&] { other.add(); });
     EXPECT_TRUE(other.reaches(1));
     gate.add();
+    EXPECT_TRUE(answered.reaches(20));
     pool.set_max_threads(WorkerPool::default_max_threads);
 }
 
