@@ -14,7 +14,10 @@ extern const char libzip_file[];
 template <class Function>
 class OfLibzip : public LoadedLater<Function> {
 public:
-    constexpr explicit OfLibzip(const char* name) : LoadedLater<Function>(libzip_file, name) {}
+    constexpr explicit OfLibzip(const char* name) noexcept
+        : LoadedLater<Function>(libzip_file, name)
+    {
+    }
 };
 
 inline constinit const OfLibzip<decltype(::zip_close)> zip_close{"zip_close"};

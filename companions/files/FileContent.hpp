@@ -24,10 +24,10 @@ public:
     /// Called between the calls that move bytes with the count of bytes done; may throw.
     using Step = FunctionRef<void(std::int64_t bytes_done)>;
 
-    /// With a `chunk_pause`, content moves in chunks of 102,400 bytes and every chunk is followed
+    /// With a `pause`, content moves in chunks of 102,400 bytes and every chunk is followed
     /// by the pause.
     using ChunkPause = std::optional<std::chrono::milliseconds>;
-    explicit FileContent(ChunkPause chunk_pause = {}) : chunk_pause_(chunk_pause) {}
+    explicit FileContent(ChunkPause pause = {}) : chunk_pause_(pause) {}
 
     /// Copies what `from`, described by `status`, holds into the empty file `to`. A file that grows
     /// meanwhile yields what it held at first, one that shrinks what was read.

@@ -35,14 +35,14 @@ try {
 
 std::int64_t allocated_bytes(const Url& item, bool frees_alone, FunctionRef<void()> poll)
 {
-    constexpr std::int64_t block_size = 512; // the unit of stx_blocks
+    constexpr std::int64_t bytes_a_block = 512; // the unit of stx_blocks
     const auto status = item_status(item, AT_SYMLINK_NOFOLLOW);
     if (!status)
         return 0;
     const auto bytes_of = [&](std::uint64_t blocks, std::uint64_t links, bool is_folder) {
         return frees_alone && links > 1 && !is_folder
                    ? 0
-                   : static_cast<std::int64_t>(blocks) * block_size;
+                   : static_cast<std::int64_t>(blocks) * bytes_a_block;
     };
     std::int64_t bytes = bytes_of(static_cast<std::uint64_t>(status->st_blocks), status->st_nlink,
                                   S_ISDIR(status->st_mode));
@@ -60,13 +60,13 @@ std::int64_t allocated_bytes(const Url& item, bool frees_alone, FunctionRef<void
 
 bool shares_blocks(const Url& folder)
 try {
-    constexpr long xfs_magic = 0x58465342; // in no header of the system
+    constexpr long xfs_type = 0x58465342; // in no header of the system
     const Place place = Place::of(folder);
     const FileDescriptor opened(
         ::openat(place.folder(), place.name(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct statfs volume {};
     return opened && ::fstatfs(opened.get(), &volume) == 0 &&
-           (volume.f_type == BTRFS_SUPER_MAGIC || volume.f_type == xfs_magic);
+           (volume.f_type == BTRFS_SUPER_MAGIC || volume.f_type == xfs_type);
 } catch (const Error&) {
     return false;
 }

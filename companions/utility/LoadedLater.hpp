@@ -23,7 +23,10 @@ class LoadedLater;
 template <class Result, class... Arguments>
 class LoadedLater<Result(Arguments...)> {
 public:
-    constexpr LoadedLater(const char* library, const char* name) : library_(library), name_(name) {}
+    constexpr LoadedLater(const char* library, const char* name) noexcept
+        : library_(library), name_(name)
+    {
+    }
 
     Result operator()(Arguments... arguments) const
     {

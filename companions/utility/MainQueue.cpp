@@ -46,11 +46,11 @@ struct SyncJob : Job {
     {
         auto& self = static_cast<SyncJob&>(job);
         struct Wake {
-            SyncJob& job;
+            SyncJob& done;
             ~Wake()
             {
-                std::binary_semaphore& waiter = job.waiter;
-                job.blocked.end();
+                std::binary_semaphore& waiter = done.waiter;
+                done.blocked.end();
                 waiter.release();
             }
         } const wake{self};

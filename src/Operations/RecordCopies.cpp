@@ -70,6 +70,7 @@ void RecordCopies::write_noted()
 void RecordCopies::keep_those_with_rows()
 {
     std::vector<RecordKey> sources;
+    sources.reserve(waiting_.size());
     for (const RecordCopy& copy : waiting_)
         sources.push_back(copy.from);
     std::unordered_set<std::string> found;

@@ -148,8 +148,9 @@ TEST_F(FullHome, loses_nothing_wherever_space_ends)
             << ending.errors;
         const Fault told{.kind = Fault::Kind::error, .code = ENOSPC};
         const std::vector<std::string> none;
-        if (!cannot_start)
+        if (!cannot_start) {
             EXPECT_EQ(wrong_after(request, site, told, ending), none) << ending.errors;
+        }
     }
 }
 
