@@ -49,9 +49,9 @@ struct SyncJob : Job {
             SyncJob& done;
             ~Wake()
             {
-                std::binary_semaphore& waiter = done.waiter;
+                std::binary_semaphore& sleeper = done.waiter;
                 done.blocked.end();
-                waiter.release();
+                sleeper.release();
             }
         } const wake{self};
         self.closure();
