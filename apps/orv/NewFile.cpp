@@ -2,6 +2,7 @@
 
 #include "Conflicts.hpp"
 #include "Failure.hpp"
+#include "Placement.hpp"
 #include "ProgressBar.hpp"
 #include "Waiting.hpp"
 
@@ -76,6 +77,7 @@ void check_is_no_folder(const std::string& path)
 void write_new_file(const Url& file, std::vector<std::byte> data,
                     std::optional<ConflictBehaviour> on_conflict, const Surroundings& surroundings)
 {
+    check_folder_of(file);
     Writing(file, on_conflict, surroundings).run(std::move(data));
 }
 

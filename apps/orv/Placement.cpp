@@ -5,7 +5,9 @@
 #include <orv/orv.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
+#include <system_error>
 
 namespace orv::app {
 namespace {
@@ -55,13 +57,26 @@ Placement placement_of(const std::vector<std::string>& sources, const std::strin
     std::transform(sources.begin(), sources.end(), items.begin(), named_item);
     if (items.size() == 1) {
         check_slash(items.front(), destination);
-        return {items, destination_of(items.front(), destination)};
+        const Url target = destination_of(items.front(), destination);
+        check_folder_of(target);
+        return {items, target};
     }
     for (const Url& item : items)
         check_path(item);
     if (!may_share_names)
         check_names(items);
     return {items, destination};
+}
+
+void check_folder_of(const Url& destination)
+{
+    if (destination.empty())
+        return; // the request says so
+    const Url folder = destination.standardized().deleting_last_path_component();
+    std::error_code unknown;
+    // A folder that cannot be looked at is left to the request, which tells why.
+    if (std::filesystem::status(folder, unknown).type() == std::filesystem::file_type::not_found)
+        throw Error("Destination folder doesn't exist.").at(folder);
 }
 
 } // namespace orv::app

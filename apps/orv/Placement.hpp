@@ -24,4 +24,9 @@ struct Placement {
 [[nodiscard]] Placement placement_of(const std::vector<std::string>& sources,
                                      const std::string& destination, bool may_share_names);
 
+/// Refuses a destination whose folder does not exist.
+///
+/// Errors: "Destination folder doesn't exist.", at the folder.
+void check_folder_of(const Url& destination);
+
 } // namespace orv::app

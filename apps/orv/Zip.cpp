@@ -1,6 +1,7 @@
 #include "Commands.hpp"
 #include "Failure.hpp"
 #include "Password.hpp"
+#include "Placement.hpp"
 #include "ProgressBar.hpp"
 #include "SelfNames.hpp"
 #include "Text.hpp"
@@ -17,6 +18,7 @@ void check_archive(const ZipCommand& command)
     const Url archive(command.archive);
     if (command.archive.ends_with('/') || OrvFileManager::singleton().is_directory(archive))
         throw Error("An archive can't take the place of a folder.").at(archive);
+    check_folder_of(archive);
 }
 
 void check_item(const Url& item, const Url& archive)

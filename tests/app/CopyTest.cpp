@@ -59,6 +59,7 @@ const ChangeCase copy_cases[] = {
      "",
      {"d/", "d/a=1", "d/c=1", "e/", "e/d/", "e/d/a=2", "e/d/c=1"}},
     {{"a=1"}, {"a", "a", "--on-conflict", "replace"}, 0, "", {"a=1"}},
+    {{"a=1"}, {"a", "d/b"}, 1, "orv: Destination folder doesn't exist: $W/d\n", {"a=1"}},
 
     {{"a=1", "b/c=2", "l->a", "d/"},
      {"a", "b/.", "l", "d"},

@@ -18,11 +18,7 @@ TEST_F(CommandTest, WritesItsInputToANewFile)
          {"d/", "d/a=1"}},
         {{}, {"write", "a/"}, 1, "orv: Data can't be written to a folder: $W/a\n", {}},
         {{}, {"write", ""}, 1, "orv: Destination url points to an undefined path\n", {}},
-        {{},
-         {"write", "d/a"},
-         1,
-         "orv: Couldn't finalize copying to destination: $W/d/a: No such file or directory\n",
-         {}},
+        {{}, {"write", "d/a"}, 1, "orv: Destination folder doesn't exist: $W/d\n", {}},
     };
     write_file(home().appending("input"), "new");
     set_input(home().appending("input").path());
