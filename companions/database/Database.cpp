@@ -79,7 +79,7 @@ Database::Connection& Database::connection_in_place()
     return connection();
 }
 
-/// What was written to a file that had been deleted is in the one that was put back.
+/// The file that was put back holds the writes that went to the deleted one.
 void Database::check_was_stored()
 {
     if (connection().is_idle() && connection().take_has_written() && !follow_file())

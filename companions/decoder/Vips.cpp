@@ -43,8 +43,7 @@ void start_vips()
     ::g_setenv("VIPS_DISC_THRESHOLD", "8g", TRUE);
     if (VIPS_INIT("orv-picture-decoder"))
         throw Error("libvips cannot be started.");
-    // What it gains is lost in the noise, and code that is made while it runs takes memory that may
-    // hold code.
+    // It gains nothing measurable, and generated code needs executable memory.
     ::vips_vector_set_enabled(FALSE);
     ::vips_concurrency_set(1);
     ::vips_cache_set_max(0);

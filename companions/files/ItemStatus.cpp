@@ -36,6 +36,15 @@ try {
                                                              : failure.at(url).because_of(cause);
 }
 
+struct statx item_facts(int folder, const char* name, const Url& url)
+{
+    struct statx facts {};
+    if (::statx(folder, name, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
+                STATX_BASIC_STATS, &facts) != 0)
+        throw platform_error(errno, url);
+    return facts;
+}
+
 bool is_directory(const Url& url)
 {
     const auto status = item_status(url, 0);

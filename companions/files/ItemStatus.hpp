@@ -19,6 +19,11 @@ namespace orv {
 /// may exist, but its volume is gone or a folder on the way is closed.
 [[nodiscard]] Error missing_item(const Error& failure, const Url& url);
 
+/// Describes the item `name` of an open folder, a link itself, or the folder for an empty name.
+///
+/// Errors: the platform's, at `url`.
+[[nodiscard]] struct statx item_facts(int folder, const char* name, const Url& url);
+
 /// True if the item is a folder or a link to one.
 [[nodiscard]] bool is_directory(const Url& url);
 

@@ -11,9 +11,9 @@ namespace orv {
 /// The folder in which requests build files before they move them into place: "__orv_proc_files__"
 /// in the temporary folder.
 ///
-/// What stands in it belongs to the process that holds the lock (`flock`) on it: a file that is
-/// being built has a UUID as its name; one that has to be built elsewhere is announced by a note,
-/// whose name is a UUID with the extension "note"; see `Note`.
+/// An item in it belongs to the process that holds the lock (`flock`) on it. A file under
+/// construction has a UUID as its name. A file that is built elsewhere has a note here, with a UUID
+/// and the extension "note" as its name; see `Note`.
 [[nodiscard]] const Url& processed_files_folder();
 
 /// Creates the folder and says whether it stands.

@@ -1,5 +1,6 @@
 #include "files/Removability.hpp"
 
+#include "files/ItemStatus.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/TreeWalk.hpp"
 
@@ -13,15 +14,6 @@
 
 namespace orv {
 namespace {
-
-struct statx facts_of(int folder, const char* name, const Url& url)
-{
-    struct statx facts {};
-    if (::statx(folder, name, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
-                STATX_BASIC_STATS, &facts) != 0)
-        throw platform_error(errno, url);
-    return facts;
-}
 
 /// In a folder like /tmp only the owner of an item may take it away.
 bool may_take(const struct statx& item, const struct statx& folder)
@@ -78,9 +70,9 @@ void check_can_take_from(int folder, const Url& url)
 
 void check_can_be_removed(int folder, const char* name, const Url& shown)
 {
-    const struct statx facts = facts_of(folder, name, shown);
+    const struct statx facts = item_facts(folder, name, shown);
     check_can_take_from(folder, shown.deleting_last_path_component());
-    check_can_be_taken(facts, facts_of(folder, "", shown), shown);
+    check_can_be_taken(facts, item_facts(folder, "", shown), shown);
     if (S_ISDIR(facts.stx_mode))
         check_contents(open_folder(folder, name), shown);
 }

@@ -7,10 +7,9 @@
 
 namespace orv {
 
-/// Where one request builds its files, out of sight until they are published: without a name where
-/// the file system can do that; else in the processed-files folder as long as they can be moved to
-/// their destination from there; else under a hidden name beside it, which a note in that folder
-/// announces.
+/// The hidden place where one request builds its files until it publishes them. Files have no name
+/// if the volume offers that. Otherwise they stand in the processed-files folder, or, if they
+/// cannot be moved from there, under a hidden name beside their destination; a note announces it.
 ///
 /// Threading: one thread.
 class Staging {

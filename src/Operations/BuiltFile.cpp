@@ -76,8 +76,10 @@ void keep_name(const PartialFile& file, const DestinationItem& destination,
     }
 }
 
+/// Builds the file, gives it its name, and calls `named` while a note still announces it.
 void build_new_file(const DestinationItem& destination, const BuiltFileErrors& errors,
-                    FunctionRef<void(const PartialFile&)> fill)
+                    FunctionRef<void(const PartialFile&)> fill,
+                    FunctionRef<void(const PartialFile&)> named)
 {
     Staging staging;
     for (;;) {
@@ -86,7 +88,7 @@ void build_new_file(const DestinationItem& destination, const BuiltFileErrors& e
         finish(file, destination.url(), errors);
         const int code = staging.publish(file, destination.folder, destination.name);
         if (code == 0)
-            return keep_name(file, destination, errors);
+            return named(file);
         if (!staging.can_do_otherwise(code))
             throw errors.not_finalized.because_of(platform_error(code, destination.url()));
     }
@@ -106,7 +108,8 @@ void build_replacement(const Url& url, const BuiltFileErrors& errors,
                        FunctionRef<void(const PartialFile&)> fill)
 {
     HiddenItem hidden = hidden_place(url, errors);
-    build_new_file(hidden.item(), errors, fill);
+    // Its hidden name need not be on the disk, so nothing follows.
+    build_new_file(hidden.item(), errors, fill, [](const PartialFile&) {});
     try {
         hidden.publish_replacing();
     } catch (const Error& cause) {
@@ -122,8 +125,10 @@ void build_file(const Url& url, bool replaces, const BuiltFileErrors& errors,
     if (replaces)
         return build_replacement(url, errors, fill);
     const Place destination = opened_folder_of(url, errors);
-    build_new_file({{destination.folder(), url.deleting_last_path_component()}, destination.path},
-                   errors, fill);
+    const DestinationItem item{{destination.folder(), url.deleting_last_path_component()},
+                               destination.path};
+    build_new_file(item, errors, fill,
+                   [&](const PartialFile& file) { keep_name(file, item, errors); });
 }
 
 } // namespace orv

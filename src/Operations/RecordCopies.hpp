@@ -11,8 +11,7 @@
 namespace orv {
 
 /// Gives the items that a copy has made the attribute rows of their originals, several in one go.
-/// What was stored for an item that the copy replaces, or for one that once was in its place, is
-/// deleted.
+/// Rows of an item that the copy replaces, or of an earlier item of its name, are deleted.
 ///
 /// Threading: one background thread.
 /// Errors: those of the database.

@@ -97,9 +97,6 @@ public:
     template <class Child, class Work>
     typename Child::Status run_child(typename Child::StatusClosure on_status, Work work);
 
-    /// What is to be delivered just before `success`.
-    void set_closing(Status closing) { closing_ = std::move(closing); }
-
     /// What takes the work back when, after its success, the request turns out to be cancelled. It
     /// is called on the main thread, or else destroyed there before the final status.
     void set_undo(std::function<void()> undo) { undo_ = std::move(undo); }
@@ -121,27 +118,14 @@ public:
                 }
             }
             undo_ = nullptr;
-            std::vector<Status> last;
-            if (closing_ && is_success(outcome))
-                last.push_back(std::move(*closing_));
-            last.push_back(std::move(outcome));
             OperationAccess::free(*operation_);
-            return last;
+            return std::move(outcome);
         });
     }
 
 private:
-    static bool is_success(const Status& outcome)
-    {
-        if constexpr (has_case<status::success, Status>)
-            return std::holds_alternative<status::success>(outcome);
-        else
-            return false;
-    }
-
     std::shared_ptr<Operation> operation_;
     StatusBatch<Status, typename Operation::StatusClosure> statuses_;
-    std::optional<Status> closing_;
     std::function<void()> undo_;
     bool is_done_ = false;
 };

@@ -79,13 +79,13 @@ public:
         next_ = 0;
     }
 
-    /// Hands over what is held back; then, in one step on the main thread, asks `last` for the
-    /// closing statuses, delivers them, and destroys the closure.
-    void finish(FunctionRef<std::vector<Status>()> last)
+    /// Hands over what is held back. Then, in one step on the main thread, asks `last` for the
+    /// final status, delivers it, and destroys the closure.
+    void finish(FunctionRef<Status()> last)
     {
         flush();
         main_sync([&] {
-            held_ = last();
+            held_.push_back(last());
             finish_on_main();
         });
         while (closure_)

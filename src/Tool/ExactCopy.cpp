@@ -7,6 +7,7 @@
 #include "files/Flush.hpp"
 #include "files/HardLinks.hpp"
 #include "files/ItemMetadata.hpp"
+#include "files/ItemStatus.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/ReadWrite.hpp"
 #include "files/Removability.hpp"
@@ -88,27 +89,18 @@ struct stat made_copy(Make make, const SourceItem& source, const DestinationItem
     }
 }
 
-struct statx facts_of(int folder, const char* name, const Url& url)
-{
-    struct statx facts {};
-    if (::statx(folder, name, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
-                STATX_BASIC_STATS, &facts) != 0)
-        throw platform_error(errno, url);
-    return facts;
-}
-
 class ExactCopy {
 public:
     ExactCopy(const DestinationItem& destination, CopyRecord& record)
         : destination_(destination), record_(record), links_(destination.folder.fd),
-          destination_folder_(identity_of(facts_of(destination.folder.fd, "", destination.url())))
+          destination_folder_(identity_of(item_facts(destination.folder.fd, "", destination.url())))
     {
     }
 
     void run(const SourceItem& source)
     {
-        const struct statx facts = facts_of(source.folder, source.name.c_str(), source.url);
-        const struct statx above = facts_of(source.folder, "", source.url);
+        const struct statx facts = item_facts(source.folder, source.name.c_str(), source.url);
+        const struct statx above = item_facts(source.folder, "", source.url);
         check_can_take_from(source.folder, source.url.deleting_last_path_component());
         check_can_be_moved(facts, above, source.url);
 

@@ -25,8 +25,8 @@ struct Locations {
     /// documents.
     std::optional<Url> temp_dir = {};
     /// Holds the library's resources. Default: "share/orv" in the prefix that the library is
-    /// installed under. That is `$ORV_PREFIX` where it is set; else it is found from where the
-    /// shared library, the program or the headers that the program was compiled with lie.
+    /// installed under: `$ORV_PREFIX` if it is set. Otherwise the shared library, the program or
+    /// the headers of the program's build tell it by their place.
     std::optional<Url> resource_dir = {};
     /// Holds the programs that decode pictures and films for thumbnails. Default: the installed
     /// ones, "libexec/orv" in the same prefix.
