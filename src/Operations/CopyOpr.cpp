@@ -1,11 +1,11 @@
 #include "Operations/CopyOpr.hpp"
 
-#include "Operations/Descriptors.hpp"
 #include "Operations/FolderSizeOpr.hpp"
-#include "Operations/PathChecks.hpp"
-#include "Operations/TakenName.hpp"
-#include "Operations/TreeCopy.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/copying/TreeCopy.hpp"
+#include "Operations/frame/Descriptors.hpp"
+#include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/TakenName.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/SameItem.hpp"
 

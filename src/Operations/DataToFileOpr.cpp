@@ -1,11 +1,11 @@
 #include "Operations/DataToFileOpr.hpp"
 
 #include "Global/TestMode.hpp"
-#include "Operations/BuiltFile.hpp"
-#include "Operations/PathChecks.hpp"
 #include "Operations/SnglCopyOpr.hpp"
-#include "Operations/TakenName.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/copying/BuiltFile.hpp"
+#include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/TakenName.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/ReadWrite.hpp"
 

@@ -2,7 +2,7 @@
 
 #include "CustomAttributes/RecCustomAttr.hpp"
 #include "Global/TestMode.hpp"
-#include "Operations/Request.hpp"
+#include "Operations/frame/Request.hpp"
 
 #include <orv/utility/Error.hpp>
 

@@ -2,11 +2,11 @@
 
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
-#include "Operations/CancelPoll.hpp"
-#include "Operations/Descriptors.hpp"
-#include "Operations/ErrorPlace.hpp"
-#include "Operations/FolderChecks.hpp"
-#include "Operations/Request.hpp"
+#include "Operations/frame/CancelPoll.hpp"
+#include "Operations/frame/Descriptors.hpp"
+#include "Operations/frame/ErrorPlace.hpp"
+#include "Operations/frame/FolderChecks.hpp"
+#include "Operations/frame/Request.hpp"
 #include "Tool/Tool.hpp"
 
 #include <vector>

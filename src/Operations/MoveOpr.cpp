@@ -2,12 +2,12 @@
 
 #include "CustomAttributes/RecCustomAttr.hpp"
 #include "Global/TestMode.hpp"
-#include "Operations/Descriptors.hpp"
 #include "Operations/FolderSizeOpr.hpp"
-#include "Operations/MoveWithRecords.hpp"
-#include "Operations/PathChecks.hpp"
-#include "Operations/TakenName.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/copying/MoveWithRecords.hpp"
+#include "Operations/frame/Descriptors.hpp"
+#include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/TakenName.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/SameItem.hpp"
 

@@ -1,11 +1,11 @@
 #include "Operations/MultiCopyOpr.hpp"
 
-#include "Operations/BatchAnswers.hpp"
 #include "Operations/CopyOpr.hpp"
-#include "Operations/Descriptors.hpp"
-#include "Operations/ErrorPlace.hpp"
-#include "Operations/FolderChecks.hpp"
 #include "Operations/FolderSizeOpr.hpp"
+#include "Operations/frame/BatchAnswers.hpp"
+#include "Operations/frame/Descriptors.hpp"
+#include "Operations/frame/ErrorPlace.hpp"
+#include "Operations/frame/FolderChecks.hpp"
 #include "Tool/Tool.hpp"
 #include "files/ItemStatus.hpp"
 

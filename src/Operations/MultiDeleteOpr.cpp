@@ -1,8 +1,8 @@
 #include "Operations/MultiDeleteOpr.hpp"
 
 #include "Operations/DeleteOpr.hpp"
-#include "Operations/Descriptors.hpp"
-#include "Operations/Request.hpp"
+#include "Operations/frame/Descriptors.hpp"
+#include "Operations/frame/Request.hpp"
 
 namespace orv {
 namespace {

@@ -1,9 +1,9 @@
 #include "Operations/MultiMoveOpr.hpp"
 
-#include "Operations/BatchAnswers.hpp"
-#include "Operations/ErrorPlace.hpp"
-#include "Operations/FolderChecks.hpp"
 #include "Operations/MoveOpr.hpp"
+#include "Operations/frame/BatchAnswers.hpp"
+#include "Operations/frame/ErrorPlace.hpp"
+#include "Operations/frame/FolderChecks.hpp"
 
 namespace orv {
 namespace {

@@ -1,9 +1,9 @@
 #include "Operations/NewFolderOpr.hpp"
 
 #include "Global/TestMode.hpp"
-#include "Operations/PathChecks.hpp"
-#include "Operations/Request.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/Request.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/MakeFolder.hpp"
 #include "files/Place.hpp"

@@ -1,8 +1,8 @@
 #include "Operations/ReserveFileUrlOpr.hpp"
 
-#include "Operations/PathChecks.hpp"
-#include "Operations/TakenName.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/TakenName.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "files/Place.hpp"
 #include "files/Removability.hpp"

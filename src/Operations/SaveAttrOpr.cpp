@@ -1,4 +1,4 @@
-#include "Operations/Request.hpp"
+#include "Operations/frame/Request.hpp"
 
 #include <orv/Operations/SaveAttrOpr.hpp>
 

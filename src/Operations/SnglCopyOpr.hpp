@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Operations/ErrorPlace.hpp"
+#include "Operations/frame/ErrorPlace.hpp"
 #include "utility/StopWatch.hpp"
 
 #include <orv/Operations/SnglCopyOpr.hpp>

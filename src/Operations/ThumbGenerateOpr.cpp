@@ -1,7 +1,7 @@
 #include "Operations/ThumbGenerateOpr.hpp"
 
 #include "Global/TestMode.hpp"
-#include "Operations/Request.hpp"
+#include "Operations/frame/Request.hpp"
 #include "ThumbGenerator/ThumbnailAccess.hpp"
 
 #include <stop_token>

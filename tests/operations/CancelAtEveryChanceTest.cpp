@@ -1,5 +1,5 @@
-#include "Operations/Request.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/Request.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "support/Engine.hpp"
 #include "support/Records.hpp"
 #include "support/Statuses.hpp"

@@ -1,4 +1,4 @@
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "support/Engine.hpp"
 #include "support/Records.hpp"
 #include "support/Statuses.hpp"

@@ -1,6 +1,6 @@
 #include "support/Statuses.hpp"
 
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "support/Engine.hpp"
 
 #include <stdexcept>

@@ -1,7 +1,7 @@
 #include "stress/Load.hpp"
 
-#include "Operations/Request.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/Request.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "support/Engine.hpp"
 #include "support/Statuses.hpp"
 

@@ -1,6 +1,6 @@
 #include "support/Engine.hpp"
 
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 
 #include <chrono>
 #include <filesystem>

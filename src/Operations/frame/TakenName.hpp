@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Operations/ErrorPlace.hpp"
-#include "Operations/Request.hpp"
+#include "Operations/frame/ErrorPlace.hpp"
+#include "Operations/frame/Request.hpp"
 
 #include <orv/Operations/ConflictResolver.hpp>
 #include <orv/utility/Error.hpp>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Operations/ErrorPlace.hpp"
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/ErrorPlace.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 
 #include <orv/utility/Error.hpp>

@@ -1,4 +1,4 @@
-#include "Operations/TakenName.hpp"
+#include "Operations/frame/TakenName.hpp"
 
 #include "Tool/Tool.hpp"
 #include "files/FreeName.hpp"

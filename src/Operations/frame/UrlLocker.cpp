@@ -1,6 +1,6 @@
-#include "Operations/UrlLocker.hpp"
+#include "Operations/frame/UrlLocker.hpp"
 
-#include "Operations/ErrorPlace.hpp"
+#include "Operations/frame/ErrorPlace.hpp"
 #include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>

@@ -1,4 +1,4 @@
-#include "Operations/OperationAccess.hpp"
+#include "Operations/frame/OperationAccess.hpp"
 
 #include <orv/Operations/OrvOperation.hpp>
 #include <orv/utility/MainQueue.hpp>

@@ -1,4 +1,4 @@
-#include "Operations/BatchAnswers.hpp"
+#include "Operations/frame/BatchAnswers.hpp"
 
 namespace orv {
 

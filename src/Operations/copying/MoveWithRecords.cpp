@@ -1,4 +1,4 @@
-#include "Operations/MoveWithRecords.hpp"
+#include "Operations/copying/MoveWithRecords.hpp"
 
 #include "CustomAttributes/RecordMove.hpp"
 #include "Tool/Tool.hpp"

@@ -1,7 +1,7 @@
-#include "Operations/OpenedDestination.hpp"
+#include "Operations/copying/OpenedDestination.hpp"
 
 #include "Operations/SnglCopyOpr.hpp"
-#include "Operations/TakenName.hpp"
+#include "Operations/frame/TakenName.hpp"
 #include "Tool/Tool.hpp"
 
 namespace orv {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Operations/Request.hpp"
+#include "Operations/frame/Request.hpp"
 
 #include <orv/Operations/CopyOpr.hpp>
 

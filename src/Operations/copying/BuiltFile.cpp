@@ -1,4 +1,4 @@
-#include "Operations/BuiltFile.hpp"
+#include "Operations/copying/BuiltFile.hpp"
 
 #include "files/Flush.hpp"
 #include "files/HiddenItem.hpp"

@@ -1,4 +1,4 @@
-#include "Operations/RecordCopies.hpp"
+#include "Operations/copying/RecordCopies.hpp"
 
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"

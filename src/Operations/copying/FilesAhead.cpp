@@ -1,4 +1,4 @@
-#include "Operations/FilesAhead.hpp"
+#include "Operations/copying/FilesAhead.hpp"
 
 #include "utility/WorkerPool.hpp"
 

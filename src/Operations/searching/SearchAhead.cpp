@@ -1,4 +1,4 @@
-#include "Operations/SearchAhead.hpp"
+#include "Operations/searching/SearchAhead.hpp"
 
 #include "utility/ContentSearch.hpp"
 #include "utility/WorkerPool.hpp"

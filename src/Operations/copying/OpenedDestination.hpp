@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Operations/ItemCopier.hpp"
+#include "Operations/copying/ItemCopier.hpp"
 #include "files/HiddenItem.hpp"
 #include "files/Place.hpp"
 

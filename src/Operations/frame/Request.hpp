@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Operations/FinalCases.hpp"
-#include "Operations/OperationAccess.hpp"
-#include "Operations/StatusBatch.hpp"
+#include "Operations/frame/FinalCases.hpp"
+#include "Operations/frame/OperationAccess.hpp"
+#include "Operations/frame/StatusBatch.hpp"
 #include "utility/WorkerPool.hpp"
 
 #include <orv/Operations/Status.hpp>

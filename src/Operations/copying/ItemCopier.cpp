@@ -1,4 +1,4 @@
-#include "Operations/ItemCopier.hpp"
+#include "Operations/copying/ItemCopier.hpp"
 
 #include "Operations/SnglCopyOpr.hpp"
 #include "Tool/Tool.hpp"
