@@ -37,7 +37,8 @@ std::map<std::string, SortKey> sort_words()
             {"date", SortKey::modification_date},
             {"ext", SortKey::extension},
             {"folders", SortKey::folders_first},
-            {"custom", SortKey::custom_order}};
+            {"custom", SortKey::custom_order},
+            {"natural", SortKey::natural_name}};
 }
 
 SortType sort_type(SortKey key, SortOrder order)
@@ -53,6 +54,8 @@ SortType sort_type(SortKey key, SortOrder order)
         return SortType::by_extension(order);
     case SortKey::folders_first:
         return SortType::by_folders_first();
+    case SortKey::natural_name:
+        return SortType::by_natural_name(order);
     case SortKey::custom_order:
         break;
     }
@@ -217,17 +220,21 @@ private:
                                    [this](SortKey key) { sort_key_ = key; });
             },
             help);
-        sort->type_name("name|size|date|ext|folders|custom");
+        sort->type_name("name|natural|size|date|ext|folders|custom");
         command.add_flag("--desc", descending_, "Sort the other way round");
+        command.add_flag("--folders-first", folders_first_,
+                         "List folders before all other items, sorted by name unless --sort says "
+                         "otherwise");
         return sort;
     }
 
     std::optional<SortType> chosen_sort() const
     {
-        if (!descending_ && !sort_key_)
+        if (!descending_ && !folders_first_ && !sort_key_)
             return std::nullopt;
-        return sort_type(sort_key_.value_or(SortKey::name),
-                         descending_ ? SortOrder::desc : SortOrder::asc);
+        const SortType sort = sort_type(sort_key_.value_or(SortKey::name),
+                                        descending_ ? SortOrder::desc : SortOrder::asc);
+        return folders_first_ ? sort.with_folders_first() : sort;
     }
 
     ListCommand list_command() const
@@ -562,6 +569,7 @@ private:
     ListCommand list_;
     std::optional<SortKey> sort_key_;
     bool descending_ = false;
+    bool folders_first_ = false;
     bool list_details_ = false;
     bool list_json_ = false;
     FindCommand find_;

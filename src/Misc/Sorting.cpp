@@ -1,3 +1,4 @@
+#include "utility/NaturalOrder.hpp"
 #include "utility/Text.hpp"
 
 #include <orv/Misc/FileItem.hpp>
@@ -34,14 +35,15 @@ struct FoldedText {
     std::strong_ordering operator<=>(const FoldedText&) const = default;
 };
 
-/// One text of every item, folded.
-class FoldedTexts {
+/// The names of all items as they are compared.
+class FoldedNames {
 public:
-    FoldedTexts(const std::vector<FileItem>& items, std::string FileItem::*text)
+    explicit FoldedNames(const std::vector<FileItem>& items,
+                         std::string (*key_of)(std::string_view) = fold_key)
     {
         keys_.reserve(items.size());
         for (const FileItem& item : items)
-            keys_.push_back(fold_key(item.*text));
+            keys_.push_back(key_of(item.name));
     }
 
     FoldedText operator[](std::size_t index) const
@@ -129,7 +131,7 @@ ExtensionRanks extension_ranks(const std::vector<FileItem>& items)
 Order order_by_extension(const std::vector<FileItem>& items, SortOrder order)
 {
     const ExtensionRanks ranks = extension_ranks(items);
-    const FoldedTexts names(items, &FileItem::name);
+    const FoldedNames names(items);
     const Order grouped =
         order_by(items.size(), order, [&](std::size_t i) { return ranks.folded[i]; });
     const Order compared = order_by(
@@ -148,31 +150,26 @@ Order order_by_extension(const std::vector<FileItem>& items, SortOrder order)
 
 Order order_by_custom_order(const std::vector<FileItem>& items)
 {
-    const FoldedTexts names(items, &FileItem::name);
+    const FoldedNames names(items);
     return order_by(items.size(), SortOrder::asc, [&](std::size_t i) {
         const auto number = items[i].custom_attributes.order_no;
         return std::tuple(!number, number.value_or(0), number ? FoldedText() : names[i]);
     });
 }
 
-Order order_by_folders_first(const std::vector<FileItem>& items)
+Order order_by_name(const FoldedNames& names, std::size_t count, SortOrder order)
 {
-    const FoldedTexts names(items, &FileItem::name);
-    return order_by(items.size(), SortOrder::asc,
-                    [&](std::size_t i) { return std::tuple(!items[i].is_plain_dir(), names[i]); });
+    return order_by(count, order, [&](std::size_t i) { return names[i]; });
 }
 
-Order order_by_name(const std::vector<FileItem>& items, SortOrder order)
-{
-    const FoldedTexts names(items, &FileItem::name);
-    return order_by(items.size(), order, [&](std::size_t i) { return names[i]; });
-}
-
-Order order_of(const std::vector<FileItem>& items, SortType sort)
+Order order_by_key(const std::vector<FileItem>& items, SortType sort)
 {
     switch (sort.key()) {
     case SortType::Key::name:
-        return order_by_name(items, sort.order());
+    case SortType::Key::folders_first:
+        return order_by_name(FoldedNames(items), items.size(), sort.order());
+    case SortType::Key::natural_name:
+        return order_by_name(FoldedNames(items, natural_key), items.size(), sort.order());
     case SortType::Key::size:
         return order_by(items.size(), sort.order(),
                         [&](std::size_t i) { return items[i].size.value_or(0); });
@@ -181,12 +178,19 @@ Order order_of(const std::vector<FileItem>& items, SortType sort)
                         [&](std::size_t i) { return items[i].modification_date; });
     case SortType::Key::extension:
         return order_by_extension(items, sort.order());
-    case SortType::Key::folders_first:
-        return order_by_folders_first(items);
     case SortType::Key::custom_order:
         break;
     }
     return order_by_custom_order(items);
+}
+
+Order order_of(const std::vector<FileItem>& items, SortType sort)
+{
+    Order order = order_by_key(items, sort);
+    if (sort.puts_folders_first())
+        std::stable_partition(order.begin(), order.end(),
+                              [&](std::size_t i) { return items[i].is_plain_dir(); });
+    return order;
 }
 
 /// Puts `items` into `order` in place, along the cycles of the permutation: a second list of

@@ -40,7 +40,7 @@ void remember_sort(const Url& folder, SortType sort)
         auto attributes = CustomAttributes::fetch(folder);
         if (!attributes)
             return;
-        attributes->is_custom_sorted = sort == SortType::by_custom_order();
+        attributes->is_custom_sorted = sort.key() == SortType::Key::custom_order;
         if (attributes->is_custom_sorted)
             attributes->was_custom_sorted_at_least_once = true;
         save_all({*attributes}, false);

@@ -120,7 +120,8 @@ TEST_F(CommandTest, AnswersWrongUsageWithoutTouchingAnything)
         {{"ls"}, "orv: DIR is required\nSee orv ls --help.\n"},
         {{"ls", ".", "x"}, "orv: The following argument was not expected: x\nSee orv ls --help.\n"},
         {{"ls", ".", "--sort", "up"},
-         "orv: --sort: \"up\" is none of custom, date, ext, folders, name, size\nSee orv ls "
+         "orv: --sort: \"up\" is none of custom, date, ext, folders, name, natural, size\nSee orv "
+         "ls "
          "--help.\n"},
         {{"ls", ".", "--remember"}, "orv: --remember requires --sort\nSee orv ls --help.\n"},
         {{"cp", "a"}, "orv: DEST is required\nSee orv cp --help.\n"},

@@ -66,6 +66,7 @@ TEST_F(ListTest, SortsWhatItPrints)
         {{"--sort", "date"}, {"c.txt", "A.png", "b.txt", "sub.x", "sub"}},
         {{"--sort", "ext"}, {"sub", "A.png", "b.txt", "c.txt", "sub.x"}},
         {{"--sort", "folders"}, {"sub", "A.png", "b.txt", "c.txt", "sub.x"}},
+        {{"--sort", "size", "--desc", "--folders-first"}, {"sub", "*"}},
         {{"--sort", "custom"}, {"c.txt", "sub.x", "A.png", "b.txt", "sub"}},
     };
     for (const auto& row : cases) {

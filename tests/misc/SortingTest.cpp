@@ -123,6 +123,42 @@ const SortCase sort_cases[] = {
      {"b", "Z,dir", "a.app,package", "A", "c,dir"},
      {"c,dir", "Z,dir", "A", "a.app,package", "b"}},
 
+    {"natural",
+     SortType::by_natural_name(asc),
+     {"part 10", "Part 2", "part", "part 1b", "part 1.5", "part 1", "part:"},
+     {"part", "part 1", "part 1.5", "part 1b", "Part 2", "part 10", "part:"}},
+    {"natural",
+     SortType::by_natural_name(desc),
+     {"a9", "A10", "a10", "b1"},
+     {"b1", "A10", "a10", "a9"}},
+    {"natural, leading zeros",
+     SortType::by_natural_name(asc),
+     {"a000", "a02", "a010", "a2", "a002b", "a002", "a0", "a2b", "a1"},
+     {"a0", "a000", "a1", "a2", "a02", "a002", "a2b", "a002b", "a010"}},
+    {"natural, zeros of several numbers",
+     SortType::by_natural_name(asc),
+     {"01-01", "1-01", "01-1", "1-1"},
+     {"1-1", "1-01", "01-1", "01-01"}},
+    {"natural, long",
+     SortType::by_natural_name(asc),
+     {"1" + std::string(600, '0'), "2" + std::string(255, '9'), std::string(256, '9'),
+      "18446744073709551616", "3" + std::string(254, '0'), "18446744073709551615"},
+     {"18446744073709551615", "18446744073709551616", "3" + std::string(254, '0'),
+      "2" + std::string(255, '9'), std::string(256, '9'), "1" + std::string(600, '0')}},
+    {"natural, scripts and bytes",
+     SortType::by_natural_name(asc),
+     {"x\u0661\u0660", "x9", "\u00C92", "x10", "e\u03011", "x\xff", "x\uFF11\uFF11"},
+     {"e\u03011", "\u00C92", "x9", "x\u0661\u0660", "x10", "x\uFF11\uFF11", "x\xff"}},
+
+    {"folders first, by size",
+     SortType::by_size(desc).with_folders_first(),
+     {"a,size 1", "d,dir", "b,size 3", "p,package", "c,dir"},
+     {"d,dir", "c,dir", "b,size 3", "a,size 1", "p,package"}},
+    {"folders first, natural",
+     SortType::by_natural_name(desc).with_folders_first(),
+     {"9", "d2,dir", "10", "d10,dir"},
+     {"d10,dir", "d2,dir", "10", "9"}},
+
     {"custom",
      SortType::by_custom_order(),
      {"w,no 2", "z", "x,no 1", "Y"},
@@ -150,6 +186,8 @@ bool goes_before(const FileItem& a, const FileItem& b, SortType sort)
     const auto expected = [&](const auto& left, const auto& right) {
         return sort.order() == asc ? left < right : right < left;
     };
+    if (sort.puts_folders_first() && a.is_plain_dir() != b.is_plain_dir())
+        return a.is_plain_dir();
     switch (sort.key()) {
     case SortType::Key::name:
         return expected(lower(a.name), lower(b.name));
@@ -163,8 +201,8 @@ bool goes_before(const FileItem& a, const FileItem& b, SortType sort)
         return a.ext == b.ext ? expected(lower(a.name), lower(b.name))
                               : expected(lower(a.ext), lower(b.ext));
     case SortType::Key::folders_first:
-        return a.is_plain_dir() != b.is_plain_dir() ? a.is_plain_dir()
-                                                    : lower(a.name) < lower(b.name);
+    case SortType::Key::natural_name: // the names have no numbers
+        return expected(lower(a.name), lower(b.name));
     case SortType::Key::custom_order:
         break;
     }
@@ -198,7 +236,10 @@ TEST(Sorting, keeps_every_item_and_no_two_against_the_rule)
                               SortType::by_extension(asc),
                               SortType::by_extension(desc),
                               SortType::by_folders_first(),
-                              SortType::by_custom_order()};
+                              SortType::by_custom_order(),
+                              SortType::by_natural_name(desc),
+                              SortType::by_extension(desc).with_folders_first(),
+                              SortType::by_custom_order().with_folders_first()};
     std::mt19937 random(7);
     for (int round = 0; round < 2'000; ++round) {
         std::vector<FileItem> items;
@@ -232,6 +273,8 @@ TEST(Sorting, types_are_toggled_but_for_the_two_that_have_one_order)
     EXPECT_EQ(SortType::by_custom_order().toggled(), SortType::by_custom_order());
     EXPECT_EQ(SortType::by_folders_first().toggled(), SortType::by_folders_first());
     EXPECT_EQ(SortType::by_folders_first().order(), asc);
+    EXPECT_EQ(SortType::by_natural_name(asc).with_folders_first().toggled(),
+              SortType::by_natural_name(desc).with_folders_first());
     EXPECT_NE(SortType::by_name(desc), SortType::by_size(desc));
 }
 

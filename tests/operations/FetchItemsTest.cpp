@@ -109,6 +109,7 @@ TEST_F(FetchItemsTest, the_sort_is_remembered_where_the_folder_has_a_record)
     } rows[] = {
         {by_name, "none", "--"},
         {SortType::by_custom_order(), "none", "CW"},
+        {SortType::by_custom_order().with_folders_first(), "none", "CW"},
         {std::nullopt, "none", "CW"},
         {SortType::by_size(SortOrder::asc), "none", "-W"},
         {SortType::by_folders_first(), "none", "-W"},

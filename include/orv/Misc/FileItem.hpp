@@ -22,7 +22,15 @@ enum class SortOrder { asc, desc };
 /// What a list of items is sorted by, and which way.
 class SortType {
 public:
-    enum class Key { name, size, modification_date, extension, folders_first, custom_order };
+    enum class Key {
+        name,
+        size,
+        modification_date,
+        extension,
+        folders_first,
+        custom_order,
+        natural_name
+    };
 
     static constexpr SortType by_name(SortOrder order) { return {Key::name, order}; }
     static constexpr SortType by_size(SortOrder order) { return {Key::size, order}; }
@@ -34,7 +42,24 @@ public:
     static constexpr SortType by_folders_first() { return {Key::folders_first, SortOrder::asc}; }
     static constexpr SortType by_custom_order() { return {Key::custom_order, SortOrder::asc}; }
 
+    /// By name, with the numbers in names compared as numbers: "part 2" comes before "part 10".
+    static constexpr SortType by_natural_name(SortOrder order)
+    {
+        return {Key::natural_name, order};
+    }
+
+    /// The same with all folders before all other items, in either order.
+    [[nodiscard]] constexpr SortType with_folders_first() const
+    {
+        SortType sort = *this;
+        sort.puts_folders_first_ = true;
+        return sort;
+    }
+
     [[nodiscard]] constexpr Key key() const { return key_; }
+
+    /// True if all folders come before all other items.
+    [[nodiscard]] constexpr bool puts_folders_first() const { return puts_folders_first_; }
 
     /// The order it carries; ascending for the two that carry none.
     [[nodiscard]] constexpr SortOrder order() const { return order_; }
@@ -42,17 +67,23 @@ public:
     /// The same with the order reversed; the two that carry none stay as they are.
     [[nodiscard]] constexpr SortType toggled() const
     {
-        const bool fixed = key_ == Key::folders_first || key_ == Key::custom_order;
-        return {key_, fixed ? order_ : orv::toggled(order_)};
+        SortType sort = *this;
+        if (key_ != Key::folders_first && key_ != Key::custom_order)
+            sort.order_ = orv::toggled(order_);
+        return sort;
     }
 
     bool operator==(const SortType&) const = default;
 
 private:
-    constexpr SortType(Key key, SortOrder order) : key_(key), order_(order) {}
+    constexpr SortType(Key key, SortOrder order)
+        : key_(key), order_(order), puts_folders_first_(key == Key::folders_first)
+    {
+    }
 
     Key key_;
     SortOrder order_;
+    bool puts_folders_first_;
 };
 
 /// A file or folder as a listing shows it. A symbolic link is an item of its own, neither a folder
@@ -117,7 +148,9 @@ void sync_save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_up
 /// Sorts `items`. Names and extensions are compared without regard to case, and equal items keep
 /// their order. An item without a size counts as empty; undated ones come before all others, or
 /// after them in descending order. Items of one extension are sorted by name; beside items whose
-/// extension differs in case only, they keep the places that they hold among them.
+/// extension differs in case only, they keep the places that they hold among them. In natural
+/// order, digits of any script count; of equal numbers, the one with fewer leading zeros comes
+/// first, unless the names differ elsewhere. A package counts as a file.
 ///
 /// Threading: any.
 void orv_sort(std::vector<FileItem>& items, SortType sort);
