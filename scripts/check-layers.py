@@ -35,7 +35,7 @@ PUBLIC_ROOT = "include/orv"
 LIBRARIES = {
     r"sqlite3\.h": {"database"},
     r"unicode/.*": {"utility", "archive"},
-    r"(zip|libdeflate|uchardet)\.h": {"archive"},
+    r"(zip|libdeflate|uchardet)\.h|openssl/.*": {"archive"},
     r"zlib\.h": {"archive", "picture"},
     r"(turbojpeg|png)\.h": {"picture"},
     r"md5\.h": {"ThumbGenerator"},

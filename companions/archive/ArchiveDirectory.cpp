@@ -235,6 +235,7 @@ ToldByFields apply_fields(std::string_view fields, Entry& entry, const Url& arch
     if (told.aes && entry.method == aes_method) {
         constexpr std::uint16_t without_checksums = 2;
         entry.inner_method = told.aes->method;
+        entry.aes_strength = told.aes->strength;
         entry.has_checksum = told.aes->version != without_checksums;
     }
     return told;
@@ -259,7 +260,6 @@ bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& direc
     entry.number = static_cast<std::uint32_t>(directory.entries.size() - 1);
     const FixedPart fixed = read_fixed_part(record, entry);
     const std::size_t size = fixed.name_size + fixed.fields_size + fixed.comment_size;
-    const std::uint64_t fields_position = text.position() + fixed.name_size;
     const std::string_view texts = text.take(size);
     if (texts.size() != size)
         throw damaged(archive);
@@ -270,8 +270,6 @@ bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& direc
         entry.time = dos_time(fixed.time, fixed.date);
     if (is_utf8_flag_wrong(entry.flags, texts.substr(0, fixed.name_size)))
         directory.wrong_utf8_flags.push_back(entry_position + flags_in_directory);
-    if (told.aes && entry.method == aes_method && entry.inner_method == stored_method)
-        directory.stored_aes_positions.push_back(fields_position + told.aes->method_position);
     return !told.is_exact_name && !is_utf8(entry.name);
 }
 
@@ -350,7 +348,7 @@ ArchiveDirectory read_directory(const ArchiveToRead& archive, std::uint64_t max_
 
     // What stands before the archive, such as a program that unpacks it, counts in no offset.
     const std::uint64_t before = location.end - location.size - location.offset;
-    ArchiveDirectory directory{{}, location.end - location.size, {}, {}};
+    ArchiveDirectory directory{{}, location.end - location.size, {}};
     DirectoryText text(archive, directory.offset, location.end);
     std::vector<std::uint32_t> undecoded;
     directory.entries.reserve(static_cast<std::size_t>(location.entry_count));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/AesKeys.hpp"
 #include "archive/Job.hpp"
 #include "utility/FileDescriptor.hpp"
 
@@ -36,6 +37,7 @@ struct Entry {
     std::uint16_t inner_method = 0; ///< of what is encrypted; else the same
     std::uint16_t flags = 0;
     std::uint8_t host = 0;
+    std::optional<AesStrength> aes_strength;
     bool has_checksum = true;
     bool has_exact_name = false; ///< the name is what its bytes are on this platform
     std::optional<timespec> time;
@@ -55,9 +57,6 @@ inline constexpr std::size_t entry_header_size = 30;
 struct ArchiveDirectory {
     std::vector<Entry> entries;
     std::uint64_t offset; ///< of the directory in the file, where all content has ended
-
-    /// Where in the file it says of entries encrypted with AES that they are not packed besides.
-    std::vector<std::uint64_t> stored_aes_positions;
 
     /// Where in the file, in this directory and in the entries' own headers, flags stand that say
     /// of a name with more than ASCII in it whether it is UTF-8, and say it wrongly.

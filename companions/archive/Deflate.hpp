@@ -1,18 +1,14 @@
 #pragma once
 
+#include "archive/Bytes.hpp"
 #include "archive/Zip.hpp"
 
 #include <cstddef>
 #include <memory>
-#include <span>
-#include <vector>
 
 struct libdeflate_compressor;
 
 namespace orv::archive {
-
-using Bytes = std::vector<std::byte>;
-using ByteView = std::span<const std::byte>;
 
 /// Whether there are bytes, and all are zero.
 [[nodiscard]] bool is_zeros(ByteView bytes);

@@ -1,8 +1,5 @@
 #include "archive/EntryReader.hpp"
 
-#include "archive/LittleEndian.hpp"
-#include "archive/ReadAt.hpp"
-
 #include <algorithm>
 #include <new>
 
@@ -115,10 +112,9 @@ private:
 
 EntryReader::EntryReader(const ArchiveToRead& archive, const ArchiveDirectory& directory,
                          const std::optional<std::string>& password, const Job& job)
-    : archive_(archive), directory_(directory), job_(job),
-      libzip_archives_([&archive, &directory, password] {
-          return std::make_unique<LibzipArchive>(archive, directory, password);
-      })
+    : archive_(archive), directory_(directory), password_(password), job_(job),
+      libzip_archives_(
+          [this] { return std::make_unique<LibzipArchive>(archive_, directory_, password_); })
 {
 }
 
@@ -139,16 +135,13 @@ bool EntryReader::can_read(const Entry& entry)
 void EntryReader::read(const Entry& entry, Consumer consume)
 try {
     Content content(entry, job_, consume);
-    const std::uint64_t position = content_position(entry);
-    if (entry.is_encrypted() ||
-        (entry.method != stored_method && entry.method != deflated_method)) {
-        read_by_libzip(entry, content);
-    } else if (entry.method == stored_method) {
-        read_stored(entry, position, content);
-    } else if (std::max(entry.size, entry.packed_size) <= max_size_at_once) {
-        read_deflated_at_once(entry, position, content);
+    const Lending<Workspace>::Loan workspace(workspaces_);
+    if (is_for_libzip(entry)) {
+        read_by_libzip(entry, *workspace, content);
     } else {
-        read_deflated(entry, position, content);
+        PackedContent packed(archive_, directory_, entry, password_);
+        unpack(entry, packed, *workspace, content);
+        packed.finish(workspace->input);
     }
     content.check();
     if (entry.is_encrypted() && entry.size > 0)
@@ -187,6 +180,10 @@ try {
 
 void EntryReader::check_password(const Entry& entry)
 try {
+    if (!is_for_libzip(entry)) {
+        const PackedContent packed(archive_, directory_, entry, password_);
+        return;
+    }
     const Lending<LibzipArchive>::Loan archive(libzip_archives_);
     archive->open(entry);
     archive->close();
@@ -194,42 +191,25 @@ try {
     return; // which is told when the entry is read
 }
 
-/// The header before the content says again how long the name is, and has fields of its own.
-std::uint64_t EntryReader::content_position(const Entry& entry) const
+bool EntryReader::is_for_libzip(const Entry& entry)
 {
-    std::string text(entry_header_size, '\0');
-    read_exactly(entry, entry.offset, std::as_writable_bytes(std::span(text)));
-    LittleEndian header(text);
-    const bool is_header = header.text(entry_header_mark.size()) == entry_header_mark;
-    header.text(2 + 2); // the version needed, the flags
-    const std::uint16_t method = header.u16();
-    header.text(2 + 2 + 4 + 4 + 4); // the time, the checksum, the sizes
-    const std::uint64_t position =
-        entry.offset + entry_header_size + std::uint64_t{header.u16()} + header.u16();
-    if (!is_header || method != entry.method || position > directory_.offset ||
-        entry.packed_size > directory_.offset - position)
-        throw damaged(archive_.url, entry.name);
-    return position;
+    if (entry.method == aes_method)
+        return false;
+    return entry.is_encrypted() ||
+           (entry.method != stored_method && entry.method != deflated_method);
 }
 
-void EntryReader::read_exactly(const Entry& entry, std::uint64_t position,
-                               std::span<std::byte> buffer) const
-{
-    if (read_at(archive_.file.get(), position, buffer, archive_.url) != buffer.size())
-        throw damaged(archive_.url, entry.name);
-}
-
-void EntryReader::read_by_libzip(const Entry& entry, Content& content)
+void EntryReader::read_by_libzip(const Entry& entry, Workspace& workspace, Content& content)
 {
     const Lending<LibzipArchive>::Loan archive(libzip_archives_);
-    const Lending<Workspace>::Loan workspace(workspaces_);
-    Bytes& buffer = entry.inner_method == deflated_method ? workspace->input : workspace->output;
+    const bool is_deflated = entry.method == deflated_method;
+    Bytes& buffer = is_deflated ? workspace.input : workspace.output;
     buffer.resize(part_size);
     const auto next_part = [&] { return ByteView(buffer).first(archive->read(buffer)); };
     archive->open(entry);
     try {
-        if (entry.inner_method == deflated_method)
-            inflate(next_part, *workspace, content);
+        if (is_deflated)
+            inflate(next_part, workspace, content);
         for (ByteView part = next_part(); !part.empty(); part = next_part())
             content.add(part);
     } catch (...) {
@@ -239,45 +219,31 @@ void EntryReader::read_by_libzip(const Entry& entry, Content& content)
     archive->close();
 }
 
-void EntryReader::read_stored(const Entry& entry, std::uint64_t position, Content& content)
+void EntryReader::unpack(const Entry& entry, PackedContent& packed, Workspace& workspace,
+                         Content& content)
 {
-    if (entry.packed_size != entry.size)
-        content.fail();
-    const Lending<Workspace>::Loan workspace(workspaces_);
-    for (std::uint64_t done = 0; done < entry.size; done += workspace->output.size()) {
-        workspace->output.resize(
-            static_cast<std::size_t>(std::min<std::uint64_t>(part_size, entry.size - done)));
-        read_exactly(entry, position + done, workspace->output);
-        content.add(workspace->output);
+    if (entry.inner_method == stored_method) {
+        if (packed.left() != entry.size)
+            content.fail();
+        while (packed.left() > 0)
+            content.add(packed.next(part_size, workspace.output));
+    } else if (std::max(entry.size, entry.packed_size) <= max_size_at_once) {
+        inflate_at_once(entry, packed, workspace, content);
+    } else {
+        inflate([&] { return packed.next(part_size, workspace.input); }, workspace, content);
     }
 }
 
-void EntryReader::read_deflated_at_once(const Entry& entry, std::uint64_t position,
-                                        Content& content)
+void EntryReader::inflate_at_once(const Entry& entry, PackedContent& packed, Workspace& workspace,
+                                  Content& content)
 {
-    const Lending<Workspace>::Loan workspace(workspaces_);
-    workspace->input.resize(static_cast<std::size_t>(entry.packed_size));
-    workspace->output.resize(static_cast<std::size_t>(entry.size));
-    read_exactly(entry, position, workspace->input);
-    if (libdeflate_deflate_decompress(workspace->decompressor.get(), workspace->input.data(),
-                                      workspace->input.size(), workspace->output.data(),
-                                      workspace->output.size(), nullptr) != LIBDEFLATE_SUCCESS)
+    const ByteView input = packed.next(max_size_at_once, workspace.input);
+    workspace.output.resize(static_cast<std::size_t>(entry.size));
+    if (libdeflate_deflate_decompress(workspace.decompressor.get(), input.data(), input.size(),
+                                      workspace.output.data(), workspace.output.size(),
+                                      nullptr) != LIBDEFLATE_SUCCESS)
         content.fail();
-    content.add(workspace->output);
-}
-
-void EntryReader::read_deflated(const Entry& entry, std::uint64_t position, Content& content)
-{
-    const Lending<Workspace>::Loan workspace(workspaces_);
-    std::uint64_t done = 0;
-    const auto next_input = [&]() -> ByteView {
-        workspace->input.resize(
-            static_cast<std::size_t>(std::min<std::uint64_t>(part_size, entry.packed_size - done)));
-        read_exactly(entry, position + done, workspace->input);
-        done += workspace->input.size();
-        return workspace->input;
-    };
-    inflate(next_input, *workspace, content);
+    content.add(workspace.output);
 }
 
 /// Inflates all that comes; empty input is the end.

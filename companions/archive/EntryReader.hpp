@@ -4,6 +4,7 @@
 #include "archive/Deflate.hpp"
 #include "archive/Lending.hpp"
 #include "archive/LibzipArchive.hpp"
+#include "archive/PackedContent.hpp"
 
 #include <orv/utility/FunctionRef.hpp>
 
@@ -46,17 +47,17 @@ private:
 
     [[nodiscard]] bool is_password_right_for(const Entry& entry);
     [[nodiscard]] bool is_password_accepted(const Entry& entry);
-    void read_by_libzip(const Entry& entry, Content& content);
-    void inflate(FunctionRef<ByteView()> next_input, Workspace& workspace, Content& content);
-    void read_stored(const Entry& entry, std::uint64_t position, Content& content);
-    void read_deflated(const Entry& entry, std::uint64_t position, Content& content);
-    void read_deflated_at_once(const Entry& entry, std::uint64_t position, Content& content);
-    [[nodiscard]] std::uint64_t content_position(const Entry& entry) const;
-    void read_exactly(const Entry& entry, std::uint64_t position,
-                      std::span<std::byte> buffer) const;
+    [[nodiscard]] static bool is_for_libzip(const Entry& entry);
+    void read_by_libzip(const Entry& entry, Workspace& workspace, Content& content);
+    static void unpack(const Entry& entry, PackedContent& packed, Workspace& workspace,
+                       Content& content);
+    static void inflate_at_once(const Entry& entry, PackedContent& packed, Workspace& workspace,
+                                Content& content);
+    static void inflate(FunctionRef<ByteView()> next_input, Workspace& workspace, Content& content);
 
     const ArchiveToRead& archive_;
     const ArchiveDirectory& directory_;
+    const std::optional<std::string> password_;
     const Job& job_;
     Lending<Workspace> workspaces_;
     Lending<LibzipArchive> libzip_archives_;

@@ -103,15 +103,16 @@ std::optional<std::string> read_unicode_name(std::string_view field, std::string
     return std::string(text);
 }
 
-std::optional<AesField> read_aes(LittleEndian field, std::size_t position)
+std::optional<AesField> read_aes(LittleEndian field)
 {
-    constexpr std::size_t before_method = 2 + 2 + 1; // version, vendor, strength
-    AesField aes{};
-    aes.version = field.u16();
-    field.text(before_method - sizeof aes.version);
-    aes.method = field.u16();
-    aes.method_position = position + before_method;
-    return field.ran_out() ? std::nullopt : std::optional(aes);
+    const std::uint16_t version = field.u16();
+    const bool is_known_vendor = field.text(2) == "AE";
+    const auto strength = field.take<std::uint8_t>();
+    const std::uint16_t method = field.u16();
+    if (field.ran_out() || !is_known_vendor || version < 1 || version > 2 || strength < 1 ||
+        strength > 3)
+        return std::nullopt;
+    return AesField{version, AesStrength{strength}, method};
 }
 
 } // namespace
@@ -157,7 +158,7 @@ ToldByFields read_extra_fields(std::string_view fields, std::string_view name,
         } else if (id == unicode_name_field) {
             told.name = read_unicode_name(data, name);
         } else if (id == aes_field) {
-            told.aes = read_aes(field, fields.size() - rest.left() - data.size());
+            told.aes = read_aes(field);
         } else if (id == exact_name_field) {
             told.is_exact_name = true;
         }

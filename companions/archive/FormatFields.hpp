@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstddef>
+#include "archive/AesKeys.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -23,9 +24,9 @@ struct ExtraField {
 
 /// How an entry is encrypted with AES.
 struct AesField {
-    std::uint16_t version;       ///< in 2, entries have no checksum but that of the encryption
-    std::uint16_t method;        ///< how what is encrypted is packed
-    std::size_t method_position; ///< where that stands among the fields
+    std::uint16_t version; ///< in 2, entries have no checksum but that of the encryption
+    AesStrength strength;
+    std::uint16_t method; ///< how what is encrypted is packed
 };
 
 /// What the fields of an entry tell of it.

@@ -2,7 +2,6 @@
 
 #include "archive/ReadAt.hpp"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -10,7 +9,7 @@ namespace orv::archive {
 
 LibzipArchive::LibzipArchive(const ArchiveToRead& archive, const ArchiveDirectory& directory,
                              const std::optional<std::string>& password)
-    : archive_(archive), directory_(directory)
+    : archive_(archive)
 {
     zip_error_t error;
     zip_error_init(&error);
@@ -39,9 +38,7 @@ void LibzipArchive::open(const Entry& entry)
     if (facts.size != entry.size || facts.comp_size != entry.packed_size)
         throw DamagedContent();
     file_.reset(zip_fopen_index(zip_.get(), entry.number,
-                                entry.method == aes_method || entry.inner_method == deflated_method
-                                    ? ZIP_FL_COMPRESSED
-                                    : 0));
+                                entry.method == deflated_method ? ZIP_FL_COMPRESSED : 0));
     if (!file_)
         fail(zip_get_error(zip_.get()));
 }
@@ -83,17 +80,6 @@ void LibzipArchive::fail(zip_error_t* error)
     }
 }
 
-/// libzip compares the checksum of what is stored also where the encryption's own has taken its
-/// place and it is zero. What it believes to be deflated, but is not asked to inflate, it hands
-/// over without that.
-void LibzipArchive::show_stored_as_deflated(std::span<std::byte> part, std::uint64_t position) const
-{
-    const auto& marks = directory_.stored_aes_positions;
-    for (auto mark = std::lower_bound(marks.begin(), marks.end(), position);
-         mark != marks.end() && *mark < position + part.size(); ++mark)
-        part[static_cast<std::size_t>(*mark - position)] = std::byte{deflated_method};
-}
-
 zip_int64_t LibzipArchive::serve(void* self, void* data, zip_uint64_t size,
                                  zip_source_cmd_t command)
 {
@@ -118,7 +104,6 @@ zip_int64_t LibzipArchive::handle(void* data, zip_uint64_t size, zip_source_cmd_
         const std::span<std::byte> part(static_cast<std::byte*>(data),
                                         static_cast<std::size_t>(size));
         const std::size_t bytes = read_at(archive_.file.get(), position_, part, archive_.url);
-        show_stored_as_deflated(part.first(bytes), position_);
         position_ += bytes;
         return static_cast<zip_int64_t>(bytes);
     }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "archive/ArchiveDirectory.hpp"
-#include "archive/Deflate.hpp"
 #include "archive/Libzip.hpp"
+#include "archive/PackedContent.hpp"
 
 #include <exception>
 #include <memory>
@@ -12,11 +11,8 @@
 
 namespace orv::archive {
 
-/// Thrown where the content of an entry is not what it should be: it is damaged, or the password is
-/// wrong.
-struct DamagedContent {};
-
-/// The archive as libzip sees it, for entries that are encrypted or packed in a rare way.
+/// The archive as libzip sees it, for entries with the old encryption and those packed in a rare
+/// way.
 ///
 /// Threading: one thread at a time.
 class LibzipArchive {
@@ -40,7 +36,6 @@ public:
 private:
     static zip_int64_t serve(void* self, void* data, zip_uint64_t size, zip_source_cmd_t command);
     zip_int64_t handle(void* data, zip_uint64_t size, zip_source_cmd_t command);
-    void show_stored_as_deflated(std::span<std::byte> part, std::uint64_t position) const;
     [[noreturn]] void fail(zip_error_t* error);
 
     struct Discard {
@@ -51,7 +46,6 @@ private:
     };
 
     const ArchiveToRead& archive_;
-    const ArchiveDirectory& directory_;
     std::uint64_t position_ = 0;
     std::exception_ptr failure_;
     const Entry* entry_ = nullptr;

@@ -51,8 +51,8 @@ bool has_control_characters(std::string_view name)
 class Packing {
 public:
     Packing(SourceTree& tree, ArchiveFile& archive, const PackingStyle& style, Job& job)
-        : tree_(tree), archive_(archive), style_(style), job_(job),
-          pieces_(tree, style.compression, job), sources_(tree.items().size())
+        : tree_(tree), archive_(archive), style_(style), job_(job), pieces_(tree, style, job),
+          sources_(tree.items().size())
     {
     }
 
@@ -92,8 +92,11 @@ private:
             zip_source_free(file);
             throw libzip_error(&error, archive_.url());
         }
-        if (style_.password && zip_set_default_password(zip_.get(), style_.password->c_str()) != 0)
-            fail();
+    }
+
+    [[nodiscard]] bool is_encrypted(const SourceItem& item) const
+    {
+        return style_.password && item.kind != ItemKind::folder;
     }
 
     [[noreturn]] void fail() { throw libzip_error(zip_get_error(zip_.get()), archive_.url()); }
@@ -130,7 +133,7 @@ private:
                     static_cast<zip_uint16_t>(field.data.size()),
                     field.is_local ? ZIP_FL_LOCAL | ZIP_FL_CENTRAL : ZIP_FL_CENTRAL) != 0)
                 fail();
-        if (style_.password && item.kind != ItemKind::folder &&
+        if (is_encrypted(item) &&
             zip_file_set_encryption(zip_.get(), entry, ZIP_EM_AES_256, nullptr) != 0)
             fail();
     }
@@ -209,14 +212,28 @@ private:
         facts.mtime = tree_.items()[item].time.tv_sec;
         facts.comp_method = current_.is_deflated ? ZIP_CM_DEFLATE : ZIP_CM_STORE;
         facts.valid = ZIP_STAT_MTIME | ZIP_STAT_COMP_METHOD;
+        const bool encrypted = is_encrypted(tree_.items()[item]);
+        if (encrypted)
+            tell_of_encryption(facts);
         if (current_.is_finished) {
             facts.size = current_.size;
-            facts.crc = current_.crc;
-            facts.valid |= ZIP_STAT_SIZE | (current_.is_deflated ? ZIP_STAT_CRC : 0U);
+            facts.crc = encrypted ? 0 : current_.crc;
+            facts.valid |= ZIP_STAT_SIZE | (encrypted || current_.is_deflated ? ZIP_STAT_CRC : 0U);
         } else if (const std::uint64_t size = next_piece().item_size; size <= max_told_size) {
             facts.size = size;
             facts.valid |= ZIP_STAT_SIZE;
         }
+    }
+
+    /// libzip takes what is encrypted already as it is. It would compute the checksum of what is
+    /// stored, and take the encrypted size for that of the item, so until the entry is written it
+    /// is told that every one is deflated.
+    void tell_of_encryption(zip_stat_t& facts) const
+    {
+        facts.encryption_method = ZIP_EM_AES_256;
+        facts.valid |= ZIP_STAT_ENCRYPTION_METHOD;
+        if (!current_.is_finished)
+            facts.comp_method = ZIP_CM_DEFLATE;
     }
 
     /// What is stored as it is must be declared so, or libzip would deflate it. Whether it is is
@@ -227,7 +244,8 @@ private:
         current_ = {};
         current_.item = item;
         current_.is_deflated = piece.is_deflated;
-        if (!piece.is_deflated && zip_set_file_compression(zip_.get(), item, ZIP_CM_STORE, 0) != 0)
+        if (!piece.is_deflated && !piece.is_encrypted &&
+            zip_set_file_compression(zip_.get(), item, ZIP_CM_STORE, 0) != 0)
             fail();
     }
 

@@ -2,17 +2,11 @@
 
 #include "archive/ArchiveFile.hpp"
 #include "archive/Job.hpp"
+#include "archive/PackingStyle.hpp"
 
-#include <optional>
-#include <string>
+#include <vector>
 
 namespace orv::archive {
-
-/// How the items of an archive are written.
-struct PackingStyle {
-    ZipCompression compression;
-    std::optional<std::string> password;
-};
 
 /// Packs what stands at `paths` into `archive`, and finishes it.
 ///

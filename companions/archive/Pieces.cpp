@@ -44,11 +44,14 @@ struct Pieces::Draft {
     Ahead::Handle task; // none for what is made at once
 };
 
-Pieces::Pieces(SourceTree& tree, ZipCompression compression, const Job& job)
-    : tree_(tree), compression_(compression), job_(job),
-      deflaters_([compression] { return std::make_unique<Deflater>(compression); }),
+Pieces::Pieces(SourceTree& tree, const PackingStyle& style, const Job& job)
+    : tree_(tree), compression_(style.compression), job_(job),
+      deflaters_(
+          [compression = style.compression] { return std::make_unique<Deflater>(compression); }),
       ahead_(job.test_mode() ? 0 : std::max(1U, std::thread::hardware_concurrency()))
 {
+    if (style.password)
+        keys_.emplace(*style.password);
 }
 
 Pieces::~Pieces() = default;
@@ -56,9 +59,12 @@ Pieces::~Pieces() = default;
 const Piece* Pieces::front()
 {
     begin_more();
-    const Draft& draft = *drafts_.front();
+    Draft& draft = *drafts_.front();
     if (draft.task && !ahead_.done_in_a_moment(draft.task))
         return nullptr;
+    if (keys_ && !draft.piece.is_encrypted &&
+        tree_.items()[draft.piece.item].kind != ItemKind::folder)
+        encrypt_in_order(draft);
     return &draft.piece;
 }
 
@@ -87,13 +93,9 @@ void Pieces::begin_item()
         auto draft = std::make_shared<Draft>();
         if (item.kind == ItemKind::link)
             draft->text = tree_.link_target(item);
-        draft->piece = {next_item_,
-                        draft->text.size(),
-                        true,
-                        false,
-                        draft->text.size(),
-                        0,
-                        std::as_bytes(std::span(draft->text))};
+        draft->piece = {
+            next_item_, draft->text.size(), true, false,
+            false,      draft->text.size(), 0,    std::as_bytes(std::span(draft->text))};
         drafts_.push_back(std::move(draft));
     }
     ++next_item_;
@@ -202,6 +204,31 @@ void Pieces::pack(Draft& draft, ByteView input)
     if (piece.is_deflated)
         piece.crc = libdeflate_crc32(0, input.data(), input.size());
     piece.content = piece.is_deflated ? ByteView(output) : input;
+    if (is_whole && keys_) {
+        EntryEncryption encryption(keys_->take());
+        encrypt(draft, encryption);
+    }
+}
+
+/// Where in the key stream a piece of a larger item begins is known when those before it are there.
+void Pieces::encrypt_in_order(Draft& draft)
+{
+    if (!encryption_)
+        encryption_.emplace(keys_->take());
+    encrypt(draft, *encryption_);
+    if (draft.piece.is_last)
+        encryption_.reset();
+}
+
+void Pieces::encrypt(Draft& draft, EntryEncryption& encryption)
+{
+    if (!draft.buffers)
+        draft.buffers.emplace(buffers_);
+    Buffers& buffers = **draft.buffers;
+    Bytes& encrypted = draft.piece.is_deflated ? buffers.input : buffers.output;
+    encryption.encrypt(draft.piece.content, draft.piece.is_last, encrypted);
+    draft.piece.content = encrypted;
+    draft.piece.is_encrypted = true;
 }
 
 } // namespace orv::archive

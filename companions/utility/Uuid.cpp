@@ -1,11 +1,9 @@
 #include "utility/Uuid.hpp"
 
-#include <orv/utility/Fatal.hpp>
+#include "utility/RandomBytes.hpp"
 
 #include <array>
 #include <cstddef>
-
-#include <sys/random.h>
 
 namespace orv {
 namespace {
@@ -18,8 +16,7 @@ constexpr std::string_view form = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
 std::string new_uuid()
 {
     std::array<unsigned char, 16> bytes{};
-    if (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
-        fatal("The system gave no random bytes.");
+    fill_randomly(std::as_writable_bytes(std::span(bytes)));
     bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40); // version 4: random
     bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
 

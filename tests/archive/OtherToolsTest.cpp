@@ -19,6 +19,10 @@ void make_common_tree(const Url& root)
 {
     make_tree(root, {"d/.hidden=h", "d/empty/", "d/empty file=", "d/sub/ünïcode 日本=u",
                      "d/text=" + std::string(3000, 'x'), "d/sub/x=1"});
+    std::string large;
+    for (std::uint32_t i = 1; large.size() < 1'200'000; i = i * 1664525 + 1013904223)
+        large += std::to_string(i);
+    write_file(root.appending("d/large"), large);
     std::filesystem::permissions(root.appending("d/sub/x"), std::filesystem::perms(0751));
 }
 
@@ -40,9 +44,9 @@ const Tool tools[] = {
     {"7z", "7z i", "7z a -tzip -snl $A d", "7z t $A && 7z x $A", true,
      "7z a -tzip -mem=AES256 -psecret $A d", "7z x -psecret $A"},
     {"7z without packing", "7z i", "7z a -tzip -mx0 $A d", "7z t $A && 7z x $A", true,
-     "7z a -tzip -mx0 -mem=AES256 -psecret $A d"},
+     "7z a -tzip -mx0 -mem=AES192 -psecret $A d"},
     {"bsdtar", "bsdtar --version", "bsdtar --format zip -cf $A d", "bsdtar -xf $A", true,
-     "bsdtar --format zip --options zip:encryption=aes256 --passphrase secret -cf $A d",
+     "bsdtar --format zip --options zip:encryption=aes128 --passphrase secret -cf $A d",
      "bsdtar --passphrase secret -xf $A"},
     {"python", "python3 --version",
      "python3 -c \"import shutil,sys; shutil.make_archive(sys.argv[1][:-4], 'zip', '.', 'd')\" $A",
