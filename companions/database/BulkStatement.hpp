@@ -19,12 +19,13 @@ namespace orv {
 void for_each_slice(const Database& database, std::span<const Argument> values,
                     std::size_t row_size, FunctionRef<void(std::span<const Argument>)> run);
 
-/// Executes `sql_up_to_list`, which ends with "IN (", for any number of values. They are all dealt
-/// with, or none; an empty list is no statement.
+/// Executes `sql_up_to_list`, up to and including "IN (", for any number of values: all of them or
+/// none. An empty list executes nothing.
 void execute_in(Database& database, std::string_view sql_up_to_list,
                 std::span<const Argument> values);
 
-/// Queries `sql_up_to_list`, which ends with "IN (", for any number of values, all of one moment.
+/// Queries `sql_up_to_list`, up to and including "IN (", for any number of values, all of one
+/// moment.
 void query_in(Database& database, std::string_view sql_up_to_list, std::span<const Argument> values,
               FunctionRef<void(const Row&)> on_row, std::span<const std::string_view> columns);
 

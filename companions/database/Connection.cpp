@@ -97,9 +97,9 @@ void Database::Connection::configure()
     log_ = identity_at(file_url_.path() + "-wal");
 }
 
-// Connections that change the mode of a new file at the same time would wait for each other for
-// ever, so SQLite refuses them at once, whatever the busy time-out is. Whoever then waits for the
-// turn of the one that got through finds the mode changed.
+// Two connections that change the mode of a new file would wait for each other for ever, so SQLite
+// refuses at once, whatever the busy time-out. A refused connection waits for its turn and then
+// finds the mode changed.
 void Database::Connection::use_write_ahead_log()
 {
     constexpr int most_turns = 10;
@@ -116,8 +116,7 @@ void Database::Connection::use_write_ahead_log()
     }
 }
 
-// A write-ahead log that was left elsewhere is read without shared memory by a connection that has
-// the file to itself.
+// With the file to itself, a connection reads a leftover write-ahead log without shared memory.
 void Database::Connection::use_rollback_journal()
 {
     if (has_write_ahead_log())
@@ -128,7 +127,7 @@ void Database::Connection::use_rollback_journal()
 
 bool Database::Connection::has_write_ahead_log() const
 {
-    constexpr int place_in_header = 19; // the format's version that reading takes: 2 with a log
+    constexpr int place_in_header = 19; // the format's version for reading: 2 with a log
     sqlite3_file* file = nullptr;
     unsigned char version = 0;
     return sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file) ==
@@ -174,8 +173,8 @@ void Database::Connection::check_is_allowed(const StatementInUse& statement) con
         fail(SQLITE_MISUSE, "writing inside a read transaction was refused");
 }
 
-// A full disk and its like make SQLite undo the whole transaction at once. What came after would be
-// stored alone.
+// On a full disk and the like SQLite rolls the whole transaction back at once. Later statements
+// would be stored alone.
 void Database::Connection::check_is_not_undone() const
 {
     if (save_points_ > 0 && sqlite3_get_autocommit(handle_.get()) != 0)
@@ -223,8 +222,7 @@ void Database::Connection::control(std::string_view sql)
     }
 }
 
-// A write-ahead log is in order after a power cut also if it is flushed now and then. A rollback
-// journal is not.
+// A write-ahead log survives a power cut with an occasional flush. A rollback journal does not.
 void Database::Connection::relax_commits() noexcept
 {
     const char* level = !volume_.flushes        ? "PRAGMA synchronous = OFF"
@@ -330,14 +328,14 @@ void Database::Connection::copy_to_path()
     const std::string copy = path + "-back";
     ::unlink(copy.c_str());
     query("VACUUM INTO ?", {copy}, [](const Row&) { return true; }, {});
-    // They belong to the file that is gone, and would be taken for those of the new one.
+    // They belong to the lost file; the new one would take them for its own.
     for (const char* end : {"-wal", "-shm", "-journal"})
         ::unlink((path + end).c_str());
     if (::rename(copy.c_str(), path.c_str()) != 0)
         throw platform_error(errno, file_url_);
 }
 
-/// The log of the file that was open, should it still stand beside the one that took its place.
+/// The log of the open file, in case it still stands beside the file in its place.
 void Database::Connection::remove_own_log() const
 {
     const std::string path = file_url_.path();

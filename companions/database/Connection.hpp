@@ -29,14 +29,14 @@ public:
     /// True if no transaction is open and no statement runs.
     [[nodiscard]] bool is_idle() const { return save_points_ + reads_ + running_ == 0; }
 
-    /// True if anything was written since the last call.
+    /// True after any write since the last call.
     [[nodiscard]] bool take_has_written() { return std::exchange(has_written_, false); }
 
-    /// True if the path still leads to the file that is open.
+    /// True if the path still leads to the open file.
     [[nodiscard]] bool is_in_place() const;
 
-    /// Makes the path lead to a file again that another connection can open. If nothing stands
-    /// there, a new file gets all that this connection sees; returns false if another file does.
+    /// Makes the path lead to a file for other connections again. If nothing stands there, a new
+    /// file gets all the data of this connection. Returns false if another file stands there.
     [[nodiscard]] bool put_back();
 
     [[nodiscard]] const Url& file_url() const { return file_url_; }
@@ -59,7 +59,7 @@ private:
     void copy_to_path();
     void remove_own_log() const;
 
-    /// Executes `sql` without the tests that keep callers within their transaction.
+    /// Executes `sql` without the checks that keep callers within their transaction.
     void control(std::string_view sql);
     [[nodiscard]] StatementInUse take(std::string_view sql);
     void bind(const StatementInUse& statement, Arguments args) const;
@@ -73,7 +73,7 @@ private:
     Url file_url_;
     DatabaseVolume volume_;
     std::unique_ptr<sqlite3, Close> handle_;
-    StatementCache statements_; // gone before the connection is closed
+    StatementCache statements_; // gone before the connection closes
     int save_points_ = 0;
     int reads_ = 0;
     int running_ = 0; // statements

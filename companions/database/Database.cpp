@@ -79,7 +79,7 @@ Database::Connection& Database::connection_in_place()
     return connection();
 }
 
-/// The file that was put back holds the writes that went to the deleted one.
+/// The restored file holds the writes to the deleted one.
 void Database::check_was_stored()
 {
     if (connection().is_idle() && connection().take_has_written() && !follow_file())
@@ -87,7 +87,7 @@ void Database::check_was_stored()
             .at(connection().file_url());
 }
 
-/// Returns false if what the connection wrote is in no file at the path any more.
+/// Returns false if the writes of the connection are in no file at the path any more.
 bool Database::follow_file()
 {
     if (connection_->is_in_place())

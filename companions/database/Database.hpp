@@ -19,11 +19,10 @@ namespace orv {
 
 /// An SQLite file. Several processes may have it open at once.
 ///
-/// Threading: any. The calls of several threads take turns; those made inside one `sync` share a
-/// turn. During a turn no hand-over to the main thread is allowed, since that may be waiting for
-/// the database.
-/// Errors: `Error`s of the kind database, whose `path()` is the file; nothing else is thrown, save
-/// by the closures and callbacks, whose exceptions are passed on.
+/// Threading: any. Threads take turns; all calls inside one `sync` share a turn. During a turn no
+/// hand-over to the main thread is allowed: it may be waiting for the database.
+/// Errors: `Error`s of the kind database, with the file as `path()`. Exceptions of closures and
+/// callbacks pass through; nothing else is thrown.
 class Database {
 public:
     Database();
@@ -31,16 +30,16 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Opens the file at `file_url`, which stays open for the life of this object. A missing file
-    /// is an error, or created empty with `create_if_absent`; its folder must be there.
+    /// Opens the file at `file_url` for the life of this object. A missing file is an error, or a
+    /// new empty file with `create_if_absent`; its folder must exist.
     ///
-    /// If the file is deleted later, it is put back with all that it held; if it is replaced by
-    /// another database, that is used from then on. What was written to a file that had just been
-    /// replaced is an error.
+    /// If another program deletes the file, the database restores it with all its data. If another
+    /// database replaces it, the database uses that from then on; a write to the file just replaced
+    /// is an error.
     void open(const Url& file_url, bool create_if_absent);
 
-    /// Sets what is called, as a turn, when the file has turned out to be lost and what stands in
-    /// its place was opened.
+    /// Sets the callback, run as a turn, for a lost file after the database has opened its
+    /// successor.
     void set_when_reopened(std::function<void()> when_reopened);
 
     /// Runs `statements_closure` on the calling thread as one turn and hands back its result.
@@ -51,48 +50,47 @@ public:
         return statements_closure();
     }
 
-    /// Runs `statements_closure` and hands back its result; what it writes is stored as a whole or,
-    /// when it throws, not at all. May be nested: an inner one undoes its own part alone.
+    /// Runs `statements_closure` and returns its result. Stores its writes as a whole or, after an
+    /// exception, not at all. May be nested: an inner call rolls back its own part alone.
     ///
-    /// Waits for another process that is writing, up to the busy time-out.
+    /// Waits for another process in the middle of a write, up to the busy time-out.
     template <class Closure>
     auto save_point(Closure&& statements_closure) -> std::invoke_result_t<Closure&>
     {
         return in_transaction(Kind::write, statements_closure);
     }
 
-    /// The same, and what it writes is on the disk when this returns: a power cut undoes neither
-    /// that nor what was written before. Refused inside a transaction.
+    /// The same, with all writes on the disk at the return: a power cut loses neither these nor
+    /// earlier ones. Refused inside a transaction.
     template <class Closure>
     auto durable_save_point(Closure&& statements_closure) -> std::invoke_result_t<Closure&>
     {
         return in_transaction(Kind::durable_write, statements_closure);
     }
 
-    /// Runs `statements_closure` and hands back its result; all that it reads is of one moment.
-    /// Many reads cost a fraction of what they cost alone. Inside, writing is refused, unless a
-    /// save point encloses it all.
+    /// Runs `statements_closure` and returns its result; all its reads see one moment. Many reads
+    /// cost a fraction of single ones. Refuses writes inside, unless a save point encloses it all.
     template <class Closure>
     auto read_transaction(Closure&& statements_closure) -> std::invoke_result_t<Closure&>
     {
         return in_transaction(Kind::read, statements_closure);
     }
 
-    /// Executes the one statement in `sql`. Text after it is refused, and so is another number of
-    /// arguments than it has placeholders.
+    /// Executes the one statement in `sql`. Refuses text after it, and a number of arguments other
+    /// than that of its placeholders.
     void execute(std::string_view sql, Arguments args = {});
 
-    /// Executes the one statement in `sql` and calls `on_row` for each row of its result, for as
-    /// long as it answers true. With `columns`, the row's columns are those, by name, in that
-    /// order. `on_row` must not write to the database.
+    /// Executes the one statement in `sql` and calls `on_row` for each row of its result until it
+    /// returns false. With `columns`, the row has those columns, by name, in that order. `on_row`
+    /// must not write to the database.
     void query(std::string_view sql, Arguments args, FunctionRef<bool(const Row&)> on_row,
                std::span<const std::string_view> columns = {});
 
-    /// Brings the schema up to date in one transaction and says whether there was anything to do.
-    /// A schema newer than the upgrader's is left alone. A new database has version 1.
+    /// Brings the schema up to date in one transaction; true if there was work. Leaves a schema
+    /// newer than the upgrader's alone. A new database has version 1.
     bool upgrade(Upgrader& upgrader);
 
-    /// The most placeholders that one statement may have.
+    /// The most placeholders of one statement.
     [[nodiscard]] std::size_t max_placeholders() const;
 
 private:
@@ -108,7 +106,7 @@ private:
         MainQueue::ForbidHandOver forbid_hand_over_;
     };
 
-    /// Undone at the end of its life unless it was committed.
+    /// Rolls back at the end of its life unless committed.
     class Transaction {
     public:
         Transaction(Database& database, Kind kind);

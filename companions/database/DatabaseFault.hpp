@@ -4,11 +4,11 @@
 
 namespace orv {
 
-/// What a person can do something about when a database call fails.
+/// The kinds of failed database calls a person can do something about.
 enum class DatabaseFault {
-    damaged,      ///< the file is damaged, or no database at all
-    inaccessible, ///< the file or its folder is missing, or may not be read or written
-    full,         ///< no space is left
+    damaged,      ///< a damaged file, or no database at all
+    inaccessible, ///< the file or its folder is missing, or access is denied
+    full,         ///< no space left
     busy,         ///< another process kept it for too long
     other,
 };

@@ -37,7 +37,7 @@ bool is_served(int file)
 bool can_map(int file)
 {
     if (::ftruncate(file, mapped_size) != 0)
-        return true; // the database tells what is wrong with the volume
+        return true; // the database reports the fault of the volume
     void* memory = ::mmap(nullptr, mapped_size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (memory == MAP_FAILED)
         return false;
@@ -49,12 +49,13 @@ bool can_map(int file)
 
 DatabaseVolume DatabaseVolume::of(const Url& file)
 {
-    // One name for all processes: what a killed one leaves is taken, and removed, by the next.
+    // One name for all processes: the next process takes over and removes the leftover of a killed
+    // one.
     const std::string path = file.path() + "-tried";
     const FileDescriptor tried(
         ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!tried)
-        return {}; // whatever stands in the way, the database tells it better
+        return {}; // the database reports the obstacle better
     ::unlink(path.c_str());
     if (!is_served(tried.get()) && can_map(tried.get()))
         return {};

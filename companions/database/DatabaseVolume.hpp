@@ -4,12 +4,12 @@
 
 namespace orv {
 
-/// The abilities of the volume that a database lies on.
+/// The abilities of the volume with the database.
 struct DatabaseVolume {
-    /// Several processes can share memory through a file, now and later. A write-ahead log needs
-    /// that.
+    /// True if several processes can share memory through a file, now and later. A write-ahead log
+    /// needs this.
     bool shares_memory = true;
-    /// Files can be written to the disk at a given moment.
+    /// True if files can be flushed to the disk at a given moment.
     bool flushes = true;
 
     /// Tries them with a file beside `file`, and leaves none behind.

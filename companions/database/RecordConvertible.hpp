@@ -12,8 +12,8 @@
 
 namespace orv {
 
-/// A type that stands for a row: it lists its columns, gives a value for each of them, and is made
-/// from a row that has them in that order.
+/// A type that stands for a row: it lists its columns, gives a value for each, and can be built
+/// from a row with these columns in this order.
 template <class Record>
 concept RecordConvertible = requires(const Record& record, const Row& row)
 {
@@ -24,7 +24,7 @@ concept RecordConvertible = requires(const Record& record, const Row& row)
     // clang-format on
 };
 
-/// The first row that the query in `sql` finds.
+/// The first row of the query in `sql`.
 template <RecordConvertible Record>
 std::optional<Record> instance(Database& database, std::string_view sql, Arguments args = {})
 {
@@ -37,7 +37,7 @@ std::optional<Record> instance(Database& database, std::string_view sql, Argumen
     return record;
 }
 
-/// All rows that the query in `sql` finds.
+/// All rows of the query in `sql`.
 template <RecordConvertible Record>
 std::vector<Record> array(Database& database, std::string_view sql, Arguments args = {})
 {
@@ -50,8 +50,7 @@ std::vector<Record> array(Database& database, std::string_view sql, Arguments ar
     return records;
 }
 
-/// All rows that the query `sql_up_to_list`, which ends with "IN (", finds for any number of
-/// values.
+/// All rows of the query `sql_up_to_list`, up to and including "IN (", for any number of values.
 template <RecordConvertible Record>
 std::vector<Record> array_in(Database& database, std::string_view sql_up_to_list,
                              std::span<const Argument> values)

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t most_kept = 32;
 
-// A longer text is that of a bulk statement, which differs with every number of rows.
+// A longer text belongs to a bulk statement and differs with every number of rows.
 constexpr std::size_t longest_kept = 512;
 
 bool holds_a_statement(sqlite3* connection, std::string_view sql)
@@ -50,7 +50,7 @@ Statement prepare(sqlite3* connection, std::string_view sql)
 
 int length_of(std::string_view bytes)
 {
-    // SQLite refuses what is longer than its own limit, which is lower.
+    // SQLite refuses a text above its own, lower limit.
     return static_cast<int>(std::min<std::size_t>(bytes.size(), 0x7FFFFFFF));
 }
 

@@ -18,15 +18,15 @@ struct FinalizeStatement {
     void operator()(sqlite3_stmt* statement) const noexcept;
 };
 
-/// A prepared statement and the text it was made from.
+/// A prepared statement and its text.
 struct Statement {
     std::string sql;
     std::unique_ptr<sqlite3_stmt, FinalizeStatement> handle;
 };
 
-/// The prepared statements of a connection that were used last, ready to be used again.
+/// The latest prepared statements of a connection, ready for another use.
 ///
-/// A statement in use is not among them, so the same text may be executed again meanwhile.
+/// A statement in use is not among them, so the same text may execute again meanwhile.
 class StatementCache {
 public:
     StatementCache();
@@ -36,10 +36,10 @@ public:
     /// Errors: throws a `Refused` when `sql` is not exactly one statement.
     Statement take(sqlite3* connection, std::string_view sql);
 
-    /// Resets `statement` and keeps it, unless its text is so long that it will not come again.
+    /// Resets `statement` and keeps it, unless its text is too long to come again.
     void give_back(Statement statement) noexcept;
 
-    /// Why a statement was refused; `text` is empty where the connection holds the message.
+    /// The reason for a refused statement; `text` is empty if the connection holds the message.
     struct Refused {
         int code;
         std::string_view text;
@@ -62,7 +62,7 @@ public:
 
     [[nodiscard]] sqlite3_stmt* get() const noexcept { return statement_.handle.get(); }
 
-    /// Binds the arguments, one for each placeholder, and says how that went: a result code.
+    /// Binds the arguments, one for each placeholder, and returns a result code.
     [[nodiscard]] int bind(std::span<const Argument> arguments) const noexcept;
 
 private:

@@ -12,14 +12,14 @@ struct sqlite3_stmt;
 
 namespace orv {
 
-/// Bytes that are not text. A view: what it shows must outlive it.
+/// Bytes other than text. A view: its bytes must outlive it.
 struct Blob {
     std::string_view bytes;
 };
 
-/// What a placeholder of a statement is replaced by; NULL by default. Text may hold any bytes.
+/// The value of a placeholder; NULL by default. Text may hold any bytes.
 ///
-/// Ownership: text and blobs are views, which must outlive the call that they are passed to.
+/// Ownership: text and blobs are views, and their bytes must outlive the call.
 using Argument = std::variant<std::monostate, std::int64_t, double, std::string_view, Blob>;
 
 [[nodiscard]] inline Argument argument(const std::optional<std::int64_t>& value)
@@ -47,9 +47,9 @@ private:
     std::span<const Argument> values_;
 };
 
-/// The row at which a query stands; valid inside the callback that is given it.
+/// The current row of a query; valid inside the callback it is passed to.
 ///
-/// A column is named by its place in the list that the query was given, or else in its result.
+/// A column goes by its place in the query's list of columns, or else in its result.
 class Row {
 public:
     Row(sqlite3_stmt* statement, std::span<const int> places) noexcept
@@ -57,7 +57,7 @@ public:
     {
     }
 
-    /// A value of another type is converted as SQLite does it: NULL is 0, and the empty text.
+    /// SQLite converts a value of another type: NULL is 0, and the empty text.
     [[nodiscard]] std::int64_t integer(std::size_t column) const;
     [[nodiscard]] std::optional<std::int64_t> optional_integer(std::size_t column) const;
     [[nodiscard]] std::string_view text(std::size_t column) const;

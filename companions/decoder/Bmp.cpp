@@ -44,11 +44,11 @@ PictureSize size_of(Bytes bytes)
     const auto width = static_cast<std::uint32_t>(little_endian(bytes, 18, old ? 2 : 4));
     const auto height =
         static_cast<std::int32_t>(old ? little_endian(bytes, 20, 2) : little_endian(bytes, 22, 4));
-    // Rows from the top are told by a height below 0.
+    // A height below 0 means rows from the top.
     return {width, static_cast<std::uint32_t>(std::llabs(height))};
 }
 
-/// Whether all rows are there: those that are not would be read as black.
+/// True if all rows are there: the loader would read missing ones as black.
 bool has_all_rows(Bytes bytes, PictureSize size)
 {
     const std::uint64_t pixels_at = little_endian(bytes, 10, 4);
@@ -58,6 +58,13 @@ bool has_all_rows(Bytes bytes, PictureSize size)
     const std::uint64_t row_size = (size.width * bits + 31) / 32 * 4;
     const std::uint64_t needed = has_runs ? little_endian(bytes, 34, 4) : row_size * size.height;
     return bytes.size() >= pixels_at && bytes.size() - pixels_at >= needed;
+}
+
+/// True if the file can hold the colour table its header announces. The loader reserves the table
+/// unseen: 4 GiB for a count of 2^32 - 1.
+bool has_all_colours(Bytes bytes)
+{
+    return is_old(bytes) || little_endian(bytes, 46, 4) <= bytes.size() / 4;
 }
 
 Picture picture_of(const GdkPixbuf* pixels)
@@ -93,7 +100,7 @@ std::uint64_t memory_for_bmp(Bytes bytes)
 {
     if (bytes.size() < longest_header)
         return 0;
-    // What was read of it, that as a picture, and the thumbnail.
+    // The loaded pixels, the picture made of them, and the thumbnail.
     constexpr std::uint64_t per_pixel = 16;
     const PictureSize size = size_of(bytes);
     return std::uint64_t{size.width} * size.height * per_pixel;
@@ -107,7 +114,7 @@ Picture read_bmp(Bytes bytes)
     check_bounds(size);
     if (std::uint64_t{size.width} * size.height > Picture::max_pixels)
         throw Error("The BMP picture is too large.");
-    if (!has_all_rows(bytes, size))
+    if (!has_all_rows(bytes, size) || !has_all_colours(bytes))
         throw Error("The BMP picture is incomplete.");
     const Loader loader(::gdk_pixbuf_loader_new_with_type("bmp", nullptr));
     if (!loader)

@@ -7,12 +7,12 @@
 
 namespace orv::decoder {
 
-/// Loads what reads BMP pictures.
+/// Loads the reader of BMP pictures.
 void prepare_bmp();
 
 [[nodiscard]] bool is_bmp(std::span<const std::uint8_t> bytes);
 
-/// The memory that `read_bmp` takes, at most; 0 for what it refuses at once. Units: bytes.
+/// The memory for `read_bmp`, at most; 0 for a file it refuses at once. Units: bytes.
 [[nodiscard]] std::uint64_t memory_for_bmp(std::span<const std::uint8_t> bytes);
 
 /// The BMP picture in its own size.

@@ -12,7 +12,7 @@ namespace orv::decoder {
 #define ORV_MOST_PIXELS 200'000'000
 #endif
 
-/// Refuses what would take too long or too much memory; to be called before anything is decoded.
+/// Refuses a picture that would take too long or too much memory. Call it before any decoding.
 inline void check_bounds(PictureSize full)
 {
     constexpr std::uint64_t most_pixels = ORV_MOST_PIXELS;

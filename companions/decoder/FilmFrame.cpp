@@ -12,7 +12,7 @@
 namespace orv::decoder {
 namespace {
 
-// The largest that films are made in: 8192 by 4320.
+// The largest common size of films: 8192 by 4320.
 constexpr std::int64_t most_frame_pixels = std::int64_t{8192} * 4352;
 
 Codec open_codec(const AVStream& stream)
@@ -46,20 +46,20 @@ public:
     {
     }
 
-    /// Frames well before the time that no other needs need not be decoded.
+    /// Skips frames well before the time if no other frame needs them.
     void pass_over(bool frames_that_no_other_needs) { passes_over_ = frames_that_no_other_needs; }
 
-    /// Decodes a packet; an empty one stands for the end. Whether the frame is found.
+    /// Decodes a packet; an empty one stands for the end. True if it found the frame.
     bool decode(const AVPacket* packet)
     {
         const bool is_early = packet && packet->pts != AV_NOPTS_VALUE && packet->duration > 0 &&
                               packet->pts + spare_frames * packet->duration < time_;
         codec_->skip_frame = passes_over_ && is_early ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
-        // A packet that is damaged yields no frame, and the next may do without it.
+        // A damaged packet yields no frame, and the next may do without it.
         check_memory(::avcodec_send_packet(codec_.get(), packet));
         while (check_memory(::avcodec_receive_frame(codec_.get(), frame_.get())) == 0) {
             const std::int64_t shown_at = frame_->best_effort_timestamp;
-            // The one before is still shown at that time.
+            // The frame before is still on screen at that time.
             if (shown_at != AV_NOPTS_VALUE && shown_at > time_ && last_)
                 return true;
             last_.reset(::av_frame_clone(frame_.get()));
@@ -73,7 +73,7 @@ public:
     Frame take_frame() { return std::move(last_); }
 
 private:
-    // Where frames are reordered, how long each is shown is told but roughly.
+    // With reordered frames, the durations are rough values.
     static constexpr std::int64_t spare_frames = 4;
 
     Codec codec_;
@@ -83,7 +83,7 @@ private:
     bool passes_over_ = false;
 };
 
-/// Whether the frame was found, rather than the end or the limit of time.
+/// True for the frame, false at the end or the limit of time.
 enum class Outcome { found, late, at_end };
 
 /// Of all threads: on a busy machine and from a slow disk, the frame is the same.
@@ -114,7 +114,7 @@ Frame frame_at(FilmInput& input, const AVStream& stream, std::int64_t time)
 {
     const std::int64_t start = stream.start_time == AV_NOPTS_VALUE ? 0 : stream.start_time;
     const std::int64_t from_start = std::max(time, start);
-    // The last frame of a film that ends too early may be one that was passed over: then again.
+    // A film that ends too early may have its last frame among the skipped ones: then again.
     for (const bool passes_over : {true, false}) {
         input.seek(stream, from_start);
         Decoding decoding(stream, from_start);

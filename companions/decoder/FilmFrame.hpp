@@ -4,15 +4,14 @@
 
 namespace orv::decoder {
 
-/// The frame that is shown at `time`; where the first one is shown later, that; where the film ends
-/// before it, the
-/// last one; where decoding up to it takes more than three seconds of processor time, the last one
-/// before it.
+/// The frame on screen at `time`. If the first frame comes later, the first one; if the film ends
+/// before, the last one; if decoding up to it takes more than three seconds of processor time, the
+/// latest one before it.
 ///
-/// Errors: an `Error` when no frame can be decoded.
+/// Errors: an `Error` if no frame can be decoded.
 [[nodiscard]] Frame frame_at(FilmInput& input, const AVStream& stream, std::int64_t time);
 
-/// The cover that `stream` is.
+/// The cover in `stream`.
 [[nodiscard]] Frame cover(const AVStream& stream);
 
 } // namespace orv::decoder

@@ -31,7 +31,7 @@ FilmInput::FilmInput(int file) : file_(file)
         throw Error("There is no memory for the film.");
     context->pb = io_.get();
     context->io_open = &refuse_to_open;
-    // Named, so that nothing else is tried: other formats may point to other files.
+    // Named, to try nothing else: other formats may point to other files.
     const AVInputFormat* format = ::av_find_input_format("mov");
     const int result = ::avformat_open_input(&context, "", format, nullptr);
     context_.reset(context);
@@ -67,7 +67,7 @@ std::int64_t FilmInput::a_third_in(const AVStream& stream) const
 
 void FilmInput::seek(const AVStream& stream, std::int64_t time)
 {
-    // Frames are found by when they are decoded, which may be long before they are shown.
+    // The index knows decoding times, perhaps long before a frame is on screen.
     const Packet packet(::av_packet_alloc());
     std::int64_t decoded_at = time;
     std::int64_t found_at = time;

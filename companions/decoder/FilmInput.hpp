@@ -7,8 +7,8 @@
 
 namespace orv::decoder {
 
-/// An open film, its streams known. It reads the file given and can open no other: what lies
-/// elsewhere, or is a list of other files, is refused.
+/// An open film with known streams. It reads the given file and can open no other: it refuses a
+/// file with content elsewhere, and a list of other files.
 ///
 /// Errors: an `Error` when the file is no film.
 class FilmInput {
@@ -28,10 +28,10 @@ public:
     /// A third of the film's duration, in the time of the stream.
     [[nodiscard]] std::int64_t a_third_in(const AVStream& stream) const;
 
-    /// Reads on at the last frame that needs no other and is shown at or before `time`.
+    /// Continues at the last independent frame on screen at or before `time`.
     void seek(const AVStream& stream, std::int64_t time);
 
-    /// Whether there was another packet.
+    /// True if there was another packet.
     bool read(AVPacket& packet);
 
 private:
@@ -53,7 +53,7 @@ private:
 
     int file_;
     std::int64_t position_ = 0;
-    // In this order: what reads ends before what it reads from.
+    // In this order: the reader ends before its source.
     std::unique_ptr<AVIOContext, IoEnd> io_;
     std::unique_ptr<AVFormatContext, ContextEnd> context_;
 };

@@ -9,7 +9,7 @@
 namespace orv::decoder {
 namespace {
 
-/// Frames that others are made from, those that threads work on, and the picture. Units: bytes.
+/// Reference frames, the frames of all threads, and the picture. Units: bytes.
 std::uint64_t memory_for(const AVCodecParameters& film)
 {
     constexpr std::uint64_t always = std::uint64_t{48} << 20;

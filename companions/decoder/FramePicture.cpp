@@ -37,7 +37,7 @@ PictureSize size_with_square_pixels(const AVFrame& frame, AVRational pixel_shape
     return {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(frame.height)};
 }
 
-/// Films that do not say are taken for what films of their size mostly are.
+/// Films without a colour space count as films of their size mostly are.
 int colour_space_of(const AVFrame& frame)
 {
     constexpr int highest_of_old = 576;
@@ -76,13 +76,13 @@ Scaler scaler_to(const AVFrame& frame, PictureSize size)
         throw Error("The film's colours are of a kind that cannot be shown.");
     const int* colours = ::sws_getCoefficients(colour_space_of(frame));
     constexpr int one = 1 << 16;
-    // Fails for what is no luminance and chrominance, and needs no such thing.
+    // Fails for frames without luminance and chrominance, and they need no such thing.
     ::sws_setColorspaceDetails(scaler.get(), colours, has_full_range(frame) ? 1 : 0, colours, 1, 0,
                                one, one);
     return scaler;
 }
 
-/// A size near the one that is wanted that the scaler can make in one step.
+/// A size near the wanted one within a single step of the scaler.
 PictureSize size_in_reach(const AVFrame& frame, PictureSize wanted)
 {
     constexpr int farthest = 32;

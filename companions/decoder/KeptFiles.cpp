@@ -30,7 +30,7 @@ int open_by_name(const char* path, int flags, mode_t mode)
     return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
-/// A descriptor of its own of a kept file, at the beginning; else what the kernel says.
+/// A new descriptor of a kept file, at the beginning; otherwise the kernel's answer.
 int open_again(const char* path, int flags, mode_t mode)
 {
     const auto found = kept().find(std::string_view(path));
@@ -58,7 +58,7 @@ int flags_of(std::string_view mode)
 bool keep_file(const std::string& path)
 {
     FileDescriptor file(open_by_name(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0));
-    // Some are left for what is decoded, also where few may be open.
+    // Leaves some descriptors for the decoding, also under a low limit.
     constexpr int spare = 32;
     if (!file || file.get() + spare >= ::sysconf(_SC_OPEN_MAX))
         return false;
@@ -78,7 +78,8 @@ void keep_files_below(std::string_view folder)
 
 } // namespace orv::decoder
 
-// What libraries call. The names and their second ones for large files are the C library's.
+// The functions libraries call. The names, and their second ones for large files, are the C
+// library's.
 
 extern "C" {
 
@@ -105,7 +106,8 @@ std::FILE* fopen(const char* path, const char* mode)
 
 std::FILE* fopen64(const char* path, const char* mode) __attribute__((alias("fopen")));
 
-/// By the descriptor alone: the C library's asks by a name, which is empty but could be any.
+/// By the descriptor alone: the C library's own asks by an empty name, and the filter cannot tell
+/// it from any other.
 int fstat(int file, struct stat* facts)
 {
     return static_cast<int>(::syscall(SYS_fstat, file, facts));

@@ -5,12 +5,12 @@
 
 namespace orv::decoder {
 
-// Libraries open fonts and tables by path, whenever a document asks for one. A confined process can
-// open nothing; what it has opened before is found again by the same path, since this program has
-// functions of its own in place of the C library's `open`, `fopen` and `fstat`.
+// Libraries open fonts and tables by path, at any time during a document. A confined process can
+// open nothing. This program replaces the C library's `open`, `fopen` and `fstat` with functions of
+// its own: they find the files opened before by the same path.
 
-/// Opens a file for reading, to be opened again by its path after the process is confined.
-/// True if the file could be opened, and there is room for it.
+/// Opens a file for reading, for later opens by its path in the confined process. True if the file
+/// opened and there is room for it.
 ///
 /// Threading: only before any thread opens files.
 bool keep_file(const std::string& path);

@@ -16,7 +16,8 @@
 namespace orv::decoder {
 namespace {
 
-/// What a set of rules forbids, as the newest kernels take it; older ones take the beginning.
+/// The accesses a set of rules forbids, in the layout of the newest kernels; older ones take the
+/// beginning.
 struct Forbidden {
     std::uint64_t files = 0;
     std::uint64_t network = 0;
@@ -28,7 +29,7 @@ constexpr std::uint64_t bits(unsigned count)
     return (std::uint64_t{1} << count) - 1;
 }
 
-/// All that a version of the interface knows, told by the number of its kinds of access.
+/// All kinds of access a version of the interface knows.
 Forbidden all_of(long version)
 {
     unsigned files = 13;
@@ -64,7 +65,7 @@ void allow_below_root(const FileDescriptor& rules, std::uint64_t access)
         ::syscall(SYS_landlock_add_rule, rules.get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0);
 }
 
-/// Forbids all that the kernel knows of but some access to files.
+/// Forbids all accesses the kernel knows, except some to files.
 void forbid_all_but(std::uint64_t access)
 {
     const long version =

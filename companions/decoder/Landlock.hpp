@@ -2,8 +2,8 @@
 
 namespace orv::decoder {
 
-// A second wall behind the filter of system calls, on kernels that have it (from Linux 5.13 on).
-// Both functions are about this thread and those that it makes from then on; what is open stays so.
+// A second wall behind the filter of system calls, on kernels with Landlock (Linux 5.13 and later).
+// Both functions bind this thread and its later children; open files stay open.
 //
 // Errors: an `Error` when the kernel has Landlock, and does not do it.
 

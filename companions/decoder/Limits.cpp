@@ -29,7 +29,7 @@ void limit(int resource, rlim_t most)
 
 void reset_signals()
 {
-    // What would write to a file finds that it cannot, and goes on.
+    // A write to a file fails without a signal, and the program goes on.
     ::signal(SIGXFSZ, SIG_IGN);
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGXCPU, SIG_DFL);
@@ -38,21 +38,21 @@ void reset_signals()
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// The kernel kills this process when the application's end of the pipe is closed. Nothing that a
-/// file makes of this program can be so busy, or so idle, that it would outlive the application.
+/// The kernel kills this process when the application closes its end of the pipe. No file can keep
+/// this program so busy, or so idle, that it outlives the application.
 void end_with_application()
 {
     constexpr int pipe = picture::decoder_lifeline;
     ::fcntl(pipe, F_SETOWN, ::getpid());
     ::fcntl(pipe, F_SETSIG, SIGKILL);
     ::fcntl(pipe, F_SETFL, O_RDONLY | O_ASYNC);
-    // Nobody is told of what happened before.
+    // The kernel reports nothing of the time before.
     pollfd end{pipe, POLLIN, 0};
     if (::poll(&end, 1, 0) != 0)
         ::_exit(0);
 }
 
-/// What the process has taken for itself, before it reads a file.
+/// The process's own memory before it reads a file.
 std::uint64_t own_data = 0;
 
 /// The private data of this process, stacks included.
@@ -85,9 +85,9 @@ void limit_process()
     limit(RLIMIT_FSIZE, 0);
     limit(RLIMIT_NOFILE, most_files);
     limit(RLIMIT_CORE, 0);
-    // A working folder would keep a volume from being unmounted.
+    // A working folder would keep its volume from unmounting.
     static_cast<void>(::chdir("/") == 0);
-    // Before there are threads, which go on to work for libvips.
+    // Before there are threads; libvips keeps its threads.
     forbid_all_but_reading();
 }
 
@@ -103,7 +103,7 @@ void allow_time_for_a_file()
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
     const auto used = static_cast<rlim_t>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec);
-    // A little beyond what the application allows, so that it is the one to tell what happened.
+    // A little above the application's own limit, to let the application report the cause.
     constexpr rlim_t spare = 3;
     rlimit limits{};
     ::getrlimit(RLIMIT_CPU, &limits);
@@ -120,7 +120,7 @@ FileMemory::FileMemory(std::uint64_t most) : most_(most)
 FileMemory::~FileMemory()
 {
     set_data_limit(RLIM_INFINITY);
-    // Small amounts are taken again at once, which costs more than to keep them.
+    // The program takes small blocks again at once. To give them back would cost more.
     constexpr std::uint64_t small = std::uint64_t{128} << 20;
     if (most_ > small)
         ::malloc_trim(0);

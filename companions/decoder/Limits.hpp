@@ -4,23 +4,22 @@
 
 namespace orv::decoder {
 
-/// Sets what holds for the process to its end: it dies with the application, writes to no file, and
-/// takes no more memory than the largest pictures need.
-/// It may still open files, to read them.
+/// Sets limits for the rest of the process: it dies with the application, writes to no file, and
+/// takes no more memory than the largest pictures need. It may still open files for reading.
 void limit_process();
 
-/// Takes from this process what a decoder has no use for: every call that reaches beyond what it
-/// has open. To be called when everything is loaded and open that reading needs.
+/// Denies this process every call a decoder has no use for, and with it everything beyond its open
+/// files. Call it once all libraries and files for the reading are loaded and open.
 ///
-/// Errors: an `Error` when the kernel cannot do it: then no file may be read.
+/// Errors: an `Error` if the kernel cannot do it; then no file may be read.
 void confine_process();
 
-/// From here on one file is read: the kernel ends the process when that takes too much processor
-/// time, also while the application is stopped.
+/// Starts the time for one file: the kernel ends the process after too much processor time, even
+/// while the application is stopped.
 void allow_time_for_a_file();
 
-/// While a file is read, the memory that the process may take beyond what it has, as the kernel
-/// counts its private data. What a large file took goes back to the system at the end.
+/// Limits the process's additional memory for one file, by the kernel's count of private data. The
+/// memory of a large file goes back to the system at the end.
 ///
 /// Units: bytes.
 class FileMemory {

@@ -12,7 +12,7 @@
 
 namespace orv::decoder {
 
-/// The content of an open file. One that is cut short meanwhile ends the process.
+/// The content of an open file. If another program truncates the file, the process ends.
 class MappedFile {
 public:
     explicit MappedFile(int file)

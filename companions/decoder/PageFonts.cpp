@@ -16,7 +16,7 @@ namespace {
 /// A desktop can have thousands of fonts. Each one kept is a descriptor.
 constexpr std::size_t most_fonts = 300;
 
-/// What a page may name without bringing it along, and the scripts that few fonts have.
+/// Fonts a page may name but not bring along, and scripts few fonts have.
 constexpr std::array standard_fonts = {
     "Helvetica",   "Helvetica:bold", "Helvetica:italic", "Helvetica:bold:italic",
     "Times",       "Times:bold",     "Times:italic",     "Times:bold:italic",
@@ -39,7 +39,7 @@ std::string file_of(const FcPattern* font)
     return reinterpret_cast<const char*>(file);
 }
 
-/// The file of the font that is drawn where one of that name is asked for.
+/// The file of the font in place of a font with that name.
 std::string file_for(const char* name)
 {
     const Pattern wanted(::FcNameParse(reinterpret_cast<const FcChar8*>(name)));
@@ -52,7 +52,7 @@ std::string file_for(const char* name)
     return file_of(found.get());
 }
 
-/// The files of fonts that were kept.
+/// The files of the kept fonts.
 std::set<std::string> kept_fonts(const FcFontSet& fonts)
 {
     std::set<std::string> files;

@@ -2,11 +2,11 @@
 
 namespace orv::decoder {
 
-/// Keeps open what pages need that do not bring their fonts along: the fonts that stand for those
-/// every PDF may use, then as many others as there is room for, and the tables of characters. From
-/// then on no other font is found, so that text is drawn in the nearest of those kept.
+/// Keeps fonts open for pages without fonts of their own: the replacements for those every PDF may
+/// use, then as many others as there is room for, and the tables of characters. From then on no
+/// other font is available, and text appears in the nearest kept one.
 ///
-/// Threading: before any page is read.
+/// Threading: before the first page.
 void keep_page_fonts();
 
 } // namespace orv::decoder

@@ -17,7 +17,7 @@ std::uint64_t size_of_pixel(const VImage& header)
     return static_cast<std::uint64_t>(header.bands()) * ::vips_format_sizeof(header.format());
 }
 
-/// What is kept of each pixel until the whole picture is there.
+/// The bytes of each pixel until the whole picture is there.
 std::uint64_t bytes_kept_per_pixel(const VImage& header)
 {
     const std::string_view loader = header.get_string(VIPS_META_LOADER);

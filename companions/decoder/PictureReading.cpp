@@ -40,7 +40,7 @@ PictureSize upright_size(const VImage& image)
     return size;
 }
 
-/// Whether its numbers mean other colours than those of sRGB. Others would only lose by conversion.
+/// True if its numbers mean colours outside sRGB. Others would only lose by a conversion.
 bool has_own_colours(const VImage& image)
 {
     return image.get_typeof(VIPS_META_ICC_NAME) != 0 ||
@@ -60,7 +60,7 @@ DecodedPicture read_image(Bytes bytes, SizeWanted wanted, MemoryAllowed memory)
 {
     if (is_bmp(bytes))
         return read_bmp_picture(bytes, wanted, memory);
-    // A file that stops early or contradicts itself is refused; mere oddities are not.
+    // Refuses a file that stops early or contradicts itself; mere oddities pass.
     constexpr const char* strictly = "[fail_on=error]";
     const VImage header = VImage::new_from_source(
         source_of(bytes), strictly, VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
@@ -79,10 +79,10 @@ DecodedPicture read_image(Bytes bytes, SizeWanted wanted, MemoryAllowed memory)
     return {finished(picture, size), full};
 }
 
-// Pages are measured in tenths of points: in whole ones, small pages would lose their shape.
+// Measures pages in tenths of points: in whole ones, small pages would lose their shape.
 constexpr double tenths = 10;
 
-/// To be called with the page in points: in tenths, a long one would be beyond all numbers.
+/// Call it with the page in points: in tenths, a long one would pass all bounds.
 void check_page(const VImage& page)
 {
     constexpr int longest_side = 200'000;
@@ -100,8 +100,7 @@ PictureSize size_in_points(PictureSize page)
     return {width, static_cast<std::uint32_t>(std::max(height, 1.0))};
 }
 
-/// A page whose size differs by the rounding of a side is cut, or grows a white edge: stretching
-/// would blur its text.
+/// A page off by the rounding of a side gets a cut or a white edge: stretching would blur its text.
 VImage trimmed(const VImage& page, PictureSize size)
 {
     const auto width = static_cast<int>(size.width);
@@ -143,8 +142,8 @@ constexpr std::string_view first_document =
     "4 0 obj <</Length 31>> stream\nBT /F 9 Tf 1 1 Td (page) Tj ET \nendstream endobj\n"
     "trailer <</Root 1 0 R>>\n";
 
-/// Draws a page, for which the library that draws opens what it needs for every page. What it has
-/// found stays while a document is open.
+/// Draws a page once, because the drawing library opens its files with the first page. They stay
+/// open with the document.
 void prepare_pages()
 {
     keep_page_fonts();

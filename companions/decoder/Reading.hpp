@@ -6,24 +6,24 @@
 
 namespace orv::decoder {
 
-// What the programs differ in; each is linked with one implementation of these.
+// The differences between the programs; each links one implementation.
 
-/// Loads and opens all that reading files of the medium needs: later, nothing can be opened.
+/// Loads and opens all files for the medium: later, no file can be opened.
 ///
 /// Errors: an `Error` when something is missing.
 void prepare_reading(Medium medium);
 
-/// Reading a file takes more memory than it may. Thrown before it is read, or while.
+/// Reading a file takes more memory than allowed. Thrown before or during the reading.
 struct MemoryNeeded {
     std::uint64_t bytes = 0;
 };
 
-/// What reading a file may take, and whether there is more to be had.
+/// The memory for a file, and if there is more on request.
 struct MemoryAllowed {
     std::uint64_t bytes = 0;
     bool is_all = true;
 
-    /// Throws `MemoryNeeded` where that is more than allowed, and more can be had.
+    /// Throws `MemoryNeeded` if that is more than allowed and more is on request.
     void check(std::uint64_t needed) const
     {
         if (needed > bytes && !is_all)
@@ -31,9 +31,9 @@ struct MemoryAllowed {
     }
 };
 
-/// What `decode_picture` promises, in this process: the file may do its worst.
+/// The promise of `decode_picture`, within this process: the file may do its worst.
 ///
-/// Errors: an `Error` that says why there is no picture, or `MemoryNeeded`.
+/// Errors: an `Error` with the reason for a missing picture, or `MemoryNeeded`.
 [[nodiscard]] DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted,
                                           MemoryAllowed memory);
 

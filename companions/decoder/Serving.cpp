@@ -59,7 +59,7 @@ std::optional<ReceivedRequest> next_request()
     return received;
 }
 
-/// Whether the application is still there to take all of it.
+/// True if the application is still there to take all of it.
 bool send(const void* bytes, std::size_t size)
 {
     const auto* next = static_cast<const char*>(bytes);

@@ -8,9 +8,8 @@
 
 namespace orv::decoder {
 
-/// Answers what the application asks on its socket, until the application ends. Reads the files
-/// that come with it as the medium, or none of them where there is a fault, which is the answer
-/// then.
+/// Answers the application's requests on its socket, until the application ends. Reads the attached
+/// files as the medium. After a fault it reads none, and the fault is the answer.
 void serve(Medium medium, const std::optional<Error>& fault);
 
 } // namespace orv::decoder

@@ -33,7 +33,7 @@ void check_filter(int result)
 /// Allows a call if its arguments are as told.
 void allow(const Filter& filter, int call, std::initializer_list<scmp_arg_cmp> arguments = {})
 {
-    // A machine that has no such call is allowed none.
+    // A machine without such a call allows none.
     if (call < 0)
         return;
     check_filter(::seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call,
@@ -56,13 +56,13 @@ scmp_arg_cmp lacks(unsigned argument, std::uint64_t bits)
     return {argument, SCMP_CMP_MASKED_EQ, bits, 0};
 }
 
-/// Calls that reach nothing but this process, and what it has open.
+/// Calls with no reach beyond this process and its open files.
 void allow_harmless_calls(const Filter& filter)
 {
     for (const int call :
          {// memory
           SCMP_SYS(brk), SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise),
-          // what is open
+          // open files
           SCMP_SYS(read), SCMP_SYS(pread64), SCMP_SYS(readv), SCMP_SYS(lseek), SCMP_SYS(fstat),
           SCMP_SYS(recvmsg), SCMP_SYS(poll), SCMP_SYS(ppoll), SCMP_SYS(fadvise64),
           // threads
@@ -75,40 +75,40 @@ void allow_harmless_calls(const Filter& filter)
           // time and chance
           SCMP_SYS(clock_gettime), SCMP_SYS(clock_getres), SCMP_SYS(clock_nanosleep),
           SCMP_SYS(nanosleep), SCMP_SYS(gettimeofday), SCMP_SYS(time), SCMP_SYS(getrandom),
-          // what it has used, and what there is
+          // its own use of resources, and the system's
           SCMP_SYS(getrusage), SCMP_SYS(sysinfo), SCMP_SYS(uname)})
         allow(filter, call);
 }
 
-/// Memory that holds code was mapped before.
+/// Mappings of code exist before.
 void allow_memory_without_code(const Filter& filter)
 {
     allow(filter, SCMP_SYS(mmap), {lacks(2, PROT_EXEC)});
     allow(filter, SCMP_SYS(mprotect), {lacks(2, PROT_EXEC)});
 }
 
-/// Threads are made as the C library makes them, and no processes.
+/// The C library's way to make threads, and no processes.
 void allow_threads(const Filter& filter)
 {
     constexpr std::uint64_t thread = CLONE_VM | CLONE_FS | CLONE_FILES | CLONE_SYSVSEM |
                                      CLONE_SIGHAND | CLONE_THREAD | CLONE_SETTLS |
                                      CLONE_PARENT_SETTID | CLONE_CHILD_CLEARTID;
     allow(filter, SCMP_SYS(clone), {equals(0, thread)});
-    // Its arguments lie in memory, where no filter sees them; the other call is used instead.
+    // Its arguments lie in memory, out of a filter's sight; libraries fall back to the other call.
     check_filter(::seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0));
     allow(filter, SCMP_SYS(prctl), {equals(0, PR_SET_NAME)});
 }
 
 void allow_descriptors(const Filter& filter)
 {
-    // The kernel ends this process by the lifeline, which must therefore stay open.
+    // The kernel ends this process through the lifeline, so it must stay open.
     allow(filter, SCMP_SYS(close), {differs(0, picture::decoder_lifeline)});
     allow(filter, SCMP_SYS(dup));
     for (const int command : {F_GETFD, F_SETFD, F_GETFL, F_DUPFD, F_DUPFD_CLOEXEC})
         allow(filter, SCMP_SYS(fcntl), {equals(1, static_cast<unsigned>(command))});
 }
 
-/// Pixels are sent to the application, and to no other address; what libraries print is lost.
+/// Pixels go to the application and to no other address; output of libraries is lost.
 void allow_answers(const Filter& filter)
 {
     allow(filter, SCMP_SYS(sendto), {equals(0, picture::decoder_socket), equals(4, 0)});
@@ -117,7 +117,7 @@ void allow_answers(const Filter& filter)
             allow(filter, call, {equals(0, static_cast<unsigned>(output))});
 }
 
-/// Limits of its own, not above those that were set for good before.
+/// Its own limits, never above the hard ones from before.
 void allow_limits(const Filter& filter)
 {
     for (const int resource : {RLIMIT_CPU, RLIMIT_DATA})

@@ -2,9 +2,9 @@
 
 namespace orv::decoder {
 
-/// From here on the process, with all its threads, can make only the system calls that decoding
-/// takes: it computes, reads the descriptors that it has, answers on its socket and makes threads.
-/// Every other call fails; one of another machine's kind ends the process.
+/// From here on the process, with all its threads, can make only the system calls of a decoder: it
+/// computes, reads its open descriptors, answers on its socket and makes threads. Every other call
+/// fails; a call of another machine's kind ends the process.
 ///
 /// Errors: an `Error` when the kernel has no such filter; the process is as it was before then.
 void allow_system_calls_of_decoding();

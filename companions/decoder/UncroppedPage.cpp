@@ -18,7 +18,7 @@ bool is_page(Object node)
     return !node.getKey("/Kids").isArray();
 }
 
-/// The first of the nodes below one that is a page, or has some below it.
+/// The first node below one that is a page or contains one.
 Object first_kid(Object node)
 {
     for (Object kid : node.getKey("/Kids").aitems())
@@ -27,8 +27,8 @@ Object first_kid(Object node)
     return Object::newNull();
 }
 
-/// With what it inherits written into it; null where there is none. Looking at all pages would
-/// take long where there are many.
+/// The page with its inherited entries; null if there is none. A look at all pages would take long
+/// for many of them.
 Object first_page(Object node)
 {
     constexpr int most_levels = 64;
@@ -63,10 +63,10 @@ Object pages_of(const Object& only_page)
                                   {"/Count", Object::newInteger(1)}});
 }
 
-/// Copies the page with what it draws and which of it is hidden.
+/// Copies the page with its drawings and its visible layers.
 void copy_page(QPDF& from, const Object& page, QPDF& to)
 {
-    // What is copied ends at other pages, and all that there are would be looked at to know them.
+    // The copy stops at other pages, or it would walk all of them.
     from.getRoot().replaceKey("/Pages", pages_of(page));
     to.addPage(to.copyForeignObject(page), true);
     Object layers = from.getRoot().getKey("/OCProperties");
@@ -93,7 +93,7 @@ std::optional<std::vector<std::uint8_t>> uncropped_page(const std::uint8_t* pdf,
     try {
         QPDF file;
         file.setSuppressWarnings(true);
-        // A file out of order is read as well as can be by what draws it.
+        // The drawing library reads a damaged file as well as it can.
         file.setAttemptRecovery(false);
         file.processMemoryFile("", reinterpret_cast<const char*>(pdf), size);
         Object page = first_page(file.getRoot().getKey("/Pages"));

@@ -12,7 +12,7 @@
 namespace orv::decoder {
 namespace {
 
-/// The folder of modules that belongs to the libvips in use.
+/// The folder of modules for the libvips in use.
 std::string module_folder()
 {
     Dl_info info{};
@@ -22,11 +22,11 @@ std::string module_folder()
            std::to_string(VIPS_MAJOR_VERSION) + "." + std::to_string(VIPS_MINOR_VERSION);
 }
 
-/// Nothing happens where libvips was built without modules: then it has the loader already.
+/// Does nothing for a libvips without modules: it has the loader already.
 void load_module(const char* name)
 {
     const std::string path = module_folder() + "/" + name;
-    // All names are looked up now: later, the library they are in could not be loaded.
+    // Resolves all names now: later, their library could not be loaded.
     ::g_module_open(path.c_str(), static_cast<GModuleFlags>(0));
 }
 
@@ -39,7 +39,7 @@ void start_vips()
     ::g_log_set_default_handler(&ignore_log, nullptr);
     // Loading every module would take as long again as all else.
     ::g_setenv("VIPSHOME", "/nonexistent", TRUE);
-    // Nothing may be put into files.
+    // Nothing goes into files.
     ::g_setenv("VIPS_DISC_THRESHOLD", "8g", TRUE);
     if (VIPS_INIT("orv-picture-decoder"))
         throw Error("libvips cannot be started.");

@@ -6,16 +6,16 @@
 
 namespace orv::decoder {
 
-/// Starts libvips; one picture is decoded at a time, by one thread, and none is kept.
+/// Starts libvips: one picture at a time, on one thread, with nothing kept.
 void start_vips();
 
-/// Loads what libvips needs to read the medium, most of which it keeps in modules.
+/// Loads the parts of libvips for the medium; it keeps most of them in modules.
 void load_modules(Medium medium);
 
 /// Lets libvips read the medium, and nothing else.
 void allow_loaders(Medium medium);
 
-/// The picture as exactly `size`, in the form that a `Picture` has.
+/// The picture in exactly `size`, in the layout of a `Picture`.
 [[nodiscard]] Picture finished(vips::VImage image, PictureSize size);
 
 /// Why libvips failed.

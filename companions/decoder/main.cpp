@@ -14,7 +14,7 @@
 namespace orv::decoder {
 namespace {
 
-/// Makes the process ready to read files that may do their worst; else the reason why it cannot.
+/// Confines the process for hostile files; returns the reason if it cannot.
 std::optional<Error> prepare(Medium medium)
 try {
     limit_process();

@@ -6,7 +6,7 @@
 
 namespace orv {
 
-/// The bytes of `step` places, each with the one after it, and which of the places were hit.
+/// Pairs of neighbouring bytes at `step` places, and a mask of the hits among the places.
 class ByteScan::Window {
 public:
     explicit Window(const char* bytes)

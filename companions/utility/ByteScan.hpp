@@ -7,7 +7,8 @@
 
 namespace orv {
 
-/// A set of pairs of neighbouring bytes: those that have `value` where `mask` has ones.
+/// A set of pairs of neighbouring bytes: a pair belongs to it if it has `value` where `mask` has
+/// ones.
 struct BytePair {
     struct Byte {
         std::uint8_t mask;
@@ -33,7 +34,7 @@ public:
     [[nodiscard]] std::size_t next(std::string_view text, std::size_t from) const;
 
 private:
-    // A vector of bytes, of whatever the processor has.
+    // A vector of bytes, as wide as the processor has it.
     using Block [[gnu::vector_size(16)]] = std::uint8_t;
     static constexpr std::size_t step = 4 * sizeof(Block);
 
@@ -45,7 +46,7 @@ private:
     [[nodiscard]] std::size_t first_in_window(const char* bytes) const;
 
     std::vector<Pattern> patterns_;
-    std::vector<Pattern> high_patterns_; // with a byte that is not ASCII
+    std::vector<Pattern> high_patterns_; // with a non-ASCII byte
 };
 
 } // namespace orv

@@ -56,7 +56,7 @@ void ContentSearch::fill(ReadBytes read, FunctionRef<void()> check)
 bool ContentSearch::found_in_rest(ReadBytes read, FunctionRef<void()> check)
 {
     while (!at_end_) {
-        // The last character may be cut, and marks that belong to it may follow.
+        // The piece may cut its last character, and marks for it may follow.
         const std::string_view text(text_.data(), size_);
         const std::size_t end = search_.cut_before(text, size_ - Utf16Input::longest_character);
         if (search_.found_in(text.substr(0, end), check))

@@ -8,9 +8,9 @@
 
 namespace orv {
 
-/// Looks for a keyword in contents that are read piece by piece, one after the other. A content is
-/// text in UTF-16 if it begins with the mark of that, else in UTF-8; bytes that are no UTF-8 are
-/// read as Latin-1. Memory does not grow with the content.
+/// Looks for a keyword in content read piece by piece. The content is UTF-16 if it begins with a
+/// byte-order mark, else UTF-8; bytes outside UTF-8 count as Latin-1. Memory does not grow with the
+/// content.
 ///
 /// Threading: one thread.
 class ContentSearch {
@@ -18,8 +18,8 @@ public:
     /// `search` must outlive this, and take stray bytes as Latin-1.
     explicit ContentSearch(const TextSearch& search);
 
-    /// Reads no further than to the first place found. `check` is called before each reading and
-    /// while one piece takes long. What both throw is passed on.
+    /// Stops at the first match. Calls `check` before each reading and while one piece takes long.
+    /// Exceptions of both pass through.
     [[nodiscard]] bool found_in(ReadBytes read, FunctionRef<void()> check = TextSearch::no_check);
 
 private:
@@ -29,7 +29,7 @@ private:
 
     const TextSearch& search_;
     std::vector<char> text_; // in UTF-8
-    std::size_t size_ = 0;   // of what text_ holds
+    std::size_t size_ = 0;   // within text_
     bool at_end_ = false;
 };
 

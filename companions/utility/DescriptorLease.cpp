@@ -23,10 +23,10 @@ struct DescriptorWaiter {
 
 namespace {
 
-/// What requests may open together. The limit may change at any time.
+/// The descriptors all requests may open together. The limit may change at any time.
 int budget()
 {
-    // What the library keeps open, and short work on some threads.
+    // Descriptors the library keeps open, and those of short work on some threads.
     constexpr rlim_t least_reserve = 24;
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
@@ -36,7 +36,7 @@ int budget()
     return static_cast<int>(std::min<rlim_t>(left, std::numeric_limits<int>::max()));
 }
 
-/// What is leased, and who waits.
+/// The leases and the queue for them.
 ///
 /// Threading: under its lock.
 struct Leases {
@@ -50,8 +50,8 @@ struct Leases {
         return *leases;
     }
 
-    /// The share for `need`; 0 when it has to wait. Nobody gets more than a quarter of what is
-    /// left, unless that is too little, so that later ones find something, too.
+    /// The share for `need`; 0 if it has to wait. A share is at most a quarter of the rest, unless
+    /// that is too little, to leave something for later requests.
     int take(DescriptorNeed need)
     {
         const int left = budget() - taken;
@@ -62,7 +62,7 @@ struct Leases {
         return share;
     }
 
-    /// In their order, so that small needs do not keep a large one waiting for ever.
+    /// First come, first served: otherwise small needs could keep a large one waiting for ever.
     void serve_line()
     {
         while (!line.empty()) {

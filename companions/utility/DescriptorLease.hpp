@@ -15,21 +15,21 @@ struct DescriptorNeed {
     int most;
 };
 
-/// A share of the descriptors that the process may open, so that all requests together stay within
-/// the limit. A part of the limit is left to the application and to short work without a lease.
+/// A share of the descriptors the process may open. All requests together stay within the limit.
+/// The application and short work without a lease keep a part of it.
 ///
 /// Whoever holds a lease must not wait for another one.
 ///
 /// Threading: any one thread at a time.
 class [[nodiscard]] DescriptorLease {
 public:
-    /// A share without waiting. None while others wait, or when too little is left. When nobody
-    /// has a lease, it is granted however low the limit is.
+    /// A share without a wait. None while others wait, or if too little is left. The first lease
+    /// succeeds however low the limit is.
     static std::optional<DescriptorLease> try_take(DescriptorNeed need);
 
     DescriptorLease(DescriptorLease&& other) noexcept : count_(std::exchange(other.count_, 0)) {}
     DescriptorLease& operator=(DescriptorLease&&) = delete;
-    /// Gives the share to those who wait, in the order in which they came.
+    /// Gives the share to the waiting, in order of arrival.
     ~DescriptorLease();
 
     /// How many descriptors it is for.
@@ -50,7 +50,7 @@ public:
     DescriptorTurn(const DescriptorTurn&) = delete;
     DescriptorTurn& operator=(const DescriptorTurn&) = delete;
 
-    /// Waits for the share. None once `give_up` was called.
+    /// Waits for the share. None after a call of `give_up`.
     std::optional<DescriptorLease> wait();
 
     /// Threading: any.

@@ -8,11 +8,12 @@
 namespace orv {
 namespace {
 
-/// What a code means whose own text says little to whoever copies a file; empty for all others.
+/// The meaning of a code whose own text says little to a person who copies a file; empty for all
+/// others.
 std::string_view meaning_of(int code)
 {
     switch (code) {
-    // An unplugged disk, a server that is not reached, a FUSE volume whose program has ended.
+    // An unplugged disk, a server out of reach, a FUSE volume whose program has ended.
     case ENOTCONN:
     case ECONNABORTED:
     case ECONNRESET:

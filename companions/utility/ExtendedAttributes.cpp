@@ -17,7 +17,7 @@ std::string stored_name(std::string_view name)
     return std::string("user.").append(name);
 }
 
-/// The value that `get` puts into the buffer it is given. Nearly all values are short.
+/// The value `get` writes into its buffer. Nearly all values are short.
 std::optional<std::string> value_from(FunctionRef<ssize_t(char* buffer, std::size_t size)> get)
 {
     std::array<char, 256> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by get
@@ -54,7 +54,7 @@ std::optional<std::string> ext_attr(int fd, std::string_view name)
     if (value || errno != EBADF)
         return value;
 
-    // The kernel reads no attribute through a descriptor that is a mere place.
+    // The kernel reads no attribute through an `O_PATH` descriptor.
     const std::string place = "/proc/self/fd/" + std::to_string(fd);
     return value_from([&](char* buffer, std::size_t size) {
         return ::getxattr(place.c_str(), stored.c_str(), buffer, size);

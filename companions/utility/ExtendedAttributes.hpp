@@ -8,12 +8,11 @@
 
 namespace orv {
 
-// Extended attributes of an item, under the names that they have on every platform: "orv_ignore" is
-// stored as "user.orv_ignore". A symbolic link is not followed, and has none.
+// Extended attributes of an item, under platform-independent names: "orv_ignore" is stored as
+// "user.orv_ignore". The functions do not follow a symbolic link; a link has no attributes.
 
-/// The value of the attribute; none when the item has no such attribute, when its file system has
-/// no attributes, and when it cannot be read. `fd` may be a descriptor that is a mere place
-/// (`O_PATH`).
+/// The value of the attribute. None if the item has no such attribute, if its file system has no
+/// attributes, or if the value is unreadable. `fd` may be an `O_PATH` descriptor.
 ///
 /// Threading: any.
 [[nodiscard]] std::optional<std::string> ext_attr(const Url& url, std::string_view name);
@@ -25,7 +24,7 @@ namespace orv {
 /// Errors: the platform's.
 void set_ext_attr(const Url& url, std::string_view name, std::string_view value);
 
-/// Takes the attribute from the item; one that it does not have is no error.
+/// Removes the attribute from the item. A missing attribute is no error.
 ///
 /// Threading: any.
 /// Errors: the platform's.

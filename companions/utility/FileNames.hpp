@@ -5,7 +5,7 @@
 
 namespace orv {
 
-/// The longest name that a file can have.
+/// The longest name of a file, in bytes.
 ///
 /// Units: bytes.
 inline constexpr std::size_t max_name_size = 255;
@@ -16,8 +16,8 @@ struct NameParts {
     std::string_view ext;
 };
 
-/// Splits `name` at its last dot. A name with no dot, one that ends with it, and a hidden name such
-/// as ".profile" are all title. The parts point into `name`.
+/// Splits `name` at its last dot. A name without a dot, with the dot at its end, or a hidden name
+/// such as ".profile" is all title. The parts point into `name`.
 [[nodiscard]] NameParts name_parts(std::string_view name);
 
 } // namespace orv

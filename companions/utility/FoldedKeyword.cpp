@@ -51,7 +51,7 @@ std::u32string code_points(std::u16string_view text)
     return result;
 }
 
-/// The characters that folding or decomposing changes, without ASCII and Hangul.
+/// The characters folding or decomposing changes, without ASCII and Hangul.
 icu::UnicodeSet changed_characters()
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -65,7 +65,7 @@ icu::UnicodeSet changed_characters()
     return set;
 }
 
-/// `c` by itself, folded; none when it becomes too long to be handled.
+/// `c` by itself, folded; none if the result is too long to handle.
 std::optional<FoldedCharacter> folded_alone(UChar32 c, FoldingRules rules)
 {
     const std::u32string characters = code_points(folded(utf8_of(static_cast<char32_t>(c)), rules));
@@ -77,7 +77,7 @@ std::optional<FoldedCharacter> folded_alone(UChar32 c, FoldingRules rules)
     return result;
 }
 
-/// Whether a byte is a character that becomes one other, in every language; nearly all are.
+/// True if a byte is a character that folds to one other in every language; nearly all do.
 bool is_plain(char byte)
 {
     return static_cast<unsigned char>(byte) < 0x80 && byte != 'I';
@@ -175,8 +175,8 @@ bool FoldedKeyword::may_provide(const FoldedCharacter& folded, std::size_t index
     return false;
 }
 
-/// Whether `folded` may stand at `index` and after it, or before the keyword where that is
-/// negative. Marks may stand in another order than in the text, and with others among them.
+/// True if `folded` can stand at `index`, or before the keyword if `index` is negative. Marks may
+/// have another order in the text, with others among them.
 bool FoldedKeyword::fits(const FoldedCharacter& folded, std::ptrdiff_t index) const
 {
     for (std::size_t i = 0; i < folded.size; ++i, ++index) {
@@ -242,22 +242,21 @@ char32_t FoldedKeyword::code_point(std::string_view text, std::size_t at, int de
     return (rules_.stray_bytes_are_latin_1 ? 0 : stray_byte) + static_cast<unsigned char>(text[at]);
 }
 
-/// Whether what `c`, which ends at `end`, becomes depends on its neighbours: a mark may change
-/// places with others, and an i have its dot after it.
+/// True if the folded form of `c`, with its end at `end`, depends on its neighbours: a mark may
+/// change places with others, and a dot may follow an i.
 bool FoldedKeyword::depends_on_neighbours(std::string_view text, char32_t c, std::size_t end) const
 {
     return !orv::begins_composed(c) || (rules_.turkic && c == 'I' && end < text.size() &&
                                         static_cast<unsigned char>(text[end]) >= 0x80);
 }
 
-/// What it means that another character stands in the place of that at `index`.
+/// The match if another character stands at `index`.
 FoldedKeyword::Verdict FoldedKeyword::mismatch(std::ptrdiff_t index) const
 {
     return begins_[static_cast<std::size_t>(index)] ? Verdict::no : Verdict::unsure;
 }
 
-/// What it means that the keyword stands in front of `at`, or in front of the last part of the
-/// character there.
+/// The match if the keyword stands before `at`, or before the last part of the character there.
 FoldedKeyword::Verdict FoldedKeyword::ending(std::string_view text, std::size_t at) const
 {
     if (at == text.size())
@@ -266,8 +265,8 @@ FoldedKeyword::Verdict FoldedKeyword::ending(std::string_view text, std::size_t 
     return orv::begins_composed(next) ? Verdict::yes : Verdict::unsure;
 }
 
-/// Whether the keyword from `index` on stands at `at`. Where `index` is negative, the keyword
-/// begins inside of what the character there becomes.
+/// True if the keyword from `index` on stands at `at`. With a negative `index` the keyword begins
+/// inside the folded form of the character there.
 FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t at,
                                               std::ptrdiff_t index, std::size_t& steps) const
 {
@@ -299,7 +298,7 @@ FoldedKeyword::Verdict FoldedKeyword::forward(std::string_view text, std::size_t
     return ending(text, at);
 }
 
-/// Whether the keyword up to `index` stands before `at`.
+/// True if the keyword up to `index` stands before `at`.
 FoldedKeyword::Verdict FoldedKeyword::backward(std::string_view text, std::size_t at,
                                                std::ptrdiff_t index, std::size_t& steps) const
 {

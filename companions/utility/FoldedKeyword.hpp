@@ -10,7 +10,7 @@
 
 namespace orv {
 
-/// What one character of a text becomes when it is folded.
+/// The folded form of one character of a text.
 struct FoldedCharacter {
     static constexpr std::size_t max_size = 4;
 
@@ -21,19 +21,19 @@ struct FoldedCharacter {
     [[nodiscard]] const char32_t* end() const { return characters.data() + size; }
 };
 
-/// Whether a new composed character begins with `c`. Else it changes what stands before it, as
-/// combining marks do.
+/// True if a new composed character begins with `c`. Otherwise `c` changes the character before it,
+/// as combining marks do.
 [[nodiscard]] bool begins_composed(char32_t c);
 
-/// A keyword as it is looked for: folded, with the characters that fold to parts of it. A text
-/// contains it when the folded text does, and a new composed character follows.
+/// A keyword in the form for the search: folded, with the characters whose folded forms contain
+/// parts of it. A text contains it if the folded text does and a new composed character follows.
 class FoldedKeyword {
 public:
-    /// Whether the keyword stands at some place of a text. Where marks might have to be put in
-    /// order, that is told by the folded text alone.
+    /// True if the keyword stands at some place of a text. Where marks might need another order,
+    /// the folded text alone decides.
     enum class Verdict { no, unsure, yes };
 
-    /// A character that folding changes, and what it becomes.
+    /// A character and its folded form.
     struct Variant {
         char32_t character;
         FoldedCharacter folded;
@@ -44,22 +44,22 @@ public:
     [[nodiscard]] FoldingRules rules() const { return rules_; }
     [[nodiscard]] const std::u32string& text() const { return text_; }
 
-    /// Whether a new composed character begins with the character number `index` of the text.
+    /// True if a new composed character begins with character `index` of the text.
     [[nodiscard]] bool begins_composed(std::size_t index) const { return begins_[index]; }
 
-    /// All characters but ASCII ones that become something else, a part of which is in the text.
+    /// All non-ASCII characters whose folded form has a part in the text.
     [[nodiscard]] const std::vector<Variant>& variants() const { return variants_; }
 
-    /// Whether a character that becomes `folded` may provide the character `index` of the text.
+    /// True if a character with the folded form `folded` may provide character `index` of the text.
     [[nodiscard]] bool may_provide(const FoldedCharacter& folded, std::size_t index) const;
 
-    /// Whether the keyword stands in `text` so that the character at `at` provides its character
-    /// number `index`. Adds the number of characters looked at to `steps`.
+    /// True if the keyword stands in `text` with its character number `index` provided by the
+    /// character at `at`. Adds the number of compared characters to `steps`.
     [[nodiscard]] Verdict verdict(std::string_view text, std::size_t at, std::size_t index,
                                   std::size_t& steps) const;
 
-    /// Whether the keyword stands in `text`, told by folding all of it. Where hardly any marks
-    /// stand in a row, the time is linear in the size of `text`, whatever the keyword.
+    /// True if the keyword stands in the folded `text`. The time is linear in the size of `text`,
+    /// whatever the keyword, unless many marks stand in a row.
     [[nodiscard]] bool stands_in_folded(std::string_view text) const;
 
 private:

@@ -16,8 +16,8 @@
 namespace orv {
 namespace {
 
-// A byte that is no UTF-8 becomes the trailing surrogate 0xDC00 + byte. No text has one of those
-// alone, so none can be taken for a character, and ICU leaves it as it is.
+// A byte outside UTF-8 becomes the trailing surrogate 0xDC00 + byte. No text has a lone surrogate,
+// so none can pass for a character, and ICU leaves it alone.
 constexpr UChar32 stray_byte = 0xDC00;
 
 constexpr char16_t dot_above = 0x0307;
@@ -67,7 +67,7 @@ void decompose(icu::UnicodeString& text)
         throw std::bad_alloc();
 }
 
-/// The place of the dot above that belongs to the letter before `at`; -1 when there is none.
+/// The place of the dot above after the letter before `at`; -1 if there is none.
 std::int32_t dot_of_letter_before(const icu::UnicodeString& text, std::int32_t at)
 {
     while (at < text.length()) {
@@ -82,8 +82,8 @@ std::int32_t dot_of_letter_before(const icu::UnicodeString& text, std::int32_t a
     return -1;
 }
 
-/// In decomposed text, makes an I with a dot above, which is a capital i there, a small one.
-/// Folding by itself knows it composed only.
+/// Makes an I with a dot above, a capital i in such text, a small one, in decomposed text. Folding
+/// by itself knows the composed letter only.
 void lower_dotted_i(icu::UnicodeString& text)
 {
     for (std::int32_t at = text.indexOf(u'I'); at >= 0; at = text.indexOf(u'I', at + 1)) {

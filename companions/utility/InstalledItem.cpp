@@ -13,7 +13,7 @@
 namespace orv {
 namespace {
 
-// Initialisers of the application write it, or of plug-ins that any of its threads loads.
+// Written by initialisers of the application, or of plug-ins on any of its threads.
 constinit std::atomic<const char*> header_found{""};
 
 Url code_file()
@@ -23,12 +23,12 @@ Url code_file()
     const auto* code = reinterpret_cast<const void*>(&code_file);
     const bool is_found = ::dladdr1(code, &info, &object, RTLD_DL_LINKMAP) != 0 && object;
     const char* name = is_found ? static_cast<const link_map*>(object)->l_name : "";
-    // The program itself has no name in the list of what is loaded.
+    // The program itself has no name in the list of loaded objects.
     return Url(*name ? name : "/proc/self/exe").resolving_symlinks();
 }
 
-/// A program that runs with more rights than its user has must not be led elsewhere by that user,
-/// hence `secure_getenv`.
+/// A program with more rights than its user must not follow that user's environment, hence
+/// `secure_getenv`.
 std::optional<Url> prefix_in_environment()
 {
     const char* value = ::secure_getenv("ORV_PREFIX");
@@ -37,7 +37,7 @@ std::optional<Url> prefix_in_environment()
     return Url(value);
 }
 
-/// The prefix that has the path of `item` end in `in_prefix`.
+/// The prefix for which `in_prefix` is the end of the path of `item`.
 std::optional<Url> prefix_around(const std::string& item, std::string_view in_prefix)
 {
     const std::string end = "/" + std::string(in_prefix);
@@ -58,7 +58,7 @@ std::vector<Url> possible_prefixes(const InstallationClues& clues)
     const std::string folder = clues.code.deleting_last_path_component().path();
     add(folder, ORV_LIBDIR);
     add(folder, ORV_BINDIR);
-    // A compiler that was given relative paths, or made to forget where it ran, tells no place.
+    // A compiler with relative paths, or without its working folder, tells no place.
     if (clues.header.starts_with('/'))
         add(Url(clues.header).standardized().path(),
             ORV_INCLUDEDIR "/orv/utility/InstalledHeaders.hpp");
@@ -90,7 +90,7 @@ Url installed_item(std::string_view in_prefix, const InstallationClues& clues)
 
 internal::InstalledHeaders::InstalledHeaders(const char* header) noexcept
 {
-    // The library's own files, which are compiled with relative paths, have nothing to say.
+    // The library's own files have relative paths, and nothing to say.
     if (header[0] == '/')
         header_found = header;
 }

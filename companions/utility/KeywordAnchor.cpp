@@ -37,7 +37,7 @@ Byte ascii_byte(char32_t c)
     return exactly(byte);
 }
 
-/// How often a byte may be expected in a text, roughly, of 1000 ones.
+/// The rough number of each byte in a text of 1000.
 double frequency(const Byte& byte)
 {
     constexpr std::string_view letters = "etaoinsrhldcumfpgwybvkxjqz";
@@ -68,8 +68,8 @@ public:
         return std::move(forms_);
     }
 
-    /// Whether all forms of the character are known: a mark may be part of any, and an i in Turkish
-    /// may have its dot after it.
+    /// True if all forms of the character are known. A mark may be part of any, and a Turkish i may
+    /// have its dot after it.
     [[nodiscard]] bool is_fit(std::size_t index) const
     {
         return keyword_.begins_composed(index) && !is_turkic_i(index);
@@ -83,7 +83,7 @@ private:
         return keyword_.rules().turkic && (c == 'i' || c == dotless_i);
     }
 
-    /// The character as one byte, with what follows.
+    /// The character as one byte, and the next byte.
     void add_ascii(std::size_t index)
     {
         const std::u32string& text = keyword_.text();
@@ -99,7 +99,7 @@ private:
         }
     }
 
-    /// The character in all forms but that of one ASCII byte.
+    /// The character in all forms but one ASCII byte.
     void add_others(std::size_t index)
     {
         const char32_t c = keyword_.text()[index];
@@ -130,7 +130,7 @@ private:
         forms_.push_back({bytes, bytes_before, index});
     }
 
-    /// Makes one form of two that differ in one bit, as the cases of a letter often do.
+    /// Merges two forms with one different bit, as the cases of a letter often have.
     void merge()
     {
         for (std::size_t i = 0; i < forms_.size(); ++i)
@@ -166,7 +166,7 @@ private:
     std::vector<AnchorForm> forms_;
 };
 
-/// What looking for the forms costs: hits, and a little for each form by itself.
+/// The cost of a search for the forms: hits, and a little for each form by itself.
 double cost_of(const std::vector<AnchorForm>& forms)
 {
     double cost = 0;

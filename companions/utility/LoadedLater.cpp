@@ -20,7 +20,7 @@ Error cannot_be_loaded(const char* library)
 
 void* loaded_function(const char* library, const char* function)
 {
-    // The loader counts the uses of a library that it has; it is never closed, so it stays.
+    // The loader counts the uses of a library. This one stays open, and so it stays loaded.
     void* loaded = ::dlopen(library, RTLD_LAZY | RTLD_LOCAL);
     void* address = loaded ? ::dlsym(loaded, function) : nullptr;
     if (!address)

@@ -4,16 +4,15 @@
 
 namespace orv {
 
-/// Returns the address of a function in a shared library, which is loaded for the first one and
+/// Returns the address of a function in a shared library. The first call loads the library, and it
 /// stays.
 ///
 /// Threading: any.
-/// Errors: an `Error` that names the library and says why it cannot be loaded or lacks the
-/// function.
+/// Errors: an `Error` with the name of the library, and why it does not load or lacks the function.
 [[nodiscard]] void* loaded_function(const char* library, const char* function);
 
-/// A function of a C library that is loaded with the first call, so that processes which never make
-/// one do not pay for its start. The object has the function's name and is called like it.
+/// A function of a C library loaded with the first call: a process without such a call does not pay
+/// for its start. The object has the function's name and is called like it.
 ///
 /// Threading: any.
 /// Errors: as `loaded_function`.

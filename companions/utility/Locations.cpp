@@ -19,7 +19,7 @@
 namespace orv {
 namespace {
 
-/// A location that the environment gives; one that is not absolute counts as not given.
+/// A location from the environment; a relative one counts as absent.
 std::optional<Url> environment_url(const char* variable)
 {
     const char* value = std::getenv(variable);
@@ -58,7 +58,7 @@ std::string unquoted(std::string_view value)
     return text;
 }
 
-/// A folder in the form that the list of user folders has: "$HOME/name" or "/name", in quotes.
+/// A folder in the form of the list of user folders: "$HOME/name" or "/name", in quotes.
 std::optional<Url> user_folder(std::string_view value, const Url& home)
 {
     constexpr std::string_view in_home = "\"$HOME";
@@ -103,7 +103,7 @@ std::string default_app_id()
     return std::string(name.empty() ? "orv" : name);
 }
 
-/// Replaces a location that is not given, or given as an empty one.
+/// Replaces an absent or empty location.
 void fill(std::optional<Url>& location, auto default_location)
 {
     if (!location || location->empty())
@@ -141,7 +141,7 @@ struct Configuration {
     bool is_settled = false;
 };
 
-// Never destroyed, like what is made of it: operations may run while the process ends.
+// Never destroyed, like all objects made from it: operations may run while the process ends.
 Configuration& configuration()
 {
     static auto* the_configuration = new Configuration;

@@ -24,23 +24,23 @@ using Clock = std::chrono::steady_clock;
 thread_local const pid_t this_thread_id = ::gettid();
 thread_local int hand_overs_forbidden = 0;
 
-// Where a thread waits for its hand-over. It outlives the job, which its waker may still be
-// touching when the wait returns.
+// The place where a thread waits for its hand-over. It outlives the job, because its waker may
+// still touch it after the wait.
 thread_local std::binary_semaphore parking{0};
 
-/// One queued closure, a link of the queue. Run once, by `run`, which also disposes of it.
+/// One queued closure, a link of the queue. `run` runs it once and disposes of it.
 struct Job {
     void (*run)(Job&);
     std::uint64_t ticket = 0;
     Job* next = nullptr;
 };
 
-/// A hand-over; lives on the stack of the thread that waits for it.
+/// A hand-over; it lives on the stack of the waiting thread.
 struct SyncJob : Job {
     explicit SyncJob(FunctionRef<void()> to_run) : Job{&run_and_wake}, closure(to_run) {}
 
-    /// Ends the wait for the pool before the waiter is awake, so that no thread is started in its
-    /// stead for the next closures.
+    /// Ends the wait for the pool before the waiter wakes. Otherwise the pool would start a thread
+    /// in its stead for the next closures.
 
     static void run_and_wake(Job& job)
     {
@@ -77,9 +77,8 @@ struct AsyncJob : Job {
     std::function<void()> closure;
 };
 
-/// The queued jobs and the event that shows whether there are any. The event is set and cleared
-/// inside the lock: only so does it never disagree with the queue, however pushes and pops
-/// interleave.
+/// The queued jobs and the event for the application's loop. The event changes inside the lock:
+/// only so does it never disagree with the queue, however pushes and pops interleave.
 class JobQueue {
 public:
     JobQueue()
@@ -98,7 +97,7 @@ public:
         last_ = &job;
     }
 
-    /// The first job, if it was queued no later than the one with `last_ticket`.
+    /// The first job, if its ticket is at most `last_ticket`.
     Job* pop(std::uint64_t last_ticket)
     {
         const std::lock_guard lock(mutex_);
@@ -129,7 +128,7 @@ private:
     std::uint64_t last_ticket_ = 0;
 };
 
-/// The end of a wait; one too long to be told never ends.
+/// The end of a wait; an unrepresentable one never ends.
 std::optional<Clock::time_point> deadline_after(std::optional<std::chrono::nanoseconds> duration)
 {
     const auto now = Clock::now();
@@ -160,7 +159,7 @@ public:
         ::poll(&event, 1, deadline ? poll_timeout(*deadline) : -1);
     }
 
-    /// Runs what is queued now, until a closure sets `stop`.
+    /// Runs the closures queued now, until one of them sets `stop`.
     void drain(const bool& stop)
     {
         const std::uint64_t last_ticket = jobs.last_ticket();

@@ -4,7 +4,7 @@
 
 namespace orv {
 
-/// Measures the time since it was made or last reset.
+/// Measures the time since its start or last reset.
 class StopWatch {
 public:
     /// Units: seconds.

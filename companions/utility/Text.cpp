@@ -27,8 +27,8 @@ char lower_ascii(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-/// UTF-8 in which a stray surrogate has the three bytes that its number would have, so that the
-/// order of the bytes is that of the code points throughout.
+/// UTF-8 in which a stray surrogate has the three bytes of its number, to keep the order of bytes
+/// that of the code points.
 std::string encoded(const std::u16string& text)
 {
     std::string result(3 * text.size(), '\0');
@@ -55,7 +55,7 @@ std::string fold_key(std::string_view text)
 
 std::weak_ordering compare_case_insensitively(std::string_view a, std::string_view b)
 {
-    // ASCII letters neither combine with what follows them nor change with it, so the first
+    // ASCII letters neither combine with their successors nor change with them. The first
     // difference among them decides, and keys are needed only from the first other byte on.
     const std::size_t shared = std::min(a.size(), b.size());
     for (std::size_t i = 0; i < shared; ++i) {

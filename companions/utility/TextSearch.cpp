@@ -9,13 +9,12 @@ namespace {
 
 constexpr std::size_t max_bytes_of_character = 4;
 constexpr std::size_t max_bytes_of_marks = 1024;
-/// What is folded at once where a single place is in doubt: more places may be near.
+/// The size to fold at once around a single place in doubt: more places may be near.
 constexpr std::size_t doubtful_stretch = 1024;
-/// What is folded at once where no place by itself is looked at. Longer rows of marks than this
-/// holds take too long to be put in order.
+/// The size to fold at once without a look at single places. Longer rows of marks take too long to
+/// sort.
 constexpr std::size_t folded_stretch = 4096;
-/// Comparing a text with the keyword at so many places that each of its bytes is looked at so often
-/// is slower than folding it.
+/// With more comparisons than this for each byte, folding the text is faster.
 constexpr std::size_t fair_steps = 16;
 constexpr std::size_t fair_start = 4096;
 
@@ -73,7 +72,7 @@ bool TextSearch::found_in(std::string_view text, FunctionRef<void()> check) cons
     return false;
 }
 
-/// Whether the keyword stands in `text` and ends after `from` and not after `to`, or a little
+/// True if the keyword stands in `text` and ends after `from` and not after `to`, or a little
 /// later.
 bool TextSearch::found_by_folding(std::string_view text, std::size_t from, std::size_t to,
                                   FunctionRef<void()> check) const

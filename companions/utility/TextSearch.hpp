@@ -12,9 +12,9 @@
 
 namespace orv {
 
-/// A keyword, made ready to be looked for in many texts. Case does not count, nor whether a letter
-/// is composed or decomposed; a letter with a mark is another one than that without. An empty
-/// keyword is found nowhere.
+/// A keyword, prepared for a search in many texts. Case does not count; composed and decomposed
+/// letters match. A letter with a mark differs from the plain letter. An empty keyword matches
+/// nothing.
 ///
 /// Threading: any, several at a time.
 class TextSearch {
@@ -23,16 +23,16 @@ public:
 
     TextSearch(std::string_view keyword, FoldingRules rules);
 
-    /// The time is linear in the size of `text`. `check` is called several times a millisecond
-    /// where that is slow; what it throws ends the search.
+    /// The time is linear in the size of `text`. A slow search calls `check` several times a
+    /// millisecond; an exception from it ends the search.
     [[nodiscard]] bool found_in(std::string_view text, FunctionRef<void()> check = no_check) const;
 
-    /// The most bytes that the keyword takes in a text.
+    /// The most bytes of the keyword in a text.
     [[nodiscard]] std::size_t reach() const { return reach_; }
 
-    /// The last place at or before `at` at which a text can be cut in two so that nothing else is
-    /// found in the parts than in the whole, but for what goes across. Where too many marks stand
-    /// in a row, between any two characters.
+    /// The last place at or before `at` to cut a text in two without a change to the matches in the
+    /// parts, but for those across the cut. Where too many marks stand in a row, between any two
+    /// characters.
     [[nodiscard]] std::size_t cut_before(std::string_view text, std::size_t at) const;
 
 private:

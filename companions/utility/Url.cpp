@@ -63,7 +63,7 @@ std::optional<std::string> link_text(const std::string& path)
     return std::string(text.data(), static_cast<std::size_t>(length));
 }
 
-/// Resolves the part of `path` that exists; what follows it is taken by its text.
+/// Resolves the existing part of `path`; the rest stays as it is.
 std::optional<std::string> resolved(const std::string& path, int& links_left)
 {
     if (auto real = real_path(path))

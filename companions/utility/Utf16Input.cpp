@@ -21,8 +21,8 @@ std::size_t Utf16Input::read(char* to, std::size_t size)
     return written;
 }
 
-/// Sees to it that `bytes` are there to be taken, if there is so much left. A last half of a unit
-/// counts as none.
+/// Sees to it that `bytes` are available, if so many are left. A half unit at the end counts as
+/// none.
 bool Utf16Input::provide(std::size_t bytes)
 {
     while (units_.size() - taken_ < bytes) {

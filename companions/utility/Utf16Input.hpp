@@ -10,13 +10,13 @@ namespace orv {
 /// Reads at most `size` bytes to `to` and says how many there were; 0 at the end.
 using ReadBytes = FunctionRef<std::size_t(char* to, std::size_t size)>;
 
-/// Reads UTF-16 as UTF-8. What is not valid becomes U+FFFD.
+/// Reads UTF-16 as UTF-8. Invalid units become U+FFFD.
 class Utf16Input {
 public:
     enum class Order { little_endian, big_endian };
     static constexpr std::size_t longest_character = 4;
 
-    /// `first` has been read from `input` already.
+    /// `first` holds the bytes already read from `input`.
     Utf16Input(ReadBytes input, Order order, std::vector<char> first)
         : input_(input), order_(order), units_(std::move(first))
     {

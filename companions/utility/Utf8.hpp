@@ -14,7 +14,7 @@
 
 namespace orv {
 
-/// A character of a text, or a byte of it that is no UTF-8.
+/// A character of a text, or a byte of it outside UTF-8.
 struct Utf8Character {
     UChar32 code_point; ///< negative for a stray byte
     std::size_t begin;
@@ -39,7 +39,7 @@ inline Utf8Character character_at(std::string_view text, std::size_t at)
     return {c, at, c < 0 ? at + 1 : end};
 }
 
-/// The character that the byte at `at` belongs to.
+/// The character around the byte at `at`.
 inline Utf8Character character_around(std::string_view text, std::size_t at)
 {
     std::size_t begin = at;
@@ -50,13 +50,13 @@ inline Utf8Character character_around(std::string_view text, std::size_t at)
     return at < character.end ? character : Utf8Character{-1, at, at + 1};
 }
 
-/// Whether a character begins at `at`, rather than goes on.
+/// True if a character begins at `at`.
 inline bool begins_character(std::string_view text, std::size_t at)
 {
     return at >= text.size() || character_around(text, at).begin == at;
 }
 
-/// The character that ends at `at`, where one does; there is one.
+/// The last character before `at`; there is one.
 inline Utf8Character character_before(std::string_view text, std::size_t at)
 {
     return character_around(text, at - 1);

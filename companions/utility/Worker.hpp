@@ -10,10 +10,10 @@ namespace orv {
 
 /// One thread of the worker pool, as the pool sees it.
 ///
-/// Threading: the pool's lock guards it, but for `blocked_depth`, which belongs to the thread.
+/// Threading: the pool's lock guards it; `blocked_depth` belongs to the thread.
 class Worker {
 public:
-    /// What the thread does: waits for a call, runs a task, or waits within its task.
+    /// The thread's activity: waits for a call, runs a task, or waits within its task.
     enum class State { idle, running, waits_briefly, waits_open_ended };
 
     /// Describes the calling thread.
@@ -27,13 +27,13 @@ public:
     std::condition_variable called;
     int blocked_depth = 0;
 
-    /// True if the task may be stuck: it runs, or waits for what should not take long.
+    /// True if the task may be stuck: it runs, or waits for something quick.
     [[nodiscard]] bool may_stall() const
     {
         return state == State::running || state == State::waits_briefly;
     }
 
-    /// Forgets what `has_rested` has seen, as a new task begins.
+    /// Forgets the samples of `has_rested` at the start of a task.
     void forget_looks() { seen_ns_.reset(); }
 
     /// True if the thread has used next to no processor time since the last call.
@@ -48,8 +48,8 @@ public:
     }
 
 private:
-    // A call that a slow volume answers within some 20 ms costs the thread about so much between
-    // two looks. Whoever uses less is as good as stuck.
+    // A call to a volume with answers after some 20 ms costs the thread about so much between two
+    // looks. A thread with less is as good as stuck.
     static constexpr long long busy_ns = 100'000;
 
     clockid_t clock_{};

@@ -19,7 +19,7 @@ namespace {
 using Milliseconds = std::chrono::milliseconds;
 
 constexpr Milliseconds idle_life(5000);
-// Beyond those that can run at once, threads are left from a burst.
+// Threads beyond the running limit remain from a burst.
 constexpr Milliseconds spare_life(500);
 constexpr Milliseconds look_interval(100);
 // The system's own limits lie some ten times higher.
@@ -109,7 +109,7 @@ private:
         held_ += worker.may_stall() ? one : 0;
     }
 
-    /// True if one more task may run beside those for which `coming` threads are on their way.
+    /// True if one more task may run beside the tasks for `coming` threads.
     [[nodiscard]] bool has_room(int coming) const
     {
         return running_ + coming < at_once_ && held_ + coming < max_threads_;
@@ -128,7 +128,7 @@ private:
                 return;
     }
 
-    /// A thread that comes may find that another one has taken the task.
+    /// Another thread may have taken the task before the called one arrives.
     bool call_thread(std::unique_lock<std::mutex>& lock)
     {
         ++coming_;
@@ -147,7 +147,7 @@ private:
         return is_started;
     }
 
-    /// The thread that became idle last comes first: its memory is warm, and the others get old.
+    /// The latest idle thread comes first: its memory is warm, and the others grow old.
     Worker* take_waiting()
     {
         if (stand_by_)
@@ -170,8 +170,8 @@ private:
         }
     }
 
-    /// Without a new thread, tasks wait for the next one that comes free. None does where all are
-    /// stuck or wait for a person.
+    /// Without a new thread, tasks wait for the next free one. None comes if all are stuck or wait
+    /// for a person.
     void refuse_tasks_left_alone(std::unique_lock<std::mutex>& lock)
     {
         if (held_ + coming_ > 0)
@@ -181,7 +181,7 @@ private:
         for (const Task& task : refused)
             if (task.refused)
                 task.refused();
-        refused.clear(); // what they own may need the pool
+        refused.clear(); // their contents may need the pool
         lock.lock();
     }
 
@@ -257,12 +257,12 @@ private:
     const int at_once_ = std::max(4, 2 * static_cast<int>(std::thread::hardware_concurrency()));
     std::mutex mutex_;
     int max_threads_ = default_max_threads;
-    std::deque<Task> tasks_; // that nobody has begun
+    std::deque<Task> tasks_; // not yet begun
     std::vector<Worker*> workers_;
     std::vector<Worker*> idle_;
     Worker* stand_by_ = nullptr;
-    int coming_ = 0;  // threads that were called or started for a task, and are not there yet
-    int running_ = 0; // the counts leave out who is stalled
+    int coming_ = 0;  // threads called or started for a task, on their way
+    int running_ = 0; // stalled threads do not count
     int held_ = 0;    // running or waiting briefly
     int stalled_ = 0;
 };

@@ -7,7 +7,7 @@ namespace orv {
 
 class Worker;
 
-/// The background threads on which requests work.
+/// The background threads of requests.
 ///
 /// As many tasks run at once as keep the machine busy. The others wait their turn, in the order in
 /// which they came. Some tasks do not count:
@@ -20,16 +20,16 @@ class Worker;
 /// seconds.
 class WorkerPool {
 public:
-    /// Threads that tasks may hold at once, unless `set_max_threads` says otherwise.
+    /// Threads for tasks at once, before a call of `set_max_threads`.
     static constexpr int default_max_threads = 64;
 
-    /// The one pool of the process; it is never destroyed.
+    /// The one pool of the process; it never dies.
     static WorkerPool& instance();
 
-    /// Runs `task` on a background thread, as soon as one is free. Calls `refused` instead when no
-    /// thread can be started and none is there that could come to it. Neither may throw.
+    /// Runs `task` on the next free background thread. Calls `refused` instead if no thread starts
+    /// and no existing one could take the task. Neither may throw.
     ///
-    /// Threading: any. `refused` is called on any thread, also before `async` returns, and must not
+    /// Threading: any. `refused` runs on any thread, perhaps before `async` returns, and must not
     /// wait for anything.
     void async(std::function<void()> task, std::function<void()> refused = {});
 
@@ -42,7 +42,7 @@ public:
     /// How long a wait may take: the main thread soon comes round, a person perhaps never answers.
     enum class Wait { brief, open_ended };
 
-    /// While it lives, the calling task waits for something outside the pool. May be nested; then
+    /// During its lifetime the calling task waits for something outside the pool. May be nested;
     /// the outermost counts. Does nothing on other threads.
     class Blocked {
     public:
@@ -51,7 +51,7 @@ public:
         Blocked(const Blocked&) = delete;
         Blocked& operator=(const Blocked&) = delete;
 
-        /// Ends the wait for the task, which need not be awake yet.
+        /// Ends the wait of the task before the task wakes.
         ///
         /// Threading: any, one at a time.
         void end();
@@ -68,7 +68,7 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// Runs `task` on a background thread; it is dropped when there is none to be had.
+/// Runs `task` on a background thread; drops it if there is none.
 ///
 /// Threading: any.
 inline void bg_async(std::function<void()> task)

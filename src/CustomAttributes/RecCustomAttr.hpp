@@ -17,7 +17,7 @@
 
 namespace orv {
 
-/// That the record of one item is to be stored for another one, too.
+/// A second key for the record of an item.
 struct RecordCopy {
     RecordKey from;
     RecordKey to;
@@ -25,9 +25,9 @@ struct RecordCopy {
 
 /// A row of the table of attributes.
 ///
-/// Functions that take a key instead of a URL are for what is about to be deleted or moved: the key
-/// is made while the item is still there. "Below" an item means its whole tree; a sibling whose
-/// name merely begins alike is not touched.
+/// Functions with a key instead of a URL serve items about to go or move: make the key while the
+/// item still exists. "Below" an item means its whole tree, without siblings whose names merely
+/// begin alike.
 ///
 /// Threading: any; each function is a turn of the database of its own unless the caller has one.
 /// Errors: those of the database.
@@ -50,7 +50,7 @@ struct RecCustomAttr {
     [[nodiscard]] static std::optional<RecCustomAttr> fetch(const RecordKey& key);
     [[nodiscard]] static std::vector<RecCustomAttr> fetch_all(std::span<const RecordKey> keys);
 
-    /// The records for which `condition` holds, an expression over the columns.
+    /// The records with `condition`, an expression over the columns.
     [[nodiscard]] static std::vector<RecCustomAttr> fetch_all(std::string_view where,
                                                               Arguments args = {});
 
@@ -60,21 +60,21 @@ struct RecCustomAttr {
     /// Stores all `records`, or none, in place of those with the same keys.
     static void replace_all(const std::vector<RecCustomAttr>& records);
 
-    /// Those for which `condition` holds, as an application sees them, by location.
+    /// The records with `condition`, in an application's form, by location.
     [[nodiscard]] static std::unordered_map<Url, CustomAttributes>
     fetch_all_by_url(std::string_view where, Arguments args = {});
 
-    /// Whether anything is stored at all; where not, no item needs to be looked up.
+    /// True if the table has any rows; otherwise no item needs a lookup.
     [[nodiscard]] static bool any_records();
 
-    /// Whether anything is stored for the item or below it.
+    /// True if the item or anything below it has a row.
     [[nodiscard]] static bool any_records_below(const RecordKey& key);
 
-    /// Whether an item directly inside the folder has an order number.
+    /// True if an item directly inside the folder has an order number.
     [[nodiscard]] static bool any_order_no_inside(const RecordKey& folder);
 
-    /// Stores the record of one item for another one, too, in place of what was stored for that.
-    /// Without a record nothing happens.
+    /// Stores the record of one item for another one, too, and replaces that one's record. Does
+    /// nothing without a record.
     static void duplicate_record(const Url& for_url, const Url& replacing_to_url);
     static void duplicate_record(const RecordKey& for_key, const RecordKey& replacing_to_key);
 
@@ -82,7 +82,7 @@ struct RecCustomAttr {
     static void duplicate_each_record(std::span<const RecordCopy> copies);
 
     /// Stores the records of an item and of everything below it for another place, too. A record
-    /// there is replaced by its counterpart; one without a counterpart stays.
+    /// there gives way to its counterpart; without a counterpart it stays.
     static void duplicate_records(const Url& whose_url_prefixed_with_url,
                                   const Url& replacing_prefix_to_url);
     static void duplicate_records(const RecordKey& prefix, const RecordKey& replacing_prefix_to);

@@ -28,9 +28,9 @@ bool is_link(const Url& url)
     return ::readlink(url.path().c_str(), &first, 1) >= 0;
 }
 
-/// Resolves symbolic links, those on the way to an item once for each folder, and a folder by its
-/// own name alone when the one that it lies in is known: what a walk comes to is resolved at the
-/// cost of one question for a folder, however deep it lies.
+/// Resolves symbolic links: the links on the way to an item once per folder, and a folder by its
+/// own name alone after its parent. So a walk resolves its items at the cost of one call per
+/// folder, however deep.
 class Resolver {
 public:
     Url resolve(const Url& url)
@@ -75,7 +75,7 @@ private:
         return way_.back().resolved;
     }
 
-    /// The last folder of the way, if there is one, is that which `folder` lies in.
+    /// The last folder on the way, if there is one, is the parent of `folder`.
     Url resolved(const Url& folder)
     {
         const std::string name = folder.last_path_component();

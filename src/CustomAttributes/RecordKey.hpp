@@ -9,16 +9,16 @@
 
 namespace orv {
 
-/// What an item's row is stored under: its path relative to the home folder, or its full path where
-/// it lies outside that folder or below "/Users/Shared/". The home folder's own key is empty.
+/// The key of an item's row: its path relative to the home folder, or its full path if it lies
+/// outside that folder or below "/Users/Shared/". The home folder's own key is empty.
 class RecordKey {
 public:
     explicit RecordKey(std::string text) : text_(std::move(text)) {}
 
     [[nodiscard]] const std::string& text() const noexcept { return text_; }
 
-    /// The key of what `name`, a path of one name or several, leads to from this folder. Asks no
-    /// disk: there must be no symbolic link among the names.
+    /// The key of `name`, a path of one name or several, relative to this folder. Does not ask the
+    /// disk: no name among them may be a symbolic link.
     [[nodiscard]] RecordKey appending(std::string_view name) const;
 
     bool operator==(const RecordKey&) const = default;
@@ -27,27 +27,27 @@ private:
     std::string text_;
 };
 
-/// The key of what is found at `url`, symbolic links resolved.
+/// The key of the item at `url`, with symbolic links resolved.
 ///
 /// Errors: an empty `url` has no key.
 [[nodiscard]] RecordKey record_key(const Url& url);
 
-/// The key of the directory entry at `url`, which may itself be a symbolic link: only the links on
-/// the way to it are resolved. For what acts on the link, such as deleting.
+/// The key of the directory entry at `url`, perhaps a symbolic link itself: resolves only the links
+/// on the way to it. For requests on the link itself, such as delete.
 ///
 /// Errors: an empty `url` has no key.
 [[nodiscard]] RecordKey record_key_of_entry(const Url& url);
 
-/// The keys of what is found at `urls`, in their order; faster than one by one where items share a
+/// The keys of the items at `urls`, in their order; faster than single calls if items share a
 /// folder.
 ///
 /// Errors: an empty Url has no key.
 [[nodiscard]] std::vector<RecordKey> record_keys(const std::vector<Url>& urls);
 
-/// Where the item with the key `relative_path` is found, symbolic links resolved.
+/// The place of the item with the key `relative_path`, with symbolic links resolved.
 [[nodiscard]] Url url_from_relative_path(std::string_view relative_path);
 
-/// The same for a key just made from an existing item, whose links were resolved then.
+/// The same for a key just made from an existing item, after the resolution of its links.
 [[nodiscard]] Url url_from_resolved_path(std::string_view relative_path);
 
 } // namespace orv

@@ -26,7 +26,7 @@ Database& moves_database()
     return shared_db_manager().db();
 }
 
-/// The table of the rows that moves under way have stored, as they were; each connection has one.
+/// The table of the rows stored by moves under way, in their first form; each connection has one.
 void make_table()
 {
     moves_database().execute(
@@ -114,8 +114,8 @@ void RecordMove::remember_stored()
                              joined(Values{number_}, RecordTree(from_).ranges()));
 }
 
-/// Stores for the new place the rows at the old one that were saved since. A row that is missing at
-/// the new place was taken away by another process, which moved the item in between.
+/// Stores the later changes of the old place's rows at the new place. If a row is missing at the
+/// new place, another process moved the item in between.
 void RecordMove::carry_changes()
 {
     make_table();

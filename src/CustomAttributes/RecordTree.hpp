@@ -10,11 +10,10 @@
 
 namespace orv {
 
-/// An item and everything below it, as ranges of keys, which the table's index answers at once.
+/// An item and everything below it, as ranges of keys. The table's index answers them at once.
 ///
-/// Keys are compared by their bytes, and "0" is the byte after "/": so what is below "a" are the
-/// keys from "a/" up to "a0", and what is below the home folder, whose key is empty, are those that
-/// do not begin with "/".
+/// Keys compare by their bytes, and "0" is the byte after "/": the keys below "a" run from "a/" up
+/// to "a0". The home folder's key is empty; the keys below it are all without a leading "/".
 class RecordTree {
 public:
     explicit RecordTree(const RecordKey& key);
@@ -30,18 +29,17 @@ public:
         " ELSE ? || substr(CAST(custom_attributes.relative_path AS BLOB), ?) END)";
     [[nodiscard]] std::array<Argument, 4> replacement(const RecordTree& other) const;
 
-    /// Holds for the keys of the tree that are directly inside its folder; takes the arguments
-    /// `direct()`.
+    /// True for keys directly inside the folder; takes the arguments `direct()`.
     static constexpr std::string_view is_direct =
         "(relative_path <> ? AND instr(substr(CAST(relative_path AS BLOB), ?), x'2F') = 0)";
     [[nodiscard]] std::array<Argument, 2> direct() const;
 
 private:
-    /// Where the part of a key begins that follows the folder's, counted from 1.
+    /// Start of the part of a key after the folder's, counted from 1.
     [[nodiscard]] std::int64_t below_start() const;
 
     std::string item_;
-    std::string below_; // what every key below the item begins with
+    std::string below_; // prefix of every key below the item
     std::string first_begin_, first_end_, second_begin_, second_end_;
 };
 

@@ -16,15 +16,15 @@ public:
     void upgrade_step(Database& database, int from_version, int to_version) override;
 };
 
-/// Owns the attributes database, which stays open for the life of the process.
+/// Owns the attributes database, open for the life of the process.
 class DBManager {
 public:
     static constexpr std::string_view file_name = "orv_file_manager_db.sqlite";
 
     DBManager() = default;
 
-    /// Opens the database in the application-support folder and brings its schema up to date. What
-    /// is missing is created: the folder, for its owner alone, and the file. A failure is fatal.
+    /// Opens the database in the application-support folder and brings its schema up to date.
+    /// Creates a missing folder, for its owner alone, and a missing file. A failure is fatal.
     void setup() { setup(app_support_dir().appending(file_name)); }
 
     /// The same with the database at `file`.
@@ -39,12 +39,12 @@ private:
     Database db_;
 };
 
-/// The manager that the library works with, set up with the first use.
+/// The library's manager, set up with the first use.
 ///
 /// Threading: any.
 [[nodiscard]] DBManager& shared_db_manager();
 
-/// Sets the manager that the library works with, which must outlive all use; null for its own.
+/// Sets the library's manager, to outlive all use; null restores its own.
 void set_shared_db_manager(DBManager* manager);
 
 } // namespace orv

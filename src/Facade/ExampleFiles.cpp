@@ -76,7 +76,7 @@ constexpr ExampleFile files[] = {
     {lorem, "Notes/Work/Project_C", "phase_02.txt"},
 };
 
-/// Prints a line, in one piece, so that nothing of another thread comes between.
+/// Prints a line in one piece, without another thread's output in between.
 void log(bool log_status, std::string_view text, std::string_view what = {})
 {
     if (log_status)

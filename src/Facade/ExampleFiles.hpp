@@ -16,10 +16,10 @@ void create_example_files(Url at, bool log_status, std::function<void()> complet
 /// As `OrvFileBrowser::missing_example_files`.
 [[nodiscard]] std::vector<Url> missing_example_files(const Url& at);
 
-/// Copies the resource `name`, which is a full file name, so that it is found at `dest_url`, and
-/// waits for the end. An existing item stays as it is. With `log_status` it prints how that went.
+/// Copies the resource `name`, a full file name, to `dest_url`, and waits for the end. Leaves an
+/// existing item alone. Prints the outcome with `log_status`.
 ///
-/// Threading: background; on the main thread, which it needs, the process ends.
+/// Threading: background. The call needs the main thread, so a call on it ends the process.
 void bg_copy_resource(std::string_view name, const Url& dest_url, bool log_status);
 
 } // namespace orv

@@ -15,7 +15,7 @@ struct BrowserPlaceholder {
     std::optional<Picture> picture; ///< none: the library's own
 };
 
-// Never destroyed: a browser may be asked for it while the process ends.
+// Never destroyed: a browser may ask for it while the process ends.
 BrowserPlaceholder& browser_placeholder()
 {
     static auto* the_placeholder = new BrowserPlaceholder;

@@ -5,7 +5,7 @@
 
 namespace orv {
 
-/// The placeholder for thumbnails as a PNG file, which the build puts into the library.
+/// The placeholder for thumbnails as a PNG file; the build puts it into the library.
 [[nodiscard]] std::span<const std::byte> placeholder_png();
 
 } // namespace orv

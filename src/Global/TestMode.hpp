@@ -5,7 +5,7 @@
 
 namespace orv {
 
-/// Whether requests insert pauses, so that tests can observe them at work.
+/// True if requests pause on purpose, for tests to observe them at work.
 ///
 /// Threading: any.
 [[nodiscard]] bool intr_test_mode();

@@ -4,7 +4,7 @@
 
 namespace orv {
 
-/// The picture of a file that no thumbnail can be made of; known again by `Picture::is_same`.
+/// The picture of a file without a thumbnail; `Picture::is_same` recognises it.
 ///
 /// Threading: any.
 [[nodiscard]] const Picture& intr_thumb_placeholder();

@@ -30,7 +30,7 @@ struct statx facts_of(const Url& url)
     return facts;
 }
 
-/// A time so remote that nanoseconds cannot tell it becomes the nearest one that they can.
+/// A time outside the range of nanoseconds becomes the nearest one inside.
 FileItem::Date date(const statx_timestamp& time)
 {
     constexpr std::int64_t per_second = 1'000'000'000;
@@ -51,7 +51,7 @@ void set_name(FileItem& item, std::string_view name)
     item.is_hidden = name.starts_with('.');
 }
 
-/// Fills in what `statx` tells; the item has its location and name.
+/// Fills in the facts from `statx`; the item has its location and name.
 void set_facts(FileItem& item, const struct statx& facts)
 {
     if (!(facts.stx_mask & STATX_TYPE))

@@ -9,12 +9,12 @@
 
 namespace orv {
 
-/// What an item's description needs from `statx`.
+/// The `statx` fields for an item's description.
 inline constexpr unsigned item_facts_mask =
     STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
 
-/// What the items of one folder share. Worked out once per folder, so that an item costs a walk one
-/// `statx` and no work on paths.
+/// Facts the items of one folder share. Computed once per folder, they leave one `statx` and no
+/// work on paths for each item.
 struct ItemFolder {
     Url url;
     Url resolved_url;          ///< with links resolved
@@ -22,7 +22,8 @@ struct ItemFolder {
     int level = 0;             ///< of the items in it; 1 in the root of the walk
 };
 
-/// Describes the item `name` of `folder`, of which `statx` told `facts` without following a link.
+/// Describes the item `name` of `folder` from its `facts`, the result of `statx` without following
+/// a link.
 ///
 /// Threading: any.
 /// Errors: "Couldn't extract some resource values for url: \n…" when the facts lack the type.

@@ -4,7 +4,7 @@
 
 namespace orv {
 
-/// Whether a folder whose name has the extension `ext`, in whatever case, is shown as one file.
+/// True if a folder with the extension `ext`, in any case, counts as one file.
 ///
 /// Threading: any.
 [[nodiscard]] bool is_package_extension(std::string_view ext);

@@ -27,7 +27,7 @@ namespace {
 /// The items' indices in their new order.
 using Order = std::vector<std::size_t>;
 
-/// A folded text, led by its first bytes as one number: that decides nearly every comparison.
+/// A folded text behind its first bytes as one number: the number decides nearly every comparison.
 struct FoldedText {
     std::uint64_t start = 0;
     std::string_view text;
@@ -60,7 +60,7 @@ private:
     std::vector<std::string> keys_;
 };
 
-/// The stable order of `count` things by the key that `key_of` gives for the index of each.
+/// The stable order of `count` things by the key of each index from `key_of`.
 template <class KeyOf>
 Order order_by(std::size_t count, SortOrder order, const KeyOf& key_of)
 {
@@ -89,7 +89,7 @@ Order order_by(std::size_t count, SortOrder order, const KeyOf& key_of)
 
 /// The items' extensions as numbers, in their order.
 struct ExtensionRanks {
-    std::vector<std::size_t> folded; ///< by item; equal for extensions that differ in case only
+    std::vector<std::size_t> folded; ///< by item; equal for extensions with different case only
     std::vector<std::size_t> exact;  ///< by item
     std::size_t count = 0;           ///< of exact ones
 };
@@ -125,9 +125,8 @@ ExtensionRanks extension_ranks(const std::vector<FileItem>& items)
     return result;
 }
 
-/// Groups by folded extension. Inside a group, the places that the items of one exact extension
-/// hold as they came are given to these items by name: "b.jpg, x.JPG, a.jpg" becomes
-/// "a.jpg, x.JPG, b.jpg".
+/// Groups by folded extension. Inside a group, the places of the items with one exact extension go
+/// to these items by name: "b.jpg, x.JPG, a.jpg" becomes "a.jpg, x.JPG, b.jpg".
 Order order_by_extension(const std::vector<FileItem>& items, SortOrder order)
 {
     const ExtensionRanks ranks = extension_ranks(items);

@@ -4,7 +4,7 @@ namespace orv {
 
 std::string file_uri(const Url& file)
 {
-    // GLib, whose form counts, also escapes the semicolon, which once set off parameters.
+    // GLib's form counts. It also escapes the semicolon, once a separator of parameters.
     std::string uri;
     for (const char c : file.description()) {
         if (c == ';')

@@ -6,8 +6,7 @@
 
 namespace orv {
 
-/// The URI that desktop programs give the file, to the letter: their shared thumbnails are found by
-/// it.
+/// The URI desktop programs give the file, to the letter: it is the key of their shared thumbnails.
 [[nodiscard]] std::string file_uri(const Url& file);
 
 } // namespace orv

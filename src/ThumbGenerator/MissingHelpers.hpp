@@ -2,8 +2,8 @@
 
 namespace orv {
 
-/// Writes a line to standard error, once in the life of the process, if the programs that decode
-/// pictures and films are not where the library looks for them.
+/// Writes a line to standard error, once per process, if the programs that decode pictures and
+/// films are missing.
 ///
 /// Threading: any.
 void warn_of_missing_helpers();

@@ -27,7 +27,7 @@ Preview placeholder_preview()
     return {placeholder, placeholder.width(), placeholder.height()};
 }
 
-/// A shared picture of the file, else one that is made, and shared from now on.
+/// A shared picture of the file, or else a new one, shared from now on.
 Preview shared_preview_of(const Url& url, const FileVersion& version, Medium medium,
                           SizeWanted wanted, const SharedThumbnails& shared,
                           const std::stop_token& stop)
@@ -63,7 +63,7 @@ struct Making {
     std::optional<Error> failure;
 };
 
-/// Calls `make`, which may throw anything.
+/// Calls `make`; it may throw anything.
 template <class Make>
 Making made_by(const Make& make, const std::stop_token& stop)
 {
@@ -87,18 +87,18 @@ Making made_by(const Make& make, const std::stop_token& stop)
 } // namespace
 
 struct OrvThumbnail::Content {
-    mutable std::mutex mutex; ///< of what follows, up to the cache
+    mutable std::mutex mutex; ///< the sources below, up to the cache
     Generators generators;
     double quality = 1;
-    std::shared_ptr<const SharedThumbnails> shared; ///< none while the folder is not used
+    std::shared_ptr<const SharedThumbnails> shared; ///< none while the folder is off
 
     ThumbnailCache cache{first_cache_size};
 
-    /// What makes the thumbnail of a file, as things stand; null where nothing does.
+    /// The current maker of the file's thumbnail; null if there is none.
     [[nodiscard]] std::pair<Generator, double> maker_for(const Url& url) const;
 
-    /// What the generator makes of the file, or another program made of it. An application's own
-    /// generator may throw anything.
+    /// The generator's picture of the file, or a shared one. An application's own generator may
+    /// throw anything.
     [[nodiscard]] Preview preview_for(const ThumbnailKey& key, bool has_version,
                                       const std::stop_token& stop) const;
 

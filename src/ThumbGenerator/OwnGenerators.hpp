@@ -9,10 +9,10 @@
 
 namespace orv {
 
-/// What the generator decodes files as; none if it is not one of the library that decode.
+/// The kind of file the generator decodes; none for any but the library's decoding generators.
 [[nodiscard]] std::optional<Medium> medium_of(const OrvThumbnailGenerator& generator);
 
-/// What `decode_picture` makes of a file. The reason why a film has no frame is printed, too.
+/// The result of `decode_picture` for a file. Prints the reason if a film has no frame.
 ///
 /// Cancel: `stop` ends the waiting at once, with an `Exception`.
 /// Errors: those of `decode_picture`.

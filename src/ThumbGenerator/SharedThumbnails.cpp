@@ -92,7 +92,7 @@ PngTexts facts_of(const std::string& uri, const FileVersion& version, PictureSiz
             {"Software", "orv"}};
 }
 
-/// Whether what the thumbnail says of its file is so. Not every program writes the size.
+/// True if the facts in the thumbnail fit its file. Not every program writes the size.
 bool are_facts_of(const PngTexts& texts, const std::string& uri, const FileVersion& version)
 {
     const std::string size = std::to_string(version.size);
@@ -117,7 +117,7 @@ bool has_shape_of(PictureSize kept, PictureSize whole)
     return is_near(shape.width, kept.width) && is_near(shape.height, kept.height);
 }
 
-/// Only a plain file of a likely size is opened.
+/// Opens only a plain file of a likely size.
 FileDescriptor open_thumbnail(const Url& at)
 {
     constexpr off_t largest = off_t{8} << 20;
@@ -130,7 +130,7 @@ FileDescriptor open_thumbnail(const Url& at)
     return is_likely ? std::move(file) : FileDescriptor();
 }
 
-/// The header and the texts, which come before the pixels.
+/// The header and the texts before the pixels.
 std::vector<std::byte> beginning_of(const FileDescriptor& file)
 {
     std::vector<std::byte> bytes(std::size_t{32} << 10);
@@ -169,9 +169,9 @@ try {
                           std::max(kept.width, kept.height) <= side;
     if (!is_right || !shows_enough(kept, full, wanted))
         return std::nullopt;
-    // Few programs tell the full size. Without it the shape of what they kept has to do, and the
-    // side that follows from the shape can come out a pixel off: to insist on the exact one would
-    // make nearly all that they made useless.
+    // Few programs store the full size. Without it the shape of their thumbnail has to do, and the
+    // other side can come out a pixel off: a test for the exact one would make nearly all of them
+    // useless.
     const auto [full_width, full_height] = full.value_or(kept);
     return Preview{pixels_of(file, kept), full_width, full_height};
 } catch (const Error&) {
@@ -210,7 +210,7 @@ void make_folders(const Url& folder)
         ::mkdir(made.path().c_str(), S_IRWXU);
 }
 
-/// Whether a change of the file from now on shows in its time, which is kept in whole seconds.
+/// True if a change of the file from now on shows in its time of whole seconds.
 bool has_settled(const Url& file, const FileVersion& version)
 {
     const auto now = std::chrono::system_clock::now().time_since_epoch();

@@ -4,27 +4,27 @@
 
 namespace orv {
 
-/// The folder of thumbnails that the programs of a desktop share, as the freedesktop thumbnail
-/// specification lays it out. It is a cache that anything may have written: what is not exactly
-/// right counts as absent, and what cannot be written is left.
+/// The folder of thumbnails the programs of a desktop share, as the freedesktop thumbnail
+/// specification lays it out. Any program may have written this cache: a thumbnail not exactly
+/// right counts as absent, and a failed write is no error.
 ///
 /// Threading: any.
 class SharedThumbnails {
 public:
-    /// Takes the folder that the environment names now.
+    /// Takes the folder from the environment now.
     SharedThumbnails();
 
-    /// Whether there may be shared thumbnails of the file: its path names no other file, and does
+    /// True if there may be shared thumbnails of the file: its path names no other file and does
     /// not lie in the folder itself.
     [[nodiscard]] bool may_serve(const Url& file) const;
 
-    /// A shared picture of the version of the file that shows enough for the thumbnail wanted,
-    /// with the size of the whole as far as it can be told.
+    /// A shared picture of this version of the file, large enough for the wanted thumbnail, with
+    /// the size of the whole as far as it is known.
     [[nodiscard]] std::optional<Preview> find(const Url& file, const FileVersion& version,
                                               SizeWanted wanted) const;
 
-    /// Shares the picture that was delivered for the file of that version, in place of another; it
-    /// must have that version still.
+    /// Shares the delivered picture of this version of the file, in place of another. The file must
+    /// still have that version.
     void store(const Url& file, const FileVersion& version, const Preview& preview,
                SizeWanted wanted) const;
 

@@ -14,14 +14,14 @@ struct MadeThumbnail {
     std::optional<Error> failure;
 };
 
-/// The parts of the registry that only the library uses.
+/// The parts of the registry for the library alone.
 class ThumbnailAccess {
 public:
-    /// What `OrvThumbnail::getThumbnail` does.
+    /// The work of `OrvThumbnail::getThumbnail`.
     ///
     /// Threading: any; works on the calling thread.
-    /// Cancel: `stop` ends the waiting for a decoder at once, with an `Exception`. An application's
-    /// own generator is waited for.
+    /// Cancel: `stop` ends the wait for a decoder at once, with an `Exception`. The call waits for
+    /// an application's own generator.
     static MadeThumbnail make(const Url& url, std::optional<std::uint32_t> resize_width,
                               std::optional<std::uint32_t> resize_height,
                               const std::stop_token& stop);

@@ -63,7 +63,7 @@ void ThumbnailCache::insert(ThumbnailKey key, Picture thumb)
     const std::size_t bytes = sizeof(Entry) + key.url.path().size() + thumb.rgba().size();
     Entries added;
     added.push_back({std::move(key), std::move(thumb), bytes});
-    // What leaves is destroyed without the lock: it may hold the last of an application's
+    // Evicted entries are destroyed without the lock: one may hold the last of an application's
     // generator.
     Entries gone;
     const std::lock_guard lock(mutex_);

@@ -14,7 +14,7 @@
 
 namespace orv {
 
-/// What a file was at some moment. Whatever changes what it holds gives it another version.
+/// The state of a file at some moment. Any change of its content gives another version.
 struct FileVersion {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
@@ -24,21 +24,20 @@ struct FileVersion {
     friend bool operator==(const FileVersion&, const FileVersion&) = default;
 };
 
-/// The version of the file at `url`, links followed; none where it cannot be told.
+/// The version of the file at `url`, links followed; none if it is unknown.
 [[nodiscard]] std::optional<FileVersion> version_of(const Url& url);
 
-/// All that a thumbnail depends on.
+/// All facts a thumbnail depends on.
 struct ThumbnailKey {
     Url url;
     FileVersion version;
     SizeWanted wanted;
     double quality = 1;
-    OrvThumbnail::Generator generator; ///< kept alive, so that no other gets its address
+    OrvThumbnail::Generator generator; ///< kept alive to keep its address unique
     friend bool operator==(const ThumbnailKey&, const ThumbnailKey&) = default;
 };
 
-/// The thumbnails made last, as many as fit into a limit of memory; those that were not asked for
-/// for the longest time go first.
+/// The latest thumbnails, as many as fit into a limit of memory; the least recently used go first.
 ///
 /// Threading: any.
 class ThumbnailCache {
@@ -60,7 +59,7 @@ private:
         std::size_t bytes = 0;
     };
     using Entries = std::list<Entry>;
-    /// The key of an entry, which the list keeps in its place.
+    /// The key of an entry; the list keeps it in place.
     struct KeyInPlace {
         const ThumbnailKey* key;
         friend bool operator==(KeyInPlace a, KeyInPlace b) { return *a.key == *b.key; }

@@ -52,10 +52,11 @@ std::string encrypted()
            key + ">>>";
 }
 
-std::string bmp_header(char rows)
+/// Of a picture 16 wide, with as many colours in its table as the four bytes `colours` say.
+std::string bmp_header(char rows, const std::string& colours = std::string(4, '\0'))
 {
     return "BM\0\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\x10\0\0\0"s + rows + "\0\0\0\1\0\x18\0"s +
-           std::string(24, '\0');
+           std::string(16, '\0') + colours + std::string(4, '\0');
 }
 
 TEST(HostileFiles, are_errors_within_two_seconds)
@@ -73,6 +74,9 @@ TEST(HostileFiles, are_errors_within_two_seconds)
         {"half a PNG", image, png.substr(0, png.size() / 2), no_picture},
         {"half a JPEG", image, jpeg.substr(0, jpeg.size() / 2), no_picture},
         {"half a BMP", image, bmp_header(100) + std::string(100, 'x'),
+         "The BMP picture is incomplete."},
+        {"more colours than bytes", image,
+         bmp_header(1, std::string(4, '\xFF')) + std::string(100, 'x'),
          "The BMP picture is incomplete."},
         {"a vector drawing", image,
          "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>", no_picture},

@@ -9,7 +9,7 @@
 
 namespace orv {
 
-/// What the library keeps about an item beside the file itself.
+/// Facts the library stores about an item, beside the file itself.
 struct CustomAttributes {
     Url url = {};
     bool is_protected = false;
@@ -25,13 +25,14 @@ struct CustomAttributes {
 
     bool operator==(const CustomAttributes&) const = default;
 
-    /// The stored attributes of the item at `url`; no value when none are stored.
+    /// The stored attributes of the item at `url`; no value if it has none.
     ///
     /// Threading: any; waits for the database.
     /// Errors: those of the database.
     [[nodiscard]] static std::optional<CustomAttributes> fetch(const Url& url);
 
-    /// The stored attributes of those `urls` that have some, by their resolved location.
+    /// The stored attributes of `urls`, by resolved location. Items without attributes are left
+    /// out.
     ///
     /// Threading: any; waits for the database.
     /// Errors: those of the database.
@@ -39,10 +40,10 @@ struct CustomAttributes {
     fetch_all(const std::vector<Url>& urls);
 };
 
-/// Stores `attributes`; what is all default is not stored, and its row removed. All of them are
-/// stored, or none. With `auto_update_order_numbers` each element that has an order number gets its
-/// position in the list, and the folder that holds the items is marked as custom sorted, or no
-/// longer so when nothing in it has an order number.
+/// Stores `attributes`, all of them or none. An element with only default values is not stored, and
+/// its row goes. With `auto_update_order_numbers` each element with an order number gets its
+/// position in the list. The parent folder then counts as custom sorted, or no longer if nothing in
+/// it has an order number.
 ///
 /// Threading: any; waits for the database.
 /// Errors: those of the database.

@@ -18,8 +18,8 @@ namespace orv {
 
 /// The engine of one file-browser screen: a current folder, and the requests of `OrvFileManager`.
 ///
-/// A request keeps the folder that was current when it was made. Any number of browsers may exist;
-/// all use the one manager, whose descriptions of the requests hold here, too.
+/// A request keeps the folder current at the time of the call. Any number of browsers may exist.
+/// All use the one manager, and its descriptions of the requests hold here, too.
 ///
 /// Threading: one browser is for one thread at a time.
 class OrvFileBrowser {
@@ -27,7 +27,7 @@ public:
     /// Starts in the documents folder.
     OrvFileBrowser();
 
-    /// What all browsers of the process show while a thumbnail is being made; at first the
+    /// The picture every browser of the process shows while a thumbnail is on its way; at first the
     /// library's own placeholder.
     ///
     /// Threading: any.
@@ -36,7 +36,7 @@ public:
 
     [[nodiscard]] const Url& curr_dir() const { return curr_dir_; }
 
-    /// Makes `url` the current folder, symbolic links resolved. Whether it exists is not asked.
+    /// Makes `url` the current folder, with symbolic links resolved. Does not ask if it exists.
     void change_dir(const Url& url);
 
     /// The same for a folder inside the current one: a text is always such a name.
@@ -106,17 +106,16 @@ public:
                    std::optional<std::uint32_t> resize_height,
                    ThumbGenerateOpr::StatusClosure status_closure);
 
-    /// Fills the folder `at` with a fixed tree of demonstration folders and files, copied from the
-    /// library's resources, and calls `completion`, which may be empty, once on the main thread.
-    /// What exists already is left as it is. With `log_status` every step prints a line to standard
-    /// output.
+    /// Fills the folder `at` with a fixed tree of example folders and files from the library's
+    /// resources, then calls `completion`, if it is not empty, once on the main thread. Leaves
+    /// existing items alone. With `log_status` every step prints a line to standard output.
     ///
     /// Threading: any.
-    /// Errors: a step that fails is printed only, and the next one follows.
+    /// Errors: a failed step prints a line, and the next one follows.
     static void create_example_files(Url at, bool log_status, std::function<void()> completion);
 
-    /// The folders and files of that tree which are not in the folder `at`, in the order in which
-    /// they are made.
+    /// The folders and files of the example tree missing from the folder `at`, in the order of
+    /// their creation.
     ///
     /// Threading: any.
     [[nodiscard]] static std::vector<Url> missing_example_files(const Url& at);

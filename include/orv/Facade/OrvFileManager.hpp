@@ -37,10 +37,10 @@ class DBManager;
 
 /// The library's entry point: starts every request on URLs.
 ///
-/// Each method that takes a `status_closure` starts a request in the background and returns its
-/// operation at once. The closure is called on the main thread, the last time with the final
-/// status, and destroyed there afterwards; it may be empty. Locks that requests take on what they
-/// read and write hold within this process.
+/// Each method with a `status_closure` starts a request in the background and returns its operation
+/// at once. The main thread runs the closure, the last time with the final status, and then
+/// destroys it. The closure may be empty. Requests lock the items they read and write; the locks
+/// hold within this process.
 ///
 /// Threading: any, unless said otherwise.
 /// Errors: a request's come with its final status. An unusable database ends the process.
@@ -48,28 +48,28 @@ class OrvFileManager {
 public:
     /// Sets where the library keeps things.
     ///
-    /// Threading: to be called before anything else of the library; later the process ends.
+    /// Threading: call it before anything else of the library. A later call ends the process.
     static void configure(Locations locations);
 
-    /// The one manager, made on first use: creates the folder for files that are being built,
-    /// removes what dead processes left in it, and opens the database.
+    /// The one manager, made on first use. It creates the folder for unfinished files, removes the
+    /// leftovers of dead processes there, and opens the database.
     static OrvFileManager& singleton();
 
-    /// Makes the manager now, so that the first request need not wait for it.
+    /// Makes the manager now, to spare the first request the wait.
     static void create_singleton();
 
-    /// Whether requests insert pauses, so that tests can observe them at work. Off at first.
+    /// True if requests pause on purpose, for tests to observe them at work. Off at first.
     [[nodiscard]] static bool test_mode();
     static void set_test_mode(bool on);
 
-    /// How far archives may unfold that are unpacked from now on; others are refused.
+    /// How far archives may expand when unpacked from now on. A request refuses an archive above
+    /// the limits.
     static void set_expansion_limits(const ExpansionLimits& limits);
     [[nodiscard]] static ExpansionLimits expansion_limits();
 
-    /// Sets how many background threads requests may hold at once, at least one; 64 at first. More
-    /// requests than that wait their turn. A request that waits for an answer or for another
-    /// request, or that gets no answer from its volume, does not count, so it never stops the
-    /// others.
+    /// Sets how many background threads requests may hold at once, at least one; 64 at first.
+    /// Further requests wait their turn. A request does not count while it waits for an answer, for
+    /// another request, or for a volume that does not respond, so it never stops the others.
     ///
     /// Threading: any.
     static void set_max_threads(int count);
@@ -78,37 +78,37 @@ public:
     OrvFileManager(const OrvFileManager&) = delete;
     OrvFileManager& operator=(const OrvFileManager&) = delete;
 
-    /// Copies one file, or one folder without what is in it. Works in test mode only; otherwise it
+    /// Copies one file, or one folder without its contents. Works in test mode only; otherwise it
     /// prints a warning and returns an operation that never starts.
     std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool overwrite,
                                                    SnglCopyOperation::StatusClosure status_closure);
 
-    /// Copies the item at `src_url` so that it is found at `dest_url`. Symbolic links in both are
-    /// resolved first.
+    /// Copies the item at `src_url` to `dest_url`, its full new location. Resolves symbolic links
+    /// in both first.
     std::shared_ptr<CopyOperation> copy(Url src_url, Url dest_url,
                                         CopyOperation::StatusClosure status_closure);
 
-    /// Copies the items into the folder, each under its own name, one after the other, up to the
-    /// first that fails. The list must not be empty: the process ends.
+    /// Copies the items into the folder, each under its own name, one after the other, and stops at
+    /// the first failure. An empty list ends the process.
     std::shared_ptr<MultiCopyOperation> copy(std::vector<Url> src_urls, Url dest_folder_url,
                                              MultiCopyOperation::StatusClosure status_closure);
     std::shared_ptr<MultiCopyOperation> copy(std::initializer_list<Url> src_urls,
                                              Url dest_folder_url,
                                              MultiCopyOperation::StatusClosure status_closure);
 
-    /// Copies like `copy`, answers a conflict with `on_conflict`, waits for the end, and says
-    /// whether the copy was made.
+    /// Copies like `copy`, answers a conflict with `on_conflict`, and waits for the end. True if
+    /// the copy was made.
     ///
-    /// Threading: background; on the main thread, which it needs, the process ends.
+    /// Threading: background. The call needs the main thread, so a call on it ends the process.
     bool bg_copy(const Url& src_url, const Url& dest_url, ConflictBehaviour on_conflict);
 
-    /// Moves the item at `src_url`, and its attributes, so that it is found at `dest_url`, on
-    /// another volume, too. Symbolic links in both are resolved first.
+    /// Moves the item at `src_url` and its attributes to `dest_url`, its full new location, across
+    /// volumes if need be. Resolves symbolic links in both first.
     std::shared_ptr<MoveOperation> move(Url src_url, Url dest_url,
                                         MoveOperation::StatusClosure status_closure);
 
-    /// Moves the items into the folder, each under its own name, one after the other, up to the
-    /// first that fails.
+    /// Moves the items into the folder, each under its own name, one after the other, and stops at
+    /// the first failure.
     std::shared_ptr<MultiMoveOperation> move(std::vector<Url> src_urls, Url dest_folder_url,
                                              MultiMoveOperation::StatusClosure status_closure);
     std::shared_ptr<MultiMoveOperation> move(std::initializer_list<Url> src_urls,
@@ -119,7 +119,7 @@ public:
     std::shared_ptr<DeleteOperation> delete_item(Url at,
                                                  DeleteOperation::StatusClosure status_closure);
 
-    /// Deletes the items one after the other, up to the first that fails.
+    /// Deletes the items one after the other, and stops at the first failure.
     std::shared_ptr<MultiDeleteOperation>
     delete_items(std::vector<Url> at, MultiDeleteOperation::StatusClosure status_closure);
 
@@ -137,14 +137,14 @@ public:
     calculate_folder_size(Url for_url, FolderSizeOperation::StatusClosure status_closure);
 
     /// Lists the folder `inside` or, with `recursive`, the whole tree below it. With `sort` the
-    /// list is sorted, and the choice is remembered where attributes of the folder are stored.
+    /// list is sorted, and the folder remembers the choice if it has stored attributes.
     std::shared_ptr<FetchItemsOperation>
     fetch_items(Url inside, bool recursive, std::optional<SortType> sort, bool include_hidden_files,
                 FetchItemsOperation::StatusClosure status_closure);
 
-    /// Packs the items, folders with everything in them, into a new zip archive at `to`; with a
-    /// password their contents are encrypted. What happens when the name is taken is said by
-    /// `on_conflict`, of which `merge` fails: archives are not merged.
+    /// Packs the items, folders with all their contents, into a new zip archive at `to`; a password
+    /// encrypts the contents. `on_conflict` decides what happens to a taken name. `merge` fails:
+    /// there is no merging of archives.
     std::shared_ptr<ZipOperation> zip(std::vector<Url> item_urls, Url to,
                                       std::optional<std::string> password,
                                       ConflictBehaviour on_conflict,
@@ -160,12 +160,12 @@ public:
     std::shared_ptr<DataToFileOpr> generate_file(std::vector<std::byte> from, Url in,
                                                  DataToFileOpr::StatusClosure status_closure);
 
-    /// Reserves a location for a file that is yet to come: until the ticket is released, no request
-    /// reads or writes there.
+    /// Reserves a location for a future file: no request reads or writes there until the release of
+    /// the ticket.
     std::shared_ptr<ReserveFileUrlOpr>
     reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure);
 
-    /// Ends a reservation; one that was ended stays so.
+    /// Ends a reservation. Does nothing if it has ended before.
     void release_file_url(const std::shared_ptr<ReserveFileUrlOpr::Ticket>& reservation_ticket);
 
     /// Lists all items whose stored attributes include `attribute`, in no particular order without
@@ -179,17 +179,16 @@ public:
                              std::optional<SortType> sort, FetchByAttrOperation::IfGone if_gone,
                              FetchByAttrOperation::StatusClosure status_closure);
 
-    /// Searches the folder `inside` or, with `recursive`, the whole tree below it for items that
-    /// contain `keyword` where one of `criterias` says.
+    /// Searches the folder `inside` or, with `recursive`, the whole tree below it for items with
+    /// `keyword` in one of the places in `criterias`.
     std::shared_ptr<SearchItemsOperation>
     search_items(Url inside, std::string keyword, bool recursive, bool include_hidden_files,
                  std::vector<SearchItemsOperation::Criteria> criterias,
                  SearchItemsOperation::StatusClosure status_closure);
 
-    /// Makes a thumbnail of the file, by the way that `OrvThumbnail` knows for its extension: with
-    /// one side given, the other follows from the shape of the picture; with both, it is
-    /// stretched; with none, it has its own size. Without a picture of the file it is the
-    /// placeholder.
+    /// Makes a thumbnail of the file with the generator `OrvThumbnail` has for its extension. With
+    /// one side given, the other follows from the shape of the picture; with both, the picture is
+    /// stretched; with none, it keeps its own size. A file without a picture gets the placeholder.
     ///
     /// Units: pixels.
     std::shared_ptr<ThumbGenerateOpr>
@@ -197,17 +196,17 @@ public:
                    std::optional<std::uint32_t> resize_height,
                    ThumbGenerateOpr::StatusClosure status_closure);
 
-    /// Deletes the item and says whether it is gone. Its attributes stay stored. False for "/", and
-    /// for an item that a request holds.
+    /// Deletes the item; true if it is gone. Its attributes stay stored. False for "/" and for an
+    /// item in use by a request.
     bool sync_delete_item(const Url& at);
 
-    /// Creates a folder and says whether there is one now; an existing one is left as it is.
+    /// Creates a folder; true if there is one now. Leaves an existing folder alone.
     bool sync_create_new_folder(const Url& at, bool also_create_intermediates);
 
-    /// Whether there is an item; a symbolic link is one, wherever it points.
+    /// True if there is an item. A symbolic link counts, wherever it points.
     [[nodiscard]] bool file_exists(const Url& at) const;
 
-    /// Whether there is a folder, or a symbolic link to one.
+    /// True if there is a folder, or a symbolic link to one.
     [[nodiscard]] bool is_directory(const Url& url) const;
 
 private:

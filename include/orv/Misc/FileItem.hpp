@@ -11,7 +11,7 @@
 
 namespace orv {
 
-/// Which way a list is sorted.
+/// The direction of a sorted list.
 enum class SortOrder { asc, desc };
 
 [[nodiscard]] constexpr SortOrder toggled(SortOrder order)
@@ -19,7 +19,7 @@ enum class SortOrder { asc, desc };
     return order == SortOrder::asc ? SortOrder::desc : SortOrder::asc;
 }
 
-/// What a list of items is sorted by, and which way.
+/// The key and direction of a sorted list.
 class SortType {
 public:
     enum class Key {
@@ -61,10 +61,10 @@ public:
     /// True if all folders come before all other items.
     [[nodiscard]] constexpr bool puts_folders_first() const { return puts_folders_first_; }
 
-    /// The order it carries; ascending for the two that carry none.
+    /// The direction; ascending for the two types without one.
     [[nodiscard]] constexpr SortOrder order() const { return order_; }
 
-    /// The same with the order reversed; the two that carry none stay as they are.
+    /// The same type in the other direction. The two types without a direction stay as they are.
     [[nodiscard]] constexpr SortType toggled() const
     {
         SortType sort = *this;
@@ -95,9 +95,9 @@ struct FileItem {
 
     Url url;
     bool is_dir = false;
-    /// Depth below the folder that was walked: 1 for what lies directly in it, 0 outside a walk.
+    /// Depth below the walked folder: 1 for its direct children, 0 outside a walk.
     int level = 0;
-    /// The way from the folder that was walked; empty outside a walk.
+    /// Path relative to the walked folder; empty outside a walk.
     std::string relative_path;
     /// Bytes; only regular files have one.
     std::optional<std::int64_t> size;
@@ -107,9 +107,9 @@ struct FileItem {
     std::string ext;
     std::optional<Date> creation_date;
     std::optional<Date> modification_date;
-    /// What kind of item it is and who may do what with it, as `stat` tells; 0 when not known.
+    /// Kind and permissions of the item, as in `stat`; 0 if unknown.
     std::uint32_t mode = 0;
-    /// A folder that is shown as one file, such as a bundle.
+    /// A folder shown as one file, such as a bundle.
     bool is_package = false;
     /// Its name begins with a dot.
     bool is_hidden = false;
@@ -120,15 +120,15 @@ struct FileItem {
     /// Describes the item at `url`, its `relative_path` taken from `base_url`. Its custom
     /// attributes are the default ones.
     ///
-    /// Errors: the platform's, when the item cannot be described; "Couldn't create relative path
-    /// for url: \n…" when it does not lie under `base_url`.
+    /// Errors: the platform's, if the item cannot be described; "Couldn't create relative path for
+    /// url: \n…" if it does not lie under `base_url`.
     explicit FileItem(const Url& url, const std::optional<Url>& base_url = {});
 
-    /// A folder that is not shown as one file.
+    /// A folder not shown as one file.
     [[nodiscard]] bool is_plain_dir() const { return is_dir && !is_package; }
 };
 
-/// Makes folders whose name has one of these extensions packages, besides those that are already.
+/// Adds to the extensions of packages: a folder with one of them counts as one file.
 ///
 /// Threading: any.
 void add_package_extensions(const std::vector<std::string>& extensions);
@@ -145,12 +145,19 @@ void load_all_custom_attrs(std::vector<FileItem>& items);
 /// Errors: those of the database.
 void sync_save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order_numbers);
 
+<<<<<<< HEAD
 /// Sorts `items`. Names and extensions are compared without regard to case, and equal items keep
 /// their order. An item without a size counts as empty; undated ones come before all others, or
 /// after them in descending order. Items of one extension are sorted by name; beside items whose
 /// extension differs in case only, they keep the places that they hold among them. In natural
 /// order, digits of any script count; of equal numbers, the one with fewer leading zeros comes
 /// first, unless the names differ elsewhere. A package counts as a file.
+=======
+/// Sorts `items`. Names and extensions compare without regard to case, and equal items keep their
+/// order. An item without a size counts as empty. Undated items come first, in descending order
+/// last. Items with one extension sort by name. Items whose extensions differ in case alone keep
+/// the places they hold among themselves.
+>>>>>>> 5bd1542 (Comments of the public headers and of most layers in plain English; a bitmap with more colours than bytes is refused before it takes memory)
 ///
 /// Threading: any.
 void orv_sort(std::vector<FileItem>& items, SortType sort);

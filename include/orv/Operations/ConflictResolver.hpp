@@ -8,18 +8,18 @@
 
 namespace orv {
 
-/// What to do about an item that stands where another one is to go.
+/// How to handle an item in the place of a new one.
 enum class ConflictBehaviour {
-    merge,     ///< combine the two folders; what exists stays
+    merge,     ///< combine the two folders; existing items stay
     replace,   ///< remove the existing item and put the new one in its place
     keep_both, ///< give the new item a free name
     stop,      ///< end the request
 };
 
-/// A request's question what to do about a taken name, and the answer to it.
+/// A request's question about a taken name, and the answer.
 ///
-/// The request waits, without a time limit, until `resume()` is called: inside the callback that
-/// received the question, or later from any thread. Cancelling the request does not answer it.
+/// The request waits, without a time limit, for a call of `resume()`: inside the callback with the
+/// question, or later from any thread. A cancel of the request does not answer it.
 class ConflictResolver {
 public:
     ConflictResolver(bool is_conflict_mergeable, Url destination_url);
@@ -27,8 +27,8 @@ public:
     ConflictResolver(const ConflictResolver&) = delete;
     ConflictResolver& operator=(const ConflictResolver&) = delete;
 
-    /// Answers the question; with `apply_to_all` for the further conflicts of the request, too. The
-    /// first answer counts, a later one is ignored.
+    /// Answers the question, with `apply_to_all` also the further conflicts of the request. The
+    /// first answer counts; later ones do nothing.
     ///
     /// Threading: any.
     void resume(ConflictBehaviour with, bool apply_to_all);
@@ -36,10 +36,10 @@ public:
     /// Both items are folders, so `merge` is possible.
     [[nodiscard]] bool is_conflict_mergeable() const { return is_conflict_mergeable_; }
 
-    /// The existing item that is in the way.
+    /// The existing item in the way.
     [[nodiscard]] const Url& destination_url() const { return destination_url_; }
 
-    /// Further conflicts will follow in this request, so that one answer for all can be offered.
+    /// True if more conflicts may follow in this request, and one answer for all makes sense.
     [[nodiscard]] bool more_conflicts_exist() const { return more_conflicts_exist_; }
     void set_more_conflicts_exist(bool exist) { more_conflicts_exist_ = exist; }
 
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] std::optional<ConflictBehaviour> selected_behaviour() const;
     [[nodiscard]] bool apply_to_all() const;
 
-    /// Waits for the answer. For the request that asks.
+    /// Waits for the answer. Called by the request.
     ///
     /// Threading: background.
     ConflictBehaviour wait();

@@ -14,7 +14,7 @@ namespace orv {
 /// The copy of one item, a folder with everything in it.
 ///
 /// Statuses: at most one `conflict_occured`, `preparing`, any number of `progress`, the final
-/// status. A cancel and an error leave the items at the destination that were complete.
+/// status. After a cancel or an error the complete items stay at the destination.
 class CopyOperation final : public OrvOperation {
 public:
     using Status =

@@ -11,10 +11,10 @@
 
 namespace orv {
 
-/// The writing of data to a new file, which appears when it is complete.
+/// The writing of data to a new file. The file appears once it is complete.
 ///
 /// Statuses: at most one `conflict_occured`, `progress` at the start and then about once a second,
-/// the final status. A cancel and an error leave no file; one that was to be replaced stays, unless
+/// the final status. A cancel and an error leave no new file. A file to be replaced stays, unless
 /// its volume had no room for both.
 class DataToFileOpr final : public OrvOperation {
 public:

@@ -11,7 +11,7 @@
 
 namespace orv {
 
-/// The deletion of one item with everything in it, and of its attributes. It cannot be cancelled.
+/// The deletion of one item with its contents and its attributes. It cannot be cancelled.
 class DeleteOperation final : public OrvOperation {
 public:
     using Status = std::variant<status::error, status::success>;

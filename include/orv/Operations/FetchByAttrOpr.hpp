@@ -13,10 +13,10 @@
 
 namespace orv {
 
-/// The listing of all items that carry an attribute, wherever they lie.
+/// The listing of all items with an attribute, wherever they lie.
 ///
-/// It cannot be cancelled. An item that was deleted outside of the library while its attributes
-/// are still stored makes it fail, or is left out if that is asked for.
+/// It cannot be cancelled. It fails at an item deleted by another program while its attributes are
+/// still stored, or leaves the item out on request.
 class FetchByAttrOperation final : public OrvOperation {
 public:
     enum class Attribute { is_protected };
@@ -25,11 +25,11 @@ public:
 
     struct success {
         std::vector<FileItem> content;
-        std::vector<Url> gone = {}; ///< items that were left out
+        std::vector<Url> gone = {}; ///< the items left out
     };
 
     using Status = std::variant<success, status::error>;
-    /// Is given the status for good, so that a long list need not be copied.
+    /// Hands over the status itself, to spare a copy of a long list.
     using StatusClosure = std::function<void(Status)>;
 };
 

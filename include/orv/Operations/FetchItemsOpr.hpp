@@ -23,15 +23,15 @@ public:
     };
 
     using Status = std::variant<success, status::error, status::cancelled>;
-    /// Is given the status for good, so that a long list need not be copied.
+    /// Hands over the status itself, to spare a copy of a long list.
     using StatusClosure = std::function<void(Status)>;
 };
 
-/// Does nothing; a program that calls it shows that the library is linked.
+/// Does nothing. A call proves that the program links the library.
 void exp_from_orv_file_management();
 
-/// Prints to standard output what lies in the folder "/Volumes/Untitled/1", at every depth and
-/// without hidden items: a line for each with its way from the folder and its size, then the total.
+/// Prints the contents of one fixed demonstration folder to standard output, at every depth,
+/// without hidden items: a line for each with relative path and size, then the total.
 ///
 /// Threading: any.
 void exp_get_content_of_directory();

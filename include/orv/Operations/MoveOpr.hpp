@@ -13,9 +13,9 @@ namespace orv {
 
 /// The move of one item, a folder with everything in it, and of its attributes.
 ///
-/// Statuses: at most one `conflict_occured`, never mergeable, and the final status. A move that was
-/// begun is done to its end: cancelled meanwhile, it ends as `cancelled` although the item has been
-/// moved. An error leaves the item where it was, or whole at its destination.
+/// Statuses: at most one `conflict_occured`, never mergeable, and the final status. A move runs to
+/// its end once it has begun: after a late cancel it ends as `cancelled`, with the item at its new
+/// place. After an error the item is where it was, or whole at its destination.
 class MoveOperation final : public OrvOperation {
 public:
     using Status =

@@ -11,11 +11,11 @@
 
 namespace orv {
 
-/// The copy of several items into one folder, one after the other, up to the first that fails. All
-/// are measured before the first is copied.
+/// The copy of several items into one folder, one after the other, up to the first failure. It
+/// measures all of them before it copies the first.
 ///
 /// Statuses: `preparing`, any number of `progress` over the whole batch and of `conflict_occured`,
-/// the final status. A cancel and an error leave at the destination what was complete.
+/// the final status. After a cancel or an error the complete items stay at the destination.
 class MultiCopyOperation final : public OrvOperation {
 public:
     using Status =

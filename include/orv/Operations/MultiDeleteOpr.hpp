@@ -11,7 +11,7 @@
 
 namespace orv {
 
-/// The deletion of several items, one after the other, up to the first that fails. It cannot be
+/// The deletion of several items, one after the other, up to the first failure. It cannot be
 /// cancelled.
 class MultiDeleteOperation final : public OrvOperation {
 public:

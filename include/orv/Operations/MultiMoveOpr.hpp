@@ -11,10 +11,10 @@
 
 namespace orv {
 
-/// The move of several items into one folder, one after the other, up to the first that fails.
+/// The move of several items into one folder, one after the other, up to the first failure.
 ///
-/// Statuses: any number of `conflict_occured`, and the final status. What was moved before a cancel
-/// or an error stays moved.
+/// Statuses: any number of `conflict_occured`, and the final status. Items moved before a cancel or
+/// an error stay at their new places.
 class MultiMoveOperation final : public OrvOperation {
 public:
     using Status =

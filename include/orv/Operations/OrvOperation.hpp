@@ -5,7 +5,7 @@
 
 namespace orv {
 
-/// A request that was made: whether it is still under way, and the way to cancel it.
+/// A request at work: its state, and the way to cancel it.
 ///
 /// Operations come from the facades. An operation serves one request; dropping the pointer to it
 /// changes nothing.
@@ -15,19 +15,18 @@ public:
     OrvOperation(const OrvOperation&) = delete;
     OrvOperation& operator=(const OrvOperation&) = delete;
 
-    /// True from the moment the request is accepted until just before its final status is
-    /// delivered.
+    /// True from the start of the request until just before its final status.
     ///
     /// Threading: any; off the main thread it waits for it.
     [[nodiscard]] virtual bool is_busy() const;
 
-    /// True once `cancel()` was called; never reset.
+    /// True after a call of `cancel()`; stays true.
     ///
     /// Threading: any; off the main thread it waits for it.
     [[nodiscard]] virtual bool is_cancelled() const;
 
-    /// Asks the request to stop, and returns. It ends with the status `cancelled` at its next
-    /// check; a request that has no such status goes on to its end.
+    /// Asks the request to stop, and returns at once. The request ends with the status `cancelled`
+    /// at its next check. A request without such a status runs to its end.
     ///
     /// Threading: any; off the main thread it waits for it.
     virtual void cancel();
@@ -40,7 +39,7 @@ private:
 
     bool is_busy_ = false;                   // main thread only
     std::atomic<bool> is_cancelled_ = false; // set on the main thread only
-    /// Stops what does a part of the work at this moment.
+    /// Stops the part of the work now under way.
     std::function<void()> cancel_part_; // main thread only
 };
 

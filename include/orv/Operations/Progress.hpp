@@ -8,14 +8,14 @@ namespace orv {
 
 /// How far a copy has come.
 struct CopyProgress {
-    std::string item_name = {}; ///< the item being copied
+    std::string item_name = {}; ///< the current item
     bool is_item_dir = false;
     float value = 0; ///< of the whole request, 0 to 1
 };
 
 /// How far the making of a file has come.
 struct GeneralProgress {
-    Url current_item = {}; ///< the item being worked on
+    Url current_item = {}; ///< the current item
     float value = 0;       ///< of the whole request, 0 to 1
 };
 

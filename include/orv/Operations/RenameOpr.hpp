@@ -11,10 +11,10 @@
 
 namespace orv {
 
-/// A new name for an item in its folder; its attributes and those of everything below follow, and
+/// A new name for an item in its folder. Its attributes and those of everything below follow, and
 /// its modification date becomes the present time. It cannot be cancelled.
 ///
-/// When only the date could not be set, it ends as an error although the item has its new name.
+/// If the date alone cannot be set, it ends as an error, with the item under its new name.
 class RenameOperation final : public OrvOperation {
 public:
     using Status = std::variant<status::error, status::success>;

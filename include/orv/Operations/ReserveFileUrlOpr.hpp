@@ -18,12 +18,11 @@ namespace orv {
 /// The claim of a file's location before there is anything to write, for example during a download.
 ///
 /// Statuses: at most one `conflict_occured`, and the final status. A cancel and an error reserve
-/// nothing; an item that was to be replaced is gone by then.
+/// nothing. An item to be replaced is gone by then.
 class ReserveFileUrlOpr final : public OrvOperation {
 public:
-    /// Says that a location is reserved: no request reads or writes what lies there until the
-    /// ticket is given to `release_file_url`. One that is dropped keeps its location to the end of
-    /// the process.
+    /// Proof of a reservation: no request reads or writes at the location until `release_file_url`
+    /// takes the ticket back. A dropped ticket keeps its location to the end of the process.
     class Ticket {
     public:
         Ticket(const Ticket&) = delete;
@@ -31,7 +30,7 @@ public:
 
         [[nodiscard]] const Url& url() const { return url_; }
 
-        /// The reservation has been released.
+        /// True after the release.
         ///
         /// Threading: any; off the main thread it waits for it.
         [[nodiscard]] bool is_used() const;

@@ -13,31 +13,31 @@
 
 namespace orv {
 
-/// The search for items below a folder whose name or content contains a keyword. Case does not
-/// count, by the rules of the user's language, nor whether a letter is composed or decomposed.
+/// The search below a folder for items with a keyword in their name or content. Case does not
+/// count, by the rules of the user's language; composed and decomposed letters match.
 ///
-/// The content of a file is text in UTF-8, in UTF-16 when it begins with the mark of that, or, for
-/// bytes that are neither, in Latin-1. Only regular files have one; what cannot be read contains
-/// nothing. An empty keyword is found nowhere.
+/// The content of a file is text in UTF-8, in UTF-16 after a byte-order mark, or else in Latin-1.
+/// Only regular files have content to search. Nothing matches in an unreadable file, and an empty
+/// keyword matches nothing.
 ///
-/// A cancel ends it without `completed`; what was fetched before stays fetched.
+/// A cancel ends it without `completed`. Items from earlier statuses stay valid.
 class SearchItemsOperation final : public OrvOperation {
 public:
-    /// Where the keyword is looked for.
+    /// The places to look for the keyword in.
     enum class Criteria { file_name, file_content };
 
-    /// What was found since the last time; told about twice a second while the search goes on.
+    /// The items found since the last status; about twice a second during the search.
     struct currently_fetched {
         std::vector<FileItem> items;
     };
 
-    /// All that was found, in the order of the walk.
+    /// All items found, in the order of the walk.
     struct completed {
         std::vector<FileItem> all_items;
     };
 
     using Status = std::variant<currently_fetched, completed, status::error, status::cancelled>;
-    /// Is given the status for good, so that a long list need not be copied.
+    /// Hands over the status itself, to spare a copy of a long list.
     using StatusClosure = std::function<void(Status)>;
 };
 

@@ -11,7 +11,7 @@
 
 namespace orv {
 
-/// The copy of one item: a regular file with its content, or a folder without what is in it.
+/// The copy of one item: a regular file with its content, or a folder without its contents.
 ///
 /// A cancel leaves nothing at the destination.
 class SnglCopyOperation final : public OrvOperation {

@@ -7,8 +7,8 @@
 
 #include <memory>
 
-/// The cases that the statuses of several operations share. Each operation's `Status` is a variant
-/// of those that it has; visit it with `orv::match`.
+/// The cases several statuses share. Each operation's `Status` is a variant of its cases; visit it
+/// with `orv::match`.
 ///
 /// A request delivers any number of `progress`, `preparing` and `conflict_occured`, and then
 /// exactly one of the others, its final status; all of them on the main thread.
@@ -22,10 +22,10 @@ struct error {
     Error error;
 };
 
-/// The request was cancelled before it was done.
+/// A cancel ended the request.
 struct cancelled {};
 
-/// The work is being measured before it starts.
+/// The request measures its work before it starts.
 struct preparing {};
 
 template <class Record>
@@ -33,7 +33,7 @@ struct progress {
     Record record;
 };
 
-/// A name is taken: the request waits until `resolver` is answered.
+/// A name is taken. The request waits for an answer through `resolver`.
 struct conflict_occured {
     std::shared_ptr<ConflictResolver> resolver;
 };

@@ -20,8 +20,8 @@ namespace orv {
 /// The making of a thumbnail. It locks nothing and never fails: at worst the thumbnail is the
 /// placeholder.
 ///
-/// Cancel: a thumbnail that has not begun is not made, and one that is being decoded is given up at
-/// once. An application's own generator is waited for, and what it makes is not delivered.
+/// Cancel: a thumbnail not yet begun is not made, and a decoder at work stops at once. The request
+/// waits for an application's own generator and drops its result.
 class ThumbGenerateOpr final : public OrvOperation {
 public:
     struct success {

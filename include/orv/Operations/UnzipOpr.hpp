@@ -13,8 +13,8 @@ namespace orv {
 
 /// The unpacking of a zip archive into a new folder of its own.
 ///
-/// Statuses: any number of `progress`, the final status. A cancel and an error leave nothing of
-/// that folder.
+/// Statuses: any number of `progress`, the final status. A cancel and an error leave nothing of the
+/// new folder.
 class UnzipOperation final : public OrvOperation {
 public:
     using Status = std::variant<status::progress<GeneralProgress>, status::error, status::success,

@@ -11,10 +11,10 @@
 
 namespace orv {
 
-/// The packing of items into a new zip archive, which appears when it is complete.
+/// The packing of items into a new zip archive. The archive appears once it is complete.
 ///
-/// Statuses: any number of `progress`, the final status. A cancel and an error leave no archive;
-/// an item that was to be replaced stays.
+/// Statuses: any number of `progress`, the final status. A cancel and an error leave no archive. An
+/// item to be replaced stays.
 class ZipOperation final : public OrvOperation {
 public:
     using Status = std::variant<status::progress<GeneralProgress>, status::error, status::success,

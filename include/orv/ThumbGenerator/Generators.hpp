@@ -2,8 +2,8 @@
 
 #include <orv/ThumbGenerator/OrvThumbnailGenerator.hpp>
 
-/// The generators of the library. The first three decode in helper processes, so that no file can
-/// harm the application, and return the placeholder where they find no picture.
+/// The generators of the library. The first three decode in helper processes, so no file can harm
+/// the application. They return the placeholder for a file without a picture.
 namespace orv {
 
 /// Of a picture file.
@@ -24,8 +24,8 @@ public:
                                   std::optional<std::uint32_t> resize_height) const override;
 };
 
-/// The frame at a third of a film, or the cover of a sound file. Where there is none, the reason is
-/// printed.
+/// The frame at a third of a film, or the cover of a sound file. Prints the reason if there is
+/// none.
 class VideoThumbnailGenerator final : public OrvThumbnailGenerator {
 public:
     [[nodiscard]] std::vector<std::string> supportedExtensions() const override;

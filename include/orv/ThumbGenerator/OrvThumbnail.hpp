@@ -11,9 +11,9 @@
 
 namespace orv {
 
-/// Makes thumbnails with the generator that serves a file's extension, and keeps those made last.
+/// Makes thumbnails with the generator for a file's extension, and keeps the latest ones.
 ///
-/// Threading: any, several at a time, also while generators are added.
+/// Threading: any, several at a time, also during `addThumbnailGenerator`.
 class OrvThumbnail {
 public:
     using Generator = std::shared_ptr<const OrvThumbnailGenerator>;
@@ -26,41 +26,40 @@ public:
     /// The one registry, made on first use with the generators for pictures, PDFs and films.
     static OrvThumbnail& singleton();
 
-    /// Registers the generator for all of its extensions, in place of those that served them.
-    /// Extensions are matched whatever their case.
+    /// Registers the generator for all of its extensions, in place of earlier ones. Extensions
+    /// match without regard to case.
     ///
-    /// Errors: an `Error` for a null pointer; nothing is registered then.
+    /// Errors: an `Error` for a null pointer; the registry stays as it was.
     void addThumbnailGenerator(const Generator& generator);
 
-    /// The generators by the extension that they serve, in lower case.
+    /// The generators by extension, in lower case.
     [[nodiscard]] std::map<std::string, Generator> supportedFiletypes() const;
 
-    /// The JPEG quality of thumbnails, from 0 to 1. It is 1 at first; below that, each is encoded
-    /// with it and decoded again, but for those that are larger than JPEG can hold.
+    /// The JPEG quality of thumbnails, from 0 to 1; 1 at first. Below 1 each thumbnail passes
+    /// through JPEG at that quality, unless it is too large for the format.
     [[nodiscard]] double imageQuality() const;
     void set_image_quality(double quality);
 
-    /// How much memory the thumbnails kept may take; 64 MiB at first, 0 keeps none. Those larger
-    /// than an eighth of it are not kept.
+    /// Memory for recent thumbnails, in bytes; 64 MiB at first, 0 keeps none. Thumbnails above an
+    /// eighth of it are not kept.
     ///
     /// Units: bytes.
     void set_cache_size(std::size_t bytes);
 
-    /// Whether thumbnails of a size asked for are also taken from, and put into, the folder that
-    /// the programs of a desktop share, as the freedesktop thumbnail specification lays it out:
-    /// "thumbnails" in `$XDG_CACHE_HOME` if that is absolute, else in ".cache" in the home folder.
-    /// Off at first. The folder is looked up when it is turned on, so the locations must be
-    /// configured before.
+    /// True if thumbnails of a requested size also come from, and go into, the folder the programs
+    /// of a desktop share, as the freedesktop thumbnail specification lays it out: "thumbnails" in
+    /// `$XDG_CACHE_HOME` if that is absolute, else in ".cache" in the home folder. Off at first.
+    /// Configure the locations before you turn it on.
     ///
-    /// It serves what the library's own generators make, in sizes up to 1024; an application's
-    /// generators never see it. A file that was changed gets a new thumbnail. A folder that cannot
-    /// be used is no error: thumbnails are then made each time.
+    /// It holds the results of the library's own generators, in sizes up to 1024; an application's
+    /// generators never see it. A changed file gets a new thumbnail. An unusable folder is no
+    /// error: every thumbnail is then made anew.
     void use_shared_folder(bool use);
 
-    /// The thumbnail of the file at `url`: with one side given, the other follows from the shape of
-    /// the picture; with both, it is stretched; with none, it has its own size. A file that there
-    /// is no picture of has the placeholder, in the size asked for. A thumbnail that was made
-    /// before is not made again while the file stays as it is.
+    /// The thumbnail of the file at `url`. With one side given, the other follows from the shape of
+    /// the picture; with both, the picture is stretched; with none, it keeps its own size. A file
+    /// without a picture gets the placeholder, in the requested size. A thumbnail of an unchanged
+    /// file is not made twice.
     ///
     /// Threading: as above; it works on the calling thread and may take as long as a slow disk
     /// does, so requests are better made with `generate_thumb`.

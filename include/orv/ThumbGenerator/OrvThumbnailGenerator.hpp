@@ -11,8 +11,7 @@
 
 namespace orv {
 
-/// A picture of what a file holds, and the size of the whole, upright, that it shows: the picture
-/// may be smaller.
+/// A picture of a file's content, and the upright size of the whole; the picture may be smaller.
 ///
 /// Units: pixels.
 struct Preview {
@@ -24,8 +23,8 @@ struct Preview {
 /// Makes pictures of the files of some kind. `OrvThumbnail` keeps the generators and makes
 /// thumbnails with them; an application adds its own there.
 ///
-/// A generator that has no picture of a file throws, or returns that of
-/// `DefaultThumbnailGenerator`: the placeholder is shown.
+/// A generator without a picture of a file throws, or returns the picture of
+/// `DefaultThumbnailGenerator`; the placeholder follows.
 ///
 /// Threading: called on background threads, by several at once.
 class OrvThumbnailGenerator {
@@ -35,15 +34,15 @@ public:
     OrvThumbnailGenerator(const OrvThumbnailGenerator&) = delete;
     OrvThumbnailGenerator& operator=(const OrvThumbnailGenerator&) = delete;
 
-    /// The file extensions that it serves, without the dot.
+    /// The file extensions it serves, without the dot.
     [[nodiscard]] virtual std::vector<std::string> supportedExtensions() const = 0;
 
     /// The picture of the file at `url`, in its own size.
     [[nodiscard]] virtual Picture getThumbnail(const Url& url) const = 0;
 
-    /// A picture of the file for a thumbnail of the size given, for generators that make a small
-    /// one faster than a large one; `OrvThumbnail` asks for pictures here. It may have any size:
-    /// the thumbnail is scaled from it. Without an override it is that of `getThumbnail`.
+    /// A picture of the file for a thumbnail of the given size, for generators with a fast way to
+    /// small pictures. `OrvThumbnail` calls this function. The picture may have any size; the
+    /// thumbnail is scaled from it. The default calls `getThumbnail`.
     [[nodiscard]] virtual Preview preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                           std::optional<std::uint32_t> resize_height) const;
 };

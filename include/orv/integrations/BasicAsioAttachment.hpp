@@ -12,17 +12,17 @@
 
 namespace orv {
 
-/// Runs the main queue's closures in an Asio event loop for as long as it lives, nested runs
-/// included. The thread that makes it becomes the main thread. `StreamDescriptor` is
+/// Runs the main queue's closures in an Asio event loop during its lifetime, nested runs included.
+/// The thread of its constructor becomes the main thread. `StreamDescriptor` is
 /// `posix::stream_descriptor` of the Asio in use.
 ///
-/// It is work for the context: `run()` returns when it is stopped or when this ends.
+/// It is work for the context: `run()` returns after `stop()` or the end of this object.
 ///
-/// Exceptions: what a closure throws leaves `run()`, like that of any handler; running again goes
-/// on with the closures behind it.
+/// Exceptions: an exception from a closure leaves `run()`, like one from any handler. The next run
+/// goes on with the closures behind it.
 ///
 /// Threading: one thread runs the context, and makes and ends this.
-/// Errors: `std::system_error` when no descriptor is left for it.
+/// Errors: `std::system_error` if no descriptor is left for it.
 template <class StreamDescriptor>
 class BasicAsioAttachment {
 public:
@@ -39,7 +39,7 @@ public:
     BasicAsioAttachment& operator=(const BasicAsioAttachment&) = delete;
 
 private:
-    // Asio closes what it watches, and the queue's own descriptor has to stay open.
+    // Asio closes the descriptors it watches, and the queue's own must stay open.
     static int duplicate()
     {
         const int fd = ::fcntl(MainQueue::instance().fd(), F_DUPFD_CLOEXEC, 0);

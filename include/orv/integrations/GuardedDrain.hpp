@@ -9,12 +9,13 @@
 
 namespace orv {
 
-/// Given what a closure threw, for event loops that no exception may pass. It must not throw.
+/// Receives an exception from a closure, for event loops without a way for exceptions. It must not
+/// throw.
 ///
 /// Threading: main thread.
 using ClosureExceptionHandler = std::function<void(std::exception_ptr)>;
 
-/// Ends the process with a line that tells what was thrown.
+/// Ends the process with a line about the exception.
 [[noreturn]] inline void fatal_closure_exception(const std::exception_ptr& exception)
 {
     try {
@@ -26,8 +27,8 @@ using ClosureExceptionHandler = std::function<void(std::exception_ptr)>;
     }
 }
 
-/// Drains the main queue and gives what a closure throws to `handler` or, if that is empty, ends
-/// the process. What else was queued stays queued.
+/// Drains the main queue. An exception from a closure goes to `handler` or, without one, ends the
+/// process. Further closures stay queued.
 ///
 /// Threading: main thread.
 inline void guarded_drain(const ClosureExceptionHandler& handler) noexcept

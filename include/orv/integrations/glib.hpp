@@ -10,17 +10,17 @@
 
 namespace orv {
 
-/// Runs the main queue's closures in GLib's main loop, and so in GTK's, for as long as it lives,
-/// nested loops included. The thread that makes it becomes the main thread.
+/// Runs the main queue's closures in GLib's main loop, and so in GTK's, during its lifetime, nested
+/// loops included. The thread of its constructor becomes the main thread.
 ///
 ///     const orv::GlibAttachment attachment;
 ///     g_main_loop_run(loop);
 ///
-/// Exceptions: none may pass through GLib's loop. What a closure throws is given to the handler;
-/// with none it ends the process, with a line that tells what was thrown. The loop goes on with the
-/// closures behind it.
+/// Exceptions: none may pass through GLib's loop. An exception from a closure goes to the handler;
+/// without one it ends the process with a line about it. The loop goes on with the closures behind
+/// it.
 ///
-/// Threading: made and ended on the thread that runs the loop.
+/// Threading: the thread of the loop makes it and ends it.
 /// Ownership: keeps a reference to the context.
 class GlibAttachment {
 public:
@@ -30,7 +30,7 @@ public:
     {
         MainQueue::instance().attach();
         g_source_set_name(source_, "orv main queue");
-        // A closure that runs a nested loop is still being dispatched when the next one is due.
+        // GLib still dispatches a closure with a nested loop when the next one is due.
         g_source_set_can_recurse(source_, TRUE);
         g_source_set_callback(source_, as_source_function(&drain),
                               new ClosureExceptionHandler(std::move(handler)), &delete_handler);
@@ -58,7 +58,7 @@ private:
         delete static_cast<ClosureExceptionHandler*>(handler);
     }
 
-    // GLib calls it with the arguments of a GUnixFDSourceFunc, whatever type it is stored as.
+    // GLib calls it with the arguments of a GUnixFDSourceFunc, under any stored type.
     static GSourceFunc as_source_function(GUnixFDSourceFunc function)
     {
         return reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(function));

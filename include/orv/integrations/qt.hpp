@@ -7,23 +7,23 @@
 #include <QSocketNotifier>
 #include <utility>
 
-// An application that has no windows may be without Qt's Gui.
+// An application without windows may lack Qt's Gui.
 #if __has_include(<QImage>)
 #include <orv/integrations/qt_image.hpp>
 #endif
 
 namespace orv {
 
-/// Runs the main queue's closures in Qt's event loop for as long as it lives, nested loops
-/// included. The thread that makes it becomes the main thread.
+/// Runs the main queue's closures in Qt's event loop during its lifetime, nested loops included.
+/// The thread of its constructor becomes the main thread.
 ///
 ///     QApplication app(argc, argv);
 ///     const orv::QtAttachment attachment;
 ///     return app.exec();
 ///
-/// Exceptions: none may pass through Qt's loop. What a closure throws is given to the handler; with
-/// none it ends the process, with a line that tells what was thrown. The loop goes on with the
-/// closures behind it.
+/// Exceptions: none may pass through Qt's loop. An exception from a closure goes to the handler;
+/// without one it ends the process with a line about it. The loop goes on with the closures behind
+/// it.
 ///
 /// Threading: made after the application object and ended before it, on its thread, and not from
 /// inside a closure.

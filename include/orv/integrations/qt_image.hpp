@@ -12,8 +12,8 @@
 
 namespace orv {
 
-/// The picture as Qt draws it; needs Qt's Gui. The pixels are shared, not copied, until the image
-/// is painted on. A picture of no size gives a null image.
+/// The picture as a Qt image; needs Qt's Gui. Both share the pixels until someone paints on the
+/// image. An empty picture gives a null image.
 ///
 /// Threading: any.
 inline QImage to_qimage(const Picture& picture)

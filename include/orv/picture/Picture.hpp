@@ -11,13 +11,13 @@
 
 namespace orv {
 
-/// A picture: rows of pixels from the top, each of red, green, blue and alpha, a byte each, in sRGB
-/// and not multiplied by alpha. Copies share the pixels, which never change.
+/// A picture: rows of pixels from the top, with red, green, blue and alpha of a byte each, in sRGB,
+/// not multiplied by alpha. Copies share the pixels, and the pixels never change.
 ///
-/// Threading: any; copies may be used on different threads.
+/// Threading: any; different threads may use copies.
 class Picture {
 public:
-    /// No picture is made larger than this: it would take half a gigabyte.
+    /// Bounds of a picture: more pixels than these would take half a gigabyte.
     static constexpr std::uint64_t max_pixels = std::uint64_t{1} << 27;
     static constexpr std::uint32_t max_side = 1'000'000;
 
@@ -33,7 +33,7 @@ public:
     [[nodiscard]] bool is_empty() const noexcept { return width_ == 0 || height_ == 0; }
     [[nodiscard]] std::span<const std::uint8_t> rgba() const noexcept;
 
-    /// Whether both are copies of one picture; equal pixels are not enough.
+    /// True if both are copies of one picture; equal pixels are not enough.
     [[nodiscard]] bool is_same(const Picture& other) const noexcept;
 
     /// The picture stretched to the size given; nothing when either has no size, or when the size
@@ -53,8 +53,8 @@ public:
     [[nodiscard]] std::vector<std::byte>
     png(const std::vector<std::pair<std::string, std::string>>& texts = {}) const;
 
-    /// The picture in `bytes`, for files that the application trusts: its own resources, what
-    /// `jpeg` and `png` made. Others are for the thumbnail generators.
+    /// The picture in `bytes`, for trusted data alone: the application's own resources, and the
+    /// results of `jpeg` and `png`. Thumbnail generators serve all other data.
     ///
     /// Errors: an `Error` when they hold no complete picture of the format, or one beyond
     /// `max_pixels` or `max_side`.

@@ -10,11 +10,10 @@
 
 namespace orv {
 
-/// Why a request failed. A cheap value; it is also what the library throws.
+/// The reason a request failed. A cheap value, and the type the library throws.
 ///
-/// `message()` is the whole text of the error. `sentence()` is what a person is shown, `reason()`
-/// what is behind it, where there is more to say. `path()` and `code()` are there where they are
-/// known, also where the text leaves them out.
+/// `message()` is the whole text. `sentence()` is for people, `reason()` the cause behind it, if
+/// there is more to say. `path()` and `code()` are known more often than the text mentions them.
 class [[nodiscard]] Error : public std::exception {
 public:
     /// Who gave `code()`: nobody, the operating system (an errno), or SQLite (an extended result
@@ -27,7 +26,7 @@ public:
     [[nodiscard]] const char* what() const noexcept override { return message().c_str(); }
     [[nodiscard]] const std::string& message() const noexcept;
     [[nodiscard]] const std::string& sentence() const noexcept;
-    /// A sentence, too; empty where nothing is known that `sentence()` does not say.
+    /// A sentence, too; empty if `sentence()` says it all.
     [[nodiscard]] const std::string& reason() const noexcept;
     [[nodiscard]] const std::optional<Url>& path() const noexcept;
     [[nodiscard]] std::optional<int> code() const noexcept;
@@ -36,14 +35,14 @@ public:
     /// The same error, told where it happened.
     Error at(const Url& path) const;
 
-    /// The same error with the code and the reason, and if this one has none the path, of what
-    /// caused it.
+    /// The same error with the code and the reason of its cause, and with the path of the cause if
+    /// this one has none.
     Error because_of(const Error& cause) const;
 
     /// The same error, its message replaced by `text`; the sentence stays.
     Error with_message(std::string text) const;
 
-    /// The same error, its message followed by that of `cause`; the sentence stays.
+    /// The same error with the message of `cause` behind its own; the sentence stays.
     Error appending_error(const Error& cause) const;
 
 private:
@@ -57,11 +56,10 @@ private:
     friend Error database_error(int, std::string_view);
 };
 
-/// That a request was cancelled. Not an `Error`, so that code which handles errors cannot swallow
-/// it.
+/// The cancellation of a request. It is no `Error`, so no handler of errors can swallow it.
 struct Exception {};
 
-/// The error of a fixed sentence, its message naming the place that raised it: the source file
+/// The error for a fixed sentence. Its message names the place of the error: the source file
 /// without its ending, the function's signature, and a line.
 Error error_msg(std::string_view sentence, std::string_view source, std::string_view signature,
                 int line);

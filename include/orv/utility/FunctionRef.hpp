@@ -9,8 +9,8 @@ namespace orv {
 template <class Signature>
 class FunctionRef;
 
-/// A reference to something callable, for a call that ends before the callable does. Owns nothing
-/// and allocates nothing.
+/// A reference to a callable, for calls that end before the callable does. Owns nothing and
+/// allocates nothing.
 template <class Result, class... Arguments>
 class FunctionRef<Result(Arguments...)> {
 public:

@@ -2,8 +2,8 @@
 
 namespace orv::internal {
 
-/// Tells the library where an application's compiler found its headers. A static library, which the
-/// application carries elsewhere, has no other way to its installed programs and resources. No
+/// Tells the library where the compiler of an application found its headers. A static library,
+/// linked into a program elsewhere, has no other way to its installed programs and resources. No
 /// application calls this.
 class InstalledHeaders {
 public:

@@ -8,34 +8,33 @@
 
 namespace orv {
 
-/// Where the library keeps and looks for things. What is left out gets its default.
+/// The places the library uses. A place left out gets its default.
 struct Locations {
     /// The application's name in the folders below. Default: the program's name.
     std::string app_id = {};
-    /// Attributes are keyed by the path relative to it. Default: `$HOME`, else the user database's
-    /// entry. Links in it are resolved once.
+    /// Attribute keys are paths relative to it. Default: `$HOME`, else the user database's entry.
+    /// Its symbolic links are resolved once.
     std::optional<Url> home_dir = {};
     /// Default: the XDG documents folder, else "Documents" in the home folder.
     std::optional<Url> docs_dir = {};
     /// Holds the database. Default: `$XDG_DATA_HOME/<app_id>`, else ".local/share/<app_id>" in the
     /// home folder.
     std::optional<Url> app_support_dir = {};
-    /// Holds files that are being built. Default: `$XDG_CACHE_HOME/<app_id>/tmp`, else
-    /// ".cache/<app_id>/tmp" in the home folder, which nearly always lies on the volume of the
-    /// documents.
+    /// Holds unfinished files. Default: `$XDG_CACHE_HOME/<app_id>/tmp`, else ".cache/<app_id>/tmp"
+    /// in the home folder, nearly always on the volume of the documents.
     std::optional<Url> temp_dir = {};
-    /// Holds the library's resources. Default: "share/orv" in the prefix that the library is
-    /// installed under: `$ORV_PREFIX` if it is set. Otherwise the shared library, the program or
-    /// the headers of the program's build tell it by their place.
+    /// Holds the library's resources. Default: "share/orv" in the prefix of the installation,
+    /// `$ORV_PREFIX` if set. Otherwise the place of the shared library, the program or the headers
+    /// of the program's build tells the prefix.
     std::optional<Url> resource_dir = {};
-    /// Holds the programs that decode pictures and films for thumbnails. Default: the installed
-    /// ones, "libexec/orv" in the same prefix.
+    /// Holds the programs that decode pictures and films for thumbnails. Default: "libexec/orv" in
+    /// the same prefix.
     std::optional<Url> helper_dir = {};
 };
 
-/// Sets the locations; what `locations` leaves out gets its default.
+/// Sets the locations; a place `locations` leaves out gets its default.
 ///
-/// Threading: to be called before the library is first used; later the process ends.
+/// Threading: call it before the first use of the library. A later call ends the process.
 void configure_locations(Locations locations);
 
 /// The locations in force; reading one settles them all.

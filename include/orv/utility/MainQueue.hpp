@@ -12,47 +12,48 @@
 
 namespace orv {
 
-/// The closures that wait to run on the application's main thread.
+/// Closures on their way to the application's main thread.
 ///
-/// The main thread is the one that first calls `attach()` or, if none has, the process's first
-/// thread. An application with an event loop watches `fd()` in it and calls `drain()` when it is
-/// readable (`orv/integrations/` has this in one line for Qt, GLib and Asio); one without calls
+/// The main thread is the first to call `attach()`, or the process's first thread if none has. An
+/// application with an event loop watches `fd()` in it and calls `drain()` when it is readable;
+/// `orv/integrations/` has this in one line for Qt, GLib and Asio. An application without one calls
 /// `run()`, `run_until()` or `run_for()`.
 ///
-/// Exceptions: what a closure throws leaves `drain()` into the loop that called it. The closure
-/// counts as run, and what else was queued stays queued.
+/// Exceptions: an exception from a closure leaves `drain()` into the loop around it. The closure
+/// counts as run, and further closures stay queued.
 class MainQueue {
 public:
-    /// The one queue of the process; it is never destroyed.
+    /// The one queue of the process; it never dies.
     static MainQueue& instance();
 
-    /// Makes the calling thread the main thread. Attaching another one after a closure was handed
-    /// over ends the process.
+    /// Makes the calling thread the main thread. Another thread's call after the first closure ends
+    /// the process.
     void attach();
 
     [[nodiscard]] bool is_main_thread() const noexcept;
 
-    /// Readable exactly while a closure is queued. To be watched, not read; stays open.
+    /// Readable exactly while a closure is queued. Watch it, do not read from it; it stays open.
     [[nodiscard]] int fd() const noexcept;
 
-    /// Runs the closures that were queued when it was called, one at a time. May be called from
-    /// inside a closure, for a nested loop.
+    /// Runs the closures queued at the time of the call, one at a time. A closure may call it for a
+    /// nested loop.
     ///
     /// Threading: main thread.
     void drain();
 
-    /// Drains until `quit()` is called.
+    /// Drains until a call of `quit()`.
     ///
     /// Threading: main thread.
     void run();
 
-    /// Ends the innermost `run()` after the closure that calls it; without one, does nothing.
+    /// Ends the innermost `run()` after the current closure; without one, does nothing.
     ///
     /// Threading: main thread.
     void quit();
 
-    /// Drains until `predicate` holds, which is asked at first and after every drain, or until
-    /// `at_most` has passed. Says whether it holds. With an `at_most` of zero it drains once.
+    /// Drains until `predicate` holds or `at_most` has passed, and returns the last answer of
+    /// `predicate`. Asks it at first and after every drain. With an `at_most` of zero it drains
+    /// once.
     ///
     /// Threading: main thread.
     bool run_until(const std::function<bool()>& predicate,
@@ -63,7 +64,7 @@ public:
     /// Threading: main thread.
     void run_for(std::chrono::nanoseconds duration);
 
-    /// Queues `closure` and returns. The closure is destroyed on the main thread, after it has run.
+    /// Queues `closure` and returns. The main thread destroys the closure after its run.
     ///
     /// Threading: any.
     void async(std::function<void()> closure);
@@ -73,8 +74,8 @@ public:
     /// Threading: any, but never while the main thread waits for the caller.
     void sync(FunctionRef<void()> closure);
 
-    /// While it lives, a hand-over from this thread ends the process: what it guards may be waited
-    /// for by the main thread.
+    /// During its lifetime a hand-over from this thread ends the process: the main thread may be
+    /// waiting for the guarded resource.
     class ForbidHandOver {
     public:
         ForbidHandOver() noexcept;
@@ -94,8 +95,8 @@ private:
 /// Runs `closure` on the main thread, returns when it has run, and hands back its result.
 ///
 /// Threading: any; on the main thread it runs in place.
-/// Errors: a closure without a result may throw, into the main thread's loop. One that owes a
-/// result to another thread must not: the process ends.
+/// Errors: a closure without a result may throw, into the main thread's loop. An exception from a
+/// closure with a result for another thread ends the process.
 template <class Closure>
 auto main_sync(Closure&& closure) -> std::invoke_result_t<Closure&>
 {

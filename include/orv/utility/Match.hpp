@@ -10,8 +10,8 @@ struct Overloaded : Visitors... {
     using Visitors::operator()...;
 };
 
-/// Calls the one of `visitors` that takes the alternative `variant` holds. Every alternative needs
-/// a visitor: a forgotten one does not compile.
+/// Calls the visitor for the alternative `variant` holds. Every alternative needs a visitor: a
+/// forgotten one does not compile.
 template <class Variant, class... Visitors>
 decltype(auto) match(Variant&& variant, Visitors&&... visitors)
 {

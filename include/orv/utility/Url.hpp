@@ -1,6 +1,6 @@
 #pragma once
 
-// <string> brings <compare>, which the moc of Qt 6.4 cannot read first.
+// <string> brings <compare>, and the moc of Qt 6.4 cannot read that first.
 #include <cstddef>
 #include <filesystem>
 #include <functional>
@@ -13,10 +13,9 @@ namespace orv {
 
 /// The location of a file or folder, as an absolute path.
 ///
-/// The bytes of a path are kept as they are: a name need not be UTF-8. A relative path is made
-/// absolute on construction, and trailing slashes are dropped. A path that no item can have, the
-/// empty one or one with a NUL byte in it, makes an empty Url, and so does a relative path when the
-/// current folder is gone.
+/// The bytes of a path stay as they are: a name need not be UTF-8. The constructor makes a relative
+/// path absolute and drops trailing slashes. A path no item can have, the empty one or one with a
+/// NUL byte, makes an empty Url. So does a relative path if the current folder is gone.
 class Url {
 public:
     Url() = default;
@@ -32,22 +31,22 @@ public:
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
     [[nodiscard]] bool empty() const noexcept { return path_.empty(); }
 
-    /// The same location without ".", ".." and doubled slashes, by its text alone: the disk is not
-    /// asked, so "a/link/.." becomes "a".
+    /// The same location without ".", ".." and doubled slashes, by its text alone: it does not ask
+    /// the disk, so "a/link/.." becomes "a".
     [[nodiscard]] Url standardized() const;
 
-    /// The same location with every symbolic link in its path replaced by what it points to, as far
-    /// as the path exists. A loop of links yields the standardized location.
+    /// The same location with every symbolic link in its path replaced by its target, as far as the
+    /// path exists. A loop of links yields the standardized location.
     [[nodiscard]] Url resolving_symlinks() const;
 
-    /// The names on the way from the root, which is the first: "/a/b" gives "/", "a", "b".
+    /// The names along the path, the root first: "/a/b" gives "/", "a", "b".
     [[nodiscard]] std::vector<std::string> components() const;
 
     /// The name of the item itself; "/" for the root, empty for an empty Url.
     [[nodiscard]] std::string last_path_component() const;
 
-    /// What follows the last dot of the name, without the dot. Empty for a name with no dot, one
-    /// that ends with it, and a hidden name such as ".profile".
+    /// The part of the name after its last dot, without the dot. Empty for a name without a dot,
+    /// with the dot at its end, or for a hidden name such as ".profile".
     [[nodiscard]] std::string path_extension() const;
 
     [[nodiscard]] Url deleting_path_extension() const;
@@ -69,8 +68,8 @@ private:
     std::string path_;
 };
 
-/// The path that leads from `base` to `url`, without a leading slash; empty when they are equal,
-/// and no value when `url` does not lie under `base`. Compares whole names, by their text alone.
+/// The path from `base` to `url`, without a leading slash. Empty if they are equal; no value if
+/// `url` does not lie under `base`. Compares whole names, by their text alone.
 [[nodiscard]] std::optional<std::string> relative_path(const Url& url, const Url& base);
 
 } // namespace orv
