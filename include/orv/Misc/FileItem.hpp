@@ -145,19 +145,12 @@ void load_all_custom_attrs(std::vector<FileItem>& items);
 /// Errors: those of the database.
 void sync_save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order_numbers);
 
-<<<<<<< HEAD
-/// Sorts `items`. Names and extensions are compared without regard to case, and equal items keep
-/// their order. An item without a size counts as empty; undated ones come before all others, or
-/// after them in descending order. Items of one extension are sorted by name; beside items whose
-/// extension differs in case only, they keep the places that they hold among them. In natural
-/// order, digits of any script count; of equal numbers, the one with fewer leading zeros comes
-/// first, unless the names differ elsewhere. A package counts as a file.
-=======
 /// Sorts `items`. Names and extensions compare without regard to case, and equal items keep their
 /// order. An item without a size counts as empty. Undated items come first, in descending order
 /// last. Items with one extension sort by name. Items whose extensions differ in case alone keep
-/// the places they hold among themselves.
->>>>>>> 5bd1542 (Comments of the public headers and of most layers in plain English; a bitmap with more colours than bytes is refused before it takes memory)
+/// the places they hold among themselves. In natural order, digits of any script count. Of equal
+/// numbers the one with fewer leading zeros comes first, unless the names differ elsewhere. A
+/// package counts as a file.
 ///
 /// Threading: any.
 void orv_sort(std::vector<FileItem>& items, SortType sort);
