@@ -9,7 +9,7 @@ help:
 	@echo "make demo       builds the orv command and shows it at work in a sandbox"
 	@echo "make test       builds everything and runs all tests"
 	@echo "make bench      measures the command beside cp, rsync, find, du and others"
-	@echo "make prove      injects faults into every kind of request and counts what is lost"
+	@echo "make prove      injects faults into every kind of request and counts what is lost; compares living folders"
 	@echo "make format     formats the C++ files"
 	@echo "make lint       checks layers, names and common faults"
 	@echo "make resources  makes the shipped example files and the placeholder anew"
@@ -38,8 +38,9 @@ bench:
 prove:
 	@scripts/install-packages.sh build test prove
 	@$(CONFIGURE) release -DORV_BUILD_TESTS=ON
-	@cmake --build --preset release -j$(JOBS) --target orv_prove
+	@cmake --build --preset release -j$(JOBS) --target orv_prove folder_test
 	@build/release/tests/faults/orv_prove
+	@ORV_FOLDER_CHANGES=1000000 build/release/tests/folder/folder_test --gtest_filter='*interleave'
 
 format:
 	@scripts/install-packages.sh check

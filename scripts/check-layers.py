@@ -16,14 +16,15 @@ RANKS = [
     ["utility"],
     ["files"],
     ["database", "archive", "picture"],
-    ["Global", "integrations"],
+    ["Global"],
     ["Database"],
     ["CustomAttributes"],
     ["Misc"],
     ["Tool", "ThumbGenerator"],
     ["Operations"],
     ["Facade"],
-    ["apps", "decoder"],
+    ["Folder"],
+    ["apps", "decoder", "integrations"],
 ]
 RANK_OF = {layer: rank for rank, layers in enumerate(RANKS) for layer in layers}
 
@@ -59,7 +60,7 @@ def layer_of(path, root):
     if parts[0] in SOURCE_ROOTS:
         return parts[1]
     # What includes the whole library stands on top of it.
-    return parts[2] if len(parts) > 3 else "Facade"
+    return parts[2] if len(parts) > 3 else "Folder"
 
 
 def check_layer(layer, target):
@@ -77,7 +78,7 @@ def check_own(name, layer, bases, root):
     names = name.split("/")
     if names[0] == "orv":
         names = names[1:]
-    return check_layer(layer, names[0] if len(names) > 1 else "Facade")
+    return check_layer(layer, names[0] if len(names) > 1 else "Folder")
 
 
 def check_foreign(name, layer, is_public):
@@ -141,7 +142,8 @@ PLANTED = [
     ("include/orv/Misc/Item.hpp", '"utility/Text.hpp"', True),
     ("include/orv/Misc/Item.hpp", "<orv/Facade/Manager.hpp>", True),
     ("include/orv/integrations/qt.hpp", "<QObject>", False),
-    ("include/orv/integrations/qt.hpp", "<orv/Facade/Manager.hpp>", True),
+    ("include/orv/integrations/qt.hpp", "<orv/Facade/Manager.hpp>", False),
+    ("include/orv/Facade/Manager.hpp", "<orv/integrations/qt.hpp>", True),
     ("include/orv/Facade/Manager.hpp", "<orv/Misc/Item.hpp>", False),
     ("include/orv/orv.hpp", "<orv/Facade/Manager.hpp>", False),
     ("companions/utility/Text.hpp", "<unicode/unistr.h>", False),

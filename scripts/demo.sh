@@ -143,7 +143,21 @@ run thumb Examples/Books/The-Prince.pdf prince.jpg --height 320 --quality 0.8
 expect test -s fox.png -a -s prince.jpg
 rm fox.png prince.jpg
 
-step "13. Delete folders with everything in them, attributes included."
+step "13. Watch a folder: after its list, a line for every change that any program makes."
+show_command ls Archive --watch
+"$orv" --home "$home" ls Archive --watch >watched.log &
+wait_for_line() { until grep -qx "$1" watched.log; do sleep 0.05; done; }
+wait_for_line sorted.csv
+mv Archive/sorted.csv Archive/by-item.csv
+mkdir Archive/New
+wait_for_line "added New"
+kill $!
+wait $! || true
+sed 's/^/  /' watched.log
+expect grep -qx 'renamed sorted.csv -> by-item.csv' watched.log
+rm watched.log
+
+step "14. Delete folders with everything in them, attributes included."
 run rm Backup Archive
 expect test ! -e Backup -a ! -e Archive
 run ls .

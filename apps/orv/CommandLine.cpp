@@ -196,18 +196,31 @@ private:
     {
         CLI::App* command = app_.add_subcommand("ls", "List a folder");
         command->add_option("DIR", list_.folder, "The folder")->type_name("")->required();
-        command->add_flag("-r,--recursive", list_.recursive, "List the whole tree");
+        auto* recursive =
+            command->add_flag("-r,--recursive", list_.recursive, "List the whole tree");
         command->add_flag("-a,--all", list_.all, "List hidden items, too");
         auto* sort =
             add_sorting(*command, "Sort by this; default: as the folder is kept, or by name");
-        command
-            ->add_flag("--remember", list_.remember,
-                       "Keep the choice with the folder, if attributes of it are stored")
-            ->needs(sort);
+        auto* remember =
+            command
+                ->add_flag("--remember", list_.remember,
+                           "Keep the choice with the folder, if attributes of it are stored")
+                ->needs(sort);
         auto* details =
             command->add_flag("-l,--long", list_details_, "Mode, size, date, name and attributes");
         command->add_flag("--json", list_json_, "Everything that is known, as an array")
             ->excludes(details);
+        auto* unsorted = command->add_flag("--unsorted", list_.unsorted,
+                                           "Print items as they are found, in no order");
+        unsorted->excludes(sort)->excludes(remember)->excludes(details);
+        command
+            ->add_flag("--watch", list_.watch,
+                       "Go on with a line for each change, until Ctrl-C or the folder is gone; "
+                       "with --json, one object a line")
+            ->excludes(recursive)
+            ->excludes(remember)
+            ->excludes(details)
+            ->excludes(unsorted);
         command->callback([this] { command_ = list_command(); });
     }
 

@@ -24,6 +24,8 @@ struct ListCommand {
     bool all = false;
     std::optional<SortType> sort;
     bool remember = false;
+    bool watch = false;    ///< go on with the changes
+    bool unsorted = false; ///< write items as they are found
     enum class Form { names, details, json } form = Form::names;
 };
 

@@ -3,6 +3,7 @@
 #include "LargeOutput.hpp"
 #include "Listing.hpp"
 #include "Waiting.hpp"
+#include "Watch.hpp"
 
 #include <orv/orv.hpp>
 
@@ -64,6 +65,10 @@ void sort(std::vector<FileItem>& items, const ListCommand& command, const Url& f
 void run(const ListCommand& command, const Surroundings& surroundings)
 {
     const Url folder(command.folder);
+    if (command.watch)
+        return watch(folder, command, stored_sort(folder), surroundings);
+    if (command.unsorted)
+        return write_unsorted(folder, command, surroundings);
     std::vector<FileItem> items = fetch(command, folder, surroundings);
     if (!command.remember)
         sort(items, command, folder);

@@ -2,7 +2,7 @@
 
 #include "HumanText.hpp"
 #include "Json.hpp"
-#include "Text.hpp"
+#include "Names.hpp"
 
 #include <algorithm>
 #include <array>
@@ -15,18 +15,6 @@
 
 namespace orv::app {
 namespace {
-
-/// Turns a name into what is written for it.
-class Names {
-public:
-    std::string operator()(std::string_view name) const
-    {
-        return is_terminal_ ? printable(name) : std::string(name);
-    }
-
-private:
-    bool is_terminal_ = ::isatty(STDOUT_FILENO) == 1;
-};
 
 /// Of an item that was found in a walk, the way to it; its name is the end of it.
 const std::string& name_of(const FileItem& item)

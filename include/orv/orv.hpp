@@ -3,6 +3,8 @@
 #include <orv/CustomAttributes/CustomAttributes.hpp>
 #include <orv/Facade/OrvFileBrowser.hpp>
 #include <orv/Facade/OrvFileManager.hpp>
+#include <orv/Folder/FolderModel.hpp>
+#include <orv/Folder/OrvFolder.hpp>
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/SaveAttrOpr.hpp>
 #include <orv/Operations/Status.hpp>

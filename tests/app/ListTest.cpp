@@ -1,10 +1,14 @@
 #include "app/Command.hpp"
 #include "app/Pseudoterminal.hpp"
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <sstream>
+#include <thread>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 
 namespace orv::test {
@@ -131,6 +135,79 @@ TEST_F(ListTest, TellsEverythingAsJson)
                        "\"was_custom_sorted_at_least_once\": false}}"),
               std::string::npos)
         << out;
+}
+
+/// A watch under way, and the lines that it has written.
+class WatchTest : public ListTest {
+protected:
+    void watch(Words arguments)
+    {
+        arguments.insert(arguments.begin(), {"ls", "d", "--watch"});
+        process_ = start(arguments, output().path());
+    }
+
+    void wait_for_line(const std::string& line)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (std::ranges::count(lines(read_file(output())), line) == 0) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << read_file(output());
+            std::this_thread::yield();
+        }
+    }
+
+    [[nodiscard]] Url output() const { return home().appending("out"); }
+
+    pid_t process_ = 0;
+};
+
+TEST_F(WatchTest, WritesTheListAndThenEveryChangeUntilTheFolderIsGone)
+{
+    write_file(output(), "");
+    watch({"--sort", "date"});
+    wait_for_line("sub");
+    std::filesystem::rename(at("d/A.png"), at("d/B.png"));
+    wait_for_line("renamed A.png -> B.png");
+    std::filesystem::create_directory(at("d/new"));
+    wait_for_line("added new");
+    std::filesystem::remove_all(at("d"));
+    EXPECT_EQ(finish(process_).exit_code, 0);
+    const Words all = lines(read_file(output()));
+    EXPECT_EQ(Words(all.begin(), all.begin() + 5),
+              (Words{"c.txt", "A.png", "b.txt", "sub.x", "sub"}));
+    EXPECT_EQ(all.back(), "gone");
+}
+
+TEST_F(WatchTest, WritesAnObjectALineUntilItIsInterrupted)
+{
+    write_file(output(), "");
+    watch({"--json", "-a"});
+    wait_for_line(R"({"change": "complete", "name": null, "from": null})");
+    std::filesystem::rename(at("d/.hid"), at("d/\xff\""));
+    wait_for_line(R"({"change": "renamed", "name": "\udcff\"", "from": ".hid"})");
+    std::filesystem::remove(at("d/b.txt"));
+    wait_for_line(R"({"change": "removed", "name": "b.txt", "from": null})");
+    ::kill(process_, SIGINT);
+    EXPECT_EQ(finish(process_).exit_code, 130);
+    EXPECT_EQ(lines(read_file(output())).front(),
+              R"({"change": "listed", "name": ".hid", "from": null})");
+}
+
+TEST_F(WatchTest, SaysWhyThereIsNothingToWatch)
+{
+    const Outcome outcome = orv({"ls", "d/b.txt", "--watch"});
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_EQ(outcome.err, told("orv: Given url must point to a folder: $W/d/b.txt\n"));
+    EXPECT_EQ(orv({"ls", "d", "--watch", "-r"}).exit_code, 2);
+}
+
+TEST_F(ListTest, PrintsATreeAsItIsFound)
+{
+    Words names = list({"-r", "--unsorted"});
+    std::ranges::sort(names);
+    EXPECT_EQ(names, (Words{"A.png", "b.txt", "c.txt", "sub", "sub.x", "sub/deep"}));
+    EXPECT_EQ(lines(orv({"ls", "d", "--unsorted", "--json"}).out).size(), 5);
+    EXPECT_EQ(orv({"ls", "none", "--unsorted"}).err,
+              told("orv: No item exists at given url: $W/none\n"));
 }
 
 struct NameCase {

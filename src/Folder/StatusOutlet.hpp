@@ -1,0 +1,44 @@
+#pragma once
+
+#include <orv/Folder/OrvFolder.hpp>
+
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <semaphore>
+
+namespace orv {
+
+/// The way of a folder's statuses to its closure, in order. A few of them may be on their way at
+/// once, so that listing and showing go on side by side and memory stays bounded.
+class StatusOutlet : public std::enable_shared_from_this<StatusOutlet> {
+public:
+    explicit StatusOutlet(OrvFolder::StatusClosure closure) : closure_(std::move(closure)) {}
+
+    /// Sends a status off. Waits while too many are on their way; when closed, drops it.
+    ///
+    /// Threading: one background thread at a time.
+    void post(OrvFolder::Status status);
+
+    /// Ends the delivery: the closure is not called any more, and destroyed unless it is at work.
+    ///
+    /// Threading: main thread.
+    void close();
+
+    /// Threading: any.
+    [[nodiscard]] bool is_closed() const { return is_closed_; }
+
+private:
+    void take(OrvFolder::Status status);
+
+    static constexpr int most_on_their_way = 4;
+
+    std::counting_semaphore<most_on_their_way> room_{most_on_their_way};
+    std::atomic<bool> is_closed_ = false; // set on the main thread only
+    // Main thread only.
+    OrvFolder::StatusClosure closure_;
+    std::deque<OrvFolder::Status> waiting_;
+    bool is_delivering_ = false;
+};
+
+} // namespace orv
