@@ -75,9 +75,9 @@ CopyOperation::Status copy_one(CopyBatch& batch, BatchAnswers& answers, BatchPro
     const Url destination = folder.appending(source.last_path_component());
     const auto pass_on = [&](const CopyOperation::Status& status) {
         if (const auto* of_item = std::get_if<status::progress<CopyProgress>>(&status))
-            batch.pass_on(status::progress<CopyProgress>{progress.overall(of_item->record)});
+            batch.report_soon(status::progress<CopyProgress>{progress.overall(of_item->record)});
         else if (const auto* conflict = std::get_if<status::conflict_occured>(&status))
-            answers.settle(conflict->resolver, [&] { batch.pass_on(*conflict); });
+            answers.settle(conflict->resolver, [&] { batch.put(conflict->resolver); });
     };
     return batch.run_child<CopyOperation>(pass_on, [&](Request<CopyOperation>& request) {
         return copy_item(request, source.resolving_symlinks(), destination.resolving_symlinks());

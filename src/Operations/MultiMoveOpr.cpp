@@ -19,7 +19,7 @@ MoveOperation::Status move_one(MoveBatch& batch, BatchAnswers& answers, const Ur
     const Url destination = folder.appending(source.last_path_component());
     const auto pass_on = [&](const MoveOperation::Status& status) {
         const auto& conflict = std::get<status::conflict_occured>(status);
-        answers.settle(conflict.resolver, [&] { batch.pass_on(conflict); });
+        answers.settle(conflict.resolver, [&] { batch.put(conflict.resolver); });
     };
     return batch.run_child<MoveOperation>(pass_on, [&](Request<MoveOperation>& request) {
         return move_item(request, source.resolving_symlinks(), destination.resolving_symlinks());

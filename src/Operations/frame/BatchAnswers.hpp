@@ -11,7 +11,7 @@ namespace orv {
 /// The questions about taken names that the items of a batch raise one after the other, and the
 /// answer that was given for all of them.
 ///
-/// Threading: the batch's background thread and, while that waits, the main thread.
+/// Threading: the batch's background thread.
 class BatchAnswers {
 public:
     /// `expected` is how many questions will come, as far as it can be told.

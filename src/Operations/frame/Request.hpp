@@ -41,7 +41,8 @@ public:
 
     [[nodiscard]] bool cancelled() const noexcept
     {
-        return OperationAccess::was_cancelled(*operation_);
+        return OperationAccess::was_cancelled(*operation_) ||
+               (whole_ && OperationAccess::was_cancelled(whole_->operation));
     }
 
     /// Throws `Exception` when the request was cancelled.
@@ -68,23 +69,24 @@ public:
     /// Delivers `status`, perhaps together with later ones, within some milliseconds as long as the
     /// request goes on to report or calls `report_held()`.
     void report_soon(Status status) { statuses_.add(std::move(status)); }
-    void report_held() { statuses_.flush_if_due(); }
-    void report_all_held() { statuses_.flush(); }
+    void report_held() { whole_ ? whole_->report_held() : statuses_.flush_if_due(); }
+    void report_all_held() { whole_ ? whole_->report_all_held() : statuses_.flush(); }
 
-    /// Asks the caller, and waits for the answer. Without a caller to ask, the answer is to stop.
-    ConflictBehaviour ask(const std::shared_ptr<ConflictResolver>& resolver)
+    /// Asks the caller. Without a caller to ask, the answer is to stop.
+    void put(const std::shared_ptr<ConflictResolver>& question)
     {
-        if (!statuses_.has_listener())
-            return ConflictBehaviour::stop;
-        report(status::conflict_occured{resolver});
-        return resolver->wait();
+        if (statuses_.has_listener())
+            report(status::conflict_occured{question});
+        else
+            question->resume(ConflictBehaviour::stop, false);
     }
 
-    /// Delivers `status` to the caller.
-    ///
-    /// Threading: main thread, from a status of a child.
-    void pass_on(const Status& status) { statuses_.deliver_now(status); }
-    [[nodiscard]] bool has_listener() const { return statuses_.has_listener(); }
+    /// Asks the caller, and waits for the answer.
+    ConflictBehaviour ask(const std::shared_ptr<ConflictResolver>& question)
+    {
+        put(question);
+        return question->wait();
+    }
 
     /// Does a part of the work, which `cancel_part` stops: it is called on the main thread when the
     /// request is cancelled meanwhile. A request that was cancelled before throws `Exception`.
@@ -92,8 +94,9 @@ public:
     void do_part(std::function<void()> cancel_part, Part part);
 
     /// Does a part of the work as a request of `Child`, on this thread. All its statuses but the
-    /// last go to `on_status`, on the main thread; the last is returned. A cancel reaches the
-    /// child, too; a request that was cancelled before throws `Exception`.
+    /// last go to `on_status`, on this thread and at once; the last is returned. A cancel reaches
+    /// the child, too; a request that was cancelled before throws `Exception`. A child costs no
+    /// hand-over.
     template <class Child, class Work>
     typename Child::Status run_child(typename Child::StatusClosure on_status, Work work);
 
@@ -118,14 +121,39 @@ public:
                 }
             }
             undo_ = nullptr;
-            OperationAccess::free(*operation_);
+            if (!whole_)
+                OperationAccess::free(*operation_);
             return std::move(outcome);
         });
     }
 
 private:
+    template <class Other>
+    friend class Request;
+
+    /// The request that a child is a part of.
+    struct Whole {
+        OrvOperation& operation;
+        std::function<void()> report_held;
+        std::function<void()> report_all_held;
+    };
+
+    Request(std::shared_ptr<Operation> child, typename Operation::StatusClosure on_status,
+            Whole whole)
+        : operation_(std::move(child)), statuses_(std::move(on_status), StatusThread::same),
+          whole_(std::move(whole))
+    {
+    }
+
+    /// The operation that the caller cancels.
+    [[nodiscard]] OrvOperation& cancelled_by_caller() const
+    {
+        return whole_ ? whole_->operation : *operation_;
+    }
+
     std::shared_ptr<Operation> operation_;
     StatusBatch<Status, typename Operation::StatusClosure> statuses_;
+    std::optional<Whole> whole_;
     std::function<void()> undo_;
     bool is_done_ = false;
 };
@@ -176,12 +204,13 @@ template <class Operation>
 template <class Part>
 void Request<Operation>::do_part(std::function<void()> cancel_part, Part part)
 {
-    if (!OperationAccess::begin_part(*operation_, std::move(cancel_part)))
+    OrvOperation& operation = cancelled_by_caller();
+    if (!OperationAccess::begin_part(operation, std::move(cancel_part)))
         throw Exception();
     struct End {
         OrvOperation& operation;
         ~End() { OperationAccess::end_part(operation); }
-    } const end{*operation_};
+    } const end{operation};
     part();
 }
 
@@ -190,15 +219,18 @@ template <class Child, class Work>
 typename Child::Status Request<Operation>::run_child(typename Child::StatusClosure on_status,
                                                      Work work)
 {
-    const auto child = std::make_shared<Child>();
+    check_cancelled();
     std::optional<typename Child::Status> last;
-    Request<Child> request(child, [&, on_status = std::move(on_status)](const auto& status) {
-        if (is_final(status))
-            last = status;
-        else
-            on_status(status);
-    });
-    do_part([child] { child->cancel(); }, [&] { request.finish(outcome_of(request, work)); });
+    Request<Child> request(
+        std::make_shared<Child>(),
+        [&, on_status = std::move(on_status)](const auto& status) {
+            if (is_final(status))
+                last = status;
+            else
+                on_status(status);
+        },
+        {cancelled_by_caller(), [this] { report_held(); }, [this] { report_all_held(); }});
+    request.finish(outcome_of(request, work));
     return *last;
 }
 

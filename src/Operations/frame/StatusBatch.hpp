@@ -13,6 +13,10 @@
 
 namespace orv {
 
+/// The thread that takes the statuses of a request: the main thread, those of a part of a request
+/// the thread that works on it.
+enum class StatusThread { main, same };
+
 /// The statuses of one request on their way to its caller, in order; several may share one
 /// hand-over to the main thread.
 ///
@@ -20,7 +24,10 @@ namespace orv {
 template <class Status, class Closure>
 class StatusBatch {
 public:
-    explicit StatusBatch(Closure closure) : closure_(std::move(closure)) {}
+    explicit StatusBatch(Closure closure, StatusThread taken_by = StatusThread::main)
+        : closure_(std::move(closure)), taken_by_(taken_by)
+    {
+    }
 
     [[nodiscard]] bool has_listener() const { return static_cast<bool>(closure_); }
 
@@ -31,7 +38,8 @@ public:
         if (held_.empty())
             held_since_.reset();
         held_.push_back(std::move(status));
-        if (held_.size() >= batch_size_ || intr_test_mode()) {
+        const bool shares_no_hand_over = taken_by_ == StatusThread::same || intr_test_mode();
+        if (held_.size() >= batch_size_ || shares_no_hand_over) {
             flush();
             batch_size_ = std::min(2 * batch_size_, max_batch_size);
         } else {
@@ -39,28 +47,18 @@ public:
         }
     }
 
-    /// Hands over what is held back and then, in one step on the main thread, asks `refused` and,
+    /// Hands over what is held back and then, in one step on the taking thread, asks `refused` and,
     /// unless it answers true, delivers `status`. Says whether it was delivered.
     bool deliver_unless(FunctionRef<bool()> refused, const Status& status)
     {
         flush();
         bool delivered = false;
-        main_sync([&] {
+        hand_over([&] {
             delivered = !refused();
             if (delivered && closure_)
                 closure_(status);
         });
         return delivered;
-    }
-
-    /// Delivers `status`, past what is held back.
-    ///
-    /// Threading: main thread, while the background thread waits for it.
-    void deliver_now(const Status& status)
-    {
-        assert_main_thread("StatusBatch::deliver_now()");
-        if (closure_)
-            closure_(status);
     }
 
     /// Hands over what has been held back for as long as a status may be.
@@ -74,22 +72,22 @@ public:
     void flush()
     {
         while (next_ < held_.size())
-            main_sync([this] { call_closure(); });
+            hand_over([this] { call_closure(); });
         held_.clear();
         next_ = 0;
     }
 
-    /// Hands over what is held back. Then, in one step on the main thread, asks `last` for the
+    /// Hands over what is held back. Then, in one step on the taking thread, asks `last` for the
     /// final status, delivers it, and destroys the closure.
     void finish(FunctionRef<Status()> last)
     {
         flush();
-        main_sync([&] {
+        hand_over([&] {
             held_.push_back(last());
-            finish_on_main();
+            finish_now();
         });
         while (closure_)
-            main_sync([this] { finish_on_main(); });
+            hand_over([this] { finish_now(); });
     }
 
 private:
@@ -108,13 +106,22 @@ private:
         }
     }
 
-    void finish_on_main()
+    void hand_over(FunctionRef<void()> step)
+    {
+        if (taken_by_ == StatusThread::main)
+            main_sync(step);
+        else
+            step();
+    }
+
+    void finish_now()
     {
         call_closure();
         closure_ = nullptr;
     }
 
     Closure closure_;
+    StatusThread taken_by_;
     std::vector<Status> held_;
     std::size_t next_ = 0;
     std::size_t batch_size_ = 1;

@@ -4,9 +4,9 @@
 #include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
-#include <orv/utility/MainQueue.hpp>
 
 #include <algorithm>
+#include <mutex>
 #include <optional>
 
 namespace orv {
@@ -28,8 +28,7 @@ bool conflict(const Url& one, const Url& other)
            (contains(one.path(), other.path()) || contains(other.path(), one.path()));
 }
 
-/// What stands for a location, however it is spelled. Looks at the disk, so never on the main
-/// thread.
+/// What stands for a location, however it is spelled. Looks at the disk, so never inside the lock.
 Url key_of(const Url& url)
 {
     return resolving_folders(url).standardized();
@@ -49,16 +48,18 @@ struct Entry {
     UrlLocker::Registration registration;
 };
 
-/// The registrations in force.
-///
-/// Threading: main thread only.
+/// The registrations in force. A mutex and not the main thread guards them: a request of 4,000 items
+/// takes 4,000 locks, and each hand-over would wait for the application's loop.
 class Registry {
 public:
-    static Registry& instance()
+    /// Calls `use` with the registry, which is locked meanwhile.
+    template <class Use>
+    static auto with_instance(Use use)
     {
-        assert_main_thread("UrlLocker");
+        static auto* mutex = new std::mutex;
         static auto* registry = new Registry;
-        return *registry;
+        const std::lock_guard lock(*mutex);
+        return use(*registry);
     }
 
     [[nodiscard]] bool is_locked(LockType::Kind kind, const Url& key) const
@@ -112,13 +113,12 @@ UrlLocker::Registration UrlLocker::lock(const std::vector<LockType>& sources, co
 {
     const std::vector<Wanted> wanted_sources(sources.begin(), sources.end());
     const Wanted wanted_dest(dest);
-    std::optional<Error> error;
     Registration registration{};
-    main_sync([&] {
-        auto& registry = Registry::instance();
-        error = clash(registry, wanted_sources, wanted_dest, allow_conflict);
-        if (!error)
+    const auto error = Registry::with_instance([&](Registry& registry) {
+        auto found = clash(registry, wanted_sources, wanted_dest, allow_conflict);
+        if (!found)
             registration = registry.add(wanted_sources, wanted_dest);
+        return found;
     });
     if (error)
         throw *error;
@@ -132,7 +132,7 @@ Error source_conflict(const Url& source)
 
 void UrlLocker::unlock(Registration registration)
 {
-    main_sync([&] { Registry::instance().remove(registration); });
+    Registry::with_instance([&](Registry& registry) { registry.remove(registration); });
 }
 
 bool UrlLocker::do_urls_conflict(const Url& one, const Url& other)
@@ -143,13 +143,15 @@ bool UrlLocker::do_urls_conflict(const Url& one, const Url& other)
 bool UrlLocker::is_read_locked(const Url& url)
 {
     const Url key = key_of(url);
-    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::read, key); });
+    return Registry::with_instance(
+        [&](Registry& registry) { return registry.is_locked(LockType::Kind::read, key); });
 }
 
 bool UrlLocker::is_write_locked(const Url& url)
 {
     const Url key = key_of(url);
-    return main_sync([&] { return Registry::instance().is_locked(LockType::Kind::write, key); });
+    return Registry::with_instance(
+        [&](Registry& registry) { return registry.is_locked(LockType::Kind::write, key); });
 }
 
 } // namespace orv

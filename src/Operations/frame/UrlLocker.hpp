@@ -28,8 +28,7 @@ struct LockType {
 /// of the tree. Nobody waits for a lock: a clash ends the request that meets it. A location below a
 /// linked folder and the one that the link leads to are one.
 ///
-/// Threading: any; off the main thread every function waits for it. All but
-/// `unlock` and `do_urls_conflict` look at the disk, on the calling thread.
+/// Threading: any. All functions but `unlock` and `do_urls_conflict` look at the disk.
 class UrlLocker {
 public:
     /// What one call of `lock` registered; never used twice.
