@@ -85,7 +85,11 @@ void copy(CopyRequest& request, const Url& source, const Url& destination)
         check_can_be_replaced(source, answer.destination, copy_place);
     request.report(status::preparing{});
     const DescriptorLease descriptors = lease_descriptors(request, needed_by_copy);
-    const std::int64_t total = item_size(source, [&] { request.check_cancelled(); });
+    const auto between_items = [&] {
+        request.check_cancelled();
+        request.report_held();
+    };
+    const std::int64_t total = item_size(source, between_items);
     const bool replaces =
         answer.replaces && !makes_room(request, source, answer.destination, total);
     CopyProgress progress = copy_tree(request,

@@ -111,6 +111,28 @@ TEST_F(StatusesTest, a_nested_loop_in_a_callback_serves_other_requests_first)
     expect_copied();
 }
 
+TEST_F(StatusesTest, the_items_of_one_request_share_turns_of_the_main_loop)
+{
+    std::vector<Url> sources;
+    std::vector<Url> moved;
+    for (int i = 0; i < 100; ++i) {
+        sources.push_back(at(std::to_string(i)));
+        moved.push_back(at("in/" + std::to_string(i)));
+        make_tree(folder(), {std::to_string(i) + "="});
+    }
+    make_tree(folder(), {"in/", "copies/"});
+    const auto turns_of = [](const std::shared_ptr<OrvOperation>& operation) {
+        std::size_t turns = 0;
+        pump_until([&] { return ++turns, !operation->is_busy(); });
+        return turns;
+    };
+    EXPECT_LT(turns_of(manager().copy(sources, at("copies"), {})), sources.size());
+    EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), 10U);
+    EXPECT_LT(turns_of(manager().delete_items(moved, {})), 10U);
+    EXPECT_EQ(tree(at("copies")).size(), sources.size());
+    EXPECT_EQ(tree(at("in")).size(), 0U);
+}
+
 TEST_F(StatusesTest, a_dropped_operation_goes_on)
 {
     std::string last;

@@ -48,18 +48,17 @@ struct Entry {
     UrlLocker::Registration registration;
 };
 
-/// The registrations in force. A mutex and not the main thread guards them: a request of 4,000 items
-/// takes 4,000 locks, and each hand-over would wait for the application's loop.
+/// The registrations in force. A mutex and not the main thread guards them: a request of 4,000
+/// items takes 4,000 locks, and each hand-over would wait for the application's loop.
 class Registry {
 public:
     /// Calls `use` with the registry, which is locked meanwhile.
     template <class Use>
     static auto with_instance(Use use)
     {
-        static auto* mutex = new std::mutex;
-        static auto* registry = new Registry;
-        const std::lock_guard lock(*mutex);
-        return use(*registry);
+        Registry& registry = instance();
+        const std::lock_guard lock(registry.mutex_);
+        return use(registry);
     }
 
     [[nodiscard]] bool is_locked(LockType::Kind kind, const Url& key) const
@@ -85,6 +84,13 @@ public:
     }
 
 private:
+    static Registry& instance()
+    {
+        static auto* registry = new Registry;
+        return *registry;
+    }
+
+    std::mutex mutex_;
     std::vector<Entry> entries_;
     std::uint64_t last_registration_ = 0;
 };
