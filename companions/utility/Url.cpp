@@ -1,4 +1,5 @@
 #include "utility/FileNames.hpp"
+#include "utility/Text.hpp"
 
 #include <orv/utility/Url.hpp>
 
@@ -82,6 +83,32 @@ std::optional<std::string> resolved(const std::string& path, int& links_left)
     if (links_left-- == 0)
         return std::nullopt;
     return resolved(target->starts_with('/') ? *target : joined(*folder, *target), links_left);
+}
+
+std::optional<unsigned> hex_digit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return static_cast<unsigned>(c - '0');
+    const char lower = static_cast<char>(c | 0x20);
+    return lower >= 'a' && lower <= 'f' ? std::optional<unsigned>(lower - 'a' + 10) : std::nullopt;
+}
+
+std::optional<std::string> percent_decoded(std::string_view text)
+{
+    std::string bytes;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text[at] != '%') {
+            bytes += text[at];
+            continue;
+        }
+        const auto high = at + 2 < text.size() ? hex_digit(text[at + 1]) : std::nullopt;
+        const auto low = high ? hex_digit(text[at + 2]) : std::nullopt;
+        if (!low)
+            return std::nullopt;
+        bytes += static_cast<char>(*high << 4U | *low);
+        at += 2;
+    }
+    return bytes;
 }
 
 } // namespace
@@ -199,6 +226,26 @@ std::string Url::description() const
         }
     }
     return text;
+}
+
+std::optional<Url> Url::from_uri(std::string_view uri)
+{
+    constexpr std::string_view scheme = "file:";
+    if (lower_case(uri.substr(0, scheme.size())) != scheme)
+        return std::nullopt;
+    std::string_view path = uri.substr(scheme.size());
+    if (path.starts_with("//")) { // the name of a computer follows
+        path.remove_prefix(2);
+        const std::string_view host = path.substr(0, path.find('/'));
+        if (!host.empty() && lower_case(host) != "localhost")
+            return std::nullopt;
+        path.remove_prefix(host.size());
+    }
+    const auto decoded = percent_decoded(path.substr(0, path.find_first_of("?#")));
+    if (!decoded || !decoded->starts_with('/'))
+        return std::nullopt;
+    Url url(*decoded);
+    return url.empty() ? std::nullopt : std::optional(std::move(url));
 }
 
 std::optional<std::string> relative_path(const Url& url, const Url& base)

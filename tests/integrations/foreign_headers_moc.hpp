@@ -3,6 +3,7 @@
 // The library's headers come first, so that moc reads them before any of Qt.
 #include <orv/integrations/qt.hpp>
 #include <orv/integrations/qt_image.hpp>
+#include <orv/integrations/qt_model.hpp>
 #include <orv/orv.hpp>
 
 #include <QObject>
@@ -14,6 +15,7 @@ class Window : public QObject {
 
 Q_SIGNALS:
     void copied(const orv::CopyOperation::Status& status);
+    void told(const orv::OrvFolder::Status& status);
 };
 
 } // namespace orv::test

@@ -19,6 +19,8 @@ namespace {
     (void)orv::Preview{.full_width = 1};
     (void)orv::OrvThumbnail::Thumbnail{.is_placeholder = true};
     (void)orv::ThumbGenerateOpr::success{.is_placeholder = true};
+    (void)orv::OrvFolder::Options{.recursive = true};
+    (void)orv::FolderModel::Listener{.on_complete = [] {}};
     (void)orv::ReserveFileUrlOpr::success{.final_url = orv::Url("/file")};
 }
 

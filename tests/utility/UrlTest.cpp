@@ -149,6 +149,31 @@ TEST(Url, relative_path_compares_whole_names)
         EXPECT_EQ(relative_path(url, base), expected) << url << " against " << base;
 }
 
+TEST(Url, is_made_from_a_uri)
+{
+    const TextCase cases[] = {
+        {"file:///a/b%20c", "/a/b c"},
+        {"FILE://localhost/a", "/a"},
+        {"file:/a", "/a"},
+        {"file:///%ff%C3%a4/?x#y", "/\xff\xc3\xa4"},
+        {"file:///", "/"},
+        {"file://server/a", ""},
+        {"file:a", ""},
+        {"file:///a%", ""},
+        {"file:///a%2", ""},
+        {"file:///a%zz", ""},
+        {"file:///a%00b", ""},
+        {"http:///a", ""},
+        {"/a", ""},
+        {"", ""},
+    };
+    for (const auto& [given, expected] : cases) {
+        const auto url = Url::from_uri(given);
+        EXPECT_EQ(url ? url->path() : "", expected) << given;
+        EXPECT_TRUE(!url || Url::from_uri(url->description()) == url) << given;
+    }
+}
+
 TEST(Url, description_is_percent_encoded)
 {
     const TextCase cases[] = {

@@ -4,6 +4,7 @@
 #include <orv/utility/MainQueue.hpp>
 
 #include <QObject>
+#include <QPointer>
 #include <QSocketNotifier>
 #include <utility>
 
@@ -40,5 +41,20 @@ public:
 private:
     QSocketNotifier notifier_;
 };
+
+/// `closure` as one that does nothing once `owner` is gone.
+///
+///     manager.copy(from, to, orv::while_alive(this, [this](const auto& status) { … }));
+///
+/// Threading: the closure is called, and the owner ends, on the main thread.
+template <class Closure>
+auto while_alive(QObject* owner, Closure closure)
+{
+    return [guard = QPointer<QObject>(owner),
+            closure = std::move(closure)](auto&&... arguments) mutable {
+        if (guard)
+            closure(std::forward<decltype(arguments)>(arguments)...);
+    };
+}
 
 } // namespace orv
