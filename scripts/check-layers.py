@@ -15,7 +15,7 @@ from pathlib import Path
 RANKS = [
     ["utility"],
     ["files"],
-    ["database", "archive", "picture"],
+    ["database", "archive", "picture", "trash"],
     ["Global"],
     ["Database"],
     ["CustomAttributes"],

@@ -162,6 +162,7 @@ private:
             {"unzip", &Parser::add_unzip},
             {"thumb", &Parser::add_thumb},
             {"rm", &Parser::add_remove},
+            {"trash", &Parser::add_trash},
             {"mkdir", &Parser::add_make_folder},
             {"examples", &Parser::add_examples},
             {"attr", &Parser::add_attributes},
@@ -476,6 +477,47 @@ private:
         command->callback([this] { command_ = remove_; });
     }
 
+    void add_trash()
+    {
+        using Kind = TrashCommand::Kind;
+        CLI::App* command = app_.add_subcommand(
+            "trash", "Move items to the trash; list it, restore from it or empty it");
+        auto* paths = command
+                          ->add_option("PATH", trash_.paths,
+                                       "What to move to the trash, or with --restore where it was")
+                          ->type_name("");
+        const auto flag = [&](const char* name, Kind kind, const char* help) {
+            return command->add_flag_callback(
+                name, [this, kind] { trash_.kind = kind; }, help);
+        };
+        auto* list = flag("--list", Kind::list, "List what lies in the trash, the latest first");
+        auto* restore = flag("--restore", Kind::restore,
+                             "Move the items back that were at these paths, the latest of each");
+        auto* empty = flag("--empty", Kind::empty, "Delete what lies in the trash, for good");
+        list->excludes(paths)->excludes(restore)->excludes(empty);
+        empty->excludes(paths)->excludes(restore);
+        command->add_flag("--json", trash_.json, "As an array")->needs(list);
+        command
+            ->add_option("--older-than", trash_.older_than_days,
+                         "Only what was thrown away more days ago")
+            ->type_name("DAYS")
+            ->check(CLI::Range(std::int64_t{0}, std::int64_t{1'000'000}))
+            ->needs(empty);
+        add_on_conflict(*command, trash_.on_conflict, false,
+                        "What to do when a name is taken; default: ask, which without a terminal "
+                        "means stop");
+        command->get_option("--on-conflict")->needs(restore);
+        command->footer(
+            "The trash is the one of the desktop, on every volume. Where there is none, "
+            "nothing is deleted instead.");
+        command->callback([this, paths] {
+            const bool takes_paths = trash_.kind == Kind::put || trash_.kind == Kind::restore;
+            if (takes_paths && paths->empty())
+                throw CLI::RequiredError("PATH");
+            command_ = trash_;
+        });
+    }
+
     void add_make_folder()
     {
         CLI::App* command = app_.add_subcommand("mkdir", "Create a folder");
@@ -596,6 +638,7 @@ private:
     UnzipCommand unzip_;
     ThumbCommand thumb_;
     RemoveCommand remove_;
+    TrashCommand trash_;
     MakeFolderCommand make_folder_;
     ExamplesCommand examples_;
     GetAttributesCommand get_attributes_;

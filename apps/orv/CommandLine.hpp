@@ -103,6 +103,14 @@ struct RemoveCommand {
     std::vector<std::string> paths;
 };
 
+struct TrashCommand {
+    enum class Kind { put, list, restore, empty } kind = Kind::put;
+    std::vector<std::string> paths;               ///< to put, or where items to restore were
+    std::optional<ConflictBehaviour> on_conflict; ///< of a restore; none: ask
+    bool json = false;
+    std::optional<std::int64_t> older_than_days; ///< none: empty all
+};
+
 struct MakeFolderCommand {
     std::string path;
     bool parents = false;
@@ -128,10 +136,11 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command = std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand,
-                             CopyCommand, MoveCommand, RenameCommand, WriteCommand, ZipCommand,
-                             UnzipCommand, ThumbCommand, RemoveCommand, MakeFolderCommand,
-                             ExamplesCommand, GetAttributesCommand, SetAttributesCommand>;
+using Command =
+    std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand, CopyCommand,
+                 MoveCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand, ThumbCommand,
+                 RemoveCommand, TrashCommand, MakeFolderCommand, ExamplesCommand,
+                 GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

@@ -69,4 +69,12 @@ std::string json(const CustomAttributes& attributes)
         attributes.is_custom_sorted, attributes.was_custom_sorted_at_least_once);
 }
 
+std::string json(const TrashedItem& item)
+{
+    return fmt::format(
+        R"({{"url": {}, "original_url": {}, "deletion_date": {}, "is_dir": {}, "size": {}}})",
+        json(item.url), item.original_url.empty() ? "null" : json(item.original_url),
+        json(std::optional<FileItem::Date>(item.deletion_date)), item.is_dir, json(item.size));
+}
+
 } // namespace orv::app

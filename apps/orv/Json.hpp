@@ -2,6 +2,7 @@
 
 #include <orv/CustomAttributes/CustomAttributes.hpp>
 #include <orv/Misc/FileItem.hpp>
+#include <orv/Operations/TrashedItem.hpp>
 
 #include <string>
 #include <string_view>
@@ -17,5 +18,7 @@ namespace orv::app {
 [[nodiscard]] std::string json(const FileItem& item);
 
 [[nodiscard]] std::string json(const CustomAttributes& attributes);
+
+[[nodiscard]] std::string json(const TrashedItem& item);
 
 } // namespace orv::app

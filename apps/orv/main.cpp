@@ -29,6 +29,8 @@ Locations locations_for(const GlobalOptions& options)
     locations.home_dir = home;
     locations.docs_dir = home.appending("Documents");
     locations.app_support_dir = home.appending(".local/share").appending(options.app_id);
+    locations.trash_dir = home.appending(".local/share/Trash");
+    locations.volumes_dir = home;
     locations.temp_dir = home.appending(".cache").appending(options.app_id).appending("tmp");
     return locations;
 }

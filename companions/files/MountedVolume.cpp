@@ -45,14 +45,14 @@ std::optional<std::string> identity_of_volume(const char* path, int folder)
                                                       std::to_string(volume.f_bsize));
 }
 
+} // namespace
+
 bool is_mount_point(const Url& url)
 {
     struct statx facts {};
     return ::statx(AT_FDCWD, url.path().c_str(), 0, STATX_TYPE, &facts) == 0 &&
            (facts.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
 }
-
-} // namespace
 
 MountedVolume MountedVolume::of(int folder, const Url& url)
 {

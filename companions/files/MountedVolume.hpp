@@ -6,6 +6,9 @@
 
 namespace orv {
 
+/// True if a volume is mounted at `url`, as far as the kernel tells.
+[[nodiscard]] bool is_mount_point(const Url& url);
+
 /// A volume and the place that it is mounted at, to be recognised after a restart.
 struct MountedVolume {
     std::string mount_point;

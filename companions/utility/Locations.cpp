@@ -119,11 +119,10 @@ Locations completed(Locations given)
 
     const Url& home = *given.home_dir;
     fill(given.docs_dir, [&] { return default_docs(home); });
-    fill(given.app_support_dir, [&] {
-        return environment_url("XDG_DATA_HOME")
-            .value_or(home.appending(".local/share"))
-            .appending(given.app_id);
-    });
+    const Url data = environment_url("XDG_DATA_HOME").value_or(home.appending(".local/share"));
+    fill(given.app_support_dir, [&] { return data.appending(given.app_id); });
+    fill(given.trash_dir, [&] { return data.appending("Trash"); });
+    fill(given.volumes_dir, [] { return Url("/"); });
     fill(given.temp_dir, [&] {
         return environment_url("XDG_CACHE_HOME")
             .value_or(home.appending(".cache"))
@@ -196,6 +195,16 @@ const Url& resource_dir()
 const Url& helper_dir()
 {
     return *settled().helper_dir;
+}
+
+const Url& trash_dir()
+{
+    return *settled().trash_dir;
+}
+
+const Url& volumes_dir()
+{
+    return *settled().volumes_dir;
 }
 
 } // namespace orv

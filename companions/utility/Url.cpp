@@ -1,4 +1,5 @@
 #include "utility/FileNames.hpp"
+#include "utility/PercentEncoding.hpp"
 #include "utility/Text.hpp"
 
 #include <orv/utility/Url.hpp>
@@ -83,32 +84,6 @@ std::optional<std::string> resolved(const std::string& path, int& links_left)
     if (links_left-- == 0)
         return std::nullopt;
     return resolved(target->starts_with('/') ? *target : joined(*folder, *target), links_left);
-}
-
-std::optional<unsigned> hex_digit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return static_cast<unsigned>(c - '0');
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? std::optional<unsigned>(lower - 'a' + 10) : std::nullopt;
-}
-
-std::optional<std::string> percent_decoded(std::string_view text)
-{
-    std::string bytes;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (text[at] != '%') {
-            bytes += text[at];
-            continue;
-        }
-        const auto high = at + 2 < text.size() ? hex_digit(text[at + 1]) : std::nullopt;
-        const auto low = high ? hex_digit(text[at + 2]) : std::nullopt;
-        if (!low)
-            return std::nullopt;
-        bytes += static_cast<char>(*high << 4U | *low);
-        at += 2;
-    }
-    return bytes;
 }
 
 } // namespace
@@ -212,20 +187,7 @@ Url Url::deleting_last_path_component() const
 
 std::string Url::description() const
 {
-    static constexpr std::string_view unescaped =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
-        "0123456789-._~!$&'()*+,;=:@/";
-    static constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string text = "file://";
-    for (const char c : path_) {
-        if (unescaped.find(c) != std::string_view::npos) {
-            text += c;
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            text += {'%', digits[byte >> 4], digits[byte & 0xF]};
-        }
-    }
-    return text;
+    return "file://" + percent_encoded(path_, "-._~!$&'()*+,;=:@/");
 }
 
 std::optional<Url> Url::from_uri(std::string_view uri)

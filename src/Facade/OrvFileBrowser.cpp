@@ -123,6 +123,33 @@ OrvFileBrowser::delete_items(std::vector<Url> at,
     return fm_.delete_items(std::move(at), std::move(status_closure));
 }
 
+std::shared_ptr<MoveToTrashOperation>
+OrvFileBrowser::move_to_trash(std::vector<Url> urls,
+                              MoveToTrashOperation::StatusClosure status_closure)
+{
+    return fm_.move_to_trash(std::move(urls), std::move(status_closure));
+}
+
+std::shared_ptr<FetchTrashedOperation>
+OrvFileBrowser::fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure)
+{
+    return fm_.fetch_trashed_items(std::move(status_closure));
+}
+
+std::shared_ptr<RestoreOperation>
+OrvFileBrowser::restore(std::vector<TrashedItem> items,
+                        RestoreOperation::StatusClosure status_closure)
+{
+    return fm_.restore(std::move(items), std::move(status_closure));
+}
+
+std::shared_ptr<EmptyTrashOperation>
+OrvFileBrowser::empty_trash(std::optional<std::chrono::seconds> older_than,
+                            EmptyTrashOperation::StatusClosure status_closure)
+{
+    return fm_.empty_trash(older_than, std::move(status_closure));
+}
+
 std::shared_ptr<RenameOperation>
 OrvFileBrowser::rename(Url url, std::string new_name, RenameOperation::StatusClosure status_closure)
 {

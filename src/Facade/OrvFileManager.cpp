@@ -3,16 +3,20 @@
 #include "Operations/CopyOpr.hpp"
 #include "Operations/DataToFileOpr.hpp"
 #include "Operations/DeleteOpr.hpp"
+#include "Operations/EmptyTrashOpr.hpp"
 #include "Operations/FetchByAttrOpr.hpp"
 #include "Operations/FetchItemsOpr.hpp"
+#include "Operations/FetchTrashedOpr.hpp"
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/MoveOpr.hpp"
+#include "Operations/MoveToTrashOpr.hpp"
 #include "Operations/MultiCopyOpr.hpp"
 #include "Operations/MultiDeleteOpr.hpp"
 #include "Operations/MultiMoveOpr.hpp"
 #include "Operations/NewFolderOpr.hpp"
 #include "Operations/RenameOpr.hpp"
 #include "Operations/ReserveFileUrlOpr.hpp"
+#include "Operations/RestoreOpr.hpp"
 #include "Operations/SearchItemsOpr.hpp"
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/ThumbGenerateOpr.hpp"
@@ -187,6 +191,33 @@ OrvFileManager::delete_items(std::vector<Url> at,
                              MultiDeleteOperation::StatusClosure status_closure)
 {
     return orv::delete_items(std::move(at), std::move(status_closure));
+}
+
+std::shared_ptr<MoveToTrashOperation>
+OrvFileManager::move_to_trash(std::vector<Url> urls,
+                              MoveToTrashOperation::StatusClosure status_closure)
+{
+    return orv::move_to_trash(std::move(urls), std::move(status_closure));
+}
+
+std::shared_ptr<FetchTrashedOperation>
+OrvFileManager::fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure)
+{
+    return orv::fetch_trashed_items(std::move(status_closure));
+}
+
+std::shared_ptr<RestoreOperation>
+OrvFileManager::restore(std::vector<TrashedItem> items,
+                        RestoreOperation::StatusClosure status_closure)
+{
+    return orv::restore(std::move(items), std::move(status_closure));
+}
+
+std::shared_ptr<EmptyTrashOperation>
+OrvFileManager::empty_trash(std::optional<std::chrono::seconds> older_than,
+                            EmptyTrashOperation::StatusClosure status_closure)
+{
+    return orv::empty_trash(older_than, std::move(status_closure));
 }
 
 std::shared_ptr<NewFolderOperation>

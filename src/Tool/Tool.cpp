@@ -199,11 +199,16 @@ try {
 
 void Tool::move_item(const Url& from, const Url& to, const AroundNaming& around)
 {
-    const int error = attempt_naming(around, [&] { return rename_item(from, to); });
-    if (error == EXDEV)
+    if (!move_item_within_volume(from, to, around))
         move_across_volumes(from, to, false, around);
-    else if (error != 0)
+}
+
+bool Tool::move_item_within_volume(const Url& from, const Url& to, const AroundNaming& around)
+{
+    const int error = attempt_naming(around, [&] { return rename_item(from, to); });
+    if (error != 0 && error != EXDEV)
         throw move_error(platform_error(error, error == EEXIST ? to : from));
+    return error == 0;
 }
 
 void Tool::move_item_replacing(const Url& from, const Url& to, const AroundNaming& around)

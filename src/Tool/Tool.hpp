@@ -84,6 +84,10 @@ public:
     static void move_item_replacing(const Url& from, const Url& to,
                                     const AroundNaming& around = {nothing_around, nothing_around});
 
+    /// The same as `move_item` to a place on the same volume. False, and nothing has happened, if
+    /// it is on another.
+    static bool move_item_within_volume(const Url& from, const Url& to, const AroundNaming& around);
+
     /// The user's documents folder, created when it is missing.
     [[nodiscard]] static const Url& docs_dir();
     [[nodiscard]] static const Url& temp_dir();

@@ -264,6 +264,49 @@ FaultCase delete_case()
     return finished(std::move(request));
 }
 
+const std::string trashed_tree = trashed_items + std::string("/tree");
+
+/// The trash with the tree in it.
+Scene surroundings_with_trash()
+{
+    FaultCase request{.name = "",
+                      .arguments = {},
+                      .before = surroundings(),
+                      .after = surroundings(),
+                      .moved = {{tree, trashed_tree}}};
+    move_items(request);
+    Scene scene = request.after;
+    for (const char* made : {"home/.local", "home/.local/share", "home/.local/share/Trash",
+                             trashed_items, trash_infos})
+        scene.unwatched[made] = folder(0700);
+    scene.unwatched[trash_infos + std::string("/tree.trashinfo")] =
+        file("[Trash Info]\nPath=@/" + tree + "\nDeletionDate=2001-01-01T01:01:01\n");
+    return scene;
+}
+
+FaultCase restore_case()
+{
+    FaultCase request{.name = "restore",
+                      .arguments = {"trash", "--restore", "@" + tree},
+                      .before = surroundings_with_trash(),
+                      .moved = {{trashed_tree, tree}}};
+    request.after = request.before;
+    move_items(request);
+    return finished(std::move(request));
+}
+
+FaultCase empty_trash_case()
+{
+    FaultCase request{.name = "empty the trash",
+                      .arguments = {"trash", "--empty"},
+                      .before = surroundings_with_trash()};
+    request.after = surroundings();
+    take_away(request.after.items, tree);
+    std::erase_if(request.after.rows,
+                  [](const auto& row) { return is_at_or_below(row.first, "shelf/tree"); });
+    return finished(std::move(request));
+}
+
 FaultCase new_folder_case()
 {
     FaultCase request{.name = "new folder",
@@ -404,6 +447,9 @@ const std::vector<FaultCase>& fault_cases()
         move_across_case("move of a file to another volume", "/sub/c.bin"),
         move_across_that_replaces_case(),
         delete_case(),
+        move_case("trash", {"trash", "@" + tree}, {{tree, trashed_tree}}),
+        restore_case(),
+        empty_trash_case(),
         new_folder_case(),
         attributes_case(),
         zip_case(),

@@ -14,6 +14,9 @@ namespace orv::test {
 struct Scene {
     Snapshot items;
     Rows rows;
+    /// Items that are there, too, but are not looked at. "@" in a file's content stands for the
+    /// root.
+    Snapshot unwatched = {};
 };
 
 [[nodiscard]] ItemState folder(mode_t permissions = 0755);
@@ -41,5 +44,9 @@ void take_away(Snapshot& items, const std::string& place);
 
 /// Makes the items below `root`, where nothing stands yet.
 void build(const Url& root, const Snapshot& items);
+
+/// Where the home trash of a site keeps its items, and the texts about them.
+inline constexpr const char* trashed_items = "home/.local/share/Trash/files";
+inline constexpr const char* trash_infos = "home/.local/share/Trash/info";
 
 } // namespace orv::test

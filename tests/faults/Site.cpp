@@ -26,7 +26,31 @@ constexpr std::array folders{"home", "home/disk", "outside", "volume"};
 
 bool is_kept_by_library(const std::string& path)
 {
-    return is_at_or_below(path, "home/.local") || is_at_or_below(path, "home/.cache");
+    const bool is_trashed = is_at_or_below(path, trashed_items) && path != trashed_items;
+    return (is_at_or_below(path, "home/.local") && !is_trashed) ||
+           is_at_or_below(path, "home/.cache");
+}
+
+/// An item in the trash is of no use without a text that tells where it was.
+void tell_of_missing_infos(Snapshot& items, const Snapshot& all)
+{
+    const std::string start = std::string(trashed_items) + "/";
+    for (const auto& [path, item] : all) {
+        if (!path.starts_with(start) || path.find('/', start.size()) != std::string::npos ||
+            path.ends_with(".orvresume"))
+            continue;
+        const auto info = all.find(trash_infos + path.substr(start.size() - 1) + ".trashinfo");
+        if (info == all.end() || !info->second.content.ends_with('\n'))
+            items[path + " without an info"] = item;
+    }
+}
+
+Snapshot with_root(Snapshot items, const std::string& root)
+{
+    for (auto& [path, item] : items)
+        if (const std::size_t at = item.content.find('@'); at != std::string::npos)
+            item.content.replace(at, 1, root);
+    return items;
 }
 
 void make_accessible(const fs::path& folder)
@@ -77,7 +101,9 @@ void Site::reset()
         fs::create_directory(root_ / name);
         empty(root_ / name);
     }
-    build(root(), scene_.items);
+    Snapshot items = with_root(scene_.unwatched, root().path());
+    items.insert(scene_.items.begin(), scene_.items.end());
+    build(root(), items);
     write_file(database(), database_);
     own_unfinished_files();
 }
@@ -130,8 +156,10 @@ bool Site::start_again() const
 
 Snapshot Site::items() const
 {
-    Snapshot items = snapshot_of(root());
+    const Snapshot all = snapshot_of(root());
+    Snapshot items = all;
     std::erase_if(items, [](const auto& entry) { return is_kept_by_library(entry.first); });
+    tell_of_missing_infos(items, all);
     for (const char* name : folders)
         items.erase(name);
     return items;

@@ -1,9 +1,10 @@
 #!/bin/bash
-# Runs the README's example twice: it copies a folder, and the second time keeps both.
+# Runs the README's first example twice: it copies a folder, and the second time keeps both. Then runs
+# the one that moves the folder to the trash and back.
 set -euo pipefail
-program=$1
+program=$1 trash_program=$2
 HOME=$(mktemp -d)
-export HOME
+export HOME XDG_DATA_HOME=
 trap 'rm -rf "$HOME"' EXIT
 cd "$HOME"
 
@@ -14,3 +15,7 @@ for copy in Backup "Backup 2"; do
     "$program"
     diff -r Photos "$copy"
 done
+
+"$trash_program"
+diff -r Photos Backup
+[[ -d .local/share/Trash/files ]]

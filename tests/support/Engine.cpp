@@ -23,6 +23,8 @@ struct Places {
         locations.docs_dir = home.appending("Documents");
         locations.app_support_dir = root / "support";
         locations.temp_dir = temp;
+        locations.trash_dir = root / "Trash";
+        locations.volumes_dir = std::filesystem::temp_directory_path(); // where tests mount theirs
         OrvFileManager::configure(locations);
         OrvFileManager::create_singleton();
     }

@@ -20,6 +20,13 @@ std::string named(std::string text, const std::vector<FileItem>& items)
     return text;
 }
 
+std::string originals(std::string text, const std::vector<TrashedItem>& items)
+{
+    for (const TrashedItem& item : items)
+        text += " " + item.original_url.last_path_component();
+    return text;
+}
+
 } // namespace
 
 std::string text_of(const status::success&)
@@ -103,6 +110,29 @@ std::string text_of(const ThumbGenerateOpr::success& status)
 {
     return (status.is_placeholder ? "placeholder " : "success ") +
            std::to_string(status.thumb.width()) + "x" + std::to_string(status.thumb.height());
+}
+
+std::string text_of(const MoveToTrashOperation::success& status)
+{
+    return originals("success", status.items);
+}
+
+std::string text_of(const FetchTrashedOperation::success& status)
+{
+    return originals("success", status.items);
+}
+
+std::string text_of(const RestoreOperation::success& status)
+{
+    std::string text = "success";
+    for (const Url& url : status.urls)
+        text += " " + url.last_path_component();
+    return text;
+}
+
+std::string text_of(const EmptyTrashOperation::success& status)
+{
+    return "success " + std::to_string(status.count);
 }
 
 std::string text_of(const ReserveFileUrlOpr::success& status)

@@ -22,6 +22,10 @@ namespace orv::test {
 [[nodiscard]] std::string text_of(const NewFolderOperation::error& status);
 [[nodiscard]] std::string text_of(const FolderSizeOperation::success& status);
 [[nodiscard]] std::string text_of(const FetchItemsOperation::success& status);
+[[nodiscard]] std::string text_of(const MoveToTrashOperation::success& status);
+[[nodiscard]] std::string text_of(const FetchTrashedOperation::success& status);
+[[nodiscard]] std::string text_of(const RestoreOperation::success& status);
+[[nodiscard]] std::string text_of(const EmptyTrashOperation::success& status);
 [[nodiscard]] std::string text_of(const ReserveFileUrlOpr::success& status);
 [[nodiscard]] std::string text_of(const FetchByAttrOperation::success& status);
 [[nodiscard]] std::string text_of(const SearchItemsOperation::currently_fetched& status);

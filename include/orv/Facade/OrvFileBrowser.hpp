@@ -3,6 +3,7 @@
 #include <orv/Facade/OrvFileManager.hpp>
 #include <orv/picture/Picture.hpp>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -77,6 +78,15 @@ public:
                                                  DeleteOperation::StatusClosure status_closure);
     std::shared_ptr<MultiDeleteOperation>
     delete_items(std::vector<Url> at, MultiDeleteOperation::StatusClosure status_closure);
+    std::shared_ptr<MoveToTrashOperation>
+    move_to_trash(std::vector<Url> urls, MoveToTrashOperation::StatusClosure status_closure);
+    std::shared_ptr<FetchTrashedOperation>
+    fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure);
+    std::shared_ptr<RestoreOperation> restore(std::vector<TrashedItem> items,
+                                              RestoreOperation::StatusClosure status_closure);
+    std::shared_ptr<EmptyTrashOperation>
+    empty_trash(std::optional<std::chrono::seconds> older_than,
+                EmptyTrashOperation::StatusClosure status_closure);
     std::shared_ptr<RenameOperation> rename(Url url, std::string new_name,
                                             RenameOperation::StatusClosure status_closure);
     std::shared_ptr<NewFolderOperation>

@@ -4,16 +4,20 @@
 #include <orv/Operations/CopyOpr.hpp>
 #include <orv/Operations/DataToFileOpr.hpp>
 #include <orv/Operations/DeleteOpr.hpp>
+#include <orv/Operations/EmptyTrashOpr.hpp>
 #include <orv/Operations/FetchByAttrOpr.hpp>
 #include <orv/Operations/FetchItemsOpr.hpp>
+#include <orv/Operations/FetchTrashedOpr.hpp>
 #include <orv/Operations/FolderSizeOpr.hpp>
 #include <orv/Operations/MoveOpr.hpp>
+#include <orv/Operations/MoveToTrashOpr.hpp>
 #include <orv/Operations/MultiCopyOpr.hpp>
 #include <orv/Operations/MultiDeleteOpr.hpp>
 #include <orv/Operations/MultiMoveOpr.hpp>
 #include <orv/Operations/NewFolderOpr.hpp>
 #include <orv/Operations/RenameOpr.hpp>
 #include <orv/Operations/ReserveFileUrlOpr.hpp>
+#include <orv/Operations/RestoreOpr.hpp>
 #include <orv/Operations/SearchItemsOpr.hpp>
 #include <orv/Operations/SnglCopyOpr.hpp>
 #include <orv/Operations/ThumbGenerateOpr.hpp>
@@ -23,6 +27,7 @@
 #include <orv/utility/Locations.hpp>
 #include <orv/utility/Url.hpp>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -122,6 +127,26 @@ public:
     /// Deletes the items one after the other, and stops at the first failure.
     std::shared_ptr<MultiDeleteOperation>
     delete_items(std::vector<Url> at, MultiDeleteOperation::StatusClosure status_closure);
+
+    /// Moves the items to the trash that the user's programs share: the home trash for what lies on
+    /// its volume, else one on the volume of the item. Of a symbolic link, the link itself goes.
+    /// Attributes go along.
+    std::shared_ptr<MoveToTrashOperation>
+    move_to_trash(std::vector<Url> urls, MoveToTrashOperation::StatusClosure status_closure);
+
+    /// Lists what lies in the trash folders of all mounted volumes, whoever threw it away.
+    std::shared_ptr<FetchTrashedOperation>
+    fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure);
+
+    /// Moves the items out of the trash, each to its `original_url`. Attributes come back, too.
+    std::shared_ptr<RestoreOperation> restore(std::vector<TrashedItem> items,
+                                              RestoreOperation::StatusClosure status_closure);
+
+    /// Deletes for good what lies in the trash folders of all mounted volumes: all of it, or what
+    /// was thrown away longer than `older_than` ago.
+    std::shared_ptr<EmptyTrashOperation>
+    empty_trash(std::optional<std::chrono::seconds> older_than,
+                EmptyTrashOperation::StatusClosure status_closure);
 
     /// Creates a folder, and with `also_create_intermediates` the missing ones above it.
     std::shared_ptr<NewFolderOperation>

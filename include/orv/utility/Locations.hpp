@@ -30,6 +30,12 @@ struct Locations {
     /// Holds the programs that decode pictures and films for thumbnails. Default: "libexec/orv" in
     /// the same prefix.
     std::optional<Url> helper_dir = {};
+    /// The home trash, which the user's programs share. Default: `$XDG_DATA_HOME/Trash`, else
+    /// ".local/share/Trash" in the home folder.
+    std::optional<Url> trash_dir = {};
+    /// Of the volumes mounted at or below this folder, the trash folders are listed and emptied.
+    /// Default: "/".
+    std::optional<Url> volumes_dir = {};
 };
 
 /// Sets the locations; a place `locations` leaves out gets its default.
@@ -46,5 +52,7 @@ void configure_locations(Locations locations);
 [[nodiscard]] const Url& temp_dir();
 [[nodiscard]] const Url& resource_dir();
 [[nodiscard]] const Url& helper_dir();
+[[nodiscard]] const Url& trash_dir();
+[[nodiscard]] const Url& volumes_dir();
 
 } // namespace orv

@@ -49,4 +49,22 @@ void move_with_records(const Url& from, const Url& to, bool replaces)
     records.finish([&] { try_to_flush_folder_of(to); }, has_moved);
 }
 
+bool move_within_volume_with_records(const Url& from, const Url& to)
+{
+    const auto is_there = [&] { return Tool::item_exists(to); };
+    const auto check = [&] {
+        if (is_there())
+            throw move_error(platform_error(EEXIST, to));
+    };
+    const auto has_moved = [&] { return is_there() && !Tool::item_exists(from); };
+
+    RecordMove records(record_key_of_entry(from), record_key_of_entry(to), true);
+    const auto before = [&] { records.store_for_both(check); };
+    const auto failed = [&] { take_back(records, is_there); };
+    if (!Tool::move_item_within_volume(from, to, {before, failed}))
+        return false;
+    records.finish([&] { try_to_flush_folder_of(to); }, has_moved);
+    return true;
+}
+
 } // namespace orv

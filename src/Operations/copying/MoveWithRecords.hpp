@@ -12,4 +12,11 @@ namespace orv {
 /// Errors: those of `Tool::move_item` and of the database.
 void move_with_records(const Url& from, const Url& to, bool replaces);
 
+/// Moves the item at `from` to `to` on the same volume, a name that is this item's alone:
+/// attributes that are stored for it are those of an item that has gone. False, and nothing has
+/// happened, if `to` is on another volume.
+///
+/// Errors: those of `Tool::move_item` and of the database.
+bool move_within_volume_with_records(const Url& from, const Url& to);
+
 } // namespace orv

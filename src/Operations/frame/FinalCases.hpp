@@ -1,10 +1,14 @@
 #pragma once
 
+#include <orv/Operations/EmptyTrashOpr.hpp>
 #include <orv/Operations/FetchByAttrOpr.hpp>
 #include <orv/Operations/FetchItemsOpr.hpp>
+#include <orv/Operations/FetchTrashedOpr.hpp>
 #include <orv/Operations/FolderSizeOpr.hpp>
+#include <orv/Operations/MoveToTrashOpr.hpp>
 #include <orv/Operations/NewFolderOpr.hpp>
 #include <orv/Operations/ReserveFileUrlOpr.hpp>
+#include <orv/Operations/RestoreOpr.hpp>
 #include <orv/Operations/SearchItemsOpr.hpp>
 #include <orv/Operations/Status.hpp>
 #include <orv/Operations/ThumbGenerateOpr.hpp>
@@ -39,19 +43,31 @@ struct IsFinalCase<status::progress<Record>> : std::false_type {
 };
 
 template <>
+struct IsFinalCase<EmptyTrashOperation::success> : std::true_type {
+};
+template <>
 struct IsFinalCase<FetchByAttrOperation::success> : std::true_type {
 };
 template <>
 struct IsFinalCase<FetchItemsOperation::success> : std::true_type {
 };
 template <>
+struct IsFinalCase<FetchTrashedOperation::success> : std::true_type {
+};
+template <>
 struct IsFinalCase<FolderSizeOperation::success> : std::true_type {
+};
+template <>
+struct IsFinalCase<MoveToTrashOperation::success> : std::true_type {
 };
 template <>
 struct IsFinalCase<NewFolderOperation::error> : std::true_type {
 };
 template <>
 struct IsFinalCase<ReserveFileUrlOpr::success> : std::true_type {
+};
+template <>
+struct IsFinalCase<RestoreOperation::success> : std::true_type {
 };
 template <>
 struct IsFinalCase<SearchItemsOperation::currently_fetched> : std::false_type {

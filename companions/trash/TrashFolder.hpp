@@ -1,0 +1,115 @@
+#pragma once
+
+#include "files/DestinationFolder.hpp"
+#include "files/FreeName.hpp"
+#include "files/HiddenNames.hpp"
+#include "files/Identity.hpp"
+#include "trash/TrashInfo.hpp"
+#include "utility/FileDescriptor.hpp"
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace orv {
+
+/// Where a trash folder lies.
+struct TrashPlace {
+    enum class Kind {
+        home,   ///< the user's own, whose infos tell full paths
+        shared, ///< in a folder ".Trash" that an administrator made for all users of a volume
+        user    ///< the user's own on a volume
+    };
+
+    Kind kind;
+    Url url;
+    Url base; ///< relative paths in the infos begin there
+};
+
+/// An item in a trash folder.
+struct TrashEntry {
+    std::string name;
+    std::optional<TrashInfo> info;     ///< none where it is missing or makes no sense
+    std::optional<Error> failure = {}; ///< why the info could not be read
+    std::int64_t info_time = 0;        ///< when the info was written, in seconds
+    struct statx facts = {};
+};
+
+/// A trash folder, open: "files" holds the items that were thrown away, "info" a text about each.
+///
+/// Threading: one thread.
+class TrashFolder {
+public:
+    /// Opens the trash folder; no value if there is none.
+    ///
+    /// Errors: a sentence that says why it is not used: it is a link, belongs to another user, …;
+    /// the platform's.
+    static std::unique_ptr<TrashFolder> opened(const TrashPlace& place);
+
+    /// The same, and makes what is missing, for the user alone.
+    static std::unique_ptr<TrashFolder> made(const TrashPlace& place);
+
+    TrashFolder(const TrashFolder&) = delete;
+    TrashFolder& operator=(const TrashFolder&) = delete;
+
+    [[nodiscard]] const TrashPlace& place() const { return place_; }
+    [[nodiscard]] DestinationFolder folder() const { return {root_.get(), place_.url}; }
+    [[nodiscard]] Identity identity() const { return identity_; }
+    [[nodiscard]] Url url_of(const std::string& name) const;
+
+    /// Writes the info of an item that is about to come, to the disk, and returns the name that
+    /// this reserves for it.
+    ///
+    /// Errors: the platform's; then nothing is there.
+    [[nodiscard]] std::string reserve(const Url& original, TrashInfo::Date date);
+
+    /// Removes the info of an item that did not come or has left.
+    void remove_info(const std::string& name) noexcept;
+
+    /// Removes infos of items that never came, since a process was killed or an item was removed by
+    /// hand. Those of the last hour stay: their items may be on the way.
+    void remove_stray_infos() noexcept;
+
+    /// The item `name`; no value if there is none.
+    [[nodiscard]] std::optional<TrashEntry> entry(const std::string& name) const;
+
+    /// All items, in no order.
+    ///
+    /// Errors: the platform's.
+    [[nodiscard]] std::vector<TrashEntry> entries() const;
+
+    /// Where the item was. Empty if it is not known, or if a foreign volume names a place outside.
+    [[nodiscard]] Url original_url(const TrashEntry& entry) const;
+
+    /// Removes the item for good, a folder with everything in it, and its info. Nobody sees a
+    /// folder of which a part is gone, unless it cannot be removed.
+    ///
+    /// Errors: the platform's.
+    void destroy(const TrashEntry& entry);
+
+private:
+    TrashFolder(TrashPlace place, FileDescriptor root, Identity identity, FileDescriptor files,
+                FileDescriptor info);
+    static std::unique_ptr<TrashFolder> open(const TrashPlace& place, bool makes);
+    [[nodiscard]] std::string told_path(const Url& original) const;
+    [[nodiscard]] bool is_taken(const std::string& name) const;
+    void write_info(const std::string& name, const std::string& text) const;
+    void destroy_folder(const std::string& name);
+
+    TrashPlace place_;
+    FileDescriptor root_;
+    Identity identity_;
+    FileDescriptor files_;
+    FileDescriptor info_;
+    FreeNames names_;
+    HiddenNames hidden_names_;
+};
+
+} // namespace orv

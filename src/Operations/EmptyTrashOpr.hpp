@@ -1,0 +1,16 @@
+#pragma once
+
+#include <orv/Operations/EmptyTrashOpr.hpp>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace orv {
+
+/// Starts the deletion of all that is in the trash, or of what was thrown away longer than
+/// `older_than` ago.
+std::shared_ptr<EmptyTrashOperation> empty_trash(std::optional<std::chrono::seconds> older_than,
+                                                 EmptyTrashOperation::StatusClosure status_closure);
+
+} // namespace orv
