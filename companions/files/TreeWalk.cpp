@@ -75,8 +75,9 @@ TreeWalk::Event TreeWalk::next_item()
         if (look_at(*entry))
             return *(event_ = Event::item);
     }
-    if (trail_.read_error() != 0 && !passes_over(trail_.read_error()))
-        throw platform_error(trail_.read_error(), trail_.path());
+    const int error = trail_.read_error();
+    if (error != 0 && !passes_over(error, trail_.path()))
+        throw platform_error(error, trail_.path());
     return left();
 }
 
@@ -106,9 +107,10 @@ bool TreeWalk::describe()
         return true;
     if (::statx(trail_.folder(), name_, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
                 STATX_BASIC_STATS | STATX_BTIME, &facts_) != 0) {
-        if (passes_over(errno))
+        const int error = errno;
+        if (passes_over(error, trail_.path_of(name_)))
             return false;
-        throw platform_error(errno, trail_.path_of(name_));
+        throw platform_error(error, trail_.path_of(name_));
     }
     return true;
 }
@@ -128,7 +130,7 @@ bool TreeWalk::enter_item()
         opened_item_ = open_folder(trail_.folder(), name_);
     OpenFolder folder = std::exchange(opened_item_, {});
     if (folder.error != 0) {
-        if (passes_over(folder.error))
+        if (passes_over(folder.error, path()))
             return false;
         throw platform_error(folder.error, path());
     }
@@ -156,10 +158,15 @@ TreeWalk::Event TreeWalk::left()
     return *(event_ = Event::left);
 }
 
-bool TreeWalk::passes_over(int error) const
+bool TreeWalk::passes_over(int error, const std::string& path) const
 {
     const bool out_of_means = error == EMFILE || error == ENFILE || error == ENOMEM;
-    return options_.unreadable == TreeWalkOptions::Unreadable::pass_over && !out_of_means;
+    if (options_.unreadable == TreeWalkOptions::Unreadable::fail || out_of_means)
+        return false;
+    const bool is_gone = error == ENOENT;
+    if (options_.on_passed_over && !is_gone)
+        options_.on_passed_over(platform_error(error, path));
+    return true;
 }
 
 std::string TreeWalk::path() const

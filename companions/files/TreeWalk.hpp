@@ -2,8 +2,10 @@
 
 #include "files/FolderTrail.hpp"
 
+#include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +26,9 @@ struct TreeWalkOptions {
     /// Without them, a hidden folder is left out with all that is in it.
     bool include_hidden_files = true;
     Unreadable unreadable = Unreadable::pass_over;
+    /// Told why each folder or entry is passed over that is still there. What it refers to must
+    /// outlive the walk. May be empty.
+    std::function<void(const Error&)> on_passed_over = {};
     /// Without it, of what is no folder only the type is told where the folder tells it, until
     /// `describe()` is called.
     bool describes_all = true;
@@ -110,7 +115,7 @@ private:
     bool enter_item();
     Event entered();
     Event left();
-    [[nodiscard]] bool passes_over(int error) const;
+    [[nodiscard]] bool passes_over(int error, const std::string& path) const;
     [[nodiscard]] std::string below_root(std::string path) const;
 
     TreeWalkOptions options_;

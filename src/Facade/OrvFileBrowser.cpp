@@ -45,6 +45,16 @@ void OrvFileBrowser::change_dir(const Url& url)
     curr_dir_ = url.resolving_symlinks();
 }
 
+std::vector<std::shared_ptr<OrvOperation>> OrvFileBrowser::running() const
+{
+    return fm_.running();
+}
+
+void OrvFileBrowser::cancel_all()
+{
+    fm_.cancel_all();
+}
+
 std::shared_ptr<FetchItemsOperation>
 OrvFileBrowser::fetch_curr_dir_items(std::optional<SortType> sort, bool include_hidden_files,
                                      FetchItemsOperation::StatusClosure status_closure)

@@ -22,6 +22,7 @@
 #include "Operations/ThumbGenerateOpr.hpp"
 #include "Operations/UnzipOpr.hpp"
 #include "Operations/ZipOpr.hpp"
+#include "Operations/frame/RunningOperations.hpp"
 #include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
@@ -104,6 +105,17 @@ void OrvFileManager::set_max_threads(int count)
 int OrvFileManager::max_threads()
 {
     return WorkerPool::instance().max_threads();
+}
+
+std::vector<std::shared_ptr<OrvOperation>> OrvFileManager::running() const
+{
+    return RunningOperations::all();
+}
+
+void OrvFileManager::cancel_all()
+{
+    for (const auto& operation : RunningOperations::all())
+        operation->cancel();
 }
 
 std::shared_ptr<SnglCopyOperation>

@@ -89,13 +89,15 @@ void copy(CopyRequest& request, const Url& source, const Url& destination)
         request.check_cancelled();
         request.report_held();
     };
-    const std::int64_t total = item_size(source, between_items);
+    const TreeSize total = item_size(source, between_items);
+    request.tally().expect(total.bytes, total.items);
     const bool replaces =
-        answer.replaces && !makes_room(request, source, answer.destination, total);
+        answer.replaces && !makes_room(request, source, answer.destination, total.bytes);
     CopyProgress progress = copy_tree(request,
-                                      {source, answer.destination, answer.merges, replaces, total,
-                                       steps_ahead(descriptors, needed_by_transfer)},
+                                      {source, answer.destination, answer.merges, replaces,
+                                       total.bytes, steps_ahead(descriptors, needed_by_transfer)},
                                       nothing_copied);
+    request.tally().add_result(answer.destination);
     progress.value = 1;
     request.report(status::progress<CopyProgress>{progress}); // while the locks are held
 }

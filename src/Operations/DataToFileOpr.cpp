@@ -52,7 +52,7 @@ TargetAnswer settle_conflict(DataRequest& request, const Url& target)
     return {target};
 }
 
-void write_data(DataRequest& request, int file, Bytes data, const Url& target,
+void write_data(DataRequest& request, int file, Bytes data, const Url& target, ByteCounter& counter,
                 GeneralProgress progress)
 {
     ProgressInterval interval;
@@ -60,6 +60,7 @@ void write_data(DataRequest& request, int file, Bytes data, const Url& target,
         const Bytes chunk = data.subspan(written, std::min(chunk_size, data.size() - written));
         write_all({file, target}, chunk, static_cast<std::int64_t>(written));
         written += chunk.size();
+        counter.up_to(static_cast<std::int64_t>(written));
         request.check_cancelled();
         if (interval.is_due()) {
             progress.value = static_cast<float>(written) / static_cast<float>(data.size());
@@ -80,17 +81,21 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
     if (replaces)
         check_can_be_replaced(target, failure);
     const GeneralProgress progress{url, 0};
+    request.tally().expect(static_cast<std::int64_t>(data.size()), 1);
     request.report(status::progress<GeneralProgress>{progress});
     const auto poll = [&] { request.check_cancelled(); };
     const bool goes_first =
         replaces && only_fits_alone(target, static_cast<std::int64_t>(data.size()), poll);
     if (goes_first)
         remove_replaced(target, failure);
-    build_file(
-        target, replaces && !goes_first,
-        {.not_created = data_place("Couldn't create destination file.", 169),
-         .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
-        [&](const PartialFile& file) { write_data(request, file.fd(), data, target, progress); });
+    ByteCounter counter(request.tally());
+    build_file(target, replaces && !goes_first,
+               {.not_created = data_place("Couldn't create destination file.", 169),
+                .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
+               [&](const PartialFile& file) {
+                   write_data(request, file.fd(), data, target, counter, progress);
+               });
+    request.tally().add_done(target);
     // The lock is kept for that: nobody else's file may be deleted. A file that took the place of
     // another stays, since the other one is gone.
     if (replaces)

@@ -37,7 +37,7 @@ void delete_records(const RecordKey& key, const Url& url)
 
 } // namespace
 
-void delete_item_and_records(const Url& url)
+void delete_item_and_records(const Url& url, Tally& tally)
 {
     check_path(url, "Given", delete_place);
     const UrlLock lock(write(url));
@@ -49,6 +49,7 @@ void delete_item_and_records(const Url& url)
     const RecordKey key = record_key_of_entry(url);
     remove_item(url);
     delete_records(key, url);
+    tally.add_done(url);
 }
 
 std::shared_ptr<DeleteOperation> delete_item(Url url, DeleteOperation::StatusClosure status_closure)
@@ -57,7 +58,7 @@ std::shared_ptr<DeleteOperation> delete_item(Url url, DeleteOperation::StatusClo
         std::move(status_closure),
         [url = std::move(url)](Request<DeleteOperation>& request) -> DeleteOperation::Status {
             const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
-            delete_item_and_records(url);
+            delete_item_and_records(url, request.tally());
             return status::success{};
         });
 }

@@ -29,7 +29,8 @@ bool is_gone(const Error& error)
     return error.code() == ENOENT || error.code() == ENOTDIR;
 }
 
-FetchByAttrOperation::success items_with(Attribute attribute, FetchByAttrOperation::IfGone if_gone)
+FetchByAttrOperation::success items_with(Attribute attribute, FetchByAttrOperation::IfGone if_gone,
+                                         Tally& tally)
 {
     FetchByAttrOperation::success found;
     for (const auto& [url, attributes] : RecCustomAttr::fetch_all_by_url(condition_of(attribute))) {
@@ -39,9 +40,11 @@ FetchByAttrOperation::success items_with(Attribute attribute, FetchByAttrOperati
             if (if_gone == FetchByAttrOperation::IfGone::fail || !is_gone(error))
                 throw;
             found.gone.push_back(url);
+            tally.add_failure({url, error});
             continue;
         }
         found.content.back().custom_attributes = attributes;
+        tally.add_items(1);
     }
     return found;
 }
@@ -55,8 +58,8 @@ fetch_items_by_attribute(Attribute attribute, std::optional<SortType> sort,
 {
     return start_request<FetchByAttrOperation>(
         std::move(status_closure),
-        [=](Request<FetchByAttrOperation>&) -> FetchByAttrOperation::Status {
-            FetchByAttrOperation::success found = items_with(attribute, if_gone);
+        [=](Request<FetchByAttrOperation>& request) -> FetchByAttrOperation::Status {
+            FetchByAttrOperation::success found = items_with(attribute, if_gone, request.tally());
             pause_in_test_mode(std::chrono::milliseconds(200));
             if (sort)
                 orv_sort(found.content, *sort);

@@ -2,7 +2,6 @@
 
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
-#include "Operations/frame/CancelPoll.hpp"
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/FolderChecks.hpp"
@@ -18,18 +17,19 @@ constexpr ErrorPlace fetch_place{
     "src/Operations/FetchItemsOpr",
     "fetch_items(inside:recursive:sort:include_hidden_files:status_closure:)"};
 
-std::vector<FileItem> collect(const Url& folder, bool recursive, bool include_hidden_files,
-                              FunctionRef<void()> check_cancelled)
+std::vector<FileItem> collect(Request<FetchItemsOperation>& request, const Url& folder,
+                              bool recursive, bool include_hidden_files)
 {
     std::vector<FileItem> items;
-    CancelPoll poll(check_cancelled);
+    const auto collect_item = [&](FileItem item) {
+        request.check_cancelled();
+        request.tally().add_items(1);
+        items.push_back(std::move(item));
+        pause_in_test_mode(std::chrono::milliseconds(200));
+        return true;
+    };
     Tool::iterate_contents(folder, false, recursive, std::nullopt, include_hidden_files,
-                           [&](FileItem item) {
-                               poll();
-                               items.push_back(std::move(item));
-                               pause_in_test_mode(std::chrono::milliseconds(200));
-                               return true;
-                           });
+                           collect_item, failures_of(request));
     return items;
 }
 
@@ -60,8 +60,7 @@ std::shared_ptr<FetchItemsOperation> fetch_items(Url inside, bool recursive,
             check_is_folder(inside, fetch_place("No item exists at given url.", 54),
                             fetch_place("Given url must point to a folder.", 50));
             const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
-            std::vector<FileItem> items = collect(inside, recursive, include_hidden_files,
-                                                  [&] { request.check_cancelled(); });
+            std::vector<FileItem> items = collect(request, inside, recursive, include_hidden_files);
             load_all_custom_attrs(items);
             if (sort) {
                 orv_sort(items, *sort);

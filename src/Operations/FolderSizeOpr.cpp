@@ -1,7 +1,6 @@
 #include "Operations/FolderSizeOpr.hpp"
 
 #include "Global/TestMode.hpp"
-#include "Operations/frame/CancelPoll.hpp"
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/FolderChecks.hpp"
@@ -23,47 +22,52 @@ std::int64_t size_of(const struct statx& facts)
     return S_ISREG(facts.stx_mode) ? static_cast<std::int64_t>(facts.stx_size) : 0;
 }
 
-std::int64_t saturating_sum(std::int64_t a, std::int64_t b)
-{
-    std::int64_t sum = 0;
-    return __builtin_add_overflow(a, b, &sum) ? std::numeric_limits<std::int64_t>::max() : sum;
-}
-
 void check_is_measurable(const Url& url)
 {
     check_is_folder(url, size_place("No item exists at given url."),
                     size_place("Given url must point to a folder."));
 }
 
-std::int64_t sum_of(TreeWalk& walk, FunctionRef<void()> check_cancelled)
+/// Adds each item to `size` and then calls `added`.
+void measure(TreeWalk& walk, TreeSize& size, FunctionRef<void(std::int64_t bytes)> added)
 {
-    std::int64_t total = 0;
-    CancelPoll poll(check_cancelled);
     for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next()) {
         if (event != TreeWalk::Event::item)
             continue;
-        poll();
-        total = saturating_sum(total, size_of(walk.facts()));
+        const std::int64_t bytes = size_of(walk.facts());
+        size += {bytes, 1};
+        added(bytes);
         pause_in_test_mode(std::chrono::milliseconds(200));
     }
-    return total;
 }
 
 } // namespace
 
-std::int64_t folder_size(const Url& url, FunctionRef<void()> check_cancelled)
+TreeSize& TreeSize::operator+=(const TreeSize& other)
+{
+    if (__builtin_add_overflow(bytes, other.bytes, &bytes))
+        bytes = std::numeric_limits<std::int64_t>::max();
+    items += other.items;
+    return *this;
+}
+
+TreeSize folder_size(const Url& url, FunctionRef<void()> check_cancelled)
 {
     check_is_measurable(url);
     TreeWalk walk(url);
-    return sum_of(walk, check_cancelled);
+    TreeSize size;
+    measure(walk, size, [&](std::int64_t) { check_cancelled(); });
+    return size;
 }
 
-std::int64_t item_size(const Url& url, FunctionRef<void()> check_cancelled)
+TreeSize item_size(const Url& url, FunctionRef<void()> check_cancelled)
 {
     if (!Tool::is_directory(url))
-        return Tool::file_size(url).value_or(0);
+        return {Tool::file_size(url).value_or(0), 1};
     check_cancelled();
-    return folder_size(url, check_cancelled);
+    TreeSize size = folder_size(url, check_cancelled);
+    ++size.items;
+    return size;
 }
 
 std::shared_ptr<FolderSizeOperation>
@@ -75,8 +79,16 @@ calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure)
              std::move(url)](Request<FolderSizeOperation>& request) -> FolderSizeOperation::Status {
             check_is_measurable(url);
             const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
-            TreeWalk walk = item_walk(url, {});
-            return FolderSizeOperation::success{sum_of(walk, [&] { request.check_cancelled(); })};
+            TreeWalkOptions options;
+            options.on_passed_over = failures_of(request);
+            TreeWalk walk = item_walk(url, options);
+            TreeSize size;
+            measure(walk, size, [&](std::int64_t bytes) {
+                request.tally().add_bytes(bytes);
+                request.tally().add_items(1);
+                request.check_cancelled();
+            });
+            return FolderSizeOperation::success{size.bytes};
         });
 }
 

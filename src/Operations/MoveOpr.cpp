@@ -45,7 +45,7 @@ bool makes_room(MoveRequest& request, const Url& source, const Url& destination)
 {
     const auto poll = [&] { request.check_cancelled(); };
     if (!are_on_two_devices(source, destination.deleting_last_path_component()) ||
-        !only_fits_alone(source, destination, item_size(source, poll), poll))
+        !only_fits_alone(source, destination, item_size(source, poll).bytes, poll))
         return false;
     poll();
     remove_replaced(destination, not_replaced(move_place));
@@ -69,6 +69,7 @@ MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const 
     pause_in_test_mode(std::chrono::seconds(1));
     const bool replaces = answer.replaces && !makes_room(request, src_url, answer.destination);
     move_with_records(src_url, answer.destination, replaces);
+    request.tally().add_done(answer.destination);
     return status::success{};
 }
 

@@ -60,12 +60,16 @@ std::vector<std::int64_t> measured(CopyBatch& batch, const std::vector<Url>& sou
 {
     const DescriptorLease descriptors = lease_descriptors(batch, needed_by_walk);
     std::vector<std::int64_t> sizes;
+    TreeSize total;
     for (const Url& source : sources) {
         if (!Tool::item_exists(source))
             throw missing_item(
                 multi_copy_place("Source item doesn't exist. \n" + source.description()), source);
-        sizes.push_back(item_size(source, [&] { batch.check_cancelled(); }));
+        const TreeSize size = item_size(source, [&] { batch.check_cancelled(); });
+        total += size;
+        sizes.push_back(size.bytes);
     }
+    batch.tally().expect(total.bytes, total.items);
     return sizes;
 }
 

@@ -7,10 +7,10 @@
 namespace orv {
 namespace {
 
-void delete_one(const Url& url)
+void delete_one(const Url& url, Tally& tally)
 {
     try {
-        delete_item_and_records(url);
+        delete_item_and_records(url, tally);
     } catch (const Error& error) {
         throw error
             .with_message("An error occured while deleting item at url: \n" + url.description() +
@@ -29,8 +29,9 @@ delete_items(std::vector<Url> urls, MultiDeleteOperation::StatusClosure status_c
         [urls = std::move(urls)](
             Request<MultiDeleteOperation>& request) -> MultiDeleteOperation::Status {
             const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
+            request.tally().expect(-1, static_cast<std::int64_t>(urls.size()));
             for (const Url& url : urls)
-                delete_one(url);
+                delete_one(url, request.tally());
             return status::success{};
         });
 }

@@ -30,6 +30,7 @@ MultiMoveOperation::Status run(MoveBatch& batch, const std::vector<Url>& sources
 {
     check_destination_folder(folder, multi_move_place);
     check_sources(sources, folder, multi_move_place);
+    batch.tally().expect(-1, static_cast<std::int64_t>(sources.size()));
     BatchAnswers answers(how_many_conflicts_occur(sources, folder));
     for (const Url& source : sources) {
         const auto outcome = move_one(batch, answers, source, folder);

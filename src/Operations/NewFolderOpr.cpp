@@ -26,7 +26,7 @@ void create(const Url& url, const Url& resolved, bool also_create_intermediates)
     }
 }
 
-Status run(const Url& url, bool also_create_intermediates)
+Status run(Request<NewFolderOperation>& request, const Url& url, bool also_create_intermediates)
 {
     check_path(url, "Given", new_folder_place);
     const Url resolved = resolving_folders(url);
@@ -35,6 +35,7 @@ Status run(const Url& url, bool also_create_intermediates)
     if (Tool::item_exists(url))
         return NewFolderOperation::error{NewFolderOperation::item_already_exists{}};
     create(url, resolved, also_create_intermediates);
+    request.tally().add_done(url);
     return status::success{};
 }
 
@@ -45,8 +46,8 @@ std::shared_ptr<NewFolderOperation> new_folder(Url at, bool also_create_intermed
 {
     return start_request<NewFolderOperation>(
         std::move(status_closure),
-        [at = std::move(at), also_create_intermediates](Request<NewFolderOperation>&) {
-            return run(at, also_create_intermediates);
+        [at = std::move(at), also_create_intermediates](Request<NewFolderOperation>& request) {
+            return run(request, at, also_create_intermediates);
         });
 }
 

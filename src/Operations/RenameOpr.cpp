@@ -51,7 +51,7 @@ void set_modification_date_to_now(const Url& url)
     }
 }
 
-void rename_to(const Url& url, const std::string& new_name)
+void rename_to(Request<RenameOperation>& request, const Url& url, const std::string& new_name)
 {
     check_path(url, "Given", rename_place, {.undefined = 44, .root = 47});
     if (new_name.empty())
@@ -72,6 +72,7 @@ void rename_to(const Url& url, const std::string& new_name)
     pause_in_test_mode(std::chrono::seconds(1));
     move_with_records(folder.appending(url.last_path_component()), folder.appending(new_name),
                       false);
+    request.tally().add_done(new_url);
     set_modification_date_to_now(new_url);
 }
 
@@ -82,9 +83,9 @@ std::shared_ptr<RenameOperation> rename_item(Url url, std::string new_name,
 {
     return start_request<RenameOperation>(
         std::move(status_closure),
-        [url = std::move(url),
-         new_name = std::move(new_name)](Request<RenameOperation>&) -> RenameOperation::Status {
-            rename_to(url, new_name);
+        [url = std::move(url), new_name = std::move(new_name)](
+            Request<RenameOperation>& request) -> RenameOperation::Status {
+            rename_to(request, url, new_name);
             return status::success{};
         });
 }

@@ -14,9 +14,12 @@ save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order
         attributes.push_back(item.custom_attributes);
     return start_request<SaveAttrOperation>(
         std::move(status_closure),
-        [attributes = std::move(attributes),
-         auto_update_order_numbers](Request<SaveAttrOperation>&) -> SaveAttrOperation::Status {
+        [attributes = std::move(attributes), auto_update_order_numbers](
+            Request<SaveAttrOperation>& request) -> SaveAttrOperation::Status {
+            const auto count = static_cast<std::int64_t>(attributes.size());
+            request.tally().expect(-1, count);
             save_all(attributes, auto_update_order_numbers);
+            request.tally().add_items(count);
             return status::success{};
         });
 }

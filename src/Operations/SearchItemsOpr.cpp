@@ -72,7 +72,7 @@ class Search {
 public:
     Search(Request<SearchItemsOperation>& request, const std::string& keyword,
            const std::vector<Criteria>& criterias, std::size_t max_items_ahead)
-        : findings_(request), checks_names_(has(criterias, Criteria::file_name)),
+        : request_(request), findings_(request), checks_names_(has(criterias, Criteria::file_name)),
           checks_contents_(has(criterias, Criteria::file_content)),
           names_(checks_names_ ? keyword : "", users_folding_rules()),
           report_when_due_([this] { findings_.report_when_due(); }),
@@ -91,6 +91,7 @@ public:
                 continue;
             }
             findings_.report_when_due();
+            request_.tally().add_items(1);
             look_at(walk, resolved_root);
             pause_in_test_mode(std::chrono::milliseconds(200));
         }
@@ -146,6 +147,7 @@ private:
             findings_.add(file_item(item.folder->items, item.name, item.facts));
     }
 
+    Request<SearchItemsOperation>& request_;
     Findings findings_;
     bool checks_names_;
     bool checks_contents_;
@@ -172,6 +174,7 @@ search_items(Url inside, std::string keyword, bool recursive, bool include_hidde
             options.recursive = recursive;
             options.include_hidden_files = include_hidden_files;
             options.describes_all = false;
+            options.on_passed_over = failures_of(request);
             const DescriptorLease descriptors = lease_descriptors(request, needed_by_search);
             // Their folders stay open; the other half is for their contents.
             Search search(request, keyword, criterias,

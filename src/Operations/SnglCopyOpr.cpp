@@ -52,12 +52,12 @@ bool must_replace(const Url& source, const Url& destination, bool overwrite)
     return true;
 }
 
-mode_t mode_of(const SourceItem& source)
+struct stat facts_of(const SourceItem& source)
 {
     struct stat status {};
     if (::fstatat(source.folder, source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         throw platform_error(errno, source.url);
-    return status.st_mode;
+    return status;
 }
 
 void copy_empty_folder(const SourceItem& source, const DestinationItem& destination)
@@ -78,14 +78,18 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
 {
     const Place from = Place::in_opened_folder(src_url);
     const SourceItem source{from.folder(), from.path, src_url};
-    const mode_t mode = mode_of(source);
+    const struct stat facts = facts_of(source);
+    const mode_t mode = facts.st_mode;
+    request.tally().expect(S_ISREG(facts.st_mode) ? facts.st_size : 0, 1);
     CopyProgress progress{dest_url.last_path_component(), S_ISDIR(mode), 0};
     request.report(status::progress<CopyProgress>{progress});
 
     OpenedDestination to(dest_url, S_ISDIR(mode), replaces);
     ProgressInterval interval;
+    ByteCounter bytes(request.tally());
     const auto tell = [&](float part_done) {
         request.check_cancelled();
+        bytes.up_to(static_cast<std::int64_t>(static_cast<double>(facts.st_size) * part_done));
         if (!interval.is_due())
             return;
         progress.value = part_done;
@@ -97,6 +101,7 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
         ItemCopier().copy(source, mode, to.item(), tell);
     request.check_cancelled();
     to.publish();
+    request.tally().add_done(dest_url);
 
     progress.value = 1;
     request.report(status::progress<CopyProgress>{progress});

@@ -32,6 +32,10 @@ std::shared_ptr<ThumbGenerateOpr> generate_thumb(Url url, std::optional<std::uin
                                 made = ThumbnailAccess::make(url, resize_width, resize_height,
                                                              stop.get_token());
                             });
+            request.tally().expect(-1, 1);
+            request.tally().add_items(1);
+            if (made.failure)
+                request.tally().add_failure({url, *made.failure});
             const bool is_placeholder = made.failure.has_value();
             ThumbGenerateAccess::set_failure(request.operation(), std::move(made.failure));
             return ThumbGenerateOpr::success{std::move(made.thumb), is_placeholder};

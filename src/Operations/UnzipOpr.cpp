@@ -149,6 +149,7 @@ UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url&
     const auto container = std::make_shared<Container>(url);
     unpack(request, archive, *container, password);
     container->keep();
+    request.tally().add_result(url);
     // The lock is kept for that: nobody else's folder may be deleted.
     request.set_undo([container, lock] { container->remove(); });
     return status::success{};

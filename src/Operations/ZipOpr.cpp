@@ -137,6 +137,7 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
             zip_place("Destination item couldn't be deleted while being overwritten.", 145));
     }
     build_archive(request, content, target);
+    request.tally().add_result(target.url);
     // The lock is kept for that: nobody else's archive may be deleted. One that took the place of
     // another item stays, since that one is gone.
     if (target.replaces)

@@ -18,6 +18,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -128,7 +129,8 @@ void Tool::remove_item(const Url& at)
 
 void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
                             std::optional<int> recursion_depth, bool include_hidden_files,
-                            FunctionRef<bool(FileItem)> consume)
+                            FunctionRef<bool(FileItem)> consume,
+                            std::function<void(const Error&)> on_passed_over)
 {
     if (!item_exists(root))
         throw walk_error("Given url doesn't point to an existing item.", 78);
@@ -142,6 +144,7 @@ void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
     options.recursive = recursive;
     options.recursion_depth = recursion_depth;
     options.include_hidden_files = include_hidden_files;
+    options.on_passed_over = std::move(on_passed_over);
     TreeWalk walk = item_walk(root, options);
     const Url resolved_root = root.resolving_symlinks();
     std::optional<ItemFolder> folder;

@@ -8,6 +8,7 @@
 #include <orv/utility/Url.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace orv {
@@ -39,11 +40,13 @@ public:
     /// nothing below it. What `consume` throws leaves the walk unchanged.
     ///
     /// Folders that cannot be read and entries that vanish are passed over; links are not followed.
+    /// Of those that are still there, `on_passed_over` is told.
     /// Errors: "Given url doesn't point to an existing item."; "Couldn't create directory
     /// enumerator." when the root cannot be opened; those of `FileItem`.
     static void iterate_contents(const Url& root, bool inclusive, bool recursive,
                                  std::optional<int> recursion_depth, bool include_hidden_files,
-                                 FunctionRef<bool(FileItem)> consume);
+                                 FunctionRef<bool(FileItem)> consume,
+                                 std::function<void(const Error&)> on_passed_over = {});
 
     /// Creates a folder. With `also_create_intermediates` missing folders above it, too, and a
     /// folder that is already there is a success. Says whether it is there now.

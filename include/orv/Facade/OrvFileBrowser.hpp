@@ -45,6 +45,16 @@ public:
     requires std::is_convertible_v<const Text&, std::string_view>
     void change_dir(const Text& sub_folder) { change_dir(curr_dir_.appending(sub_folder)); }
 
+    /// The requests that are under way, this browser's and all others.
+    ///
+    /// Threading: any.
+    [[nodiscard]] std::vector<std::shared_ptr<OrvOperation>> running() const;
+
+    /// Cancels them; see `OrvOperation::cancel`.
+    ///
+    /// Threading: any; off the main thread it waits for it.
+    void cancel_all();
+
     /// Lists the current folder.
     std::shared_ptr<FetchItemsOperation>
     fetch_curr_dir_items(std::optional<SortType> sort, bool include_hidden_files,

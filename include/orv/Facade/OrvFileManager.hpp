@@ -15,6 +15,7 @@
 #include <orv/Operations/MultiDeleteOpr.hpp>
 #include <orv/Operations/MultiMoveOpr.hpp>
 #include <orv/Operations/NewFolderOpr.hpp>
+#include <orv/Operations/OrvOperation.hpp>
 #include <orv/Operations/RenameOpr.hpp>
 #include <orv/Operations/ReserveFileUrlOpr.hpp>
 #include <orv/Operations/RestoreOpr.hpp>
@@ -82,6 +83,16 @@ public:
 
     OrvFileManager(const OrvFileManager&) = delete;
     OrvFileManager& operator=(const OrvFileManager&) = delete;
+
+    /// The requests that are under way, in the order in which they were made.
+    ///
+    /// Threading: any.
+    [[nodiscard]] std::vector<std::shared_ptr<OrvOperation>> running() const;
+
+    /// Cancels all requests that are under way; see `OrvOperation::cancel`.
+    ///
+    /// Threading: any; off the main thread it waits for it.
+    void cancel_all();
 
     /// Copies one file, or one folder without its contents. Works in test mode only; otherwise it
     /// prints a warning and returns an operation that never starts.

@@ -1,11 +1,19 @@
 #pragma once
 
+#include <orv/Operations/Failure.hpp>
+#include <orv/Operations/Progress.hpp>
+#include <orv/utility/Url.hpp>
+
 #include <atomic>
 #include <functional>
+#include <memory>
+#include <vector>
 
 namespace orv {
 
-/// A request at work: its state, and the way to cancel it.
+struct OperationState;
+
+/// A request at work: its state, how far it has come, and the way to pause and to cancel it.
 ///
 /// Operations come from the facades. An operation serves one request; dropping the pointer to it
 /// changes nothing.
@@ -31,8 +39,40 @@ public:
     /// Threading: any; off the main thread it waits for it.
     virtual void cancel();
 
+    /// How much is done, for a timer to poll. Every request fills in the figures that it knows.
+    ///
+    /// Threading: any; never waits for the main thread.
+    [[nodiscard]] Amount amount() const;
+
+    /// The items that the request was asked for and is done with, in order: what it made or moved
+    /// under the name that it got, what it deleted under the name that it had. What is only
+    /// listed, searched or measured is none. A part that was made of an item is none either.
+    ///
+    /// Threading: any; never waits for the main thread.
+    [[nodiscard]] std::vector<Url> results() const;
+
+    /// What the request passed over and went on without, in order: folders that a listing, a
+    /// search or a sum couldn't read, what an archive can't hold. The error that ends a request is
+    /// none of them.
+    ///
+    /// Threading: any; never waits for the main thread.
+    [[nodiscard]] std::vector<Failure> failures() const;
+
+    /// Stops the work between two items or two parts of a file, until `resume()` or `cancel()`. The
+    /// request keeps its locks meanwhile. A request that is done within one step goes on to its
+    /// end. Does nothing once the request was cancelled or is done.
+    ///
+    /// Threading: any; never waits for the main thread.
+    void pause();
+    void resume();
+
+    /// True from `pause()` on until the request is resumed, cancelled or done.
+    ///
+    /// Threading: any; never waits for the main thread.
+    [[nodiscard]] bool is_paused() const;
+
 protected:
-    OrvOperation() = default;
+    OrvOperation();
 
 private:
     friend class OperationAccess;
@@ -40,7 +80,8 @@ private:
     bool is_busy_ = false;                   // main thread only
     std::atomic<bool> is_cancelled_ = false; // set on the main thread only
     /// Stops the part of the work now under way.
-    std::function<void()> cancel_part_; // main thread only
+    std::function<void()> cancel_part_;     // main thread only
+    std::shared_ptr<OperationState> state_; // shared with the parts that serve the same request
 };
 
 } // namespace orv

@@ -2,6 +2,7 @@
 
 #include <orv/utility/Url.hpp>
 
+#include <cstdint>
 #include <string>
 
 namespace orv {
@@ -17,6 +18,17 @@ struct CopyProgress {
 struct GeneralProgress {
     Url current_item = {}; ///< the current item
     float value = 0;       ///< of the whole request, 0 to 1
+};
+
+/// How much of a request is done; -1 where a figure is not known.
+///
+/// Items are files, folders and links at every depth. What is moved by a new name alone counts as
+/// one item without bytes. A total is never less than what is done.
+struct Amount {
+    std::int64_t bytes_done = -1;
+    std::int64_t bytes_total = -1;
+    std::int64_t items_done = -1;
+    std::int64_t items_total = -1;
 };
 
 } // namespace orv

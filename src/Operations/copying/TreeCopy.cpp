@@ -108,7 +108,8 @@ public:
           records_(plan.source, plan.destination,
                    plan.replaces ? RecordCopies::Onto::replaced_item
                    : plan.merges ? RecordCopies::Onto::folder_to_merge_with
-                                 : RecordCopies::Onto::nothing)
+                                 : RecordCopies::Onto::nothing),
+          bytes_(request.tally())
     {
     }
 
@@ -139,10 +140,12 @@ private:
     bool handle(const Item& item, const SourceItem& source, const DestinationItem& destination);
     void pass_over(const Item& item, const SourceItem& source);
     bool leave_out(const Item& item, const SourceItem& source);
-    std::int64_t size_of_contents(const Url& folder);
+    TreeSize size_of_contents(const Url& folder);
     void copy(const Item& item, const SourceItem& source, const DestinationItem& destination);
     void copy_file(const Item& item, const SourceItem& source, const DestinationItem& destination);
     void finish(const Item& item);
+    void count(std::int64_t bytes, std::int64_t items);
+    [[nodiscard]] std::int64_t done_with(const Item& item, float part_done) const;
     void tell(const Item& item, float part_done);
     void settle_after_failure() noexcept;
 
@@ -159,6 +162,7 @@ private:
     CopyProgress progress_;
     RecordCopies records_;
     ItemCopier copier_;
+    ByteCounter bytes_;
     std::int64_t processed_ = 0; // bytes
 
     std::optional<DestinationFolders> folders_;
@@ -328,7 +332,7 @@ bool TreeCopy::handle(const Item& item, const SourceItem& source,
         return false;
     if (!plan_.merges || !exists(destination))
         copy(item, source, destination);
-    processed_ += item.size();
+    count(item.size(), 1);
     return true;
 }
 
@@ -349,17 +353,21 @@ bool TreeCopy::leave_out(const Item& item, const SourceItem& source)
 {
     if (!is_left_out(source))
         return false;
-    processed_ += item.is_folder() ? size_of_contents(item.url) : item.size();
+    count(item.size(), 1);
+    if (item.is_folder()) {
+        const TreeSize contents = size_of_contents(item.url);
+        count(contents.bytes, contents.items);
+    }
     return true;
 }
 
 /// The size of all that lies in a folder, as far as it can be told.
-std::int64_t TreeCopy::size_of_contents(const Url& folder)
+TreeSize TreeCopy::size_of_contents(const Url& folder)
 {
     try {
         return folder_size(folder, [this] { request_.check_cancelled(); });
     } catch (const Error&) {
-        return 0;
+        return {};
     }
 }
 
@@ -385,6 +393,7 @@ void TreeCopy::copy_file(const Item& item, const SourceItem& source,
     copier_.copy(source, item.facts.stx_mode, destination, [&](float part_done) {
         request_.check_cancelled();
         request_.report_held();
+        bytes_.up_to(done_with(item, part_done));
         if (interval.is_due())
             tell(item, part_done);
     });
@@ -462,15 +471,27 @@ void TreeCopy::take(const ItemAhead& ahead)
     tell(item, 0);
     copier_.place(files_ahead_->take(), source, destination);
     finish(item);
-    processed_ += item.size();
+    count(item.size(), 1);
+}
+
+void TreeCopy::count(std::int64_t bytes, std::int64_t items)
+{
+    processed_ += bytes;
+    bytes_.up_to(processed_);
+    request_.tally().add_items(items);
+}
+
+/// The bytes that are done when a part of the item is. In double precision, in which the size of a
+/// whole item stays what it is.
+std::int64_t TreeCopy::done_with(const Item& item, float part_done) const
+{
+    return processed_ + static_cast<std::int64_t>(static_cast<double>(item.size()) * part_done);
 }
 
 void TreeCopy::tell(const Item& item, float part_done)
 {
     const auto total = static_cast<float>(plan_.total_size);
-    // In double precision, in which the size of a whole item stays what it is.
-    const auto done = static_cast<float>(
-        processed_ + static_cast<std::int64_t>(static_cast<double>(item.size()) * part_done));
+    const auto done = static_cast<float>(done_with(item, part_done));
     const float value = total > 0 ? std::clamp(done / total, 0.0F, 1.0F) : 0.0F;
     progress_ = {item.name, item.is_folder(), value};
     request_.report_soon(status::progress<CopyProgress>{progress_});

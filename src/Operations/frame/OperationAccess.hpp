@@ -1,8 +1,11 @@
 #pragma once
 
+#include "Operations/frame/OperationState.hpp"
+
 #include <orv/Operations/OrvOperation.hpp>
 
 #include <functional>
+#include <memory>
 
 namespace orv {
 
@@ -12,7 +15,7 @@ public:
     /// Marks the operation as accepted.
     ///
     /// Threading: any; off the main thread it waits for it.
-    static void activate(OrvOperation& operation);
+    static void activate(const std::shared_ptr<OrvOperation>& operation);
 
     /// Marks the operation as done, just before its final status.
     ///
@@ -32,6 +35,18 @@ public:
     [[nodiscard]] static bool was_cancelled(const OrvOperation& operation) noexcept
     {
         return operation.is_cancelled_;
+    }
+
+    /// Threading: any.
+    [[nodiscard]] static OperationState& state(OrvOperation& operation)
+    {
+        return *operation.state_;
+    }
+
+    /// Makes `part` count and pause as `whole`, before anybody uses `part`.
+    static void share_state(const OrvOperation& whole, OrvOperation& part)
+    {
+        part.state_ = whole.state_;
     }
 };
 

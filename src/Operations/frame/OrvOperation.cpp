@@ -1,4 +1,5 @@
 #include "Operations/frame/OperationAccess.hpp"
+#include "Operations/frame/RunningOperations.hpp"
 
 #include <orv/Operations/OrvOperation.hpp>
 #include <orv/utility/MainQueue.hpp>
@@ -6,6 +7,8 @@
 #include <utility>
 
 namespace orv {
+
+OrvOperation::OrvOperation() : state_(std::make_shared<OperationState>()) {}
 
 bool OrvOperation::is_busy() const
 {
@@ -23,18 +26,52 @@ void OrvOperation::cancel()
         is_cancelled_ = true;
         if (cancel_part_)
             cancel_part_();
+        state_->pause.end();
     });
 }
 
-void OperationAccess::activate(OrvOperation& operation)
+Amount OrvOperation::amount() const
 {
-    main_sync([&] { operation.is_busy_ = true; });
+    return state_->tally.amount();
+}
+
+std::vector<Url> OrvOperation::results() const
+{
+    return state_->tally.results();
+}
+
+std::vector<Failure> OrvOperation::failures() const
+{
+    return state_->tally.failures();
+}
+
+void OrvOperation::pause()
+{
+    state_->pause.pause();
+}
+
+void OrvOperation::resume()
+{
+    state_->pause.resume();
+}
+
+bool OrvOperation::is_paused() const
+{
+    return state_->pause.is_closed();
+}
+
+void OperationAccess::activate(const std::shared_ptr<OrvOperation>& operation)
+{
+    RunningOperations::add(operation);
+    main_sync([&] { operation->is_busy_ = true; });
 }
 
 void OperationAccess::free(OrvOperation& operation)
 {
     assert_main_thread("OrvOperation::free()");
     operation.is_busy_ = false;
+    RunningOperations::remove(operation);
+    operation.state_->pause.end();
 }
 
 bool OperationAccess::begin_part(OrvOperation& operation, std::function<void()> cancel_part)

@@ -45,15 +45,30 @@ public:
                (whole_ && OperationAccess::was_cancelled(whole_->operation));
     }
 
-    /// Throws `Exception` when the request was cancelled.
-    void check_cancelled() const
+    /// Waits while the request is paused. Then throws `Exception` if it was cancelled.
+    ///
+    /// To be called between two items or two parts of a file, outside `Database::sync`.
+    void check_cancelled()
     {
+        wait_while_paused();
         if (cancelled())
             throw Exception();
     }
 
+    /// The same for a request that cannot be cancelled.
+    void wait_while_paused()
+    {
+        if (!state().pause.is_closed())
+            return;
+        report_all_held();
+        state().pause.wait();
+    }
+
     /// What the caller has of the request.
     [[nodiscard]] Operation& operation() const { return *operation_; }
+
+    /// What the request has done so far, for whoever looks at its operation.
+    [[nodiscard]] Tally& tally() const { return state().tally; }
 
     /// Cancels the request from within.
     void cancel() { operation_->cancel(); }
@@ -94,9 +109,9 @@ public:
     void do_part(std::function<void()> cancel_part, Part part);
 
     /// Does a part of the work as a request of `Child`, on this thread. All its statuses but the
-    /// last go to `on_status`, on this thread and at once; the last is returned. A cancel reaches
-    /// the child, too; a request that was cancelled before throws `Exception`. A child costs no
-    /// hand-over.
+    /// last go to `on_status`, on this thread and at once; the last is returned. What the child
+    /// does counts as done by the request. A pause and a cancel reach the child, too; a request
+    /// that was cancelled before throws `Exception`. A child costs no hand-over.
     template <class Child, class Work>
     typename Child::Status run_child(typename Child::StatusClosure on_status, Work work);
 
@@ -116,7 +131,7 @@ public:
             if constexpr (has_case<status::cancelled, Status>) {
                 if (cancelled() && !is_done_) {
                     if (undo_)
-                        undo_();
+                        take_back();
                     outcome = status::cancelled{};
                 }
             }
@@ -143,12 +158,21 @@ private:
         : operation_(std::move(child)), statuses_(std::move(on_status), StatusThread::same),
           whole_(std::move(whole))
     {
+        OperationAccess::share_state(whole_->operation, *operation_);
     }
 
     /// The operation that the caller cancels.
     [[nodiscard]] OrvOperation& cancelled_by_caller() const
     {
         return whole_ ? whole_->operation : *operation_;
+    }
+
+    [[nodiscard]] OperationState& state() const { return OperationAccess::state(*operation_); }
+
+    void take_back()
+    {
+        undo_();
+        tally().clear_results();
     }
 
     std::shared_ptr<Operation> operation_;
@@ -234,6 +258,15 @@ typename Child::Status Request<Operation>::run_child(typename Child::StatusClosu
     return *last;
 }
 
+/// Notes what a walk passes over as a failure of the request, which has to outlive it.
+template <class Operation>
+std::function<void(const Error&)> failures_of(Request<Operation>& request)
+{
+    return [&tally = request.tally()](const Error& error) {
+        tally.add_failure({error.path().value_or(Url()), error});
+    };
+}
+
 inline Error no_thread_error()
 {
     return Error("The request couldn't be started, because the system allows no more threads. "
@@ -274,7 +307,7 @@ template <class Operation, class Work>
 std::shared_ptr<Operation> start_request(typename Operation::StatusClosure closure, Work work)
 {
     auto operation = std::make_shared<Operation>();
-    OperationAccess::activate(*operation);
+    OperationAccess::activate(operation);
     const std::shared_ptr<WaitingRequest<Operation, Work>> waiting(
         new WaitingRequest<Operation, Work>{operation, std::move(closure), std::move(work)});
     WorkerPool::instance().async(
