@@ -28,7 +28,8 @@ const unsigned char* raw(const std::byte* bytes)
 void expect(bool success)
 {
     if (!success)
-        throw Error("The system's OpenSSL refuses the encryption of zip archives.");
+        throw Error("The system's OpenSSL refuses the encryption of zip archives.")
+            .known_as(Cause::unsupported);
 }
 
 const EVP_CIPHER* block_cipher(std::size_t key_size)

@@ -127,7 +127,8 @@ Location locate_directory(const ArchiveToRead& archive)
     location.offset = record.u32();
     location.end = *end;
     if (disk != 0 || directory_disk != 0 || count_here != location.entry_count)
-        throw archive_error("The archive is only a part of one that was split.", archive.url);
+        throw archive_error("The archive is only a part of one that was split.", archive.url)
+            .known_as(Cause::unsupported);
     return location;
 }
 
@@ -378,17 +379,20 @@ Error archive_error(std::string_view sentence, const Url& archive, std::string_v
     if (!entry.empty())
         message.append(", item ").append(entry);
     message += ')';
-    return Error(std::string(sentence)).at(archive).with_message(std::move(message));
+    return Error(std::string(sentence))
+        .known_as(Cause::damaged)
+        .at(archive)
+        .with_message(std::move(message));
 }
 
 Error wrong_password(const Url& archive, std::string_view entry)
 {
-    return archive_error("The password is wrong.", archive, entry);
+    return archive_error("The password is wrong.", archive, entry).known_as(Cause::wrong_password);
 }
 
 Error too_many_items(const Url& archive)
 {
-    return archive_error("The archive holds too many items.", archive);
+    return archive_error("The archive holds too many items.", archive).known_as(Cause::too_large);
 }
 
 Error damaged(const Url& archive, std::string_view entry)

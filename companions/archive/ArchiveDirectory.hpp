@@ -70,6 +70,7 @@ struct ArchiveDirectory {
                                               std::uint64_t max_entries, const Job& job);
 
 /// An error of the archive, or of one of its entries.
+/// The error of an archive that is damaged, or made to do harm, unless it is known as another.
 Error archive_error(std::string_view sentence, const Url& archive, std::string_view entry = {});
 Error damaged(const Url& archive, std::string_view entry = {});
 Error wrong_password(const Url& archive, std::string_view entry);

@@ -18,18 +18,31 @@ Job::Job(std::shared_ptr<Zip::Canceller> canceller, bool test_mode, const Zip::P
 
 void Job::check() const
 {
+    if (canceller_ && canceller_->watch().wait_while_paused)
+        canceller_->watch().wait_while_paused();
     if (canceller_ && canceller_->is_cancelled())
         throw Exception();
+}
+
+void Job::leave_out(const Error& reason) const
+{
+    if (canceller_ && canceller_->watch().left_out)
+        canceller_->watch().left_out(reason);
 }
 
 void Job::report(const Url& item)
 {
     since_report_.reset();
+    const Zip::Amount amount{bytes_.load(std::memory_order_relaxed), bytes_total_,
+                             items_.load(std::memory_order_relaxed), items_total_};
+    if (canceller_ && canceller_->watch().counted)
+        canceller_->watch().counted(amount);
     if (!progress_)
         return;
-    const auto done = static_cast<double>(done_.load(std::memory_order_relaxed));
-    const auto fraction =
-        total_ == 0 ? 1.0F : static_cast<float>(done / static_cast<double>(total_));
+    // One unit for every byte, every item and the end.
+    const auto done = static_cast<double>(amount.bytes_done + amount.items_done + ends_);
+    const auto total = static_cast<double>(amount.bytes_total + amount.items_total + ends_total_);
+    const auto fraction = total == 0 ? 1.0F : static_cast<float>(done / total);
     reported_ = std::clamp(fraction, reported_, 1.0F);
     try {
         progress_(reported_, item);

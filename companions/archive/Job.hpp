@@ -25,11 +25,23 @@ public:
 
     [[nodiscard]] bool test_mode() const { return test_mode_; }
 
-    /// Throws an `Exception` when the request was cancelled.
+    /// Waits while the request is paused. Then throws an `Exception` if it was cancelled.
     void check() const;
 
-    void set_total(std::uint64_t units) { total_ = units; }
-    void add(std::uint64_t units) { done_.fetch_add(units, std::memory_order_relaxed); }
+    void set_total(std::uint64_t bytes, std::uint64_t items)
+    {
+        bytes_total_ = bytes;
+        items_total_ = items;
+    }
+    /// Makes the end of the work, at which `add_end` is called, a part of the progress.
+    void expect_end() { ends_total_ = 1; }
+    void add_end() { ends_ = 1; }
+
+    void add_bytes(std::uint64_t count) { bytes_.fetch_add(count, std::memory_order_relaxed); }
+    void add_item() { items_.fetch_add(1, std::memory_order_relaxed); }
+
+    /// Tells the caller of an item that is left out.
+    void leave_out(const Error& reason) const;
 
     /// Tells the caller how far the request is.
     void report(const Url& item);
@@ -47,8 +59,12 @@ private:
     const bool test_mode_;
     const Zip::Progress& progress_;
     const std::thread::id thread_ = std::this_thread::get_id();
-    std::uint64_t total_ = 0;
-    std::atomic<std::uint64_t> done_ = 0;
+    std::uint64_t bytes_total_ = 0;
+    std::uint64_t items_total_ = 0;
+    std::uint64_t ends_total_ = 0;
+    std::uint64_t ends_ = 0;
+    std::atomic<std::uint64_t> bytes_ = 0;
+    std::atomic<std::uint64_t> items_ = 0;
     float reported_ = 0;
     StopWatch since_report_;
 };

@@ -66,13 +66,15 @@ void LibzipArchive::fail(zip_error_t* error)
     case ZIP_ER_MEMORY:
         throw std::bad_alloc();
     case ZIP_ER_NOPASSWD:
-        throw archive_error("The archive needs a password.", archive_.url, name);
+        throw archive_error("The archive needs a password.", archive_.url, name)
+            .known_as(Cause::needs_password);
     case ZIP_ER_WRONGPASSWD:
         throw wrong_password(archive_.url, name);
     case ZIP_ER_COMPNOTSUPP:
     case ZIP_ER_ENCRNOTSUPP:
         throw archive_error("The archive is packed or encrypted in a way that is not known.",
-                            archive_.url, name);
+                            archive_.url, name)
+            .known_as(Cause::unsupported);
     default:
         if (entry_)
             throw DamagedContent();

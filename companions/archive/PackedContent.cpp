@@ -38,7 +38,8 @@ void PackedContent::locate(const ArchiveDirectory& directory)
 void PackedContent::begin_decryption(const std::optional<std::string>& password)
 {
     if (!password)
-        throw archive_error("The archive needs a password.", archive_.url, entry_.name);
+        throw archive_error("The archive needs a password.", archive_.url, entry_.name)
+            .known_as(Cause::needs_password);
     const AesStrength strength = *entry_.aes_strength;
     Bytes begin(AesKeys::salt_size(strength) + AesKeys::check_size);
     if (left() < begin.size() + AesStream::code_size)

@@ -283,7 +283,9 @@ private:
             ::crc32_combine(current_.crc, piece.crc, static_cast<z_off_t>(piece.size)));
         current_.size += piece.size;
         current_.piece_position = 0;
-        job_.add(piece.size + (was_last ? 1 : 0));
+        job_.add_bytes(piece.size);
+        if (was_last)
+            job_.add_item();
         pieces_.pop_front();
         if (!was_last)
             return job_.report_if_due(current_url());
@@ -310,13 +312,12 @@ private:
     NewArchive zip_; // last, since it asks the others
 };
 
-/// One unit for every byte and item, and one for the archive itself.
-std::uint64_t total_of(const SourceTree& tree)
+std::uint64_t bytes_of(const SourceTree& tree)
 {
-    std::uint64_t total = 1;
+    std::uint64_t bytes = 0;
     for (const SourceItem& item : tree.items())
-        total += item.size + 1;
-    return total;
+        bytes += item.size;
+    return bytes;
 }
 
 } // namespace
@@ -324,14 +325,15 @@ std::uint64_t total_of(const SourceTree& tree)
 void pack(const std::vector<Url>& paths, ArchiveFile& archive, const PackingStyle& style, Job& job)
 {
     SourceTree tree(paths, archive.identity(), job);
-    job.set_total(total_of(tree));
+    job.set_total(bytes_of(tree), tree.items().size());
+    job.expect_end();
     if (tree.items().empty())
         archive.write(empty_archive);
     else
         Packing(tree, archive, style, job).run();
     job.check();
     archive.finish();
-    job.add(1);
+    job.add_end();
     job.report(tree.items().empty() ? archive.url() : tree.url_of(tree.items().back()));
 }
 

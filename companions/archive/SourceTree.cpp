@@ -44,6 +44,13 @@ bool is_socket_or_pipe(const struct statx& facts)
     return S_ISSOCK(facts.stx_mode) || S_ISFIFO(facts.stx_mode);
 }
 
+Error not_kept(const Url& url)
+{
+    const Error error =
+        Error("An archive cannot keep a socket, a pipe or a device.").known_as(Cause::unsupported);
+    return error.with_message(error.sentence() + " (" + url.path() + ")").at(url);
+}
+
 ItemKind kind_of(const struct statx& facts, const Url& url)
 {
     if (S_ISREG(facts.stx_mode))
@@ -52,8 +59,7 @@ ItemKind kind_of(const struct statx& facts, const Url& url)
         return ItemKind::folder;
     if (S_ISLNK(facts.stx_mode))
         return ItemKind::link;
-    const Error error("An archive cannot keep a socket, a pipe or a device.");
-    throw error.with_message(error.sentence() + " (" + url.path() + ")").at(url);
+    throw not_kept(url);
 }
 
 } // namespace
@@ -115,7 +121,11 @@ void SourceTree::add_contents(std::uint32_t root, const struct statx& described_
         if (event != TreeWalk::Event::item)
             continue;
         const auto facts = described(walk);
-        if (facts && !is_socket_or_pipe(*facts))
+        if (!facts)
+            continue;
+        if (is_socket_or_pipe(*facts))
+            job_.leave_out(not_kept(walk.path()));
+        else
             add(root, roots_[root].name + "/" + walk.relative_path(), *facts);
     }
     std::sort(items_.begin() + static_cast<std::ptrdiff_t>(first), items_.end(), comes_before);

@@ -117,7 +117,7 @@ private:
             NewFile file(folder, name, hidden_names_);
             reader_.read(*item.entry, [&](ByteView part) {
                 file.write(part);
-                job_.add(part.size());
+                job_.add_bytes(part.size());
                 job_.report_if_due(folder->url.appending(name));
             });
             file.publish(keepsakes_of(item), rename_way_);
@@ -146,7 +146,7 @@ private:
 
     void finish_item(const PlannedItem& item)
     {
-        job_.add(1);
+        job_.add_item();
         job_.report(cursor_.url_of(item.path));
         job_.pause();
     }
@@ -158,8 +158,11 @@ private:
             if (item.kind != ItemKind::link)
                 continue;
             job_.check();
-            job_.add(item.entry->size);
+            job_.add_bytes(item.entry->size);
             if (item.is_left_out) {
+                job_.leave_out(
+                    archive_error("The link leads outside of the archive.", archive_.url, item.path)
+                        .at(cursor_.url_of(item.path)));
                 finish_item(item);
                 continue;
             }

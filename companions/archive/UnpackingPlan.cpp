@@ -122,7 +122,8 @@ private:
             if (part == ".")
                 return;
             if (part.size() > max_name_size)
-                throw refused("The archive holds a name that is too long.", entry);
+                throw refused("The archive holds a name that is too long.", entry)
+                    .known_as(Cause::too_large);
             if (!path.empty())
                 path += '/';
             path += part;
@@ -212,9 +213,11 @@ void check_readable(const ArchiveToRead& archive, const Entry& entry, bool has_p
 {
     if (!EntryReader::can_read(entry))
         throw archive_error("The archive is packed or encrypted in a way that is not known.",
-                            archive.url, entry.name);
+                            archive.url, entry.name)
+            .known_as(Cause::unsupported);
     if (entry.is_encrypted() && !has_password)
-        throw archive_error("The archive needs a password.", archive.url, entry.name);
+        throw archive_error("The archive needs a password.", archive.url, entry.name)
+            .known_as(Cause::needs_password);
 }
 
 /// A wrong password is told before anything is created.
@@ -252,7 +255,8 @@ void check_expansion(const ArchiveToRead& archive, const ArchiveDirectory& direc
         if (__builtin_add_overflow(bytes, entry.size, &bytes) || bytes > INT64_MAX)
             throw damaged(archive.url, entry.name);
     if (bytes > limits.unquestioned_bytes && bytes / limits.max_ratio > archive.size)
-        throw archive_error("The archive unfolds to more than is allowed.", archive.url);
+        throw archive_error("The archive unfolds to more than is allowed.", archive.url)
+            .known_as(Cause::too_large);
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 
 #include <orv/utility/FunctionRef.hpp>
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
@@ -43,17 +44,16 @@ std::optional<std::string> usable(const std::optional<std::string>& password)
     if (!password || password->empty())
         return std::nullopt;
     if (password->find('\0') != std::string::npos)
-        throw Error("The password holds a character that no password can have.");
+        throw Error("The password holds a character that no password can have.")
+            .known_as(Cause::invalid);
     return password;
 }
 
-/// One unit for every byte and item.
-std::uint64_t total_of(const archive::UnpackingPlan& plan)
+std::uint64_t items_of(const archive::UnpackingPlan& plan)
 {
-    std::uint64_t total = plan.bytes;
-    for (const archive::PlannedItem& item : plan.items)
-        total += item.entry ? 1 : 0;
-    return total;
+    const auto has_entry = [](const archive::PlannedItem& item) { return item.entry != nullptr; };
+    return static_cast<std::uint64_t>(
+        std::count_if(plan.items.begin(), plan.items.end(), has_entry));
 }
 
 } // namespace
@@ -114,7 +114,7 @@ void Zip::unzipFile(const Url& archive, const DestinationFolder& destination,
         archive::EntryReader reader(file, directory, used_password, job);
         const archive::UnpackingPlan plan =
             archive::make_plan(file, directory, reader, used_password.has_value(), limits, job);
-        job.set_total(total_of(plan));
+        job.set_total(plan.bytes, items_of(plan));
         archive::unpack(file, plan, reader, destination, job);
         if (plan.items.empty())
             job.report(destination.url);

@@ -7,11 +7,13 @@
 #include <orv/utility/Url.hpp>
 
 #include <atomic>
+#include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -25,16 +27,42 @@ enum class ZipCompression { no_compression, best_speed, default_compression, bes
 /// may run at the same time.
 class Zip {
 public:
-    /// Stops what it was handed to.
+    /// How much is done.
+    struct Amount {
+        std::uint64_t bytes_done, bytes_total, items_done, items_total;
+    };
+
+    /// Calls to whoever watches a packing or an unpacking. Each may be empty.
+    struct Watch {
+        /// Called before each part of the work; waits for as long as that is to pause.
+        ///
+        /// Threading: any, several at once.
+        std::function<void()> wait_while_paused = {};
+        /// Called just before each progress, and when all is done.
+        ///
+        /// Threading: that of the call.
+        std::function<void(const Amount&)> counted = {};
+        /// Told of each item that is left out, and why.
+        ///
+        /// Threading: that of the call.
+        std::function<void(const orv::Error&)> left_out = {};
+    };
+
+    /// Stops what it was handed to, and has it watched.
     ///
     /// Threading: any.
     class Canceller {
     public:
+        Canceller() = default;
+        explicit Canceller(Watch watch) : watch_(std::move(watch)) {}
+
+        [[nodiscard]] const Watch& watch() const noexcept { return watch_; }
         void cancel() noexcept { cancelled_.store(true); }
         [[nodiscard]] bool is_cancelled() const noexcept { return cancelled_.load(); }
 
     private:
         std::atomic<bool> cancelled_ = false;
+        Watch watch_;
     };
 
     /// Why packing or unpacking failed. `cause()` says it in words, with the path and the

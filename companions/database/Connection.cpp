@@ -368,7 +368,8 @@ void Database::Connection::fail(int code, std::string_view text) const
     if (reason.empty())
         reason = handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code);
     reason.append(" (").append(file_url_.path()).append(")");
-    throw database_error(code, reason).at(file_url_);
+    const Error error = database_error(code, reason).at(file_url_);
+    throw error.known_as(cause_of(database_fault(error)));
 }
 
 } // namespace orv

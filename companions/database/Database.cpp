@@ -84,6 +84,7 @@ void Database::check_was_stored()
 {
     if (connection().is_idle() && connection().take_has_written() && !follow_file())
         throw Error("The database was replaced while it was written to.")
+            .known_as(Cause::changed)
             .at(connection().file_url());
 }
 

@@ -31,4 +31,21 @@ DatabaseFault database_fault(const Error& error)
     }
 }
 
+Cause cause_of(DatabaseFault fault)
+{
+    switch (fault) {
+    case DatabaseFault::damaged:
+        return Cause::damaged;
+    case DatabaseFault::inaccessible:
+        return Cause::denied;
+    case DatabaseFault::full:
+        return Cause::no_space;
+    case DatabaseFault::busy:
+        return Cause::busy;
+    case DatabaseFault::other:
+        break;
+    }
+    return Cause::failed;
+}
+
 } // namespace orv

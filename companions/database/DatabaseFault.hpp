@@ -14,5 +14,6 @@ enum class DatabaseFault {
 };
 
 [[nodiscard]] DatabaseFault database_fault(const Error& error);
+[[nodiscard]] Cause cause_of(DatabaseFault fault);
 
 } // namespace orv

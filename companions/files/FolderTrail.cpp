@@ -62,7 +62,9 @@ FolderReader::Buffer FolderTrail::spare_buffer()
 
 Error folder_replaced(const std::string& path)
 {
-    return Error("The folder was moved or replaced while it was in use.").at(path);
+    return Error("The folder was moved or replaced while it was in use.")
+        .known_as(Cause::changed)
+        .at(path);
 }
 
 } // namespace orv

@@ -30,10 +30,11 @@ try {
     if (::fstatat(place.folder(), place.name(), &status, AT_SYMLINK_NOFOLLOW) != 0 &&
         errno != ENOENT && errno != ENOTDIR)
         return failure.at(url).because_of(platform_error(errno, url));
-    return failure.at(url);
+    return failure.known_as(Cause::missing).at(url);
 } catch (const Error& cause) {
-    return cause.code() == ENOENT || cause.code() == ENOTDIR ? failure.at(url)
-                                                             : failure.at(url).because_of(cause);
+    if (cause.code() == ENOENT || cause.code() == ENOTDIR)
+        return failure.known_as(Cause::missing).at(url);
+    return failure.at(url).because_of(cause);
 }
 
 struct statx item_facts(int folder, const char* name, const Url& url)

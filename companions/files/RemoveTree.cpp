@@ -41,11 +41,16 @@ OpenFolder open_to_empty(int parent, const char* name, Access access)
     return open_folder(parent, name);
 }
 
+struct Removal {
+    Access access;
+    FunctionRef<void()> removed; ///< called after each item
+};
+
 /// Empties one folder.
 class Emptying {
 public:
-    Emptying(OpenFolder top, const std::string& path, Access access)
-        : trail_(std::move(top), path, FolderStack::default_max_open), access_(access)
+    Emptying(OpenFolder top, const std::string& path, const Removal& removal)
+        : trail_(std::move(top), path, FolderStack::default_max_open), removal_(removal)
     {
     }
 
@@ -68,15 +73,17 @@ private:
         if (entry.type == DT_DIR)
             return enter(entry.name);
         const int error = unlink_item(trail_.folder(), entry.name);
-        if (error == EISDIR)
+        if (error == 0)
+            removal_.removed();
+        else if (error == EISDIR)
             enter(entry.name);
-        else if (error != 0 && error != ENOENT)
+        else if (error != ENOENT)
             throw platform_error(error, trail_.path_of(entry.name));
     }
 
     void enter(const char* name)
     {
-        OpenFolder folder = open_to_empty(trail_.folder(), name, access_);
+        OpenFolder folder = open_to_empty(trail_.folder(), name, removal_.access);
         if (folder.error == ENOENT)
             return;
         if (folder.error == 0 && is_mounted(folder.facts, trail_.identity()))
@@ -90,7 +97,9 @@ private:
     {
         name_ = trail_.name();
         trail_.leave();
-        if (::unlinkat(trail_.folder(), name_.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT)
+        if (::unlinkat(trail_.folder(), name_.c_str(), AT_REMOVEDIR) == 0)
+            return removal_.removed();
+        if (errno == ENOENT)
             return;
         if (errno != ENOTEMPTY || readings_again_++ == max_readings_again)
             throw platform_error(errno, trail_.path_of(name_.c_str()));
@@ -98,7 +107,7 @@ private:
     }
 
     FolderTrail trail_;
-    Access access_;
+    const Removal& removal_;
     std::string name_;
     int readings_again_ = 0;
 };
@@ -115,51 +124,57 @@ void refuse_special(const char* name, const Url& shown)
 }
 
 /// Removes the folder `name` with everything in it, if it is the expected one.
-void remove_with_contents(int parent, const char* name, const Url& shown, Access access,
+void remove_with_contents(int parent, const char* name, const Url& shown, const Removal& removal,
                           const std::optional<Identity>& expected)
 {
     struct statx above = {};
     if (::statx(parent, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &above) != 0)
         throw platform_error(errno, shown);
     for (int readings = 0; readings <= max_readings_again; ++readings) {
-        OpenFolder folder = open_to_empty(parent, name, access);
+        OpenFolder folder = open_to_empty(parent, name, removal.access);
         if (folder.error == 0 && is_mounted(folder.facts, identity_of(above)))
             folder.error = EBUSY;
         if (folder.error == 0 && expected && folder.identity() != *expected)
             folder.error = ESTALE;
         if (folder.error != 0)
             throw platform_error(folder.error, shown);
-        Emptying(std::move(folder), shown.path(), access).run();
+        Emptying(std::move(folder), shown.path(), removal).run();
         if (::unlinkat(parent, name, AT_REMOVEDIR) == 0)
-            return;
+            return removal.removed();
         if (errno != ENOTEMPTY)
             break;
     }
     throw platform_error(errno, shown);
 }
 
-} // namespace
-
-void remove_tree(int folder, const char* name, const Url& shown, Access access)
+void remove_item(int folder, const char* name, const Url& shown, const Removal& removal)
 {
     refuse_special(name, shown);
     const int error = unlink_item(folder, name);
     if (error == EISDIR)
-        remove_with_contents(folder, name, shown, access, {});
-    else if (error != 0)
+        return remove_with_contents(folder, name, shown, removal, {});
+    if (error != 0)
         throw platform_error(error, shown);
+    removal.removed();
+}
+
+} // namespace
+
+void remove_tree(int folder, const char* name, const Url& shown, Access access)
+{
+    remove_item(folder, name, shown, {access, nothing_more});
 }
 
 void remove_folder(int folder, const char* name, const Url& shown, const Identity& expected)
 {
     refuse_special(name, shown);
-    remove_with_contents(folder, name, shown, Access::as_it_is, expected);
+    remove_with_contents(folder, name, shown, {Access::as_it_is, nothing_more}, expected);
 }
 
-void remove_tree(const Url& url)
+void remove_tree(const Url& url, FunctionRef<void()> removed)
 {
     const Place place = Place::in_opened_folder(url);
-    remove_tree(place.folder(), place.name(), url);
+    remove_item(place.folder(), place.name(), url, {Access::as_it_is, removed});
 }
 
 } // namespace orv

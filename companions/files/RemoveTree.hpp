@@ -2,6 +2,7 @@
 
 #include "files/Identity.hpp"
 
+#include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
 
 namespace orv {
@@ -9,6 +10,8 @@ namespace orv {
 /// `as_it_is`: folders that may not be changed end the removal. `taken`: they are made accessible
 /// first, as far as they are the user's. That is for items of the library's own.
 enum class Access { as_it_is, taken };
+
+inline constexpr auto nothing_more = [] {};
 
 /// Removes the item `name` of the open folder `folder`, a folder with everything in it. `shown` is
 /// its path in errors. Links are removed, never followed, and a mounted volume is never entered.
@@ -23,7 +26,8 @@ void remove_tree(int folder, const char* name, const Url& shown, Access access =
 /// and the error is ESTALE.
 void remove_folder(int folder, const char* name, const Url& shown, const Identity& expected);
 
-/// The same for the item at `url`.
-void remove_tree(const Url& url);
+/// The same for the item at `url`. `removed` is called after each item that was removed; what it
+/// throws ends the removal.
+void remove_tree(const Url& url, FunctionRef<void()> removed = nothing_more);
 
 } // namespace orv

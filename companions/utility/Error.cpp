@@ -8,12 +8,10 @@
 namespace orv {
 namespace {
 
-/// The meaning of a code whose own text says little to a person who copies a file; empty for all
-/// others.
-std::string_view meaning_of(int code)
+/// An unplugged disk, a server out of reach, a FUSE volume whose program has ended.
+bool is_volume_gone(int code)
 {
     switch (code) {
-    // An unplugged disk, a server out of reach, a FUSE volume whose program has ended.
     case ENOTCONN:
     case ECONNABORTED:
     case ECONNRESET:
@@ -22,7 +20,19 @@ std::string_view meaning_of(int code)
     case EHOSTUNREACH:
     case ENODEV:
     case ESTALE:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// The meaning of a code whose own text says little to a person who copies a file; empty for all
+/// others.
+std::string_view meaning_of(int code)
+{
+    if (is_volume_gone(code))
         return "Its volume is not there any more";
+    switch (code) {
     case ETIMEDOUT:
         return "Its volume does not answer";
     case EIO:
@@ -38,6 +48,62 @@ std::string_view meaning_of(int code)
 
 } // namespace
 
+namespace {
+
+Cause cause_of(int code)
+{
+    switch (code) {
+    case EEXIST:
+    case ENOTEMPTY:
+        return Cause::taken;
+    case ENOENT:
+        return Cause::missing;
+    case ENOTDIR:
+    case EISDIR:
+    case ELOOP: // a link where none is followed
+        return Cause::wrong_kind;
+    case EACCES:
+    case EPERM:
+        return Cause::denied;
+    case EROFS:
+        return Cause::read_only;
+    case ENOSPC:
+    case EDQUOT:
+        return Cause::no_space;
+    case EFBIG:
+    case ENAMETOOLONG:
+    case EMLINK:
+    case EOVERFLOW:
+        return Cause::too_large;
+    case EINVAL: // such as a folder into itself
+        return Cause::invalid;
+    case ENOSYS:
+    case EOPNOTSUPP:
+    case EILSEQ: // a name that the volume cannot hold
+    case EXDEV:
+        return Cause::unsupported;
+    case EBUSY:
+    case ETXTBSY:
+    case EAGAIN:
+    case EDEADLK:
+        return Cause::busy;
+    case ENOMEM:
+    case EMFILE:
+    case ENFILE:
+        return Cause::exhausted;
+    case ENXIO:
+    case ETIMEDOUT:
+        return Cause::disconnected;
+    case EIO:
+    case EUCLEAN:
+        return Cause::failed;
+    default:
+        return is_volume_gone(code) ? Cause::disconnected : Cause::none;
+    }
+}
+
+} // namespace
+
 struct Error::Content {
     std::string message;
     std::string sentence;
@@ -45,6 +111,7 @@ struct Error::Content {
     std::optional<int> code;
     Kind kind = Kind::request;
     std::string reason = {};
+    Cause cause = Cause::none; // beyond what the code tells
 };
 
 Error::Error(std::string text) : Error(Content{text, std::move(text), {}, {}, Kind::request}) {}
@@ -81,6 +148,20 @@ Error::Kind Error::kind() const noexcept
     return content_->kind;
 }
 
+Cause Error::cause() const noexcept
+{
+    if (content_->cause != Cause::none || kind() != Kind::platform)
+        return content_->cause;
+    return cause_of(code().value_or(0));
+}
+
+Error Error::known_as(Cause cause) const
+{
+    Content content = *content_;
+    content.cause = cause;
+    return Error(std::move(content));
+}
+
 Error Error::at(const Url& path) const
 {
     Content content = *content_;
@@ -96,6 +177,8 @@ Error Error::because_of(const Error& cause) const
     content.reason = cause.reason().empty() ? cause.sentence() : cause.reason();
     if (!content.path)
         content.path = cause.path();
+    if (content.cause == Cause::none)
+        content.cause = cause.cause();
     return Error(std::move(content));
 }
 

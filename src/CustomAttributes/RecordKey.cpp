@@ -57,7 +57,7 @@ private:
     static void check_is_defined(const Url& url)
     {
         if (url.empty())
-            throw Error("Given url points to an undefined path.");
+            throw Error("Given url points to an undefined path.").known_as(Cause::invalid);
     }
 
     static bool is_no_name(const std::string& name)

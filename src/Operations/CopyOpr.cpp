@@ -55,7 +55,9 @@ void check_is_not_inside(const Url& source, const CopyAnswer& answer)
         return;
     if (lies_inside(answer.destination, source) ||
         (answer.merges && are_same_item(source, answer.destination)))
-        throw copy_place("Source path conflicts with destination path.").at(source);
+        throw copy_place("Source path conflicts with destination path.")
+            .known_as(Cause::invalid)
+            .at(source);
 }
 
 /// Deletes the item that the copy replaces if both have no room on its volume. Returns true if it

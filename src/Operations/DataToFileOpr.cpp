@@ -32,7 +32,7 @@ struct TargetAnswer {
 void check_request(Bytes data, const Url& target)
 {
     if (data.empty())
-        throw data_place("Source data is empty.", 79).at(target);
+        throw data_place("Source data is empty.", 79).known_as(Cause::invalid).at(target);
     check_path(target, "Destination", data_place, {.undefined = 84, .root = 87});
 }
 
@@ -52,7 +52,7 @@ TargetAnswer settle_conflict(DataRequest& request, const Url& target)
     return {target};
 }
 
-void write_data(DataRequest& request, int file, Bytes data, const Url& target, ByteCounter& counter,
+void write_data(DataRequest& request, int file, Bytes data, const Url& target, RunningSums& sums,
                 GeneralProgress progress)
 {
     ProgressInterval interval;
@@ -60,7 +60,7 @@ void write_data(DataRequest& request, int file, Bytes data, const Url& target, B
         const Bytes chunk = data.subspan(written, std::min(chunk_size, data.size() - written));
         write_all({file, target}, chunk, static_cast<std::int64_t>(written));
         written += chunk.size();
-        counter.up_to(static_cast<std::int64_t>(written));
+        sums.bytes_up_to(static_cast<std::int64_t>(written));
         request.check_cancelled();
         if (interval.is_due()) {
             progress.value = static_cast<float>(written) / static_cast<float>(data.size());
@@ -88,12 +88,12 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
         replaces && only_fits_alone(target, static_cast<std::int64_t>(data.size()), poll);
     if (goes_first)
         remove_replaced(target, failure);
-    ByteCounter counter(request.tally());
+    RunningSums sums(request.tally());
     build_file(target, replaces && !goes_first,
                {.not_created = data_place("Couldn't create destination file.", 169),
                 .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
                [&](const PartialFile& file) {
-                   write_data(request, file.fd(), data, target, counter, progress);
+                   write_data(request, file.fd(), data, target, sums, progress);
                });
     request.tally().add_done(target);
     // The lock is kept for that: nobody else's file may be deleted. A file that took the place of

@@ -10,16 +10,21 @@
 #include "Tool/Tool.hpp"
 #include "files/Flush.hpp"
 #include "files/ItemStatus.hpp"
+#include "files/OpenFolder.hpp"
+#include "files/TreeWalk.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace orv {
 namespace {
 
 constexpr ErrorPlace delete_place{"src/Operations/DeleteOpr", "delete(url:status_closure:)"};
 
-void remove_item(const Url& url)
+void remove_item(const Url& url, FunctionRef<void()> removed)
 {
     try {
-        Tool::remove_item(url);
+        Tool::remove_item(url, removed);
     } catch (const Error& cause) {
         throw delete_place("Couldn't delete the item.").because_of(cause);
     }
@@ -35,9 +40,37 @@ void delete_records(const RecordKey& key, const Url& url)
     database.sync([&] { RecCustomAttr::delete_records(key); });
 }
 
+bool is_folder(const Url& url)
+{
+    const auto status = item_status(url, AT_SYMLINK_NOFOLLOW);
+    return status && S_ISDIR(status->st_mode);
+}
+
 } // namespace
 
-void delete_item_and_records(const Url& url, Tally& tally)
+std::int64_t items_to_delete(const Url& url, FunctionRef<void()> poll)
+try {
+    std::int64_t items = 1;
+    if (!is_folder(url))
+        return items;
+    TreeWalkOptions options;
+    options.describes_all = false;
+    TreeWalk walk(url, options);
+    for (auto event = walk.next(); event != TreeWalk::Event::end; event = walk.next()) {
+        if (event != TreeWalk::Event::item)
+            continue;
+        poll();
+        ++items;
+        // What is mounted there is not deleted: the deletion fails there.
+        if (walk.is_folder() && is_mounted(walk.facts(), identity_of(walk.folder_facts())))
+            walk.skip_contents();
+    }
+    return items;
+} catch (const Error&) {
+    return -1;
+}
+
+void delete_item_and_records(const Url& url, FunctionRef<void()> removed)
 {
     check_path(url, "Given", delete_place);
     const UrlLock lock(write(url));
@@ -47,9 +80,8 @@ void delete_item_and_records(const Url& url, Tally& tally)
     pause_in_test_mode(std::chrono::seconds(1));
 
     const RecordKey key = record_key_of_entry(url);
-    remove_item(url);
+    remove_item(url, removed);
     delete_records(key, url);
-    tally.add_done(url);
 }
 
 std::shared_ptr<DeleteOperation> delete_item(Url url, DeleteOperation::StatusClosure status_closure)
@@ -58,7 +90,8 @@ std::shared_ptr<DeleteOperation> delete_item(Url url, DeleteOperation::StatusClo
         std::move(status_closure),
         [url = std::move(url)](Request<DeleteOperation>& request) -> DeleteOperation::Status {
             const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
-            delete_item_and_records(url, request.tally());
+            request.tally().expect(-1, items_to_delete(url, [&] { request.wait_while_paused(); }));
+            delete_for(request, url);
             return status::success{};
         });
 }

@@ -1,9 +1,11 @@
 #pragma once
 
-#include "Operations/frame/Tally.hpp"
+#include "Operations/frame/Request.hpp"
 
 #include <orv/Operations/DeleteOpr.hpp>
+#include <orv/utility/FunctionRef.hpp>
 
+#include <cstdint>
 #include <memory>
 
 namespace orv {
@@ -12,10 +14,28 @@ namespace orv {
 std::shared_ptr<DeleteOperation> delete_item(Url url,
                                              DeleteOperation::StatusClosure status_closure);
 
-/// Deletes the item at `url` and its attribute rows, as the operation does it, and counts it.
+/// Deletes the item at `url` and its attribute rows, as the operation does it. `removed` is called
+/// after each item that was removed.
 ///
 /// Threading: background.
 /// Errors: those of the operation.
-void delete_item_and_records(const Url& url, Tally& tally);
+void delete_item_and_records(const Url& url, FunctionRef<void()> removed);
+
+/// How many items the item at `url` and all that is in it are; -1 where that cannot be told.
+/// `poll` is called for each of them.
+///
+/// Threading: background.
+std::int64_t items_to_delete(const Url& url, FunctionRef<void()> poll);
+
+/// The same as a part of `request`, which counts it and can be paused between two items.
+template <class Operation>
+void delete_for(Request<Operation>& request, const Url& url)
+{
+    delete_item_and_records(url, [&] {
+        request.tally().add_items(1);
+        request.wait_while_paused();
+    });
+    request.tally().add_result(url);
+}
 
 } // namespace orv

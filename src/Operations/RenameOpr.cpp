@@ -26,15 +26,17 @@ void check_is_no_volume(const Url& url)
     if (!is_volume)
         throw rename_place("Couldn't obtain `isVolume` info from url resource values.", 73).at(url);
     if (*is_volume)
-        throw rename_place("Renaming a volume name is not supported yet.", 77).at(url);
+        throw rename_place("Renaming a volume name is not supported yet.", 77)
+            .known_as(Cause::unsupported)
+            .at(url);
 }
 
 void check_is_name(const std::string& name, const Url& url)
 {
     if (name.find('/') != std::string::npos)
-        throw rename_place("New name cannot contain a slash.").at(url);
+        throw rename_place("New name cannot contain a slash.").known_as(Cause::invalid).at(url);
     if (name == "." || name == "..")
-        throw rename_place("New name cannot be \".\" or \"..\".").at(url);
+        throw rename_place("New name cannot be \".\" or \"..\".").known_as(Cause::invalid).at(url);
 }
 
 /// Of a link, its own date.
@@ -55,7 +57,9 @@ void rename_to(Request<RenameOperation>& request, const Url& url, const std::str
 {
     check_path(url, "Given", rename_place, {.undefined = 44, .root = 47});
     if (new_name.empty())
-        throw rename_place("New name cannot be an empty string.", 52).at(url);
+        throw rename_place("New name cannot be an empty string.", 52)
+            .known_as(Cause::invalid)
+            .at(url);
     check_is_name(new_name, url);
     const Url new_url = url.deleting_last_path_component().appending(new_name);
 
@@ -64,10 +68,11 @@ void rename_to(Request<RenameOperation>& request, const Url& url, const std::str
     const bool is_old_name = url.standardized() == new_url.standardized();
     const UrlLock lock({read(url)}, write(new_url), is_old_name);
     if (!Tool::item_exists(url))
-        throw rename_place("No item exists at given url.", 68).at(url);
+        throw rename_place("No item exists at given url.", 68).known_as(Cause::missing).at(url);
     check_is_no_volume(url);
     if (Tool::item_exists(new_url) && !is_other_spelling(url, new_url))
         throw rename_place("Couldn't rename item, because the provided name is taken.", 82)
+            .known_as(Cause::taken)
             .at(new_url);
     pause_in_test_mode(std::chrono::seconds(1));
     move_with_records(folder.appending(url.last_path_component()), folder.appending(new_name),

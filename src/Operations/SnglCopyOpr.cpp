@@ -27,7 +27,9 @@ void check_paths(const Url& source, const Url& destination)
     check_path(source, "Source", single_copy_place);
     check_path(destination, "Destination", single_copy_place);
     if (source == destination)
-        throw single_copy_place("Source and destination items cannot be the same.").at(source);
+        throw single_copy_place("Source and destination items cannot be the same.")
+            .known_as(Cause::invalid)
+            .at(source);
 }
 
 /// The lock is a momentary test: it is given back before the work begins.
@@ -42,12 +44,18 @@ bool must_replace(const Url& source, const Url& destination, bool overwrite)
     if (!Tool::item_exists(destination))
         return false;
     if (!overwrite)
-        throw single_copy_place("Destination item already exists.").at(destination);
+        throw single_copy_place("Destination item already exists.")
+            .known_as(Cause::taken)
+            .at(destination);
     if (are_same_item(source, destination))
-        throw single_copy_place("Source and destination items cannot be the same.").at(source);
+        throw single_copy_place("Source and destination items cannot be the same.")
+            .known_as(Cause::invalid)
+            .at(source);
     // Links may hide from the lock that the one lies in the other.
     if (UrlLocker::do_urls_conflict(source.resolving_symlinks(), destination.resolving_symlinks()))
-        throw single_copy_place("Source path conflicts with destination path.").at(source);
+        throw single_copy_place("Source path conflicts with destination path.")
+            .known_as(Cause::invalid)
+            .at(source);
     check_can_be_replaced(source, destination, single_copy_place);
     return true;
 }
@@ -86,10 +94,10 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
 
     OpenedDestination to(dest_url, S_ISDIR(mode), replaces);
     ProgressInterval interval;
-    ByteCounter bytes(request.tally());
+    RunningSums sums(request.tally());
     const auto tell = [&](float part_done) {
         request.check_cancelled();
-        bytes.up_to(static_cast<std::int64_t>(static_cast<double>(facts.st_size) * part_done));
+        sums.bytes_up_to(static_cast<std::int64_t>(static_cast<double>(facts.st_size) * part_done));
         if (!interval.is_due())
             return;
         progress.value = part_done;

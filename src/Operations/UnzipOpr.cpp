@@ -7,6 +7,7 @@
 #include "Operations/frame/Request.hpp"
 #include "Operations/frame/TakenName.hpp"
 #include "Operations/frame/UrlLocker.hpp"
+#include "Operations/frame/ZipWatch.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
 #include "files/Flush.hpp"
@@ -34,13 +35,17 @@ void check_urls(const Url& archive, const Url& destination)
 {
     check_path(archive, "Archive", unzip_place, {.undefined = 82, .root = 85});
     if (destination.standardized().empty())
-        throw unzip_place("Destination url points to an undefined path.", 90);
+        throw unzip_place("Destination url points to an undefined path.", 90)
+            .known_as(Cause::invalid);
     if (archive == destination)
-        throw unzip_place("Archive and destination url cannot be the same.", 98).at(archive);
+        throw unzip_place("Archive and destination url cannot be the same.", 98)
+            .known_as(Cause::invalid)
+            .at(archive);
     if (!Tool::item_exists(destination))
         throw missing_item(unzip_place("Destination folder doesn't exist.", 109), destination);
     if (!Tool::is_directory(destination))
         throw unzip_place("Destination url points to an existing non-folder item.", 105)
+            .known_as(Cause::wrong_kind)
             .at(destination);
 }
 
@@ -122,7 +127,7 @@ private:
 void unpack(UnzipRequest& request, const Url& archive, const Container& container,
             const std::optional<std::string>& password)
 {
-    const auto canceller = std::make_shared<Zip::Canceller>();
+    const std::shared_ptr<Zip::Canceller> canceller = watched_by(request);
     const auto tell = [&](float value, const Url& item) {
         request.report(status::progress<GeneralProgress>{{item, value}});
     };

@@ -8,6 +8,7 @@
 #include "Operations/frame/Request.hpp"
 #include "Operations/frame/TakenName.hpp"
 #include "Operations/frame/UrlLocker.hpp"
+#include "Operations/frame/ZipWatch.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
 #include "files/ItemStatus.hpp"
@@ -30,12 +31,15 @@ struct Content {
 void check_items(const std::vector<Url>& items, const Url& archive)
 {
     if (items.empty())
-        throw zip_place("Item urls cannot be empty.", 81);
+        throw zip_place("Item urls cannot be empty.", 81).known_as(Cause::invalid);
     for (const Url& item : items) {
         if (item.standardized().empty())
-            throw zip_place("Item url points to an undefined path. \n" + item.description(), 85);
+            throw zip_place("Item url points to an undefined path. \n" + item.description(), 85)
+                .known_as(Cause::invalid);
         if (item == archive)
-            throw zip_place("Item url cannot be the same with archive url.", 88).at(item);
+            throw zip_place("Item url cannot be the same with archive url.", 88)
+                .known_as(Cause::invalid)
+                .at(item);
     }
 }
 
@@ -57,7 +61,7 @@ Target settle_conflict(const Url& archive, ConflictBehaviour on_conflict)
     case ConflictBehaviour::keep_both:
         return {free_url(archive, zip_place("Couldn't generate a non-conflicting url.", 115))};
     case ConflictBehaviour::stop:
-        throw zip_place("Destination item already exists.", 120).at(archive);
+        throw zip_place("Destination item already exists.", 120).known_as(Cause::taken).at(archive);
     }
     return {archive};
 }
@@ -84,14 +88,16 @@ void check_replaces_no_item(const std::vector<Url>& items, const Url& archive)
 {
     for (const Url& item : items)
         if (are_same_item(item, archive) || lies_inside(item, archive))
-            throw zip_place("Item url cannot be the same with archive url.", 88).at(item);
+            throw zip_place("Item url cannot be the same with archive url.", 88)
+                .known_as(Cause::invalid)
+                .at(item);
 }
 
 /// Packs into `file`, out of sight. What goes wrong with it is told of the archive that it is to
 /// become.
-void pack(ZipRequest& request, const Content& content, const Url& file, const Url& archive)
+void pack(ZipRequest& request, const std::shared_ptr<Zip::Canceller>& canceller,
+          const Content& content, const Url& file, const Url& archive)
 try {
-    const auto canceller = std::make_shared<Zip::Canceller>();
     const auto tell = [&](float value, const Url& item) {
         request.report(status::progress<GeneralProgress>{{item, value}});
     };
@@ -111,12 +117,14 @@ void build_archive(ZipRequest& request, const Content& content, const Target& ta
 {
     const Url& archive = target.url;
     const Error failure = zip_place("Zip operation failed.", 191);
+    const std::shared_ptr<Zip::Canceller> canceller = watched_by(request);
     build_file(archive, target.replaces,
                {.not_created = failure,
                 .not_finalized = zip_place("Couldn't finalize zipping operation.", 209)},
                [&](const PartialFile& file) {
-                   with_zip_errors(Zip::Error::Case::zip_failed, failure,
-                                   [&] { pack(request, content, file.reachable_url(), archive); });
+                   with_zip_errors(Zip::Error::Case::zip_failed, failure, [&] {
+                       pack(request, canceller, content, file.reachable_url(), archive);
+                   });
                });
 }
 

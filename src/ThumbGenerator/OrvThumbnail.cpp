@@ -71,7 +71,8 @@ Making made_by(const Make& make, const std::stop_token& stop)
     try {
         Preview preview = make();
         if (preview.picture.is_empty() || preview.picture.is_same(intr_thumb_placeholder()))
-            return failed(Error("What makes pictures of such files has none of this one."));
+            return failed(Error("What makes pictures of such files has none of this one.")
+                              .known_as(Cause::damaged));
         return {std::move(preview), std::nullopt};
     } catch (const Error& error) {
         return failed(error);
@@ -80,7 +81,7 @@ Making made_by(const Make& make, const std::stop_token& stop)
     } catch (...) {
         if (stop.stop_requested())
             throw Exception();
-        return failed(Error("What makes pictures of such files failed."));
+        return failed(Error("What makes pictures of such files failed.").known_as(Cause::failed));
     }
 }
 
@@ -139,7 +140,8 @@ Error OrvThumbnail::Content::no_generator() const
     std::string known;
     for (const auto& [extension, generator] : generators)
         known += (known.empty() ? "" : ", ") + extension;
-    return Error("Only files named as one of these kinds have thumbnails: " + known + ".");
+    return Error("Only files named as one of these kinds have thumbnails: " + known + ".")
+        .known_as(Cause::unsupported);
 }
 
 OrvThumbnail& OrvThumbnail::singleton()

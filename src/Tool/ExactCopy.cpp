@@ -196,7 +196,9 @@ private:
         else if (S_ISFIFO(mode) || S_ISSOCK(mode))
             record(source, made_copy(copy_node, source, target));
         else
-            throw Error("Device files can't be moved to another volume.").at(source.url);
+            throw Error("Device files can't be moved to another volume.")
+                .known_as(Cause::unsupported)
+                .at(source.url);
     }
 
     struct stat copy_file(const SourceItem& source, const DestinationItem& target)

@@ -122,9 +122,9 @@ try {
     return false;
 }
 
-void Tool::remove_item(const Url& at)
+void Tool::remove_item(const Url& at, FunctionRef<void()> removed)
 {
-    remove_tree(at);
+    remove_tree(at, removed);
 }
 
 void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
@@ -133,7 +133,8 @@ void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
                             std::function<void(const Error&)> on_passed_over)
 {
     if (!item_exists(root))
-        throw walk_error("Given url doesn't point to an existing item.", 78);
+        throw walk_error("Given url doesn't point to an existing item.", 78)
+            .known_as(Cause::missing);
     const bool is_folder = is_directory(root);
     if (inclusive && !consume(FileItem(root, root)))
         return;

@@ -30,10 +30,11 @@ public:
     /// Removes the item, a folder with everything in it. Says whether it is gone.
     static bool delete_item(const Url& at);
 
-    /// The same as `delete_item`, but tells why it failed.
+    /// The same as `delete_item`, but tells why it failed. `removed` is called after each item that
+    /// was removed; what it throws ends the removal.
     ///
     /// Errors: the platform's, with the path of the item that could not be removed.
-    static void remove_item(const Url& at);
+    static void remove_item(const Url& at, FunctionRef<void()> removed = nothing_around);
 
     /// Hands the items below `root` to `consume`, a folder before its contents, until it answers
     /// false. With `inclusive` the root comes first, whatever it is; a root that is no folder has

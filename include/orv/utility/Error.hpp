@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orv/utility/Cause.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <exception>
@@ -31,12 +32,17 @@ public:
     [[nodiscard]] const std::optional<Url>& path() const noexcept;
     [[nodiscard]] std::optional<int> code() const noexcept;
     [[nodiscard]] Kind kind() const noexcept;
+    /// What a program goes by; see also `code()`.
+    [[nodiscard]] Cause cause() const noexcept;
 
     /// The same error, told where it happened.
     Error at(const Url& path) const;
 
-    /// The same error with the code and the reason of its cause, and with the path of the cause if
-    /// this one has none.
+    /// The same error, known to programs as `cause`.
+    Error known_as(Cause cause) const;
+
+    /// The same error with the code and the reason of its cause, and with the path and the cause
+    /// for programs if this one has none.
     Error because_of(const Error& cause) const;
 
     /// The same error, its message replaced by `text`; the sentence stays.

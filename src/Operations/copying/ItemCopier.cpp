@@ -32,7 +32,9 @@ Error placing_error(int code, const Url& url)
 
 Error replaced_meanwhile(const Url& url)
 {
-    return raise("Source item was replaced while it was being copied.").at(url);
+    return raise("Source item was replaced while it was being copied.")
+        .known_as(Cause::changed)
+        .at(url);
 }
 
 /// The error for a source that cannot be opened or described any more.
@@ -122,7 +124,7 @@ void ItemCopier::copy(const SourceItem& source, mode_t mode, const DestinationIt
     else if (S_ISFIFO(mode) || S_ISSOCK(mode))
         copy_whole(copy_node, source, destination);
     else
-        throw raise("Device files can't be copied.").at(source.url);
+        throw raise("Device files can't be copied.").known_as(Cause::unsupported).at(source.url);
 }
 
 std::optional<PartialFile> ItemCopier::build(const SourceItem& source,

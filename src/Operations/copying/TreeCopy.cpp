@@ -109,7 +109,7 @@ public:
                    plan.replaces ? RecordCopies::Onto::replaced_item
                    : plan.merges ? RecordCopies::Onto::folder_to_merge_with
                                  : RecordCopies::Onto::nothing),
-          bytes_(request.tally())
+          sums_(request.tally())
     {
     }
 
@@ -162,7 +162,7 @@ private:
     CopyProgress progress_;
     RecordCopies records_;
     ItemCopier copier_;
-    ByteCounter bytes_;
+    RunningSums sums_;
     std::int64_t processed_ = 0; // bytes
 
     std::optional<DestinationFolders> folders_;
@@ -393,7 +393,7 @@ void TreeCopy::copy_file(const Item& item, const SourceItem& source,
     copier_.copy(source, item.facts.stx_mode, destination, [&](float part_done) {
         request_.check_cancelled();
         request_.report_held();
-        bytes_.up_to(done_with(item, part_done));
+        sums_.bytes_up_to(done_with(item, part_done));
         if (interval.is_due())
             tell(item, part_done);
     });
@@ -477,7 +477,7 @@ void TreeCopy::take(const ItemAhead& ahead)
 void TreeCopy::count(std::int64_t bytes, std::int64_t items)
 {
     processed_ += bytes;
-    bytes_.up_to(processed_);
+    sums_.bytes_up_to(processed_);
     request_.tally().add_items(items);
 }
 

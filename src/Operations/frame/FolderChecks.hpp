@@ -20,9 +20,9 @@ namespace orv {
 inline void check_is_folder(const Url& url, const Error& no_item, const Error& no_folder)
 {
     if (!Tool::item_exists(url))
-        throw no_item.at(url);
+        throw no_item.known_as(Cause::missing).at(url);
     if (!Tool::is_directory(url))
-        throw no_folder.at(url);
+        throw no_folder.known_as(Cause::wrong_kind).at(url);
 }
 
 /// Refuses what a batch cannot go to.
@@ -49,6 +49,7 @@ inline void check_sources(const std::vector<Url>& sources, const Url& folder,
         if (name == "." || name == "..")
             throw place("Source url must end in the name of an item, not in \".\" or \"..\".",
                         where)
+                .known_as(Cause::invalid)
                 .at(source);
         const bool may_hold_folder = Tool::is_directory(source) && name != "/";
         if (may_hold_folder && relative_path(resolved, source.resolving_symlinks()))

@@ -23,9 +23,12 @@ inline void check_path(const Url& url, std::string_view subject, const ErrorPlac
 {
     const std::string path = url.standardized().path();
     if (path.empty())
-        throw place(std::string(subject) + " url points to an undefined path.", lines.undefined);
+        throw place(std::string(subject) + " url points to an undefined path.", lines.undefined)
+            .known_as(Cause::invalid);
     if (path == "/")
-        throw place(std::string(subject) + " url points to root directory.", lines.root).at(url);
+        throw place(std::string(subject) + " url points to root directory.", lines.root)
+            .known_as(Cause::invalid)
+            .at(url);
 }
 
 /// Refuses a copy or a move between locations on which no request may work, or of nothing.

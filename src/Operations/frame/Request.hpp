@@ -64,6 +64,9 @@ public:
         state().pause.wait();
     }
 
+    /// What holds up the work while the request is paused, for other threads that help with it.
+    [[nodiscard]] const PauseGate& pause_gate() const { return state().pause; }
+
     /// What the caller has of the request.
     [[nodiscard]] Operation& operation() const { return *operation_; }
 
@@ -270,7 +273,8 @@ std::function<void(const Error&)> failures_of(Request<Operation>& request)
 inline Error no_thread_error()
 {
     return Error("The request couldn't be started, because the system allows no more threads. "
-                 "Wait until other programs or requests have ended, and try again.");
+                 "Wait until other programs or requests have ended, and try again.")
+        .known_as(Cause::exhausted);
 }
 
 /// A request that waits for its thread.

@@ -15,7 +15,7 @@ Url free_url(const Url& taken, const Error& none_is_free)
 {
     auto url = generate_non_conflicting_file_url(taken, {});
     if (!url)
-        throw none_is_free.at(taken);
+        throw none_is_free.known_as(Cause::taken).at(taken);
     return *url;
 }
 
@@ -34,7 +34,9 @@ void check_can_be_replaced(const Url& source, const Url& destination, const Erro
                            std::source_location where)
 {
     if (Tool::is_directory(destination) && lies_inside(source, destination))
-        throw place("Source path conflicts with destination path.", where).at(source);
+        throw place("Source path conflicts with destination path.", where)
+            .known_as(Cause::invalid)
+            .at(source);
     check_can_be_replaced(destination, not_replaced(place, where));
 }
 

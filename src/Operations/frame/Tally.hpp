@@ -119,23 +119,25 @@ private:
     std::vector<Failure> failures_;
 };
 
-/// Counts bytes of which the sum is told again and again.
-class ByteCounter {
+/// Counts what a part of a request tells as sums, again and again. What has to be done once more is
+/// counted once.
+class RunningSums {
 public:
-    explicit ByteCounter(Tally& tally) : tally_(tally) {}
+    explicit RunningSums(Tally& tally) : tally_(tally) {}
 
-    /// Counts what was not counted yet. A file that has to be written once more is counted once.
-    void up_to(std::int64_t done)
-    {
-        if (done <= counted_)
-            return;
-        tally_.add_bytes(done - counted_);
-        counted_ = done;
-    }
+    void bytes_up_to(std::int64_t done) { tally_.add_bytes(new_part(bytes_, done)); }
+    void items_up_to(std::int64_t done) { tally_.add_items(new_part(items_, done)); }
 
 private:
+    static std::int64_t new_part(std::int64_t& counted, std::int64_t done)
+    {
+        const std::int64_t before = std::exchange(counted, std::max(counted, done));
+        return counted - before;
+    }
+
     Tally& tally_;
-    std::int64_t counted_ = 0;
+    std::int64_t bytes_ = 0;
+    std::int64_t items_ = 0;
 };
 
 } // namespace orv

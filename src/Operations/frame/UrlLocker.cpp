@@ -101,14 +101,20 @@ std::optional<Error> clash(const Registry& registry, const std::vector<Wanted>& 
     using Kind = LockType::Kind;
     for (const Wanted& source : sources) {
         if (registry.is_locked(Kind::write, source.key))
-            return lock_place("Source item is being written by another operation.").at(source.url);
+            return lock_place("Source item is being written by another operation.")
+                .known_as(Cause::locked)
+                .at(source.url);
         if (!allow_conflict && UrlLocker::do_urls_conflict(source.url, dest.url))
             return source_conflict(source.url);
     }
     if (registry.is_locked(Kind::read, dest.key))
-        return lock_place("Destination item is being read by another operation.").at(dest.url);
+        return lock_place("Destination item is being read by another operation.")
+            .known_as(Cause::locked)
+            .at(dest.url);
     if (registry.is_locked(Kind::write, dest.key))
-        return lock_place("Destination item is being written by another operation.").at(dest.url);
+        return lock_place("Destination item is being written by another operation.")
+            .known_as(Cause::locked)
+            .at(dest.url);
     return std::nullopt;
 }
 
@@ -133,7 +139,9 @@ UrlLocker::Registration UrlLocker::lock(const std::vector<LockType>& sources, co
 
 Error source_conflict(const Url& source)
 {
-    return lock_place("Source path conflicts with destination path.").at(source);
+    return lock_place("Source path conflicts with destination path.")
+        .known_as(Cause::invalid)
+        .at(source);
 }
 
 void UrlLocker::unlock(Registration registration)
