@@ -39,8 +39,9 @@ bool cannot_hold(int code, int folder)
 
 Error not_held(int code, int folder, std::string_view sentence, const Url& url)
 {
-    return cannot_hold(code, folder) ? Error(std::string(sentence)).at(url)
-                                     : platform_error(code, url);
+    return cannot_hold(code, folder)
+               ? Error(std::string(sentence)).known_as(Cause::unsupported).at(url)
+               : platform_error(code, url);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "utility/WorkerPool.hpp"
 
 #include <atomic>
+#include <cstdint>
 
 namespace orv {
 
@@ -11,40 +12,44 @@ namespace orv {
 /// Threading: any.
 class PauseGate {
 public:
-    void pause() { change(State::open, State::closed); }
-    void resume() { change(State::closed, State::open); }
+    void pause() { step_on_from(0); }
+    void resume() { step_on_from(1); }
 
     /// Opens the gate for good.
     void end()
     {
-        state_ = State::removed;
-        state_.notify_all();
+        steps_ = ended;
+        steps_.notify_all();
     }
 
-    [[nodiscard]] bool is_closed() const
-    {
-        return state_.load(std::memory_order_relaxed) == State::closed;
-    }
+    [[nodiscard]] bool is_closed() const { return steps_.load(std::memory_order_relaxed) % 2 == 1; }
 
-    /// Waits until the gate is open.
+    /// Waits for the next opening, unless the gate is open. One that is closed again at once lets
+    /// the worker pass all the same: it would never get on otherwise.
     void wait() const
     {
-        if (!is_closed())
+        const std::uint32_t steps = steps_;
+        if (steps % 2 == 0)
             return;
         const WorkerPool::Blocked blocked;
-        state_.wait(State::closed);
+        steps_.wait(steps);
     }
 
 private:
-    enum class State : int { open, closed, removed };
+    /// Even, so open.
+    static constexpr std::uint32_t ended = UINT32_MAX - 1;
 
-    void change(State from, State to)
+    void step_on_from(std::uint32_t parity)
     {
-        state_.compare_exchange_strong(from, to);
-        state_.notify_all();
+        std::uint32_t steps = steps_;
+        while (steps % 2 == parity && steps != ended)
+            if (steps_.compare_exchange_weak(steps, (steps + 1) % ended)) {
+                steps_.notify_all();
+                return;
+            }
     }
 
-    std::atomic<State> state_ = State::open;
+    std::atomic<std::uint32_t> steps_ = 0; // openings and closings
 };
 
 } // namespace orv
