@@ -6,6 +6,7 @@
 #include <charconv>
 #include <functional>
 #include <map>
+#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -108,6 +109,45 @@ ThumbCommand::Form thumb_form(const std::string& output)
     throw CLI::ValidationError("OUT", "\"" + output + "\" ends with none of .jpeg, .jpg, .png");
 }
 
+/// How many letters have to be inserted, removed or exchanged to make the one of the other.
+std::size_t distance(std::string_view one, std::string_view other)
+{
+    std::vector<std::size_t> row(other.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < one.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < other.size(); ++j) {
+            const std::size_t exchanged = diagonal + (one[i] == other[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({exchanged, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+/// What a person who typed `word` probably meant, to be added to a sentence; empty if that is
+/// anybody's guess.
+std::string hint_for(std::string_view word)
+{
+    // The second of a pair is what other programs call the command.
+    constexpr std::pair<std::string_view, std::string_view> names[] = {
+        {"ls", "list"},         {"ls", "dir"},    {"find", "search"},  {"protected", ""},
+        {"du", "size"},         {"cp", "copy"},   {"mv", "move"},      {"rename", "ren"},
+        {"write", "create"},    {"zip", "pack"},  {"unzip", "unpack"}, {"unzip", "extract"},
+        {"rm", "delete"},       {"rm", "remove"}, {"rm", "del"},       {"mkdir", "md"},
+        {"thumb", "thumbnail"}, {"trash", "bin"}, {"examples", ""},    {"attr", "attributes"}};
+    std::string_view best;
+    std::size_t best_distance = std::min<std::size_t>(3, std::max<std::size_t>(word.size(), 2));
+    for (const auto& [name, other_name] : names) {
+        const std::size_t off = word == other_name ? 0 : distance(word, name);
+        if (off < best_distance) {
+            best = name;
+            best_distance = off;
+        }
+    }
+    return best.empty() ? "" : ". Did you mean \"" + std::string(best) + "\"?";
+}
+
 std::string check_home(const std::string& folder)
 {
     return folder.empty() ? "an empty path is no folder" : "";
@@ -176,6 +216,15 @@ private:
         for (const auto& [name, add] : commands)
             if (adds_all || has(name))
                 (this->*add)();
+    }
+
+    /// The word that stands where a command should.
+    std::optional<std::string> unknown_command() const
+    {
+        const std::vector<std::string> rest = app_.remaining();
+        if (!app_.get_subcommands().empty() || rest.empty() || rest.front().starts_with('-'))
+            return std::nullopt;
+        return as_typed(rest.front());
     }
 
     void add_global_options()
@@ -347,7 +396,9 @@ private:
         add_on_conflict(*command, write_.on_conflict, false,
                         "What to do when the name is taken; default: ask on the terminal, wherever "
                         "the input comes from, which without a terminal means stop");
-        command->footer("The input is read to its end before the file is begun.");
+        command->footer(
+            "The input is read to its end before the file is begun. Without any input no "
+            "file is written.");
         command->callback([this] { command_ = write_; });
     }
 
@@ -474,6 +525,10 @@ private:
         CLI::App* command =
             app_.add_subcommand("rm", "Delete items, folders with everything in them");
         command->add_option("PATH", remove_.paths, "What to delete")->type_name("")->required();
+        command->add_flag("-f,--force", remove_.ignores_missing, "Pass over what doesn't exist");
+        command->add_flag("-v,--verbose", remove_.is_verbose, "Print what was deleted");
+        command->add_flag("-r,-R,--recursive", "Changes nothing: folders are deleted anyway");
+        command->footer("What can't be deleted is told, and the others are deleted all the same.");
         command->callback([this] { command_ = remove_; });
     }
 
@@ -610,6 +665,9 @@ private:
 
     std::string complaint(const CLI::ParseError& error) const
     {
+        if (const auto word = unknown_command())
+            return "orv: There is no command \"" + *word + "\"" + hint_for(*word) +
+                   "\nSee orv --help.\n";
         const CLI::App& app = parsed_app();
         std::string name = app.get_name();
         for (const CLI::App* above = app.get_parent(); above; above = above->get_parent())

@@ -101,6 +101,8 @@ struct ThumbCommand {
 
 struct RemoveCommand {
     std::vector<std::string> paths;
+    bool ignores_missing = false;
+    bool is_verbose = false;
 };
 
 struct TrashCommand {

@@ -5,6 +5,9 @@
 
 namespace orv::app {
 
+/// The command failed, and what failed was told.
+struct ToldFailure {};
+
 /// The request under way was interrupted.
 struct Interrupted {};
 

@@ -11,6 +11,7 @@
 #include <array>
 #include <chrono>
 #include <string>
+#include <utility>
 
 #include <poll.h>
 #include <unistd.h>
@@ -43,14 +44,19 @@ std::string activity_line(std::string_view activity, std::chrono::seconds elapse
 
 Meanwhile show_activity(std::string_view activity, bool shown)
 {
+    return show_activity([activity = printable(activity)] { return activity; }, shown);
+}
+
+Meanwhile show_activity(std::function<std::string()> activity, bool shown)
+{
     if (!shown)
         return {};
     PausingClock clock;
     const auto start = clock.now();
-    const auto tick = [clock, start, activity = printable(activity)]() mutable {
+    const auto tick = [clock, start, activity = std::move(activity)]() mutable {
         const auto elapsed = clock.now() - start;
         if (elapsed > std::chrono::milliseconds(500))
-            draw_line(activity_line(activity, std::chrono::floor<std::chrono::seconds>(elapsed)));
+            draw_line(activity_line(activity(), std::chrono::floor<std::chrono::seconds>(elapsed)));
     };
     return {.tick = tick};
 }

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace orv::app {
@@ -18,6 +19,9 @@ struct Meanwhile {
 
 /// Shows that `activity` takes its time, such as "Measuring", when it does and `shown` allows it.
 [[nodiscard]] Meanwhile show_activity(std::string_view activity, bool shown);
+
+/// The same with an activity that is asked for each time.
+[[nodiscard]] Meanwhile show_activity(std::function<std::string()> activity, bool shown);
 
 /// Drives the main queue until `done`.
 void drive_until(const std::function<bool()>& done, const Meanwhile& meanwhile);

@@ -70,6 +70,8 @@ int exit_code_of(const Work& work)
         return interrupted_exit;
     } catch (const ClosedOutput&) {
         return failed;
+    } catch (const ToldFailure&) {
+        return was_interrupted() ? interrupted_exit : failed;
     } catch (const Error& error) {
         print_failure(error);
         return was_interrupted() ? interrupted_exit : failed;

@@ -62,6 +62,32 @@ OrvFileBrowser::fetch_curr_dir_items(std::optional<SortType> sort, bool include_
     return fm_.fetch_items(curr_dir_, false, sort, include_hidden_files, std::move(status_closure));
 }
 
+std::shared_ptr<FetchItemsOperation>
+OrvFileBrowser::fetch_items(Url inside, bool recursive, std::optional<SortType> sort,
+                            bool include_hidden_files,
+                            FetchItemsOperation::StatusClosure status_closure)
+{
+    return fm_.fetch_items(std::move(inside), recursive, sort, include_hidden_files,
+                           std::move(status_closure));
+}
+
+std::shared_ptr<ZipOperation> OrvFileBrowser::zip_to(std::vector<Url> item_urls, Url to,
+                                                     std::optional<std::string> password,
+                                                     ConflictBehaviour on_conflict,
+                                                     ZipOperation::StatusClosure status_closure)
+{
+    return fm_.zip(std::move(item_urls), std::move(to), std::move(password), on_conflict,
+                   std::move(status_closure));
+}
+
+std::shared_ptr<UnzipOperation>
+OrvFileBrowser::unzip_to(Url archive_url, Url to, std::optional<std::string> password,
+                         UnzipOperation::StatusClosure status_closure)
+{
+    return fm_.unzip(std::move(archive_url), std::move(to), std::move(password),
+                     std::move(status_closure));
+}
+
 std::shared_ptr<ZipOperation> OrvFileBrowser::zip(std::vector<Url> item_urls, std::string zip_name,
                                                   std::optional<std::string> password,
                                                   ZipOperation::StatusClosure status_closure)

@@ -80,7 +80,7 @@ protected:
         orv({"attr", "set", "a", "--order", "1"});
         lock = std::make_unique<DatabaseLock>(database());
         terminal = std::make_unique<Pseudoterminal>(command({"rm", "a", "b"}), work());
-        terminal->wait_for("Deleting 0:00");
+        terminal->wait_for("Deleting 1 of 2 items 0:00");
         terminal->type(ctrl_c);
     }
 
@@ -90,7 +90,7 @@ protected:
 
 TEST_F(HeldDeletion, IsFinishedAfterAnInterrupt)
 {
-    terminal->wait_for("Deleting 0:01");
+    terminal->wait_for("Deleting 1 of 2 items 0:01");
     lock.reset();
     EXPECT_EQ(terminal->finish(), 130);
     EXPECT_EQ(tree(work()), Words{});
@@ -100,7 +100,7 @@ TEST_F(HeldDeletion, IsFinishedAfterAnInterrupt)
 
 TEST_F(HeldDeletion, EndsAtOnceAtTheSecondInterrupt)
 {
-    terminal->wait_for("Deleting 0:01");
+    terminal->wait_for("Deleting 1 of 2 items 0:01");
     terminal->type(ctrl_c);
     EXPECT_EQ(terminal->finish(), 130);
     EXPECT_TRUE(terminal->shown().ends_with("\r\n")) << terminal->shown();

@@ -60,15 +60,30 @@ public:
     fetch_curr_dir_items(std::optional<SortType> sort, bool include_hidden_files,
                          FetchItemsOperation::StatusClosure status_closure);
 
+    std::shared_ptr<FetchItemsOperation>
+    fetch_items(Url inside, bool recursive, std::optional<SortType> sort, bool include_hidden_files,
+                FetchItemsOperation::StatusClosure status_closure);
+
     /// Packs the items into an archive in the current folder, named `zip_name`, ".zip" added where
     /// it is missing, or with a free name.
     std::shared_ptr<ZipOperation> zip(std::vector<Url> item_urls, std::string zip_name,
                                       std::optional<std::string> password,
                                       ZipOperation::StatusClosure status_closure);
 
+    /// Packs the items into an archive anywhere.
+    std::shared_ptr<ZipOperation> zip_to(std::vector<Url> item_urls, Url to,
+                                         std::optional<std::string> password,
+                                         ConflictBehaviour on_conflict,
+                                         ZipOperation::StatusClosure status_closure);
+
     /// Unpacks the archive into a new folder inside the current one.
     std::shared_ptr<UnzipOperation> unzip(Url archive_url, std::optional<std::string> password,
                                           UnzipOperation::StatusClosure status_closure);
+
+    /// Unpacks the archive into a new folder inside `to`.
+    std::shared_ptr<UnzipOperation> unzip_to(Url archive_url, Url to,
+                                             std::optional<std::string> password,
+                                             UnzipOperation::StatusClosure status_closure);
 
     std::shared_ptr<CopyOperation> copy(Url src_url, Url dest_url,
                                         CopyOperation::StatusClosure status_closure);
