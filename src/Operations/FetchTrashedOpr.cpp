@@ -11,7 +11,7 @@
 namespace orv {
 namespace {
 
-FetchTrashedOperation::Status run(Request<FetchTrashedOperation>& request)
+FetchTrashedOperation::Status list_trashes(Request<FetchTrashedOperation>& request)
 {
     const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
     FetchTrashedOperation::success found;
@@ -33,7 +33,7 @@ FetchTrashedOperation::Status run(Request<FetchTrashedOperation>& request)
 std::shared_ptr<FetchTrashedOperation>
 fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure)
 {
-    return start_request<FetchTrashedOperation>(std::move(status_closure), run);
+    return start_request<FetchTrashedOperation>(std::move(status_closure), list_trashes);
 }
 
 } // namespace orv

@@ -42,10 +42,7 @@ Destination destination_of(RestoreRequest& request, BatchAnswers& answers, const
     if (!Tool::item_exists(wanted))
         return {wanted};
     const auto question = std::make_shared<ConflictResolver>(false, wanted);
-    if (!request.has_listener())
-        question->resume(ConflictBehaviour::stop, false);
-    else
-        answers.settle(question, [&] { request.report(status::conflict_occured{question}); });
+    answers.settle(question, [&] { request.put(question); });
     switch (question->wait()) {
     case ConflictBehaviour::keep_both:
         return {free_url(wanted, restore_place("Couldn't generate a non-conflicting url."))};
