@@ -75,7 +75,7 @@ void list(const TrashCommand& command, const Surroundings& surroundings)
     } else {
         const char* before = "[";
         for (const TrashedItem& item : found.items) {
-            output.write(before + json(item));
+            output.write(before + app::json(item));
             before = ",\n";
         }
         output.write(found.items.empty() ? "[]\n" : "]\n");
