@@ -527,7 +527,8 @@ private:
         command->add_option("PATH", remove_.paths, "What to delete")->type_name("")->required();
         command->add_flag("-f,--force", remove_.ignores_missing, "Pass over what doesn't exist");
         command->add_flag("-v,--verbose", remove_.is_verbose, "Print what was deleted");
-        command->add_flag("-r,-R,--recursive", "Changes nothing: folders are deleted anyway");
+        command->add_flag_callback(
+            "-r,-R,--recursive", [] {}, "Changes nothing: folders are deleted anyway");
         command->footer("What can't be deleted is told, and the others are deleted all the same.");
         command->callback([this] { command_ = remove_; });
     }

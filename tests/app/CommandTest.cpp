@@ -82,7 +82,7 @@ TEST_F(CommandTest, DoesWhatItIsAskedAndTellsWhatItCouldNot)
         make_tree(work(), row.before);
         const Outcome outcome = orv(row.arguments);
         EXPECT_EQ(outcome.exit_code, row.exit_code);
-        EXPECT_EQ(outcome.out, row.out);
+        EXPECT_EQ(outcome.out, told(row.out));
         EXPECT_EQ(outcome.err, told(row.err));
         EXPECT_EQ(tree(work()), row.after);
     }
