@@ -82,6 +82,8 @@ private:
         trash.destroy(entry);
         RecCustomAttr::delete_records(key);
         ++count_;
+        request_.tally().add_items(1);
+        request_.tally().add_result(url);
     } catch (const Error& cause) {
         if (!first_failure_)
             first_failure_ = empty_place("Couldn't delete an item in the trash.").because_of(cause);

@@ -97,10 +97,12 @@ MoveToTrashOperation::Status run(TrashRequest& request, const std::vector<Url>& 
 {
     const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
     Trashes trashes;
+    request.tally().expect(-1, static_cast<std::int64_t>(urls.size()));
     MoveToTrashOperation::success done;
     for (const Url& item : checked(urls, trashes)) {
         request.check_cancelled();
         done.items.push_back(moved(trashes, item));
+        request.tally().add_done(done.items.back().url);
     }
     done.unused = trashes.unused();
     request.set_done();

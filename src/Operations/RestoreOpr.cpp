@@ -91,10 +91,12 @@ RestoreOperation::Status run(RestoreRequest& request, const std::vector<TrashedI
         check(item, trashes);
     BatchAnswers answers(static_cast<int>(std::ranges::count_if(
         items, [](const auto& item) { return Tool::item_exists(item.original_url); })));
+    request.tally().expect(-1, static_cast<std::int64_t>(items.size()));
     RestoreOperation::success done;
     for (const TrashedItem& item : items) {
         request.check_cancelled();
         done.urls.push_back(restored(request, answers, item, trashes));
+        request.tally().add_done(done.urls.back());
         answers.item_done();
     }
     request.set_done();
