@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 namespace orv {
 
@@ -25,6 +26,15 @@ struct ItemVersion {
           size(status.st_size), modified_s(status.st_mtim.tv_sec),
           modified_ns(status.st_mtim.tv_nsec), changed_s(status.st_ctim.tv_sec),
           changed_ns(status.st_ctim.tv_nsec)
+    {
+    }
+
+    explicit ItemVersion(const struct statx& facts)
+        : device(makedev(facts.stx_dev_major, facts.stx_dev_minor)), inode(facts.stx_ino),
+          mode(facts.stx_mode), links(facts.stx_nlink),
+          size(static_cast<std::int64_t>(facts.stx_size)), modified_s(facts.stx_mtime.tv_sec),
+          modified_ns(facts.stx_mtime.tv_nsec), changed_s(facts.stx_ctime.tv_sec),
+          changed_ns(facts.stx_ctime.tv_nsec)
     {
     }
 

@@ -1,9 +1,9 @@
 #include "CustomAttributes/RecordKey.hpp"
 
+#include "files/LinkResolver.hpp"
+
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Locations.hpp>
-
-#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -22,70 +22,11 @@ RecordKey key_of_resolved(const Url& url)
     return RecordKey(path[name_start - 1] == '/' ? path.substr(name_start) : path);
 }
 
-bool is_link(const Url& url)
+void check_is_defined(const Url& url)
 {
-    char first = 0;
-    return ::readlink(url.path().c_str(), &first, 1) >= 0;
+    if (url.empty())
+        throw Error("Given url points to an undefined path.").known_as(Cause::invalid);
 }
-
-/// Resolves symbolic links: the links on the way to an item once per folder, and a folder by its
-/// own name alone after its parent. So a walk resolves its items at the cost of one call per
-/// folder, however deep.
-class Resolver {
-public:
-    Url resolve(const Url& url)
-    {
-        check_is_defined(url);
-        return is_link(url) ? url.resolving_symlinks() : resolve_entry(url);
-    }
-
-    Url resolve_entry(const Url& url)
-    {
-        check_is_defined(url);
-        const std::string name = url.last_path_component();
-        if (is_no_name(name))
-            return url.resolving_symlinks();
-        return resolve_folder(url.deleting_last_path_component()).appending(name);
-    }
-
-private:
-    struct Folder {
-        Url url;
-        Url resolved;
-    };
-
-    static void check_is_defined(const Url& url)
-    {
-        if (url.empty())
-            throw Error("Given url points to an undefined path.").known_as(Cause::invalid);
-    }
-
-    static bool is_no_name(const std::string& name)
-    {
-        return name == "/" || name == "." || name == "..";
-    }
-
-    const Url& resolve_folder(const Url& folder)
-    {
-        const Url above = folder.deleting_last_path_component();
-        while (!way_.empty() && way_.back().url != folder && way_.back().url != above)
-            way_.pop_back();
-        if (way_.empty() || way_.back().url != folder)
-            way_.push_back({folder, resolved(folder)});
-        return way_.back().resolved;
-    }
-
-    /// The last folder on the way, if there is one, is the parent of `folder`.
-    Url resolved(const Url& folder)
-    {
-        const std::string name = folder.last_path_component();
-        if (way_.empty() || is_no_name(name) || is_link(folder))
-            return folder.resolving_symlinks();
-        return way_.back().resolved.appending(name);
-    }
-
-    std::vector<Folder> way_; // each lies in the one before it
-};
 
 } // namespace
 
@@ -96,21 +37,25 @@ RecordKey RecordKey::appending(std::string_view name) const
 
 RecordKey record_key(const Url& url)
 {
-    return key_of_resolved(Resolver().resolve(url));
+    check_is_defined(url);
+    return key_of_resolved(LinkResolver().resolve(url));
 }
 
 RecordKey record_key_of_entry(const Url& url)
 {
-    return key_of_resolved(Resolver().resolve_entry(url));
+    check_is_defined(url);
+    return key_of_resolved(LinkResolver().resolve_folders(url));
 }
 
 std::vector<RecordKey> record_keys(const std::vector<Url>& urls)
 {
     std::vector<RecordKey> keys;
     keys.reserve(urls.size());
-    Resolver resolver;
-    for (const Url& url : urls)
-        keys.push_back(key_of_resolved(resolver.resolve(url)));
+    LinkResolver links;
+    for (const Url& url : urls) {
+        check_is_defined(url);
+        keys.push_back(key_of_resolved(links.resolve(url)));
+    }
     return keys;
 }
 

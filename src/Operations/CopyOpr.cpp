@@ -28,7 +28,8 @@ struct CopyAnswer {
     bool nothing_to_do = false;
 };
 
-CopyAnswer settle_conflict(CopyRequest& request, const Url& source, const Url& destination)
+CopyAnswer settle_conflict(CopyRequest& request, const Url& source, const Url& destination,
+                           FreeUrls& free_urls)
 {
     if (!Tool::item_exists(destination))
         return {destination};
@@ -41,7 +42,8 @@ CopyAnswer settle_conflict(CopyRequest& request, const Url& source, const Url& d
             return {.destination = destination, .nothing_to_do = true};
         return {.destination = destination, .replaces = true};
     case ConflictBehaviour::keep_both:
-        return {free_url(destination, copy_place("Couldn't generate a non-conflicting url."))};
+        return {
+            free_urls.next(destination, copy_place("Couldn't generate a non-conflicting url."))};
     case ConflictBehaviour::stop:
         break;
     }
@@ -72,11 +74,19 @@ bool makes_room(CopyRequest& request, const Url& source, const Url& destination,
     return true;
 }
 
-void copy(CopyRequest& request, const Url& source, const Url& destination)
+/// Leases the descriptors of a copy, unless its batch has done so.
+std::optional<DescriptorLease> leased(CopyRequest& request, const CopySupport& support)
+{
+    if (support.built)
+        return std::nullopt;
+    return lease_descriptors(request, needed_by_copy);
+}
+
+void copy(CopyRequest& request, const Url& source, const Url& destination, CopySupport& support)
 {
     const CopyProgress nothing_copied{source.last_path_component(), Tool::is_directory(source), 1};
     check_source_and_destination(source, destination, copy_place);
-    const CopyAnswer answer = settle_conflict(request, source, destination);
+    const CopyAnswer answer = settle_conflict(request, source, destination, support.free_urls);
     if (answer.nothing_to_do)
         return request.report(status::progress<CopyProgress>{nothing_copied});
 
@@ -86,7 +96,7 @@ void copy(CopyRequest& request, const Url& source, const Url& destination)
     if (answer.replaces)
         check_can_be_replaced(source, answer.destination, copy_place);
     request.report(status::preparing{});
-    const DescriptorLease descriptors = lease_descriptors(request, needed_by_copy);
+    const auto descriptors = leased(request, support);
     const auto between_items = [&] {
         request.check_cancelled();
         request.report_held();
@@ -95,10 +105,11 @@ void copy(CopyRequest& request, const Url& source, const Url& destination)
     request.tally().expect(total.bytes, total.items);
     const bool replaces =
         answer.replaces && !makes_room(request, source, answer.destination, total.bytes);
-    CopyProgress progress = copy_tree(request,
-                                      {source, answer.destination, answer.merges, replaces,
-                                       total.bytes, steps_ahead(descriptors, needed_by_transfer)},
-                                      nothing_copied);
+    CopyProgress progress =
+        copy_tree(request,
+                  {source, answer.destination, answer.merges, replaces, total.bytes,
+                   descriptors ? steps_ahead(*descriptors, needed_by_transfer) : 1, support.built},
+                  nothing_copied);
     request.tally().add_result(answer.destination);
     progress.value = 1;
     request.report(status::progress<CopyProgress>{progress}); // while the locks are held
@@ -107,9 +118,9 @@ void copy(CopyRequest& request, const Url& source, const Url& destination)
 } // namespace
 
 CopyOperation::Status copy_item(Request<CopyOperation>& request, const Url& src_url,
-                                const Url& dest_url)
+                                const Url& dest_url, CopySupport& support)
 {
-    copy(request, src_url, dest_url);
+    copy(request, src_url, dest_url, support);
     return status::success{};
 }
 
@@ -120,7 +131,9 @@ std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url
         std::move(status_closure),
         // Links are resolved in the background: on a dead volume that may take for ever.
         [src_url, dest_url](CopyRequest& request) {
-            return copy_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks());
+            CopySupport alone;
+            return copy_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks(),
+                             alone);
         });
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Operations/copying/CopiesAhead.hpp"
 #include "Operations/frame/Request.hpp"
+#include "Operations/frame/TakenName.hpp"
 
 #include <orv/Operations/CopyOpr.hpp>
 
@@ -13,8 +15,15 @@ namespace orv {
 std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url,
                                          CopyOperation::StatusClosure status_closure);
 
+/// What the copies of a batch share.
+struct CopySupport {
+    FreeUrls free_urls = {};
+    /// Of the next copy, whose descriptors are leased then; else null.
+    BuiltAhead* built = nullptr;
+};
+
 /// Does the work of that request, on URLs without links.
 CopyOperation::Status copy_item(Request<CopyOperation>& request, const Url& src_url,
-                                const Url& dest_url);
+                                const Url& dest_url, CopySupport& support);
 
 } // namespace orv

@@ -25,7 +25,8 @@ struct MoveAnswer {
     bool nothing_to_do = false;
 };
 
-MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& destination)
+MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& destination,
+                           FreeUrls& free_urls)
 {
     if (!Tool::item_exists(destination) || is_other_spelling(source, destination))
         return {destination};
@@ -36,7 +37,7 @@ MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& d
         return {.destination = destination, .nothing_to_do = true};
     if (behaviour == ConflictBehaviour::replace)
         return {.destination = destination, .replaces = true};
-    return {free_url(destination, move_place("Couldn't generate a non-conflicting url."))};
+    return {free_urls.next(destination, move_place("Couldn't generate a non-conflicting url."))};
 }
 
 /// Deletes the item that the move replaces if both have no room on its volume.
@@ -55,10 +56,11 @@ bool makes_room(MoveRequest& request, const Url& source, const Url& destination)
 
 } // namespace
 
-MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const Url& dest_url)
+MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const Url& dest_url,
+                                FreeUrls& free_urls)
 {
     check_source_and_destination(src_url, dest_url, move_place);
-    const MoveAnswer answer = settle_conflict(request, src_url, dest_url);
+    const MoveAnswer answer = settle_conflict(request, src_url, dest_url, free_urls);
     if (answer.nothing_to_do)
         return status::success{};
 
@@ -80,7 +82,9 @@ std::shared_ptr<MoveOperation> move_item(const Url& src_url, const Url& dest_url
         std::move(status_closure),
         // Links are resolved in the background: on a dead volume that may take for ever.
         [src_url, dest_url](MoveRequest& request) {
-            return move_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks());
+            FreeUrls free_urls;
+            return move_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks(),
+                             free_urls);
         });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Operations/frame/Request.hpp"
+#include "Operations/frame/TakenName.hpp"
 
 #include <orv/Operations/MoveOpr.hpp>
 
@@ -13,8 +14,8 @@ namespace orv {
 std::shared_ptr<MoveOperation> move_item(const Url& src_url, const Url& dest_url,
                                          MoveOperation::StatusClosure status_closure);
 
-/// Does the work of that request, on URLs without links.
+/// Does the work of that request, on URLs without links. A batch shares `free_urls`.
 MoveOperation::Status move_item(Request<MoveOperation>& request, const Url& src_url,
-                                const Url& dest_url);
+                                const Url& dest_url, FreeUrls& free_urls);
 
 } // namespace orv

@@ -2,12 +2,14 @@
 
 #include "Operations/CopyOpr.hpp"
 #include "Operations/FolderSizeOpr.hpp"
+#include "Operations/copying/CopiesAhead.hpp"
 #include "Operations/frame/BatchAnswers.hpp"
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/FolderChecks.hpp"
 #include "Tool/Tool.hpp"
 #include "files/ItemStatus.hpp"
+#include "files/LinkResolver.hpp"
 
 #include <orv/utility/Fatal.hpp>
 
@@ -73,29 +75,76 @@ std::vector<std::int64_t> measured(CopyBatch& batch, const std::vector<Url>& sou
     return sizes;
 }
 
-CopyOperation::Status copy_one(CopyBatch& batch, BatchAnswers& answers, BatchProgress& progress,
-                               const Url& source, const Url& folder)
+/// Copies the items of a batch one after the other.
+class BatchCopier {
+public:
+    BatchCopier(CopyBatch& batch, const std::vector<Url>& sources, const Url& folder)
+        : batch_(batch), sources_(sources), folder_(folder),
+          answers_(how_many_conflicts_occur(sources, folder)), progress_(measured(batch, sources)),
+          ahead_(sources, folder)
+    {
+    }
+
+    /// Copies the next item.
+    CopyOperation::Status copy_next();
+
+    /// The progress that was reported last; nothing for a batch without an item.
+    [[nodiscard]] const std::optional<CopyProgress>& last_progress() const
+    {
+        return progress_.last();
+    }
+
+private:
+    void pass_on(const CopyOperation::Status& status);
+
+    CopyBatch& batch_;
+    const std::vector<Url>& sources_;
+    const Url& folder_;
+    std::size_t next_ = 0;
+    BatchAnswers answers_;
+    BatchProgress progress_;
+    LinkResolver source_links_;
+    LinkResolver destination_links_;
+    CopySupport support_;
+    CopiesAhead ahead_;
+};
+
+CopyOperation::Status BatchCopier::copy_next()
 {
-    const Url destination = folder.appending(source.last_path_component());
-    const auto pass_on = [&](const CopyOperation::Status& status) {
-        if (const auto* of_item = std::get_if<status::progress<CopyProgress>>(&status))
-            batch.report_soon(status::progress<CopyProgress>{progress.overall(of_item->record)});
-        else if (const auto* conflict = std::get_if<status::conflict_occured>(&status))
-            answers.settle(conflict->resolver, [&] { batch.put(conflict->resolver); });
-    };
-    return batch.run_child<CopyOperation>(pass_on, [&](Request<CopyOperation>& request) {
-        return copy_item(request, source.resolving_symlinks(), destination.resolving_symlinks());
-    });
+    const Url& source = sources_[next_];
+    const Url destination = folder_.appending(source.last_path_component());
+    std::optional<BuiltAhead> built = ahead_.take(next_++, answers_.may_ask());
+    support_.built = built ? &*built : nullptr;
+    auto outcome = batch_.run_child<CopyOperation>(
+        [this](const CopyOperation::Status& status) { pass_on(status); },
+        [&](Request<CopyOperation>& request) {
+            return copy_item(request, source_links_.resolve(source),
+                             destination_links_.resolve(destination), support_);
+        });
+    progress_.item_done();
+    answers_.item_done();
+    return outcome;
 }
 
-void report_closing_progress(CopyBatch& batch, const BatchProgress& progress)
+void BatchCopier::pass_on(const CopyOperation::Status& status)
+{
+    if (const auto* of_item = std::get_if<status::progress<CopyProgress>>(&status)) {
+        batch_.report_soon(status::progress<CopyProgress>{progress_.overall(of_item->record)});
+    } else if (const auto* conflict = std::get_if<status::conflict_occured>(&status)) {
+        answers_.settle(conflict->resolver, [&] {
+            ahead_.give_up(); // no descriptors are held while a person thinks
+            batch_.put(conflict->resolver);
+        });
+    }
+}
+
+void report_closing_progress(CopyBatch& batch, std::optional<CopyProgress> closing)
 {
     batch.check_cancelled();
-    if (!progress.last())
+    if (!closing)
         fatal("copy(src_urls:dest_folder_url:status_closure:) was called with an empty list.");
-    CopyProgress closing = *progress.last();
-    closing.value = 1;
-    batch.report(status::progress<CopyProgress>{closing});
+    closing->value = 1;
+    batch.report(status::progress<CopyProgress>{*closing});
 }
 
 MultiCopyOperation::Status run(CopyBatch& batch, const std::vector<Url>& sources, const Url& folder)
@@ -103,16 +152,13 @@ MultiCopyOperation::Status run(CopyBatch& batch, const std::vector<Url>& sources
     check_destination_folder(folder, multi_copy_place);
     check_sources(sources, folder, multi_copy_place);
     batch.report(status::preparing{});
-    BatchAnswers answers(how_many_conflicts_occur(sources, folder));
-    BatchProgress progress(measured(batch, sources));
-    for (const Url& source : sources) {
-        const auto outcome = copy_one(batch, answers, progress, source, folder);
+    BatchCopier copier(batch, sources, folder);
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        const auto outcome = copier.copy_next();
         if (!std::holds_alternative<status::success>(outcome))
             return outcome;
-        progress.item_done();
-        answers.item_done();
     }
-    report_closing_progress(batch, progress);
+    report_closing_progress(batch, copier.last_progress());
     return status::success{};
 }
 

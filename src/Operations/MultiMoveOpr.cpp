@@ -4,6 +4,7 @@
 #include "Operations/frame/BatchAnswers.hpp"
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/FolderChecks.hpp"
+#include "files/LinkResolver.hpp"
 
 namespace orv {
 namespace {
@@ -13,16 +14,25 @@ using MoveBatch = Request<MultiMoveOperation>;
 constexpr ErrorPlace multi_move_place{"src/Operations/MultiMoveOpr",
                                       "move(src_urls:dest_folder_url:status_closure:)"};
 
-MoveOperation::Status move_one(MoveBatch& batch, BatchAnswers& answers, const Url& source,
+/// What the moves of a batch share.
+struct MoveSupport {
+    BatchAnswers answers;
+    LinkResolver source_links = {};
+    LinkResolver destination_links = {};
+    FreeUrls free_urls = {};
+};
+
+MoveOperation::Status move_one(MoveBatch& batch, MoveSupport& support, const Url& source,
                                const Url& folder)
 {
     const Url destination = folder.appending(source.last_path_component());
     const auto pass_on = [&](const MoveOperation::Status& status) {
         const auto& conflict = std::get<status::conflict_occured>(status);
-        answers.settle(conflict.resolver, [&] { batch.put(conflict.resolver); });
+        support.answers.settle(conflict.resolver, [&] { batch.put(conflict.resolver); });
     };
     return batch.run_child<MoveOperation>(pass_on, [&](Request<MoveOperation>& request) {
-        return move_item(request, source.resolving_symlinks(), destination.resolving_symlinks());
+        return move_item(request, support.source_links.resolve(source),
+                         support.destination_links.resolve(destination), support.free_urls);
     });
 }
 
@@ -31,12 +41,12 @@ MultiMoveOperation::Status run(MoveBatch& batch, const std::vector<Url>& sources
     check_destination_folder(folder, multi_move_place);
     check_sources(sources, folder, multi_move_place);
     batch.tally().expect(-1, static_cast<std::int64_t>(sources.size()));
-    BatchAnswers answers(how_many_conflicts_occur(sources, folder));
+    MoveSupport support{BatchAnswers(how_many_conflicts_occur(sources, folder))};
     for (const Url& source : sources) {
-        const auto outcome = move_one(batch, answers, source, folder);
+        const auto outcome = move_one(batch, support, source, folder);
         if (!std::holds_alternative<status::success>(outcome))
             return outcome;
-        answers.item_done();
+        support.answers.item_done();
     }
     return status::success{};
 }

@@ -5,6 +5,8 @@
 #include <orv/utility/Fatal.hpp>
 
 #include <algorithm>
+#include <filesystem>
+#include <utility>
 
 namespace orv::test {
 namespace {
@@ -55,6 +57,18 @@ const MultiCopyCase cases[] = {
      {{merge, true}, {keep_both}, {merge}},
      {"preparing", "conflict mergeable a+", "conflict b+", "conflict mergeable c", "success"},
      {"a/", "a/x=1", "b 2=2", "b/", "c/", "c/y=3", "c/z="}},
+    {"numbers go on over the batch",
+     {"Scan 1=1", "Scan 2=2", "in/Scan 1=", "in/Scan 2="},
+     {"Scan 1", "Scan 2"},
+     {{keep_both, true}},
+     {"preparing", "conflict Scan 1+", "success"},
+     {"Scan 1=", "Scan 2=", "Scan 3=1", "Scan 4=2"}},
+    {"two of one name",
+     {"x/a=1", "y/a=2", "in/"},
+     {"x/a", "y/a"},
+     {{keep_both}},
+     {"preparing", "conflict a", "success"},
+     {"a 2=2", "a=1"}},
     {"stopped at the second",
      {"a=1", "b=2", "c=3", "in/b="},
      {"a", "b", "c"},
@@ -138,6 +152,24 @@ TEST_F(MultiCopyTest, progress_is_that_of_the_whole_batch)
     EXPECT_EQ(texts_of(copied({at("none")}, at("in"))),
               (Texts{"preparing", "progress none 0.00", "progress none 0.00", "progress none 0.00",
                      "progress none 1.00", "success"}));
+}
+
+TEST_F(MultiCopyTest, what_changes_before_its_turn_is_copied_as_it_is_then)
+{
+    make_tree(folder(), {"a=1", "b=1", "c=1", "d=1", "e=5", "in/"});
+    MainQueue::instance().run_for(std::chrono::milliseconds(50)); // else none is built ahead
+    bool is_first = true;
+    const auto operation = manager().copy(
+        {at("a"), at("b"), at("c"), at("d"), at("e")}, at("in"), [&](const auto& status) {
+            answer(status, ConflictBehaviour::stop);
+            if (text_of(status) != "progress a 0.00" || !std::exchange(is_first, false))
+                return;
+            make_tree(folder(), {"b=22", "in/d="}); // in place, and a name that is taken
+            std::filesystem::rename(at("e").path(), at("c").path());
+            make_tree(folder(), {"e/x=3"});
+        });
+    pump_until([&] { return !operation->is_busy(); });
+    EXPECT_EQ(tree(at("in")), (Texts{"a=1", "b=22", "c=5", "d="}));
 }
 
 TEST_F(MultiCopyTest, rows_follow)

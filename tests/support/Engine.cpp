@@ -1,6 +1,7 @@
 #include "support/Engine.hpp"
 
 #include "Operations/frame/UrlLocker.hpp"
+#include "utility/StopWatch.hpp"
 
 #include <chrono>
 #include <filesystem>
@@ -40,8 +41,11 @@ Places& places()
 
 void pump_until(const std::function<bool()>& predicate)
 {
-    if (!MainQueue::instance().run_until(predicate, std::chrono::seconds(30)))
-        throw std::runtime_error("nothing happened for half a minute");
+    // A request takes its locks without a word to the main loop, so it is looked at now and then.
+    const StopWatch watch;
+    while (!MainQueue::instance().run_until(predicate, std::chrono::milliseconds(5)))
+        if (watch.elapsed_time() > 30)
+            throw std::runtime_error("nothing happened for half a minute");
 }
 
 void expect_no_locks()

@@ -387,6 +387,9 @@ void TreeCopy::copy(const Item& item, const SourceItem& source, const Destinatio
 void TreeCopy::copy_file(const Item& item, const SourceItem& source,
                          const DestinationItem& destination)
 {
+    BuiltAhead* const built = plan_.built;
+    if (built && built->file && built->source == ItemVersion(item.facts))
+        return copier_.place(std::exchange(built->file, std::nullopt), source, destination);
     if (item.size() >= long_file_size)
         request_.report_all_held();
     ProgressInterval interval;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Operations/copying/CopiesAhead.hpp"
 #include "Operations/frame/Request.hpp"
 
 #include <orv/Operations/CopyOpr.hpp>
@@ -17,6 +18,7 @@ struct CopyPlan {
     bool replaces;           ///< the complete copy takes the place of the item at the destination
     std::int64_t total_size; ///< bytes
     std::size_t steps_ahead; ///< that the walk may go, with two descriptors for each
+    BuiltAhead* built;       ///< what was built of the source before; null: nothing
 };
 
 /// Copies an item with everything in it, and the attribute rows of each item after the item. Tells

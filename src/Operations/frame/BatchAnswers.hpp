@@ -21,6 +21,9 @@ public:
     /// asked. What cannot be merged is asked about again, and the answer for all is forgotten.
     void settle(const std::shared_ptr<ConflictResolver>& question, FunctionRef<void()> ask_caller);
 
+    /// True if the next question may reach the caller.
+    [[nodiscard]] bool may_ask() const { return !for_all_; }
+
     /// To be called when an item is done.
     void item_done();
 

@@ -1,13 +1,16 @@
 #include "Operations/frame/TakenName.hpp"
 
 #include "Tool/Tool.hpp"
-#include "files/FreeName.hpp"
 #include "files/FreeSpace.hpp"
 #include "files/Place.hpp"
 #include "files/Removability.hpp"
 #include "files/SameItem.hpp"
 
 #include <cerrno>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace orv {
 
@@ -17,6 +20,25 @@ Url free_url(const Url& taken, const Error& none_is_free)
     if (!url)
         throw none_is_free.known_as(Cause::taken).at(taken);
     return *url;
+}
+
+Url FreeUrls::next(const Url& taken, const Error& none_is_free)
+try {
+    const Place place = Place::in_opened_folder(taken);
+    const auto is_taken = [&](const std::string& name) {
+        struct stat status {};
+        if (::fstatat(place.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
+            return true;
+        if (errno != ENOENT)
+            throw platform_error(errno, taken);
+        return false;
+    };
+    if (!is_taken(place.path))
+        return taken;
+    return taken.deleting_last_path_component().appending(
+        names_.next(place.path, Tool::is_directory(taken), is_taken));
+} catch (const Error&) {
+    throw none_is_free.at(taken);
 }
 
 void check_can_be_replaced(const Url& destination, const Error& failure)

@@ -2,6 +2,7 @@
 
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/Request.hpp"
+#include "files/FreeName.hpp"
 
 #include <orv/Operations/ConflictResolver.hpp>
 #include <orv/utility/Error.hpp>
@@ -31,6 +32,19 @@ ConflictBehaviour ask_about(Request<Operation>& request, const Url& destination,
 ///
 /// Errors: `none_is_free`, told the location.
 [[nodiscard]] Url free_url(const Url& taken, const Error& none_is_free);
+
+/// Finds the same for many items that go into one folder. The last one takes no longer than the
+/// first.
+///
+/// Threading: one thread.
+class FreeUrls {
+public:
+    /// Does what `free_url` does. The location counts as taken from then on.
+    [[nodiscard]] Url next(const Url& taken, const Error& none_is_free);
+
+private:
+    FreeNames names_;
+};
 
 /// Refuses to replace the item at `destination` if it could not be removed afterwards.
 ///
