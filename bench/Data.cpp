@@ -74,6 +74,7 @@ Sizes Sizes::quick()
     sizes.small_folders = 5;
     sizes.big_file_bytes = 16 * mebibyte;
     sizes.wide_files = 1000;
+    sizes.many_folders = 5;
     sizes.deep_chains = 2;
     sizes.folders_per_chain = 10;
     sizes.text_folders = 2;
@@ -136,6 +137,18 @@ const std::string& Data::wide_folder()
     wide_folder_ = path_of("wide folder");
     fill_with_names(wide_folder_, sizes_.wide_files);
     return wide_folder_;
+}
+
+const std::string& Data::many_folders()
+{
+    if (!many_folders_.empty())
+        return many_folders_;
+    many_folders_ = path_of("many folders");
+    make_folder(many_folders_).reset();
+    for (int i = 0; i < sizes_.many_folders; ++i)
+        fill_with_names(fmt::format("{}/folder {}", many_folders_, i),
+                        sizes_.files_per_many_folder);
+    return many_folders_;
 }
 
 const std::string& Data::deep_tree()

@@ -12,6 +12,8 @@ struct Sizes {
     int small_file_bytes = 4096;
     std::int64_t big_file_bytes = std::int64_t{1} << 30;
     int wide_files = 100'000;
+    int many_folders = 1000;
+    int files_per_many_folder = 999;
     int deep_chains = 100;
     int folders_per_chain = 50;
     int files_per_deep_folder = 19;
@@ -42,7 +44,9 @@ public:
     const std::string& sparse_file();
     /// One folder with many files, of various sizes without content.
     const std::string& wide_folder();
-    /// As many entries in chains of folders, one inside the other.
+    /// Many folders with many files each, of various sizes without content.
+    const std::string& many_folders();
+    /// As many entries as in the wide folder in chains of folders, one inside the other.
     const std::string& deep_tree();
     /// Many texts in English, German and Russian. One in a hundred has the words `rare_word` and
     /// `rare_umlaut_word`.
@@ -67,7 +71,7 @@ private:
 
     std::string folder_;
     Sizes sizes_;
-    std::string small_tree_, big_file_, sparse_file_, wide_folder_, deep_tree_, texts_,
+    std::string small_tree_, big_file_, sparse_file_, wide_folder_, many_folders_, deep_tree_, texts_,
         mixed_files_, mixed_archive_, photographs_, books_, films_;
 };
 

@@ -5,41 +5,48 @@
 #include "Waiting.hpp"
 #include "Watch.hpp"
 
+#include <orv/Operations/FetchItemListOpr.hpp>
 #include <orv/orv.hpp>
 
 #include <algorithm>
+#include <numeric>
 
 namespace orv::app {
 namespace {
 
-std::vector<FileItem> fetch(const ListCommand& command, const Url& folder,
-                            const Surroundings& surroundings)
+ItemList fetch(const ListCommand& command, const Url& folder, const Surroundings& surroundings)
 {
     const auto remembered = command.remember ? command.sort : std::nullopt;
-    auto status = final_status<FetchItemsOperation>(
+    auto status = final_status<FetchItemListOperation>(
         [&](auto closure) {
-            return OrvFileManager::singleton().fetch_items(folder, command.recursive, remembered,
-                                                           command.all, std::move(closure));
+            return fetch_item_list(folder, command.recursive, remembered, command.all,
+                                   std::move(closure));
         },
         show_activity("Listing", surroundings.shows_progress));
     return match(
         std::move(status),
-        [](FetchItemsOperation::success&& found) { return std::move(found.content); },
-        [&](status::error&& failed) -> std::vector<FileItem> {
-            throw told_of(folder, failed.error);
-        },
-        [](status::cancelled&&) -> std::vector<FileItem> { throw Interrupted(); });
+        [](FetchItemListOperation::success&& found) { return std::move(found.content); },
+        [&](status::error&& failed) -> ItemList { throw told_of(folder, failed.error); },
+        [](status::cancelled&&) -> ItemList { throw Interrupted(); });
 }
 
 /// Every folder stands before what is in it.
-void sort_by_path(std::vector<FileItem>& items)
+void sort_by_path(ItemList& items)
 {
+    std::vector<std::string> paths;
+    paths.reserve(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i)
+        paths.push_back(items.relative_path(i));
+    std::vector<std::size_t> order(items.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+
     const auto rank = [](char c) { return c == '/' ? 0 : static_cast<unsigned char>(c); };
     const auto before = [&](char a, char b) { return rank(a) < rank(b); };
-    std::sort(items.begin(), items.end(), [&](const FileItem& a, const FileItem& b) {
-        return std::lexicographical_compare(a.relative_path.begin(), a.relative_path.end(),
-                                            b.relative_path.begin(), b.relative_path.end(), before);
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        return std::lexicographical_compare(paths[a].begin(), paths[a].end(), paths[b].begin(),
+                                            paths[b].end(), before);
     });
+    items.arrange(order);
 }
 
 /// The order that the folder is kept in.
@@ -50,14 +57,14 @@ SortType stored_sort(const Url& folder)
                                                       : SortType::by_name(SortOrder::asc);
 }
 
-void sort(std::vector<FileItem>& items, const ListCommand& command, const Url& folder)
+void sort(ItemList& items, const ListCommand& command, const Url& folder)
 {
     if (command.sort)
-        orv_sort(items, *command.sort);
+        items.sort(*command.sort);
     else if (command.recursive)
         sort_by_path(items);
     else
-        orv_sort(items, stored_sort(folder));
+        items.sort(stored_sort(folder));
 }
 
 } // namespace
@@ -69,7 +76,7 @@ void run(const ListCommand& command, const Surroundings& surroundings)
         return watch(folder, command, stored_sort(folder), surroundings);
     if (command.unsorted)
         return write_unsorted(folder, command, surroundings);
-    std::vector<FileItem> items = fetch(command, folder, surroundings);
+    ItemList items = fetch(command, folder, surroundings);
     if (!command.remember)
         sort(items, command, folder);
     LargeOutput output;

@@ -8,6 +8,7 @@
 #include <array>
 #include <climits>
 #include <string>
+#include <vector>
 
 #include <fmt/format.h>
 #include <sys/stat.h>
@@ -77,58 +78,76 @@ std::string link_target(const Url& url)
     return {target.data(), length < 0 ? 0 : static_cast<std::size_t>(length)};
 }
 
-std::string size_text(const FileItem& item)
+std::string size_text(std::optional<std::int64_t> size)
 {
-    return item.size ? fmt::format("{}", *item.size) : "-";
+    return size ? fmt::format_int(*size).str() : "-";
 }
 
-std::size_t width_of_sizes(const std::vector<FileItem>& items)
+std::size_t width_of_sizes(const ItemList& items)
 {
-    std::size_t width = 1;
-    for (const FileItem& item : items)
-        width = std::max(width, size_text(item).size());
-    return width;
+    std::int64_t largest = 0;
+    for (std::size_t i = 0; i < items.size(); ++i)
+        largest = std::max(largest, items.size_of(i).value_or(0));
+    return size_text(largest).size();
 }
 
 /// Mode, size, date, name, where a link points, attributes.
-std::string details(const FileItem& item, std::size_t size_width, const Names& shown)
+std::string details(const ItemList& items, std::size_t index, std::size_t size_width,
+                    const Names& shown)
 {
+    const auto date = items.modification_date(index);
     std::string line = fmt::format(
-        "{}  {:>{}}  {:16}  {}", mode_text(item.mode), size_text(item), size_width,
-        item.modification_date ? local_date(*item.modification_date) : "-", shown(name_of(item)));
-    if (S_ISLNK(item.mode))
-        line.append(" -> ").append(shown(link_target(item.url)));
-    if (const std::string text = marks(item.custom_attributes); !text.empty())
-        line.append("  [").append(text).append("]");
-    return line;
+        "{}  {:>{}}  {:16}  {}", mode_text(items.mode(index)), size_text(items.size_of(index)),
+        size_width, date ? local_date(*date) : "-", shown(items.relative_path(index)));
+    if (S_ISLNK(items.mode(index)))
+        line.append(" -> ").append(shown(link_target(items[index].url)));
+    if (const CustomAttributes* attributes = items.attributes(index))
+        if (const std::string text = marks(*attributes); !text.empty())
+            line.append("  [").append(text).append("]");
+    return line.append(1, '\n');
 }
 
-void write_details(LargeOutput& output, const std::vector<FileItem>& items)
+void write_details(LargeOutput& output, const ItemList& items)
 {
     const Names shown;
     const std::size_t size_width = width_of_sizes(items);
-    for (const FileItem& item : items)
-        output.write(details(item, size_width, shown) + "\n");
+    for (std::size_t i = 0; i < items.size(); ++i)
+        output.write(details(items, i, size_width, shown));
 }
 
-void write_all(LargeOutput& output, const std::vector<FileItem>& items, ItemStream::Form form)
+void write_names(LargeOutput& output, const ItemList& items)
 {
-    ItemStream stream(output, form);
-    stream.write(items);
+    const Names shown;
+    for (std::size_t i = 0; i < items.size(); ++i)
+        output.write(shown(items.relative_path(i)).append(1, '\n'));
+}
+
+void write_json(LargeOutput& output, const ItemList& items)
+{
+    ItemStream stream(output, ItemStream::Form::json);
+    constexpr std::size_t at_a_time = 256; // so that few whole items are in memory
+    std::vector<FileItem> some;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        some.push_back(items[i]);
+        if (some.size() < at_a_time && i + 1 < items.size())
+            continue;
+        stream.write(some);
+        some.clear();
+    }
     stream.finish();
 }
 
 } // namespace
 
-void write_listing(LargeOutput& output, const std::vector<FileItem>& items, ListCommand::Form form)
+void write_listing(LargeOutput& output, const ItemList& items, ListCommand::Form form)
 {
     switch (form) {
     case ListCommand::Form::names:
-        return write_all(output, items, ItemStream::Form::ways);
+        return write_names(output, items);
     case ListCommand::Form::details:
         return write_details(output, items);
     case ListCommand::Form::json:
-        return write_all(output, items, ItemStream::Form::json);
+        return write_json(output, items);
     }
 }
 

@@ -3,10 +3,9 @@
 #include "CommandLine.hpp"
 #include "LargeOutput.hpp"
 
-#include <orv/Misc/FileItem.hpp>
+#include <orv/Misc/ItemList.hpp>
 
 #include <span>
-#include <vector>
 
 namespace orv::app {
 
@@ -14,7 +13,7 @@ namespace orv::app {
 /// written as they are, save in JSON.
 ///
 /// Errors: those of `output`.
-void write_listing(LargeOutput& output, const std::vector<FileItem>& items, ListCommand::Form form);
+void write_listing(LargeOutput& output, const ItemList& items, ListCommand::Form form);
 
 /// Writes items in the same way, some at a time. JSON is one array in the end.
 ///

@@ -5,6 +5,7 @@
 #include "Files.hpp"
 #include "utility/StopWatch.hpp"
 
+#include <orv/Operations/FetchItemListOpr.hpp>
 #include <orv/orv.hpp>
 
 #include <algorithm>
@@ -72,6 +73,15 @@ double list(const std::string& folder, int)
     return seconds_of<FetchItemsOperation>([&](auto closure) {
         return manager.fetch_items(folder + "/source", true, SortType::by_name(SortOrder::asc),
                                    true, closure);
+    });
+}
+
+double list_compactly(const std::string& folder, int)
+{
+    engine(folder);
+    return seconds_of<FetchItemListOperation>([&](auto closure) {
+        return fetch_item_list(folder + "/source", true, SortType::by_name(SortOrder::asc),
+                                       true, closure);
     });
 }
 
@@ -222,6 +232,8 @@ double delete_folder(const std::string& folder, int count)
 std::vector<Curve> curves()
 {
     return {{"listing", "List one folder, sorted by name", make_wide_folder, list},
+            {"item-list", "List folders of 1000, sorted by name, in little memory", make_tree,
+             list_compactly},
             {"size", "Size of a folder", make_wide_folder, measure_size},
             {"copy", "Copy empty files in folders of 1000", make_tree, copy},
             {"delete", "Delete empty files in folders of 1000", make_tree, remove},

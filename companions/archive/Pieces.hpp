@@ -1,11 +1,11 @@
 #pragma once
 
-#include "archive/Ahead.hpp"
 #include "archive/Deflate.hpp"
 #include "archive/EntryEncryption.hpp"
 #include "archive/Lending.hpp"
 #include "archive/PackingStyle.hpp"
 #include "archive/SourceTree.hpp"
+#include "utility/Ahead.hpp"
 
 #include <cstdint>
 #include <deque>

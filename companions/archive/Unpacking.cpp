@@ -1,6 +1,5 @@
 #include "archive/Unpacking.hpp"
 
-#include "archive/Ahead.hpp"
 #include "archive/LinkJudge.hpp"
 #include "archive/NewFile.hpp"
 #include "archive/PathNames.hpp"
@@ -11,6 +10,7 @@
 #include "files/FreeSpace.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/OpenFolder.hpp"
+#include "utility/Ahead.hpp"
 
 #include <algorithm>
 #include <cerrno>

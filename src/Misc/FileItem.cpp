@@ -51,20 +51,20 @@ void set_name(FileItem& item, std::string_view name)
     item.is_hidden = name.starts_with('.');
 }
 
+void set_mode(FileItem& item, std::uint32_t mode)
+{
+    item.mode = mode;
+    item.is_dir = S_ISDIR(mode);
+}
+
 /// Fills in the facts from `statx`; the item has its location and name.
 void set_facts(FileItem& item, const struct statx& facts)
 {
     if (!(facts.stx_mask & STATX_TYPE))
-        throw item_error("Couldn't extract some resource values for url: \n", item.url, 66);
-    item.mode = facts.stx_mode;
-    item.is_dir = S_ISDIR(facts.stx_mode);
+        throw missing_facts(item.url);
+    set_mode(item, facts.stx_mode);
     item.is_package = item.is_dir && is_package_extension(item.ext);
-    if (S_ISREG(facts.stx_mode) && facts.stx_mask & STATX_SIZE)
-        item.size = static_cast<std::int64_t>(facts.stx_size);
-    if (facts.stx_mask & STATX_BTIME)
-        item.creation_date = date(facts.stx_btime);
-    if (facts.stx_mask & STATX_MTIME)
-        item.modification_date = date(facts.stx_mtime);
+    set_size_and_dates(item, facts);
 }
 
 } // namespace
@@ -83,20 +83,42 @@ FileItem::FileItem(const Url& item_url, const std::optional<Url>& base_url) : ur
     custom_attributes.url = url.resolving_symlinks();
 }
 
+void set_size_and_dates(FileItem& item, const struct statx& facts)
+{
+    if (S_ISREG(facts.stx_mode) && facts.stx_mask & STATX_SIZE)
+        item.size = static_cast<std::int64_t>(facts.stx_size);
+    if (facts.stx_mask & STATX_BTIME)
+        item.creation_date = date(facts.stx_btime);
+    if (facts.stx_mask & STATX_MTIME)
+        item.modification_date = date(facts.stx_mtime);
+}
+
+Error missing_facts(const Url& url)
+{
+    return item_error("Couldn't extract some resource values for url: \n", url, 66);
+}
+
 FileItem file_item(const ItemFolder& folder, std::string_view name, const struct statx& facts)
+{
+    FileItem item = named_item(folder, name, facts.stx_mode);
+    set_facts(item, facts);
+    return item;
+}
+
+FileItem named_item(const ItemFolder& folder, std::string_view name, std::uint32_t mode)
 {
     FileItem item;
     item.url = folder.url.appending(name);
     set_name(item, name);
-    set_facts(item, facts);
+    set_mode(item, mode);
     item.level = folder.level;
     item.relative_path.reserve(folder.relative_path.size() + 1 + name.size());
     item.relative_path = folder.relative_path;
     if (!item.relative_path.empty())
         item.relative_path += '/';
     item.relative_path += name;
-    item.custom_attributes.url = S_ISLNK(facts.stx_mode) ? item.url.resolving_symlinks()
-                                                         : folder.resolved_url.appending(name);
+    item.custom_attributes.url =
+        S_ISLNK(mode) ? item.url.resolving_symlinks() : folder.resolved_url.appending(name);
     return item;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <orv/Misc/FileItem.hpp>
+#include <orv/utility/Error.hpp>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -29,5 +31,16 @@ struct ItemFolder {
 /// Errors: "Couldn't extract some resource values for url: \n…" when the facts lack the type.
 [[nodiscard]] FileItem file_item(const ItemFolder& folder, std::string_view name,
                                  const struct statx& facts);
+
+/// The item `name` of `folder` with what follows from its name and `mode`, but that it is a
+/// package.
+[[nodiscard]] FileItem named_item(const ItemFolder& folder, std::string_view name,
+                                  std::uint32_t mode);
+
+/// Fills in size and dates, as far as `facts` tell them.
+void set_size_and_dates(FileItem& item, const struct statx& facts);
+
+/// The error for the item at `url`, of which the facts do not even tell the type.
+[[nodiscard]] Error missing_facts(const Url& url);
 
 } // namespace orv

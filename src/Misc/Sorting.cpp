@@ -1,3 +1,5 @@
+#include "Misc/Sorting.hpp"
+
 #include "utility/NaturalOrder.hpp"
 #include "utility/Text.hpp"
 
@@ -27,6 +29,12 @@ namespace {
 /// The items' indices in their new order.
 using Order = std::vector<std::size_t>;
 
+/// The items that are sorted.
+struct SortedItems {
+    std::size_t count;
+    FunctionRef<SortFacts(std::size_t)> facts;
+};
+
 /// A folded text behind its first bytes as one number: the number decides nearly every comparison.
 struct FoldedText {
     std::uint64_t start = 0;
@@ -38,17 +46,21 @@ struct FoldedText {
 /// The names of all items as they are compared.
 class FoldedNames {
 public:
-    explicit FoldedNames(const std::vector<FileItem>& items,
+    explicit FoldedNames(const SortedItems& items,
                          std::string (*key_of)(std::string_view) = fold_key)
     {
-        keys_.reserve(items.size());
-        for (const FileItem& item : items)
-            keys_.push_back(key_of(item.name));
+        begins_.reserve(items.count + 1);
+        for (std::size_t i = 0; i < items.count; ++i) {
+            begins_.push_back(keys_.size());
+            keys_ += key_of(items.facts(i).name);
+        }
+        begins_.push_back(keys_.size());
     }
 
     FoldedText operator[](std::size_t index) const
     {
-        FoldedText result{0, keys_[index]};
+        const std::size_t begin = begins_[index];
+        FoldedText result{0, std::string_view(keys_).substr(begin, begins_[index + 1] - begin)};
         for (std::size_t i = 0; i < sizeof(result.start); ++i) {
             const char byte = i < result.text.size() ? result.text[i] : '\0';
             result.start = result.start << 8 | static_cast<unsigned char>(byte);
@@ -57,7 +69,8 @@ public:
     }
 
 private:
-    std::vector<std::string> keys_;
+    std::string keys_; // in one piece: a million texts of their own would take twice the memory
+    std::vector<std::size_t> begins_;
 };
 
 /// The stable order of `count` things by the key of each index from `key_of`.
@@ -94,15 +107,15 @@ struct ExtensionRanks {
     std::size_t count = 0;           ///< of exact ones
 };
 
-ExtensionRanks extension_ranks(const std::vector<FileItem>& items)
+ExtensionRanks extension_ranks(const SortedItems& items)
 {
     struct Rank {
         std::size_t folded = 0;
         std::size_t exact = 0;
     };
     std::unordered_map<std::string_view, Rank> ranks;
-    for (const FileItem& item : items)
-        ranks.try_emplace(item.ext);
+    for (std::size_t i = 0; i < items.count; ++i)
+        ranks.try_emplace(items.facts(i).ext);
 
     std::vector<std::pair<std::string, std::string_view>> distinct; // folded and exact
     distinct.reserve(ranks.size());
@@ -117,8 +130,8 @@ ExtensionRanks extension_ranks(const std::vector<FileItem>& items)
     }
 
     ExtensionRanks result{{}, {}, distinct.size()};
-    for (const FileItem& item : items) {
-        const Rank& rank = ranks.at(item.ext);
+    for (std::size_t i = 0; i < items.count; ++i) {
+        const Rank& rank = ranks.at(items.facts(i).ext);
         result.folded.push_back(rank.folded);
         result.exact.push_back(rank.exact);
     }
@@ -127,31 +140,31 @@ ExtensionRanks extension_ranks(const std::vector<FileItem>& items)
 
 /// Groups by folded extension. Inside a group, the places of the items with one exact extension go
 /// to these items by name: "b.jpg, x.JPG, a.jpg" becomes "a.jpg, x.JPG, b.jpg".
-Order order_by_extension(const std::vector<FileItem>& items, SortOrder order)
+Order order_by_extension(const SortedItems& items, SortOrder order)
 {
     const ExtensionRanks ranks = extension_ranks(items);
     const FoldedNames names(items);
     const Order grouped =
-        order_by(items.size(), order, [&](std::size_t i) { return ranks.folded[i]; });
+        order_by(items.count, order, [&](std::size_t i) { return ranks.folded[i]; });
     const Order compared = order_by(
-        items.size(), order, [&](std::size_t i) { return std::tuple(ranks.exact[i], names[i]); });
+        items.count, order, [&](std::size_t i) { return std::tuple(ranks.exact[i], names[i]); });
 
     std::vector<std::size_t> next(ranks.count); // of each exact extension, its next in `compared`
     for (std::size_t i = compared.size(); i-- > 0;)
         next[ranks.exact[compared[i]]] = i;
 
     Order result;
-    result.reserve(items.size());
+    result.reserve(items.count);
     for (const std::size_t item : grouped)
         result.push_back(compared[next[ranks.exact[item]]++]);
     return result;
 }
 
-Order order_by_custom_order(const std::vector<FileItem>& items)
+Order order_by_custom_order(const SortedItems& items)
 {
     const FoldedNames names(items);
-    return order_by(items.size(), SortOrder::asc, [&](std::size_t i) {
-        const auto number = items[i].custom_attributes.order_no;
+    return order_by(items.count, SortOrder::asc, [&](std::size_t i) {
+        const auto number = items.facts(i).order_no;
         return std::tuple(!number, number.value_or(0), number ? FoldedText() : names[i]);
     });
 }
@@ -161,35 +174,26 @@ Order order_by_name(const FoldedNames& names, std::size_t count, SortOrder order
     return order_by(count, order, [&](std::size_t i) { return names[i]; });
 }
 
-Order order_by_key(const std::vector<FileItem>& items, SortType sort)
+Order order_by_key(const SortedItems& items, SortType sort)
 {
     switch (sort.key()) {
     case SortType::Key::name:
     case SortType::Key::folders_first:
-        return order_by_name(FoldedNames(items), items.size(), sort.order());
+        return order_by_name(FoldedNames(items), items.count, sort.order());
     case SortType::Key::natural_name:
-        return order_by_name(FoldedNames(items, natural_key), items.size(), sort.order());
+        return order_by_name(FoldedNames(items, natural_key), items.count, sort.order());
     case SortType::Key::size:
-        return order_by(items.size(), sort.order(),
-                        [&](std::size_t i) { return items[i].size.value_or(0); });
+        return order_by(items.count, sort.order(),
+                        [&](std::size_t i) { return items.facts(i).size; });
     case SortType::Key::modification_date:
-        return order_by(items.size(), sort.order(),
-                        [&](std::size_t i) { return items[i].modification_date; });
+        return order_by(items.count, sort.order(),
+                        [&](std::size_t i) { return items.facts(i).modification_date; });
     case SortType::Key::extension:
         return order_by_extension(items, sort.order());
     case SortType::Key::custom_order:
         break;
     }
     return order_by_custom_order(items);
-}
-
-Order order_of(const std::vector<FileItem>& items, SortType sort)
-{
-    Order order = order_by_key(items, sort);
-    if (sort.puts_folders_first())
-        std::stable_partition(order.begin(), order.end(),
-                              [&](std::size_t i) { return items[i].is_plain_dir(); });
-    return order;
 }
 
 /// Puts `items` into `order` in place, along the cycles of the permutation: a second list of
@@ -212,9 +216,27 @@ void arrange(std::vector<FileItem>& items, Order order)
 
 } // namespace
 
+Order sorted_order(std::size_t count, FunctionRef<SortFacts(std::size_t)> facts_of, SortType sort)
+{
+    Order order = order_by_key({count, facts_of}, sort);
+    if (sort.puts_folders_first())
+        std::stable_partition(order.begin(), order.end(),
+                              [&](std::size_t i) { return facts_of(i).is_plain_dir; });
+    return order;
+}
+
 void orv_sort(std::vector<FileItem>& items, SortType sort)
 {
-    arrange(items, order_of(items, sort));
+    const auto facts_of = [&](std::size_t i) {
+        const FileItem& item = items[i];
+        return SortFacts{item.name,
+                         item.ext,
+                         item.size.value_or(0),
+                         item.modification_date,
+                         item.custom_attributes.order_no,
+                         item.is_plain_dir()};
+    };
+    arrange(items, sorted_order(items.size(), facts_of, sort));
 }
 
 } // namespace orv

@@ -2,35 +2,117 @@
 
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
-#include "Operations/frame/Descriptors.hpp"
+#include "Operations/frame/BatchedWalk.hpp"
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/FolderChecks.hpp"
 #include "Operations/frame/Request.hpp"
-#include "Tool/Tool.hpp"
+#include "Tool/WalkedFolder.hpp"
 
+#include <orv/Operations/FetchItemListOpr.hpp>
+
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace orv {
+
+template <>
+struct IsFinalCase<FetchItemListOperation::success> : std::true_type {
+};
+
 namespace {
 
 constexpr ErrorPlace fetch_place{
     "src/Operations/FetchItemsOpr",
     "fetch_items(inside:recursive:sort:include_hidden_files:status_closure:)"};
 
-std::vector<FileItem> collect(Request<FetchItemsOperation>& request, const Url& folder,
-                              bool recursive, bool include_hidden_files)
+struct WantedItems {
+    Url inside;
+    bool recursive;
+    std::optional<SortType> sort;
+    bool include_hidden_files;
+};
+
+/// Adds the items of `batch`.
+void add_items(std::vector<FileItem>& items, const EntryBatch& batch, const Url& resolved_root)
 {
-    std::vector<FileItem> items;
-    const auto collect_item = [&](FileItem item) {
-        request.check_cancelled();
-        request.tally().add_items(1);
-        items.push_back(std::move(item));
-        pause_in_test_mode(std::chrono::milliseconds(200));
-        return true;
+    items.reserve(batch.size());
+    const EntryBatch::Folder* last = nullptr;
+    ItemFolder folder;
+    batch.for_each([&](EntryBatch::Entry& entry) {
+        const struct statx* facts = entry.facts(item_facts_mask);
+        if (!facts)
+            return;
+        if (last != &entry.folder())
+            folder = item_folder(entry.folder(), resolved_root);
+        last = &entry.folder();
+        items.push_back(file_item(folder, entry.name(), *facts));
+    });
+}
+
+void add_items(ItemList& items, const EntryBatch& batch, const Url& /*resolved_root*/)
+{
+    batch.for_each([&](EntryBatch::Entry& entry) {
+        if (const struct statx* facts = entry.facts(item_facts_mask))
+            items.add(entry.folder().relative_path, entry.folder().level, entry.name(), *facts);
+    });
+}
+
+void append(std::vector<FileItem>& items, std::vector<FileItem>&& batch)
+{
+    std::move(batch.begin(), batch.end(), std::back_inserter(items));
+}
+
+void append(ItemList& items, const ItemList& batch)
+{
+    items.append(batch);
+}
+
+/// Adds the wanted items to `items`, which are none yet.
+template <class Operation, class Items>
+void collect(Request<Operation>& request, Items& items, const WantedItems& wanted,
+             const Url& resolved_root, const DescriptorLease& descriptors)
+{
+    TreeWalkOptions options = batched_walk_options(request);
+    options.recursive = wanted.recursive;
+    options.include_hidden_files = wanted.include_hidden_files;
+    TreeWalk walk = item_walk(wanted.inside, options);
+
+    const Items none = items;
+    const auto items_of = [&](const EntryBatch& batch) {
+        Items found = none;
+        add_items(found, batch, resolved_root);
+        return found;
     };
-    Tool::iterate_contents(folder, false, recursive, std::nullopt, include_hidden_files,
-                           collect_item, failures_of(request));
-    return items;
+    const auto keep = [&](Items&& batch) {
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            request.check_cancelled();
+            request.tally().add_items(1);
+            pause_in_test_mode(std::chrono::milliseconds(200));
+        }
+        append(items, std::move(batch));
+    };
+    walk_in_batches(request, walk, descriptors, items_of, keep);
+}
+
+void add_attributes(std::vector<FileItem>& items)
+{
+    load_all_custom_attrs(items);
+}
+
+void add_attributes(ItemList& items)
+{
+    items.load_attributes();
+}
+
+void sort_items(std::vector<FileItem>& items, SortType sort)
+{
+    orv_sort(items, sort);
+}
+
+void sort_items(ItemList& items, SortType sort)
+{
+    items.sort(sort);
 }
 
 /// Notes at a folder that has stored attributes whether its listing is in custom order now.
@@ -47,6 +129,38 @@ void remember_sort(const Url& folder, SortType sort)
     });
 }
 
+std::vector<FileItem> no_items(const FetchItemsOperation&, const Url&, const Url&)
+{
+    return {};
+}
+
+ItemList no_items(const FetchItemListOperation&, const Url& root, const Url& resolved_root)
+{
+    return ItemList(root, resolved_root);
+}
+
+template <class Operation>
+std::shared_ptr<Operation> start_fetch(WantedItems wanted,
+                                       typename Operation::StatusClosure status_closure)
+{
+    return start_request<Operation>(
+        std::move(status_closure),
+        [wanted = std::move(wanted)](Request<Operation>& request) -> typename Operation::Status {
+            check_is_folder(wanted.inside, fetch_place("No item exists at given url.", 54),
+                            fetch_place("Given url must point to a folder.", 50));
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_batched_walk);
+            const Url resolved_root = wanted.inside.resolving_symlinks();
+            auto items = no_items(request.operation(), wanted.inside, resolved_root);
+            collect(request, items, wanted, resolved_root, descriptors);
+            add_attributes(items);
+            if (wanted.sort) {
+                sort_items(items, *wanted.sort);
+                remember_sort(wanted.inside, *wanted.sort);
+            }
+            return typename Operation::success{std::move(items)};
+        });
+}
+
 } // namespace
 
 std::shared_ptr<FetchItemsOperation> fetch_items(Url inside, bool recursive,
@@ -54,20 +168,16 @@ std::shared_ptr<FetchItemsOperation> fetch_items(Url inside, bool recursive,
                                                  bool include_hidden_files,
                                                  FetchItemsOperation::StatusClosure status_closure)
 {
-    return start_request<FetchItemsOperation>(
-        std::move(status_closure),
-        [=](Request<FetchItemsOperation>& request) -> FetchItemsOperation::Status {
-            check_is_folder(inside, fetch_place("No item exists at given url.", 54),
-                            fetch_place("Given url must point to a folder.", 50));
-            const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
-            std::vector<FileItem> items = collect(request, inside, recursive, include_hidden_files);
-            load_all_custom_attrs(items);
-            if (sort) {
-                orv_sort(items, *sort);
-                remember_sort(inside, *sort);
-            }
-            return FetchItemsOperation::success{std::move(items)};
-        });
+    return start_fetch<FetchItemsOperation>(
+        {std::move(inside), recursive, sort, include_hidden_files}, std::move(status_closure));
+}
+
+std::shared_ptr<FetchItemListOperation>
+fetch_item_list(Url inside, bool recursive, std::optional<SortType> sort, bool include_hidden_files,
+                FetchItemListOperation::StatusClosure status_closure)
+{
+    return start_fetch<FetchItemListOperation>(
+        {std::move(inside), recursive, sort, include_hidden_files}, std::move(status_closure));
 }
 
 } // namespace orv

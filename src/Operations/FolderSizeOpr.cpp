@@ -1,7 +1,7 @@
 #include "Operations/FolderSizeOpr.hpp"
 
 #include "Global/TestMode.hpp"
-#include "Operations/frame/Descriptors.hpp"
+#include "Operations/frame/BatchedWalk.hpp"
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/FolderChecks.hpp"
 #include "Operations/frame/Request.hpp"
@@ -41,6 +41,37 @@ void measure(TreeWalk& walk, TreeSize& size, FunctionRef<void(std::int64_t bytes
     }
 }
 
+TreeSize sum_of(const EntryBatch& batch)
+{
+    TreeSize sum;
+    batch.for_each([&](EntryBatch::Entry& entry) {
+        if (!entry.is_regular())
+            sum += {0, 1};
+        else if (const struct statx* facts = entry.facts(STATX_TYPE | STATX_SIZE))
+            sum += {size_of(*facts), 1};
+    });
+    return sum;
+}
+
+/// The same on all cores.
+TreeSize measure(Request<FolderSizeOperation>& request, TreeWalk& walk,
+                 const DescriptorLease& descriptors)
+{
+    TreeSize size;
+    const auto add = [&](const TreeSize& sum) {
+        size += sum;
+        request.tally().add_bytes(sum.bytes);
+        for (std::int64_t i = 0; i < sum.items; ++i) {
+            request.tally().add_items(1);
+            request.check_cancelled();
+            pause_in_test_mode(std::chrono::milliseconds(200));
+        }
+    };
+    walk_in_batches(
+        request, walk, descriptors, [](const EntryBatch& batch) { return sum_of(batch); }, add);
+    return size;
+}
+
 } // namespace
 
 TreeSize& TreeSize::operator+=(const TreeSize& other)
@@ -78,17 +109,9 @@ calc_folder_size(Url url, FolderSizeOperation::StatusClosure status_closure)
         [url =
              std::move(url)](Request<FolderSizeOperation>& request) -> FolderSizeOperation::Status {
             check_is_measurable(url);
-            const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
-            TreeWalkOptions options;
-            options.on_passed_over = failures_of(request);
-            TreeWalk walk = item_walk(url, options);
-            TreeSize size;
-            measure(walk, size, [&](std::int64_t bytes) {
-                request.tally().add_bytes(bytes);
-                request.tally().add_items(1);
-                request.check_cancelled();
-            });
-            return FolderSizeOperation::success{size.bytes};
+            const DescriptorLease descriptors = lease_descriptors(request, needed_by_batched_walk);
+            TreeWalk walk = item_walk(url, batched_walk_options(request));
+            return FolderSizeOperation::success{measure(request, walk, descriptors).bytes};
         });
 }
 

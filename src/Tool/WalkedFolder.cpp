@@ -14,6 +14,12 @@ ItemFolder item_folder(const TreeWalk& walk, const Url& resolved_root)
     return folder;
 }
 
+ItemFolder item_folder(const EntryBatch::Folder& folder, const Url& resolved_root)
+{
+    return {folder.path, resolved_root.appending(folder.relative_path), folder.relative_path,
+            folder.level};
+}
+
 TreeWalk item_walk(const Url& root, const TreeWalkOptions& options)
 try {
     return TreeWalk(root, options);

@@ -1,8 +1,12 @@
 #include "CustomAttributes/RecCustomAttr.hpp"
+#include "Tool/Tool.hpp"
 #include "support/Engine.hpp"
 #include "support/Statuses.hpp"
 
+#include <orv/Operations/FetchItemListOpr.hpp>
+
 #include <algorithm>
+#include <sstream>
 
 namespace orv::test {
 namespace {
@@ -98,6 +102,69 @@ TEST_F(FetchItemsTest, items_come_with_their_attributes_and_in_the_order_asked_f
     const auto& items = std::get<FetchItemsOperation::success>(statuses.back()).content;
     EXPECT_EQ(items[2].custom_attributes.order_no, 0);
     EXPECT_EQ(items[1].custom_attributes.order_no, std::nullopt);
+}
+
+TEST_F(FetchItemsTest, a_long_list_has_the_order_of_the_walk)
+{
+    std::vector<std::string> entries = {"deep/1/2/3/4/5/6/7/8/9/10/11/12/13/14/15/16/17/file="};
+    for (int i = 0; i < 900; ++i)
+        entries.push_back("f" + std::to_string(i % 4) + "/" + std::to_string(i % 7) + "/" +
+                          std::to_string(i) + "=");
+    make_tree(folder(), entries);
+    std::vector<std::string> walked;
+    Tool::iterate_contents(folder(), false, true, {}, true, [&](const FileItem& item) {
+        walked.push_back(item.url.path());
+        return true;
+    });
+    const auto statuses = fetched(folder(), true, {}, true);
+    std::vector<std::string> listed;
+    for (const FileItem& item : std::get<FetchItemsOperation::success>(statuses.back()).content)
+        listed.push_back(item.url.path());
+    EXPECT_EQ(listed, walked);
+}
+
+/// All that is known of an item.
+std::string described(const FileItem& item)
+{
+    const auto time = [](const auto& date) { return date ? date->time_since_epoch().count() : -1; };
+    std::ostringstream text;
+    text << item.url.path() << '|' << item.is_dir << item.is_package << item.is_hidden << item.level
+         << '|' << item.relative_path << '|' << item.size.value_or(-1) << '|' << item.name << '|'
+         << item.title << '|' << item.ext << '|' << time(item.creation_date) << '|'
+         << time(item.modification_date) << '|' << item.mode << '|'
+         << item.custom_attributes.url.path() << '|' << item.custom_attributes.is_protected
+         << item.custom_attributes.order_no.value_or(-1);
+    return text.str();
+}
+
+TEST_F(FetchItemsTest, a_list_in_little_memory_holds_the_same_items)
+{
+    std::vector<std::string> entries = {"d/a.app/x=1", "d/.hidden=22", "d/link->a.app",
+                                        "d/b.TXT=333", "d/B.txt=",     "e/"};
+    for (int i = 0; i < 300; ++i)
+        entries.push_back("many/" + std::to_string(i * 7 % 300) + ".jpg=");
+    make_tree(folder(), entries);
+    save_all({{.url = folder().appending("many/5.jpg"), .order_no = 2},
+              {.url = folder().appending("d/b.TXT"), .is_protected = true, .order_no = 1}},
+             false);
+    const std::optional<SortType> sorts[] = {
+        std::nullopt,
+        by_name,
+        SortType::by_natural_name(SortOrder::desc).with_folders_first(),
+        SortType::by_extension(SortOrder::desc),
+        SortType::by_modification_date(SortOrder::asc),
+        SortType::by_size(SortOrder::desc),
+        SortType::by_custom_order()};
+    for (const auto& sort : sorts) {
+        const auto whole = fetched(folder(), true, sort, true);
+        const auto compact = statuses_of<FetchItemListOperation>(
+            [&](auto take) { return fetch_item_list(folder(), true, sort, true, take); });
+        const auto& items = std::get<FetchItemsOperation::success>(whole.back()).content;
+        const ItemList& list = std::get<FetchItemListOperation::success>(compact.back()).content;
+        ASSERT_EQ(list.size(), items.size());
+        for (std::size_t i = 0; i < items.size(); ++i)
+            ASSERT_EQ(described(list[i]), described(items[i]));
+    }
 }
 
 TEST_F(FetchItemsTest, the_sort_is_remembered_where_the_folder_has_a_record)

@@ -1,4 +1,4 @@
-#include "archive/Ahead.hpp"
+#include "utility/Ahead.hpp"
 
 #include "utility/WorkerPool.hpp"
 
@@ -8,7 +8,7 @@
 #include <deque>
 #include <mutex>
 
-namespace orv::archive {
+namespace orv {
 namespace {
 
 constexpr std::chrono::milliseconds moment(20);
@@ -124,4 +124,4 @@ bool Ahead::done_in_a_moment(const Handle& task)
     return shop_->done_in_a_moment(task);
 }
 
-} // namespace orv::archive
+} // namespace orv

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-namespace orv::archive {
+namespace orv {
 
 /// Work that is begun before its result is needed, on threads of the worker pool. When those are
 /// busy elsewhere, whoever needs the result does the work.
@@ -33,4 +33,4 @@ private:
     std::shared_ptr<Shop> shop_;
 };
 
-} // namespace orv::archive
+} // namespace orv
