@@ -106,6 +106,52 @@ double remove(const std::string& folder, int)
         [&](auto closure) { return manager.delete_item(folder + "/source", closure); });
 }
 
+std::string scan(const std::string& folder, int number)
+{
+    return fmt::format("{}/Scan {}.txt", folder, number);
+}
+
+/// Makes files to choose, and a folder to copy them to; `taken` says whether their names are taken
+/// there.
+void make_scans(const std::string& folder, int count, bool taken)
+{
+    const FileDescriptor source = make_folder(folder + "/source");
+    const FileDescriptor destination = make_folder(folder + "/copy");
+    for (int i = 1; i <= count; ++i) {
+        make_file(source.get(), fmt::format("Scan {}.txt", i)).reset();
+        if (taken)
+            make_file(destination.get(), fmt::format("Scan {}.txt", i)).reset();
+    }
+}
+
+void make_free_scans(const std::string& folder, int count)
+{
+    make_scans(folder, count, false);
+}
+
+void make_taken_scans(const std::string& folder, int count)
+{
+    make_scans(folder, count, true);
+}
+
+/// Copies chosen files as one request, and keeps both wherever a name is taken.
+double copy_chosen(const std::string& folder, int count)
+{
+    auto& manager = engine(folder);
+    if (count == 0)
+        return 0;
+    std::vector<Url> sources;
+    for (int i = 1; i <= count; ++i)
+        sources.emplace_back(scan(folder + "/source", i));
+    return seconds_of<MultiCopyOperation>([&](auto closure) {
+        return manager.copy(sources, folder + "/copy", [closure](const auto& status) {
+            if (const auto* conflict = std::get_if<status::conflict_occured>(&status))
+                conflict->resolver->resume(ConflictBehaviour::keep_both, true);
+            closure(status);
+        });
+    });
+}
+
 RecordKey folder_key(int number)
 {
     return RecordKey(fmt::format("Documents/folder {}", number));
@@ -236,15 +282,18 @@ std::vector<Curve> curves()
              list_compactly},
             {"size", "Size of a folder", make_wide_folder, measure_size},
             {"copy", "Copy empty files in folders of 1000", make_tree, copy},
+            {"chosen", "Copy chosen empty files as one request", make_free_scans, copy_chosen},
+            {"taken-names", "Copy chosen empty files whose names are taken, keeping both",
+             make_taken_scans, copy_chosen},
             {"delete", "Delete empty files in folders of 1000", make_tree, remove},
             {"find-rows", "Ask for rows below one folder", make_rows, find_rows, true},
             {"move-rows", "Move the ten rows below one folder", make_rows, move_rows, true},
             {"move-folder", "Move a folder of ten items that have rows", make_folders_with_rows,
              move_folder, true},
-            {"rename-folder", "Rename a folder of ten items that have rows",
-             make_folders_with_rows, rename_folder, true},
-            {"delete-folder", "Delete a folder of ten items that have rows",
-             make_folders_with_rows, delete_folder, true}};
+            {"rename-folder", "Rename a folder of ten items that have rows", make_folders_with_rows,
+             rename_folder, true},
+            {"delete-folder", "Delete a folder of ten items that have rows", make_folders_with_rows,
+             delete_folder, true}};
 }
 
 Usage run_at(const Curve& curve, int count, const std::string& folder)
