@@ -32,8 +32,9 @@ test:
 bench:
 	@scripts/install-packages.sh build bench
 	@$(CONFIGURE) release -DORV_BUILD_BENCH=ON -DORV_BUILD_TESTS=OFF
-	@cmake --build --preset release -j$(JOBS) --target orv_bench orv_curves orv_micro
+	@cmake --build --preset release -j$(JOBS) --target orv_bench orv_curves orv_folders orv_micro
 	@bench/run.sh build/release/bench/orv_bench $(BENCH)
+	@bench/run.sh build/release/bench/orv_folders
 
 prove:
 	@scripts/install-packages.sh build test prove

@@ -32,6 +32,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
+// While changes keep coming, the kernel is asked for them at intervals that grow from the one to
+// the other. Its queue holds 16,384 changes, some 50 ms of what one core can make.
+constexpr Milliseconds shortest_pause(5);
+constexpr Milliseconds longest_pause(20);
 /// The kernel tells the two halves of a renaming one after the other; between them the queue may
 /// seem empty.
 constexpr Milliseconds wait_for_other_half(2);
@@ -229,15 +233,15 @@ private:
     {
         ::pthread_setname_np(::pthread_self(), "orv-watcher");
         Clock::time_point next_look = Clock::now() + bounds().look_interval;
-        Milliseconds pause = bounds().shortest_pause;
+        Milliseconds pause = shortest_pause;
         for (;;) {
             const int inotify = inotify_descriptor();
             if (has_events(inotify, next_look - Clock::now())) {
                 tell(QueuedNotices(inotify));
                 // Changes that come at once share a read, and a round of whoever listens.
                 std::this_thread::sleep_for(pause);
-                pause = has_events(inotify, {}) ? std::min(2 * pause, bounds().longest_pause)
-                                                : bounds().shortest_pause;
+                pause =
+                    has_events(inotify, {}) ? std::min(2 * pause, longest_pause) : shortest_pause;
             }
             if (Clock::now() < next_look)
                 continue;

@@ -66,10 +66,6 @@ public:
         std::size_t watches = SIZE_MAX;
         /// The time between two notices that tell to look again.
         std::chrono::milliseconds look_interval{2000};
-        /// While changes keep coming, the kernel is asked for them at intervals that grow from the
-        /// one to the other. Its queue holds 16,384 changes, some 50 ms of what one core can make.
-        std::chrono::milliseconds shortest_pause{5};
-        std::chrono::milliseconds longest_pause{20};
     };
 
     /// For tests: takes effect at the next watch.

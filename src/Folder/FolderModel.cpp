@@ -4,6 +4,7 @@
 #include <orv/utility/Match.hpp>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -12,6 +13,49 @@
 #include <utility>
 
 namespace orv {
+namespace {
+
+/// The rows by name, in several tables: one alone, when it grows, would move the names of a large
+/// folder at once, which holds the main thread up.
+class RowsByName {
+public:
+    [[nodiscard]] Row* find(std::string_view name) const
+    {
+        const Table& table = tables_[place(name)];
+        const auto found = table.find(name);
+        return found == table.end() ? nullptr : found->second.get();
+    }
+
+    void insert(std::unique_ptr<Row> row)
+    {
+        const std::string_view name = row->item.name;
+        tables_[place(name)].emplace(name, std::move(row));
+    }
+
+    [[nodiscard]] std::unique_ptr<Row> take(std::string_view name)
+    {
+        auto held = tables_[place(name)].extract(name);
+        return std::move(held.mapped());
+    }
+
+    void clear() { tables_ = {}; }
+
+private:
+    using Table =
+        std::unordered_map<std::string_view, std::unique_ptr<Row>>; // keys lie in the rows
+
+    static constexpr std::size_t count = 16;
+
+    static std::size_t place(std::string_view name)
+    {
+        // Other bits than those that a table goes by.
+        return std::hash<std::string_view>()(name) >> 48U & (count - 1);
+    }
+
+    std::array<Table, count> tables_;
+};
+
+} // namespace
 
 class FolderModel::Impl : public std::enable_shared_from_this<FolderModel::Impl> {
 public:
@@ -39,9 +83,8 @@ public:
 
     [[nodiscard]] std::optional<std::size_t> row_of(std::string_view name) const
     {
-        const auto found = by_name_.find(name);
-        return found == by_name_.end() ? std::nullopt
-                                       : std::optional(rows_.index_of(*found->second));
+        const Row* row = by_name_.find(name);
+        return row ? std::optional(rows_.index_of(*row)) : std::nullopt;
     }
 
     void set_sort(SortType sort)
@@ -137,8 +180,7 @@ private:
     void take_in(std::size_t index, std::unique_ptr<Row> row)
     {
         rows_.insert(index, *row);
-        const std::string_view name = row->item.name;
-        by_name_.emplace(name, std::move(row));
+        by_name_.insert(std::move(row));
     }
 
     void remove(const std::vector<std::string>& names)
@@ -164,7 +206,7 @@ private:
         for (std::size_t index = first + count; index-- > first;) {
             Row& row = rows_[index];
             rows_.erase(row);
-            by_name_.erase(by_name_.find(row.item.name));
+            static_cast<void>(by_name_.take(row.item.name)); // which ends it
         }
     }
 
@@ -181,14 +223,14 @@ private:
 
     void update(FileItem item)
     {
-        if (const auto found = by_name_.find(item.name); found != by_name_.end())
-            put(*found->second, std::move(item));
+        if (Row* row = by_name_.find(item.name))
+            put(*row, std::move(item));
     }
 
     void rename(const std::string& from, FileItem item)
     {
-        if (const auto found = by_name_.find(from); found != by_name_.end())
-            put(*found->second, std::move(item));
+        if (Row* row = by_name_.find(from))
+            put(*row, std::move(item));
     }
 
     /// Gives the row an item, and the place and the name that go with it.
@@ -197,10 +239,9 @@ private:
         OrderKey key = OrderKey::of(item, sort_);
         const std::size_t from = rows_.index_of(row);
         const auto fill = [&] {
-            auto held = by_name_.extract(row.item.name);
+            auto held = by_name_.take(row.item.name);
             row.item = std::move(item);
             row.key = std::move(key);
-            held.key() = row.item.name;
             by_name_.insert(std::move(held));
         };
         if (has_place_at(from, key)) {
@@ -229,7 +270,7 @@ private:
     SortType sort_;
     const Listener listener_;
     std::optional<OrvFolder> folder_;
-    std::unordered_map<std::string_view, std::unique_ptr<Row>> by_name_; // keys lie in the rows
+    RowsByName by_name_;
     RowList rows_;
     bool is_complete_ = false;
     bool has_ended_ = false;

@@ -10,11 +10,11 @@
 
 namespace orv {
 
-/// Items with their stored attributes: as many as a status may carry, so that showing them takes
-/// some 2 ms of the main thread.
-inline constexpr std::size_t most_items_in_batch = 512;
+/// As many items as a status may carry: a list widget takes them in within 2 ms, also on a
+/// busy machine.
+inline constexpr std::size_t most_items_in_batch = 256;
 
-/// Sends the items of a listing off in batches, early ones soon.
+/// Sends the items of a listing off in batches, with their stored attributes, early ones soon.
 ///
 /// Threading: one background thread.
 class ItemBatches {

@@ -14,6 +14,7 @@
 #include <span>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -177,16 +178,39 @@ void LivingFolder::list()
     const OpenFolder folder = opened();
     root_facts_ = folder.facts;
     item_folder_ = {url_, url_.resolving_symlinks(), "", 1};
-    watch(folder.descriptor.get()); // before anything is read, so that no change is missed
+    // FUSE and network volumes may number items anew.
+    has_lasting_identities_ =
+        reach_on_volume_of(folder.descriptor.get()) == FolderWatch::Reach::all_changes;
     snapshot_.emplace(has_lasting_identities_);
-
     ItemBatches batches(*outlet_, [this] { return sort(); });
+    Task listed_early;
+    listed_early.names = list_some(folder.descriptor.get(), batches);
+    watch(folder.descriptor.get()); // before the rest is read, so that no change is missed
     for_each_entry(folder.descriptor.get(), [&](const char* name, const struct statx& facts) {
         if (snapshot_->add(name, facts))
             batches.add(file_item(item_folder_, name, facts));
+        return true;
     });
     batches.flush();
     outlet_->post(OrvFolder::complete());
+    look_at(folder, listed_early);
+}
+
+/// Lists as many items as a window shows, and returns their names. To watch a large folder, the
+/// kernel marks all of its entries that it holds in memory, which takes it some 30 ms for 100,000.
+std::unordered_set<std::string> LivingFolder::list_some(int folder, ItemBatches& batches)
+{
+    constexpr std::size_t some = 64;
+    std::unordered_set<std::string> names;
+    for_each_entry(folder, [&](const char* name, const struct statx& facts) {
+        if (snapshot_->add(name, facts) && names.insert(name).second)
+            batches.add(file_item(item_folder_, name, facts));
+        return names.size() < some;
+    });
+    batches.flush();
+    if (::lseek(folder, 0, SEEK_SET) != 0)
+        throw platform_error(errno, url_);
+    return names;
 }
 
 void LivingFolder::list_tree()
@@ -240,6 +264,7 @@ void LivingFolder::compare(const OpenFolder& folder, const Task& task)
     for_each_entry(folder.descriptor.get(), [&](const char* name, const struct statx& facts) {
         if (!snapshot_->is_as_told(name, facts))
             sightings.push_back({name, facts});
+        return true;
     });
     for (std::string& name : snapshot_->take_unseen())
         sightings.push_back({std::move(name), std::nullopt});
@@ -285,8 +310,6 @@ void LivingFolder::watch(int folder)
                                                if (const auto self = living.lock())
                                                    self->take(notice);
                                            });
-    // FUSE and network volumes may number items anew.
-    has_lasting_identities_ = reach_on_volume_of(folder) == FolderWatch::Reach::all_changes;
     const bool watched_before = !compares_now_and_then_;
     compares_now_and_then_ = watch_->reach() != FolderWatch::Reach::all_changes;
     if (compares_now_and_then_ && watched_before)
@@ -320,9 +343,10 @@ void LivingFolder::check_is_the_same(const OpenFolder& folder, const Task& task)
     watch(folder.descriptor.get()); // it was moved away and back
 }
 
-/// Hands over what is in the open folder; entries that vanish meanwhile are left out.
+/// Hands over what is in the open folder, until `use` says that it is enough; entries that vanish
+/// meanwhile are left out.
 void LivingFolder::for_each_entry(int folder,
-                                  FunctionRef<void(const char*, const struct statx&)> use)
+                                  FunctionRef<bool(const char*, const struct statx&)> use)
 {
     FolderReader reader(std::make_unique_for_overwrite<std::byte[]>(FolderReader::buffer_bytes));
     while (const auto entry = reader.next(folder)) {
@@ -330,8 +354,9 @@ void LivingFolder::for_each_entry(int folder,
             throw Exception();
         if (!is_shown(entry->name))
             continue;
-        if (const auto facts = facts_of(folder, entry->name))
-            use(entry->name, *facts);
+        const auto facts = facts_of(folder, entry->name);
+        if (facts && !use(entry->name, *facts))
+            return;
     }
     if (reader.error() != 0)
         throw platform_error(reader.error(), url_);

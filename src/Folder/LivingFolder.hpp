@@ -64,6 +64,7 @@ private:
 
     void carry_out(const Task& task);
     void list();
+    std::unordered_set<std::string> list_some(int folder, ItemBatches& batches);
     void list_tree();
     void make_round(const Task& task);
     void compare(const OpenFolder& folder, const Task& task);
@@ -73,7 +74,7 @@ private:
     void watch(int folder);
     void tell_reach(FolderWatch::Reach reach);
     void check_is_the_same(const OpenFolder& folder, const Task& task);
-    void for_each_entry(int folder, FunctionRef<void(const char*, const struct statx&)> use);
+    void for_each_entry(int folder, FunctionRef<bool(const char*, const struct statx&)> use);
     [[nodiscard]] bool is_shown(std::string_view name) const;
 
     void post(const FolderChanges& changes, const std::vector<Sighting>& sightings);

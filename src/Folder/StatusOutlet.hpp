@@ -31,7 +31,9 @@ public:
 private:
     void take(OrvFolder::Status status);
 
-    static constexpr int most_on_their_way = 4;
+    // One is prepared while the other is taken. More of them would fall into one turn of the
+    // application's loop.
+    static constexpr int most_on_their_way = 2;
 
     std::counting_semaphore<most_on_their_way> room_{most_on_their_way};
     std::atomic<bool> is_closed_ = false; // set on the main thread only

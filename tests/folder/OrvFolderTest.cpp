@@ -3,7 +3,9 @@
 #include "support/Surroundings.hpp"
 #include "support/Volume.hpp"
 
+#include <atomic>
 #include <filesystem>
+#include <semaphore>
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -93,19 +95,14 @@ TEST_F(OrvFolderTest, tells_the_changes_that_requests_make)
 {
     make_tree(folder(), {"f/a=1", "o=2"});
     save_all({{.url = in("a"), .is_protected = true}}, false);
-    std::vector<FileItem> renamed;
-    OrvFolder watched(at("f"), SortType::by_name(SortOrder::asc), {}, [&](auto status) {
-        if (auto* told = std::get_if<OrvFolder::renamed>(&status))
-            renamed.push_back(told->items[0].item);
-    });
     WatchedList list(at("f"));
     list.wait_until_complete();
-    manager().rename(in("a"), "b", {});
-    pump_until([&] { return list.has_told("renamed a b") && !renamed.empty(); });
-    EXPECT_TRUE(renamed[0].custom_attributes.is_protected);
-    manager().copy(at("o"), in("o"), {});
+    statuses_of<RenameOperation>([&](auto take) { return manager().rename(in("a"), "b", take); });
+    pump_until([&] { return list.has_told("renamed a b"); });
+    EXPECT_TRUE(list.last_renamed().custom_attributes.is_protected);
+    statuses_of<CopyOperation>([&](auto take) { return manager().copy(at("o"), in("o"), take); });
     pump_until([&] { return list.has_told("added o"); });
-    manager().delete_item(in("b"), {});
+    statuses_of<DeleteOperation>([&](auto take) { return manager().delete_item(in("b"), take); });
     pump_until([&] { return list.has_told("removed b"); });
 }
 
@@ -223,11 +220,13 @@ TEST_F(OrvFolderTest, compares_now_and_then_beyond_the_limit_of_watches)
     FolderWatch::set_bounds({.watches = 2, .look_interval = milliseconds(20)});
     make_tree(folder(), {"f/a=1", "g/a=1", "h/a=1"});
     WatchedList first(at("f"));
+    first.wait_until_complete();
     WatchedList second(at("g"));
+    second.wait_until_complete();
     WatchedList same(at("f"));
     WatchedList third(at("h"));
-    for (WatchedList* list : {&first, &second, &same, &third})
-        list->wait_until_complete();
+    same.wait_until_complete();
+    third.wait_until_complete();
     EXPECT_EQ(third.told(), Lines{"compared from now on"});
 
     for (const char* name : {"f", "g", "h"})
@@ -240,18 +239,29 @@ TEST_F(OrvFolderTest, compares_now_and_then_beyond_the_limit_of_watches)
 
 TEST_F(OrvFolderTest, is_true_again_after_changes_were_lost)
 {
-    FolderWatch::set_bounds({.look_interval = milliseconds(20),
-                             .shortest_pause = milliseconds(2000),
-                             .longest_pause = milliseconds(2000)});
-    make_tree(folder(), {"f/a=1", "o=1"});
+    make_tree(folder(), {"f/a=1", "o=1", "held/"});
     WatchedList list(at("f"));
     list.wait_until_complete();
-    // The kernel's queue holds 16,384 changes. One file with many names takes little time.
-    constexpr int made = 40'000;
+    // Whoever listens holds the watching thread up, and the kernel's queue for 16,384 changes
+    // fills.
+    std::binary_semaphore is_held(0);
+    std::binary_semaphore may_go_on(0);
+    std::atomic<bool> holds = true;
+    const FileDescriptor held = opened_folder(at("held"));
+    const FolderWatch holder(held.get(), [&](const FolderNotice&) {
+        if (holds.exchange(false)) {
+            is_held.release();
+            may_go_on.acquire();
+        }
+    });
+    write_file(at("held/a"), "1");
+    is_held.acquire();
+    constexpr int made = 17'000;
     for (int i = 0; i < made; ++i)
         fs::create_hard_link(at("o"), in(std::to_string(i).c_str()));
-    pump_until([&] { return list.has_told("compared once"); });
     fs::remove(in("a"));
+    may_go_on.release();
+    pump_until([&] { return list.has_told("compared once"); });
     pump_until([&] { return list.names().size() == static_cast<std::size_t>(made); });
     EXPECT_FALSE(list.names().contains("a"));
 }

@@ -47,6 +47,7 @@ void WatchedList::take(const OrvFolder::Status& status)
             for (const auto& [from, item] : told.items) {
                 remove(from);
                 add(item.name);
+                last_renamed_ = item;
                 told_.push_back("renamed " + from + " " + item.name);
             }
         },

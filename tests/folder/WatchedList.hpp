@@ -22,6 +22,7 @@ public:
     [[nodiscard]] const std::vector<std::string>& told() const { return told_; }
     [[nodiscard]] bool has_told(const std::string& line) const;
     [[nodiscard]] const std::set<std::string>& names() const { return names_; }
+    [[nodiscard]] const FileItem& last_renamed() const { return last_renamed_; }
     [[nodiscard]] bool is_gone() const { return is_gone_; }
 
     OrvFolder& folder() { return *folder_; }
@@ -34,6 +35,7 @@ private:
 
     std::vector<std::string> told_;
     std::set<std::string> names_;
+    FileItem last_renamed_;
     bool is_complete_ = false;
     bool is_gone_ = false;
     std::unique_ptr<OrvFolder> folder_;
