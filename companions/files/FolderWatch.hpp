@@ -10,7 +10,7 @@
 
 namespace orv {
 
-/// What happened in a watched folder, or, with nothing in it, that it is time to look again.
+/// The changes in a watched folder. An empty notice says that it is time to look again.
 struct FolderNotice {
     struct Renaming {
         std::string from;

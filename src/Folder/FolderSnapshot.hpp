@@ -32,8 +32,8 @@ struct FolderChanges {
     std::vector<std::size_t> added;
 };
 
-/// What was last told of the entries of a folder: enough to see that one has changed, and to know
-/// it again under another name.
+/// The entries of a folder as they were last told: enough to see that one has changed, and to
+/// recognise it under another name.
 class FolderSnapshot {
 public:
     /// `has_lasting_identities` says that the volume numbers an item in the same way each time.

@@ -30,7 +30,7 @@ bool is_want_of_means(const Error& error)
     return error.code() == EMFILE || error.code() == ENFILE || error.code() == ENOMEM;
 }
 
-/// What stood at the folder's place is another item, or leads there by another way.
+/// Another item stands at the folder's place, or a link leads there.
 Error other_folder(const Url& url)
 {
     return folder_place("The folder was moved or replaced.").at(url);
@@ -281,7 +281,7 @@ void LivingFolder::look_at(const OpenFolder& folder, const Task& task)
     sightings.reserve(task.names.size());
     const auto see = [&](const std::string& name) {
         sightings.push_back({name, facts_of(folder.descriptor.get(), name.c_str())});
-        // What came and went may have been another name of an item that was changed by it.
+        // It came and went, and may have been another name of an item that changed.
         if (!sightings.back().facts && !snapshot_->knows(name))
             is_in_doubt_ = true;
     };
@@ -327,8 +327,7 @@ void LivingFolder::tell_reach(FolderWatch::Reach reach)
     outlet_->post(OrvFolder::compared{Error(reason).at(url_), true});
 }
 
-/// Whether the folder that was listed is still the one at its location, and not by way of a link
-/// that has taken its place.
+/// Refuses another folder at the location, and a link there that leads to the old one.
 void LivingFolder::check_is_the_same(const OpenFolder& folder, const Task& task)
 {
     const bool has_other_birth = folder.facts.stx_btime.tv_sec != root_facts_.stx_btime.tv_sec ||
@@ -343,8 +342,8 @@ void LivingFolder::check_is_the_same(const OpenFolder& folder, const Task& task)
     watch(folder.descriptor.get()); // it was moved away and back
 }
 
-/// Hands over what is in the open folder, until `use` says that it is enough; entries that vanish
-/// meanwhile are left out.
+/// Hands over the entries of the open folder until `use` returns false. Leaves out entries that
+/// vanish meanwhile.
 void LivingFolder::for_each_entry(int folder,
                                   FunctionRef<bool(const char*, const struct statx&)> use)
 {

@@ -31,7 +31,7 @@
 namespace orv {
 
 /// Thumbnails for the rows that a view draws: made when they are first asked for, the last asked
-/// for first, a few at once. What was asked for long ago and not made is forgotten.
+/// for first, a few at once. Old wishes are forgotten.
 ///
 /// Threading: main thread.
 class QtThumbnails {
@@ -131,8 +131,8 @@ private:
 ///     model.set_folder("/home/me/Pictures");
 ///     view.setModel(&model);
 ///
-/// Names can be edited: that starts a renaming. Items can be dragged as "text/uri-list"; what is
-/// dropped is given to `on_drop`. A view that can be sorted by its headers sorts the folder.
+/// Names can be edited: that starts a renaming. Items can be dragged as "text/uri-list".
+/// `on_drop` gets the dropped items. A view that can be sorted by its headers sorts the folder.
 ///
 /// Threading: Qt's main thread, beside a `QtAttachment`.
 class QtFolderModel : public QAbstractTableModel {
