@@ -93,6 +93,26 @@ void move_to_and_fro(const Url& one, const Url& other, int times)
     say("moved");
 }
 
+/// Tells what a sum, a listing and a search of the folder leave out: the codes and the names.
+void tell_what_is_left_out(const Url& folder)
+{
+    auto& manager = OrvFileManager::singleton();
+    const std::vector<SearchItemsOperation::Criteria> by_name = {
+        SearchItemsOperation::Criteria::file_name};
+    std::string line;
+    for (const std::shared_ptr<OrvOperation>& operation :
+         std::initializer_list<std::shared_ptr<OrvOperation>>{
+             manager.calculate_folder_size(folder, {}),
+             manager.fetch_items(folder, true, {}, true, {}),
+             manager.search_items(folder, "b", true, true, by_name, {})}) {
+        wait_for(operation);
+        for (const Failure& failure : operation->failures())
+            line += std::to_string(failure.error.code().value_or(0)) + " " +
+                    failure.url.last_path_component() + ", ";
+    }
+    say(line);
+}
+
 void run(const std::string& command, const Arguments& arguments)
 {
     if (command == "save")
@@ -113,6 +133,8 @@ void run(const std::string& command, const Arguments& arguments)
         wait_for(manager.calculate_folder_size(arguments.at(0), take));
     else if (command == "list")
         wait_for(manager.fetch_items(arguments.at(0), true, {}, true, take));
+    else if (command == "left-out")
+        tell_what_is_left_out(arguments.at(0));
     else if (command == "delete")
         wait_for(manager.delete_item(arguments.at(0), take));
     else if (command == "build-without-end")
