@@ -186,6 +186,7 @@ void LivingFolder::list()
     Task listed_early;
     listed_early.names = list_some(folder.descriptor.get(), batches);
     watch(folder.descriptor.get()); // before the rest is read, so that no change is missed
+    look_at(folder, listed_early);
     for_each_entry(folder.descriptor.get(), [&](const char* name, const struct statx& facts) {
         if (snapshot_->add(name, facts))
             batches.add(file_item(item_folder_, name, facts));
@@ -193,7 +194,6 @@ void LivingFolder::list()
     });
     batches.flush();
     outlet_->post(OrvFolder::complete());
-    look_at(folder, listed_early);
 }
 
 /// Lists as many items as a window shows, and returns their names. To watch a large folder, the
