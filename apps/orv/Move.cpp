@@ -29,8 +29,11 @@ Placement checked_placement(const MoveCommand& command)
         refuse_self_name(path, "moved");
         refuse_link(path);
     }
-    return placement_of(command.sources, command.destination,
-                        command.on_conflict == ConflictBehaviour::keep_both);
+    Placement placement = placement_of(command.sources, command.destination,
+                                       command.on_conflict == ConflictBehaviour::keep_both);
+    if (placement.is_of_one() && is_other_case(placement.sources.front(), command.destination))
+        placement.destination = command.destination;
+    return placement;
 }
 
 std::string activity_of(const Placement& placement)

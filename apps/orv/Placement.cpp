@@ -5,6 +5,7 @@
 #include <orv/orv.hpp>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <system_error>
@@ -66,6 +67,24 @@ Placement placement_of(const std::vector<std::string>& sources, const std::strin
     if (!may_share_names)
         check_names(items);
     return {items, destination};
+}
+
+bool is_other_case(const Url& item, const Url& destination)
+{
+    const std::string name = item.last_path_component();
+    const Url folder = item.standardized().deleting_last_path_component();
+    const auto is_spelled_like = [](const std::string& one, const std::string& other) {
+        return ::strcasecmp(one.c_str(), other.c_str()) == 0;
+    };
+    if (name == destination.last_path_component() ||
+        !is_spelled_like(name, destination.last_path_component()) ||
+        destination.standardized().deleting_last_path_component() != folder)
+        return false;
+    std::error_code unknown;
+    const std::filesystem::directory_iterator entries(folder, unknown);
+    return std::count_if(begin(entries), end(entries), [&](const auto& entry) {
+               return is_spelled_like(entry.path().filename(), name);
+           }) == 1;
 }
 
 void check_folder_of(const Url& destination)

@@ -24,6 +24,10 @@ struct Placement {
 [[nodiscard]] Placement placement_of(const std::vector<std::string>& sources,
                                      const std::string& destination, bool may_share_names);
 
+/// True if the destination is the name of the item in other capital letters, on a volume that takes
+/// both for one.
+[[nodiscard]] bool is_other_case(const Url& item, const Url& destination);
+
 /// Refuses a destination whose folder does not exist.
 ///
 /// Errors: "Destination folder doesn't exist.", at the folder.

@@ -59,13 +59,20 @@ Surroundings surroundings_for(const GlobalOptions& options)
             .is_quiet = options.quiet};
 }
 
+/// Tells that Ctrl-C came too late to stop what was asked for.
+int tell_of_late_interrupt()
+{
+    write_message("orv: It was done before the interrupt took effect.\n");
+    return interrupted_exit;
+}
+
 /// Does `work`, and says how it ended.
 template <class Work>
 int exit_code_of(const Work& work)
 {
     try {
         work();
-        return was_interrupted() ? interrupted_exit : done;
+        return was_interrupted() ? tell_of_late_interrupt() : done;
     } catch (const Interrupted&) {
         return interrupted_exit;
     } catch (const ClosedOutput&) {

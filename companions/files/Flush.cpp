@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <exception>
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -37,15 +36,16 @@ void flush(int item, const Url& url)
     }
 }
 
-void try_to_flush_folder_of(const Url& url) noexcept
-try {
+void flush_folder_of(const Url& url)
+{
     const Url folder_url = url.deleting_last_path_component();
     const Place place = Place::of(folder_url);
     const OpenFolder folder = open_folder_following_links(place.folder(), place.name());
-    if (folder.error == 0)
-        flush(folder.descriptor.get(), folder_url);
-} catch (const std::exception&) {
-    return;
+    if (folder.error == EACCES || folder.error == ENOENT)
+        return;
+    if (folder.error != 0)
+        throw platform_error(folder.error, folder_url);
+    flush(folder.descriptor.get(), folder_url);
 }
 
 bool reports_faults(int item)

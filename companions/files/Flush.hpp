@@ -11,9 +11,11 @@ namespace orv {
 void flush(int item, const Url& url);
 
 /// Writes the folder that the item at `url` lies in to its disk, so that no power cut gives the
-/// item back a name that it had, or takes away the one it has. A failure says nothing of the item,
-/// which has no other name now, so it is none of the request.
-void try_to_flush_folder_of(const Url& url) noexcept;
+/// item back a name that it had, or takes away the one it has. A folder that may not be read, or is
+/// gone, cannot be flushed, which is no failure.
+///
+/// Errors: the platform's, at the folder.
+void flush_folder_of(const Url& url);
 
 /// True if the volume of the open item is one whose errors can be relied on: a file system of a
 /// disk or of memory, neither FUSE nor a network volume.

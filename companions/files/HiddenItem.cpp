@@ -1,6 +1,7 @@
 #include "files/HiddenItem.hpp"
 
 #include "files/Flush.hpp"
+#include "files/NamingError.hpp"
 #include "files/RemoveTree.hpp"
 #include "files/RenameOver.hpp"
 #include "files/SetAside.hpp"
@@ -40,7 +41,7 @@ bool is_folder_at(int folder, const char* name)
 } // namespace
 
 HiddenItem::HiddenItem(const Url& destination)
-    : place_(Place::in_opened_folder(destination)), url_(destination),
+    : place_(Place::in_resolved_folder(destination)), url_(destination),
       name_({place_.folder(), destination.deleting_last_path_component()})
 {
 }
@@ -65,7 +66,7 @@ void HiddenItem::publish()
 {
     const auto identity = identity_at(folder(), hidden());
     if (const int code = rename_(folder(), hidden(), folder(), final_name()))
-        throw platform_error(code, url_);
+        throw naming_error(code, folder(), place_.path, url_);
     published_ = identity;
 }
 
@@ -135,7 +136,7 @@ void HiddenItem::replace_by_setting_aside()
         return publish();
     const auto identity = identity_at(folder(), hidden());
     SetAside old(item().folder, place_.path,
-                 identity ? std::optional(identity->inode) : std::nullopt);
+                 identity ? std::optional(identity->inode) : std::nullopt, rename_);
     publish();
     old.discard();
 }

@@ -18,9 +18,10 @@ namespace orv {
 /// Threading: one thread.
 class HiddenItem {
 public:
-    /// Opens the folder of `destination` and announces a hidden name in it.
+    /// Opens the folder of `destination`, on the way to which there is no link, and announces a
+    /// hidden name in it.
     ///
-    /// Errors: the platform's.
+    /// Errors: the platform's; that a link has taken the place of a folder.
     explicit HiddenItem(const Url& destination);
     ~HiddenItem();
     HiddenItem(const HiddenItem&) = delete;
@@ -34,7 +35,7 @@ public:
 
     /// Gives the complete item the destination's name. It replaces nothing.
     ///
-    /// Errors: the platform's; EEXIST if the name is taken.
+    /// Errors: those of `naming_error`; EEXIST if the name is taken.
     void publish();
 
     /// Gives the complete item the destination's name and removes the item that has it. At every

@@ -1,6 +1,7 @@
 #include "files/MakeFolder.hpp"
 
 #include "files/ItemStatus.hpp"
+#include "files/NamingError.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/Place.hpp"
 
@@ -23,6 +24,15 @@ Place place_in(const Url& url, FolderLinks links)
                                           : Place::in_resolved_folder(url);
 }
 
+/// The item on the way to `folder` that is none.
+Url no_folder_above(const Url& folder)
+{
+    Url above = folder;
+    while (!item_status(above, 0) && above.path() != "/")
+        above = above.deleting_last_path_component();
+    return above;
+}
+
 /// Returns the place of the uppermost folder that is missing on the way to `at`, and adds those
 /// below it to `below`, the lowest first.
 Place uppermost_missing(const Url& at, FolderLinks links, std::vector<Url>& below)
@@ -32,6 +42,8 @@ Place uppermost_missing(const Url& at, FolderLinks links, std::vector<Url>& belo
         try {
             return place_in(folder, links);
         } catch (const Error& error) {
+            if (error.code() == ENOTDIR)
+                throw platform_error(ENOTDIR, no_folder_above(folder));
             if (error.code() != ENOENT)
                 throw;
         }
@@ -46,7 +58,7 @@ FileDescriptor created_on_the_way(int above, const std::string& name, const Url&
 {
     const int error = ::mkdirat(above, name.c_str(), all_rights) == 0 ? 0 : errno;
     if (error != 0 && error != EEXIST)
-        throw platform_error(error, url);
+        throw naming_error(error, above, name, url);
     OpenFolder folder = open_folder(above, name.c_str());
     if (folder.error != 0)
         throw platform_error(error == 0 ? folder.error : error, url);
@@ -68,8 +80,9 @@ void make_folder(const Url& at, bool also_create_intermediates, FolderLinks link
     }
     if (::mkdirat(place.folder(), place.name(), all_rights) == 0)
         return;
-    if (errno != EEXIST || !also_create_intermediates || !is_directory(at))
-        throw platform_error(errno, at);
+    const int error = errno;
+    if (error != EEXIST || !also_create_intermediates || !is_directory(at))
+        throw naming_error(error, place.folder(), place.path, at);
 }
 
 } // namespace orv

@@ -65,12 +65,13 @@ FileDescriptor opened_without_links(int folder, const std::string& path)
     return FileDescriptor(static_cast<int>(way));
 }
 
+/// `url` is the location of the folder that is opened.
 FileDescriptor opened_way(int folder, const std::string& path, const Url& url, Links links)
 {
     if (links == Links::refused) {
         FileDescriptor way = opened_without_links(folder, path);
         if (!way && errno == ELOOP)
-            throw folder_replaced(url.deleting_last_path_component().path());
+            throw folder_replaced(url.path());
         if (!way)
             throw platform_error(errno, url);
         return way;
@@ -88,7 +89,8 @@ Place place_of(const Url& url, Links links)
         const std::size_t slash = place.path.rfind('/', max_path_bytes);
         if (slash == std::string::npos || slash == 0)
             throw platform_error(ENAMETOOLONG, url);
-        place.opened = opened_way(place.folder(), place.path.substr(0, slash), url, links);
+        place.opened = opened_way(place.folder(), place.path.substr(0, slash),
+                                  url.deleting_last_path_component(), links);
         place.path.erase(0, place.path.find_first_not_of('/', slash));
     }
     return place;
@@ -101,7 +103,7 @@ Place in_folder(const Url& url, Links links)
     if (slash == std::string::npos && place.opened)
         return place;
     const std::string folder = slash == std::string::npos ? "." : place.path.substr(0, slash + 1);
-    place.opened = opened_way(place.folder(), folder, url, links);
+    place.opened = opened_way(place.folder(), folder, url.deleting_last_path_component(), links);
     place.path.erase(0, slash + 1);
     return place;
 }

@@ -4,7 +4,9 @@
 
 #include <orv/utility/Url.hpp>
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace orv {
 
@@ -24,17 +26,21 @@ bool create_processed_files_folder();
 /// Errors: the platform's.
 [[nodiscard]] FileDescriptor made_processed_files_folder();
 
-/// Settles what dead processes left in the folder and what their notes announce: unfinished items
-/// go, items set aside get their names back or go if their replacements are there. What cannot be
-/// settled stays for the next time, as does what is announced on a volume that is away.
-void remove_leftovers();
-
 /// Creates the file `name` in an open folder, by default for its owner alone, and takes the lock
 /// that marks it as owned by this process for as long as the descriptor is open.
 ///
 /// Errors: the platform's, at `url`; EEXIST when the name is taken.
 FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url,
                                  mode_t mode = 0600);
+
+/// Takes the lock of an item in the open folder whose owner no longer lives. No descriptor if it
+/// lives, or nothing can be said.
+[[nodiscard]] FileDescriptor lock_of_dead(int folder, const std::string& name);
+
+/// True if the item is there and may belong to a living process.
+///
+/// Errors: the platform's, when there is no folder.
+[[nodiscard]] bool is_owned_by_living(const std::string& name);
 
 /// A new file on the volume of the processed-files folder that has no name and ends with its
 /// descriptor.
@@ -45,5 +51,8 @@ FileDescriptor create_owned_file(int folder, const std::string& name, const Url&
 /// The name of a hidden item that a copy leaves out, and of the note that announces it.
 [[nodiscard]] std::string hidden_name(const std::string& uuid);
 [[nodiscard]] std::string note_name(const std::string& uuid);
+
+/// The UUID in the name of a note. No value for any other name.
+[[nodiscard]] std::optional<std::string> uuid_of_note(std::string_view name);
 
 } // namespace orv

@@ -1,7 +1,6 @@
 #include "files/SetAside.hpp"
 
 #include "files/FreeName.hpp"
-#include "files/NoReplaceRename.hpp"
 #include "files/RemoveTree.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -12,18 +11,19 @@
 namespace orv {
 
 SetAside::SetAside(const DestinationFolder& folder, std::string name,
-                   std::optional<std::uint64_t> replacement)
-    : folder_(folder), name_(std::move(name)), hidden_name_(folder, name_, replacement)
+                   std::optional<std::uint64_t> replacement, NoReplaceRename& rename)
+    : folder_(folder), name_(std::move(name)), hidden_name_(folder, name_, replacement),
+      rename_(rename)
 {
     const std::string& hidden = hidden_name_.text();
-    if (const int code = NoReplaceRename()(folder_.fd, name_.c_str(), folder_.fd, hidden.c_str()))
+    if (const int code = rename_(folder_.fd, name_.c_str(), folder_.fd, hidden.c_str()))
         throw platform_error(code, folder_.url.appending(name_));
     is_aside_ = true;
 }
 
 SetAside::~SetAside()
 {
-    if (is_aside_ && put_back(folder_, hidden_name_.text(), name_) != 0)
+    if (is_aside_ && put_back(folder_, hidden_name_.text(), name_, rename_) != 0)
         hidden_name_.leave_behind();
 }
 
@@ -40,10 +40,9 @@ void SetAside::discard() noexcept
     }
 }
 
-int put_back(const DestinationFolder& folder, const std::string& hidden,
-             const std::string& name) noexcept
+int put_back(const DestinationFolder& folder, const std::string& hidden, const std::string& name,
+             NoReplaceRename& rename) noexcept
 try {
-    NoReplaceRename rename;
     const auto rename_to = [&](const std::string& to) {
         return rename(folder.fd, hidden.c_str(), folder.fd, to.c_str());
     };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "files/HiddenName.hpp"
-#include "files/PartialFile.hpp"
+#include "files/NoReplaceRename.hpp"
 
 #include <orv/utility/Url.hpp>
 
@@ -17,12 +17,13 @@ namespace orv {
 /// `HiddenName`.
 class SetAside {
 public:
-    /// Renames the item `name` of the open folder, which has to stay open. `replacement` is the
-    /// inode number of the item that is to get the name, if it exists already.
+    /// Renames the item `name` of the open folder. `replacement` is the inode number of the item
+    /// that is to get the name, if it exists already. The folder, open, and `rename` have to
+    /// outlive this.
     ///
     /// Errors: the platform's; then the item is where it was.
     SetAside(const DestinationFolder& folder, std::string name,
-             std::optional<std::uint64_t> replacement);
+             std::optional<std::uint64_t> replacement, NoReplaceRename& rename);
 
     /// Puts the item back unless it was discarded. Where its name is taken by now, it gets one like
     /// it.
@@ -37,6 +38,7 @@ private:
     DestinationFolder folder_;
     std::string name_;
     HiddenName hidden_name_;
+    NoReplaceRename& rename_;
     bool is_aside_ = false;
 };
 
@@ -45,6 +47,6 @@ private:
 ///
 /// Errors: returns 0 or the errno.
 [[nodiscard]] int put_back(const DestinationFolder& folder, const std::string& hidden,
-                           const std::string& name) noexcept;
+                           const std::string& name, NoReplaceRename& rename) noexcept;
 
 } // namespace orv

@@ -38,7 +38,8 @@ void make_table()
 } // namespace
 
 RecordMove::RecordMove(RecordKey from, RecordKey to, bool replaces)
-    : from_(std::move(from)), to_(std::move(to)), replaces_(replaces), number_(next_number())
+    : from_(std::move(from)), to_(std::move(to)), replaces_(replaces), number_(next_number()),
+      kept_(to_)
 {
 }
 
@@ -68,6 +69,8 @@ void RecordMove::store_for_both(FunctionRef<void()> check)
         if (!RecCustomAttr::any_records_below(from_) && !replaces_)
             return;
         replaced_ = RecCustomAttr::fetch_tree(to_);
+        if (replaces_)
+            kept_.keep();
         RecCustomAttr::delete_records(to_);
         RecCustomAttr::duplicate_records(from_, to_);
         remember_stored();
@@ -83,6 +86,7 @@ void RecordMove::take_back(FunctionRef<bool()> is_there)
     if (!any_)
         return;
     moves_database().save_point([&] {
+        kept_.forget();
         if (is_there())
             return;
         if (RecCustomAttr::any_records_below(from_))
@@ -97,6 +101,7 @@ void RecordMove::finish(FunctionRef<void()> make_durable, FunctionRef<bool()> ha
         return;
     make_durable();
     moves_database().save_point([&] {
+        kept_.forget();
         if (!RecCustomAttr::any_records_below(from_) || !has_moved())
             return;
         carry_changes();

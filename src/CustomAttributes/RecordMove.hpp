@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CustomAttributes/RecCustomAttr.hpp"
+#include "CustomAttributes/ReplacedRecords.hpp"
 
 #include <orv/utility/FunctionRef.hpp>
 
@@ -20,7 +21,8 @@ namespace orv {
 /// Errors: those of the database.
 class RecordMove {
 public:
-    /// With `replaces`, the records of the new place belong to an item the move removes.
+    /// With `replaces`, the records of the new place belong to an item the move removes. After a
+    /// kill before that, the next start stores them again.
     RecordMove(RecordKey from, RecordKey to, bool replaces);
     ~RecordMove();
     RecordMove(const RecordMove&) = delete;
@@ -50,6 +52,7 @@ private:
     std::int64_t number_; // of this move in the table of first forms
     bool any_ = false;    // stored for one of the two places
     std::vector<RecCustomAttr> replaced_;
+    ReplacedRecords kept_; // the same, for the next start
 };
 
 } // namespace orv

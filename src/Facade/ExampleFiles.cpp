@@ -76,11 +76,16 @@ constexpr ExampleFile files[] = {
     {lorem, "Notes/Work/Project_C", "phase_02.txt"},
 };
 
-/// Prints a line in one piece, without another thread's output in between.
+constexpr std::string_view warning_sign = "⚠️";
+
+/// Prints a line in one piece, without another thread's output in between. Warnings go to standard
+/// error.
 void log(bool log_status, std::string_view text, std::string_view what = {})
 {
-    if (log_status)
-        std::cout << std::string(text).append(what).append("\n") << std::flush;
+    if (!log_status)
+        return;
+    std::ostream& output = text.starts_with(warning_sign) ? std::cerr : std::cout;
+    output << std::string(text).append(what).append("\n") << std::flush;
 }
 
 void create_folder(const Url& at, std::string_view name, bool log_status)

@@ -1,3 +1,4 @@
+#include "CustomAttributes/ReplacedRecords.hpp"
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/CopyOpr.hpp"
@@ -26,6 +27,7 @@
 #include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
 #include "archive/Zip.hpp"
+#include "files/Leftovers.hpp"
 #include "files/ProcessedFiles.hpp"
 #include "utility/WorkerPool.hpp"
 
@@ -75,6 +77,7 @@ OrvFileManager::OrvFileManager()
                      "`OrvFileManager`"
                   << std::endl;
     db_mngr_ = &shared_db_manager();
+    restore_replaced_records();
 }
 
 bool OrvFileManager::test_mode()

@@ -4,6 +4,7 @@
 #include "Operations/copying/TreeCopy.hpp"
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/Replacing.hpp"
 #include "Operations/frame/TakenName.hpp"
 #include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
@@ -103,16 +104,23 @@ void copy(CopyRequest& request, const Url& source, const Url& destination, CopyS
     };
     const TreeSize total = item_size(source, between_items);
     request.tally().expect(total.bytes, total.items);
-    const bool replaces =
-        answer.replaces && !makes_room(request, source, answer.destination, total.bytes);
+    const bool goes_first =
+        answer.replaces && makes_room(request, source, answer.destination, total.bytes);
+    const bool replaces = answer.replaces && !goes_first;
+    const CopyPlan plan{
+        source,        answer.destination,
+        answer.merges, replaces,
+        total.bytes,   descriptors ? steps_ahead(*descriptors, needed_by_transfer) : 1,
+        support.built};
     CopyProgress progress =
-        copy_tree(request,
-                  {source, answer.destination, answer.merges, replaces, total.bytes,
-                   descriptors ? steps_ahead(*descriptors, needed_by_transfer) : 1, support.built},
-                  nothing_copied);
+        told_of_removal(goes_first, [&] { return copy_tree(request, plan, nothing_copied); });
     request.tally().add_result(answer.destination);
     progress.value = 1;
-    request.report(status::progress<CopyProgress>{progress}); // while the locks are held
+    // While the locks are held. A cancel comes too late for a copy that has replaced an item.
+    if (!replaces)
+        request.check_cancelled();
+    request.report_soon(status::progress<CopyProgress>{progress});
+    request.report_all_held();
 }
 
 } // namespace

@@ -4,13 +4,18 @@
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/copying/BuiltFile.hpp"
 #include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/Replacing.hpp"
 #include "Operations/frame/TakenName.hpp"
 #include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/ItemStatus.hpp"
 #include "files/ReadWrite.hpp"
 
 #include <algorithm>
 #include <span>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace orv {
 namespace {
@@ -27,7 +32,14 @@ constexpr auto chunk_pause = std::chrono::milliseconds(50);
 struct TargetAnswer {
     Url target;
     bool replaces = false;
+    bool replaces_file = false; // which is the same document, saved again
 };
+
+bool is_file(const Url& url)
+{
+    const auto status = item_status(url, AT_SYMLINK_NOFOLLOW);
+    return status && S_ISREG(status->st_mode);
+}
 
 void check_request(Bytes data, const Url& target)
 {
@@ -44,7 +56,7 @@ TargetAnswer settle_conflict(DataRequest& request, const Url& target)
     case ConflictBehaviour::keep_both:
         return {free_url(target, data_place("Couldn't generate a non-conflicting url.", 120))};
     case ConflictBehaviour::replace:
-        return {.target = target, .replaces = true};
+        return {.target = target, .replaces = true, .replaces_file = is_file(target)};
     case ConflictBehaviour::merge:
     case ConflictBehaviour::stop:
         break;
@@ -73,7 +85,8 @@ void write_data(DataRequest& request, int file, Bytes data, const Url& target, R
 DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
 {
     check_request(data, url);
-    const auto [target, replaces] = settle_conflict(request, url);
+    const Url folder = url.deleting_last_path_component().resolving_symlinks();
+    const auto [target, replaces, replaces_file] = settle_conflict(request, url);
 
     const auto lock = std::make_shared<UrlLock>(write(target));
     const Error failure =
@@ -84,17 +97,22 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
     request.tally().expect(static_cast<std::int64_t>(data.size()), 1);
     request.report(status::progress<GeneralProgress>{progress});
     const auto poll = [&] { request.check_cancelled(); };
+    const Url at = folder.appending(target.last_path_component());
     const bool goes_first =
         replaces && only_fits_alone(target, static_cast<std::int64_t>(data.size()), poll);
     if (goes_first)
-        remove_replaced(target, failure);
+        remove_replaced(at, failure);
     RunningSums sums(request.tally());
-    build_file(target, replaces && !goes_first,
-               {.not_created = data_place("Couldn't create destination file.", 169),
-                .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
-               [&](const PartialFile& file) {
-                   write_data(request, file.fd(), data, target, sums, progress);
-               });
+    told_of_removal(goes_first, [&] {
+        build_file(at, replaces && !goes_first,
+                   {.not_created = data_place("Couldn't create destination file.", 169),
+                    .not_finalized = data_place("Couldn't finalize copying to destination.", 247)},
+                   [&](const PartialFile& file) {
+                       write_data(request, file.fd(), data, target, sums, progress);
+                   });
+    });
+    if (replaces && !replaces_file)
+        delete_records_of_replaced(target);
     request.tally().add_done(target);
     // The lock is kept for that: nobody else's file may be deleted. A file that took the place of
     // another stays, since the other one is gone.

@@ -21,22 +21,32 @@ namespace {
 
 constexpr ErrorPlace delete_place{"src/Operations/DeleteOpr", "delete(url:status_closure:)"};
 
+Error not_deleted(const Error& cause, std::source_location where = std::source_location::current())
+{
+    return delete_place("Couldn't delete the item.", where).because_of(cause);
+}
+
 void remove_item(const Url& url, FunctionRef<void()> removed)
 {
     try {
         Tool::remove_item(url, removed);
     } catch (const Error& cause) {
-        throw delete_place("Couldn't delete the item.").because_of(cause);
+        throw not_deleted(cause);
     }
 }
 
-/// A power cut must not bring the item back without its records.
+/// A power cut must not bring the item back without its records, so they stay if that cannot be
+/// ruled out.
 void delete_records(const RecordKey& key, const Url& url)
 {
     Database& database = shared_db_manager().db();
     if (!database.sync([&] { return RecCustomAttr::any_records_below(key); }))
         return;
-    try_to_flush_folder_of(url);
+    try {
+        flush_folder_of(url);
+    } catch (const Error& cause) {
+        throw not_deleted(cause).at(url);
+    }
     database.sync([&] { RecCustomAttr::delete_records(key); });
 }
 

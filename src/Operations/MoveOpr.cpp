@@ -1,11 +1,11 @@
 #include "Operations/MoveOpr.hpp"
 
-#include "CustomAttributes/RecCustomAttr.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/FolderSizeOpr.hpp"
 #include "Operations/copying/MoveWithRecords.hpp"
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/Replacing.hpp"
 #include "Operations/frame/TakenName.hpp"
 #include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
@@ -50,7 +50,7 @@ bool makes_room(MoveRequest& request, const Url& source, const Url& destination)
         return false;
     poll();
     remove_replaced(destination, not_replaced(move_place));
-    RecCustomAttr::delete_records(record_key_of_entry(destination));
+    delete_records_of_replaced(destination);
     return true;
 }
 
@@ -69,8 +69,10 @@ MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const 
     if (answer.replaces)
         check_can_be_replaced(src_url, answer.destination, move_place);
     pause_in_test_mode(std::chrono::seconds(1));
-    const bool replaces = answer.replaces && !makes_room(request, src_url, answer.destination);
-    move_with_records(src_url, answer.destination, replaces);
+    const bool goes_first = answer.replaces && makes_room(request, src_url, answer.destination);
+    told_of_removal(goes_first, [&] {
+        move_with_records(src_url, answer.destination, answer.replaces && !goes_first);
+    });
     request.tally().add_done(answer.destination);
     return status::success{};
 }

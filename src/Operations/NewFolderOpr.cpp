@@ -22,7 +22,9 @@ void create(const Url& url, const Url& resolved, bool also_create_intermediates)
     try {
         make_folder(resolved, also_create_intermediates, FolderLinks::refused);
     } catch (const Error& cause) {
-        throw new_folder_place("Couldn't create new folder.").because_of(cause).at(url);
+        const Error failure = new_folder_place("Couldn't create new folder.");
+        throw failure.at(cause.path() == resolved ? url : cause.path().value_or(url))
+            .because_of(cause);
     }
 }
 

@@ -76,7 +76,7 @@ public:
     try : place_(Place::in_opened_folder(url)) {
         check_can_be_removed(place_.folder(), place_.name(), url);
         aside_.emplace(DestinationFolder{place_.folder(), url.deleting_last_path_component()},
-                       place_.path, std::nullopt);
+                       place_.path, std::nullopt, rename_);
     } catch (const Error& cause) {
         throw reserve_place("Destination item couldn't be deleted while being overwritten.", 112)
             .because_of(cause);
@@ -86,6 +86,7 @@ public:
 
 private:
     Place place_;
+    NoReplaceRename rename_;
     std::optional<SetAside> aside_;
 };
 

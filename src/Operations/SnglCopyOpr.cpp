@@ -109,10 +109,15 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
         ItemCopier().copy(source, mode, to.item(), tell);
     request.check_cancelled();
     to.publish();
+    if (replaces)
+        request.set_done();
+    else
+        request.check_cancelled();
     request.tally().add_done(dest_url);
 
     progress.value = 1;
-    request.report(status::progress<CopyProgress>{progress});
+    request.report_soon(status::progress<CopyProgress>{progress});
+    request.report_all_held();
 }
 
 } // namespace
@@ -126,11 +131,12 @@ std::shared_ptr<SnglCopyOperation> single_copy(Url src_url, Url dest_url, bool o
         [=](Request<SnglCopyOperation>& request) -> SnglCopyOperation::Status {
             const DescriptorLease descriptors = lease_descriptors(request, needed_by_walk);
             check_paths(src_url, dest_url);
+            const Url resolved = resolving_folders(dest_url);
             if (should_lock_urls)
                 check_nobody_holds(src_url, dest_url);
             if (!Tool::item_exists(src_url))
                 throw missing_item(single_copy_place("Source item doesn't exist."), src_url);
-            copy_item(request, src_url, dest_url, must_replace(src_url, dest_url, overwrite));
+            copy_item(request, src_url, resolved, must_replace(src_url, dest_url, overwrite));
             return status::success{};
         });
 }

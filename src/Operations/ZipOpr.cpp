@@ -5,6 +5,7 @@
 #include "Operations/copying/BuiltFile.hpp"
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/PathChecks.hpp"
+#include "Operations/frame/Replacing.hpp"
 #include "Operations/frame/Request.hpp"
 #include "Operations/frame/TakenName.hpp"
 #include "Operations/frame/UrlLocker.hpp"
@@ -113,9 +114,11 @@ try {
     throw Zip::Error(error.kind(), error.cause().at(archive));
 }
 
-void build_archive(ZipRequest& request, const Content& content, const Target& target)
+/// `folder` is that of the archive as the request found it at its beginning.
+void build_archive(ZipRequest& request, const Content& content, const Target& target,
+                   const Url& folder)
 {
-    const Url& archive = target.url;
+    const Url archive = folder.appending(target.url.last_path_component());
     const Error failure = zip_place("Zip operation failed.", 191);
     const std::shared_ptr<Zip::Canceller> canceller = watched_by(request);
     build_file(archive, target.replaces,
@@ -133,6 +136,7 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
 {
     check_items(content.items, archive);
     check_path(archive, "Archive", zip_place, {.undefined = 98, .root = 101});
+    const Url folder = archive.deleting_last_path_component().resolving_symlinks();
     const Target target = settle_conflict(archive, on_conflict);
 
     const auto lock = std::make_shared<UrlLock>(read_locks(content.items), write(target.url));
@@ -144,14 +148,16 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
             target.url,
             zip_place("Destination item couldn't be deleted while being overwritten.", 145));
     }
-    build_archive(request, content, target);
+    build_archive(request, content, target, folder);
     request.tally().add_result(target.url);
     // The lock is kept for that: nobody else's archive may be deleted. One that took the place of
     // another item stays, since that one is gone.
-    if (target.replaces)
+    if (target.replaces) {
         request.set_done();
-    else
+        delete_records_of_replaced(target.url);
+    } else {
         request.set_undo([url = target.url, lock] { Tool::delete_item(url); });
+    }
     return status::success{};
 }
 

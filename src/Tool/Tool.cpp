@@ -4,6 +4,7 @@
 #include "Tool/WalkedFolder.hpp"
 #include "files/ItemStatus.hpp"
 #include "files/MakeFolder.hpp"
+#include "files/NamingError.hpp"
 #include "files/NoReplaceRename.hpp"
 #include "files/Place.hpp"
 #include "files/RemoveTree.hpp"
@@ -37,18 +38,29 @@ Error walk_error(std::string_view sentence, int line)
                      line);
 }
 
-/// Renames the item and returns 0, or the errno.
+/// Returns 0 or EXDEV, and throws the error of any other `code`.
+int checked_rename(int code, const Url& from, const Place& destination, const Url& to)
+{
+    if (code == 0 || code == EXDEV)
+        return code;
+    const bool is_about_name =
+        code == EEXIST || is_name_refused(code, destination.folder(), destination.path);
+    throw naming_error(code, destination.folder(), destination.path, is_about_name ? to : from);
+}
+
+/// Renames the item and returns 0, or EXDEV if it has to go to another volume.
 int rename_item(const Url& from, const Url& to)
 try {
+    NoReplaceRename rename;
     const Place source = Place::in_resolved_folder(from);
     const Place destination = Place::in_resolved_folder(to);
     const int code =
-        NoReplaceRename()(source.folder(), source.name(), destination.folder(), destination.name());
+        rename(source.folder(), source.name(), destination.folder(), destination.name());
     // A name in another spelling is taken by the item itself.
     if (code == EEXIST && is_other_spelling(from, to) &&
         ::renameat(source.folder(), source.name(), destination.folder(), destination.name()) == 0)
         return 0;
-    return code;
+    return checked_rename(code, from, destination, to);
 } catch (const Error& error) {
     throw move_error(error);
 }
@@ -68,29 +80,32 @@ std::optional<std::uint64_t> inode_of(const Place& place)
     return status.st_ino;
 }
 
-/// Renames the item over the one at `to`, which is removed. Returns 0 or the errno.
+/// Renames the item over the one at `to`, which is removed. Returns 0, or EXDEV if it has to go to
+/// another volume.
 int rename_replacing(const Url& from, const Url& to)
-{
+try {
+    NoReplaceRename rename;
     const Place source = Place::in_resolved_folder(from);
     const Place destination = Place::in_resolved_folder(to);
     if (!is_folder(source) && !is_folder(destination) &&
         rename_over(source.folder(), source.name(), destination.folder(), destination.name()) == 0)
         return 0;
-    NoReplaceRename rename;
     const auto move = [&] {
         return rename(source.folder(), source.name(), destination.folder(), destination.name());
     };
     if (const int code = move(); code != EEXIST)
-        return code;
+        return checked_rename(code, from, destination, to);
     const bool is_one_item = is_other_spelling(from, to);
     SetAside old({destination.folder(), to.deleting_last_path_component()}, destination.path,
-                 inode_of(source));
+                 inode_of(source), rename);
     if (is_one_item && !inode_of(source))
         return 0; // it gets its name back
     const int code = move();
     if (code == 0)
         old.discard();
-    return code;
+    return checked_rename(code, from, destination, to);
+} catch (const Error& error) {
+    throw move_error(error);
 }
 
 } // namespace
@@ -209,31 +224,28 @@ void Tool::move_item(const Url& from, const Url& to, const AroundNaming& around)
 
 bool Tool::move_item_within_volume(const Url& from, const Url& to, const AroundNaming& around)
 {
-    const int error = attempt_naming(around, [&] { return rename_item(from, to); });
-    if (error != 0 && error != EXDEV)
-        throw move_error(platform_error(error, error == EEXIST ? to : from));
-    return error == 0;
+    return attempt_naming(around, [&] { return rename_item(from, to); }) == 0;
 }
 
 void Tool::move_item_replacing(const Url& from, const Url& to, const AroundNaming& around)
 {
-    const int error = attempt_naming(around, [&] {
-        try {
-            return rename_replacing(from, to);
-        } catch (const Error& cause) {
-            throw move_error(cause);
-        }
-    });
-    if (error == EXDEV)
+    if (attempt_naming(around, [&] { return rename_replacing(from, to); }) == EXDEV)
         move_across_volumes(from, to, true, around);
-    else if (error != 0)
-        throw move_error(platform_error(error, from));
 }
 
 Error move_error(const Error& cause)
 {
     return error_msg("Couldn't move the item", source_name, "move_item(from:to:)", 234)
         .appending_error(cause);
+}
+
+Error error_at_destination(const std::string& what, const Error& cause)
+{
+    const std::string all = "it is complete at its destination, but " + what;
+    const Error told = move_error(Error(all).appending_error(cause));
+    return Error("Couldn't move the item: " + all + ".")
+        .with_message(told.message())
+        .because_of(cause);
 }
 
 Error enumerator_error(const Error& cause)

@@ -12,7 +12,6 @@
 
 #include <cerrno>
 #include <optional>
-#include <string>
 
 namespace orv {
 namespace {
@@ -37,17 +36,13 @@ void publish(HiddenItem& copy, bool replaces)
     }
 }
 
-/// The error of a move that has reached its destination: without saying so it would mislead.
 Error remaining_error(const Error& cause)
 {
     const bool is_changed = cause.kind() != Error::Kind::platform;
-    const std::string what = std::string("it is complete at its destination, but ") +
-                             (is_changed ? "what was changed or added meanwhile stays where it was"
-                                         : "not all of it could be removed where it was");
-    const Error told = move_error(Error(what).appending_error(cause));
-    return Error("Couldn't move the item: " + what + ".")
-        .with_message(told.message())
-        .because_of(cause);
+    return error_at_destination(is_changed
+                                    ? "what was changed or added meanwhile stays where it was"
+                                    : "not all of it could be removed where it was",
+                                cause);
 }
 
 } // namespace
@@ -58,7 +53,7 @@ void move_across_volumes(const Url& from, const Url& to, bool replaces, const Ar
     std::optional<Place> place;
     std::optional<SourceItem> source;
     try {
-        place = Place::in_opened_folder(from);
+        place = Place::in_resolved_folder(from);
         check_is_named(*place, from);
         source = SourceItem{place->folder(), place->path, from};
         HiddenItem copy(to);

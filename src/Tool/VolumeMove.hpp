@@ -2,7 +2,10 @@
 
 #include "Tool/AroundNaming.hpp"
 
+#include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
+
+#include <string>
 
 namespace orv {
 
@@ -16,5 +19,9 @@ namespace orv {
 /// Threading: any. Nothing interrupts it.
 /// Errors: as `Tool::move_item` says.
 void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around);
+
+/// The error of a move that has reached its destination, but is not done, as `what` tells. Without
+/// saying so it would mislead.
+[[nodiscard]] Error error_at_destination(const std::string& what, const Error& cause);
 
 } // namespace orv

@@ -144,6 +144,23 @@ TEST_F(CommandTest, FinishesTheMoveUnderWayAndTellsIt)
     }
 }
 
+TEST_F(CommandTest, TellsThatAnInterruptCameAfterAReplacement)
+{
+    make_tree(work(), {"a=1", "d/a=2"});
+    orv({"attr", "set", "a", "--order", "1"});
+    std::optional<DatabaseLock> lock(database());
+    Pseudoterminal terminal(command({"cp", "a", "d", "--on-conflict", "replace"}), work());
+    while (read_file(at("d/a")) != "1")
+        std::this_thread::yield();
+    terminal.type(ctrl_c);
+    terminal.wait_for("^C");
+    lock.reset();
+    EXPECT_EQ(terminal.finish(), 130);
+    EXPECT_TRUE(
+        terminal.shown().ends_with("orv: It was done before the interrupt took effect.\r\n"))
+        << terminal.shown();
+}
+
 TEST_F(CommandTest, LeavesAnIgnoredInterruptIgnored)
 {
     const std::string script = "trap '' INT; exec \"$@\"";

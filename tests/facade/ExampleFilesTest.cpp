@@ -61,10 +61,14 @@ Texts expected_tree()
 
 class ExampleFilesTest : public EngineTest {
 protected:
-    /// Makes the files in `in` and returns what was printed.
-    std::string output_of_making(const Url& in, bool log_status)
+    /// What was printed, as output and as errors.
+    using Output = std::pair<std::string, std::string>;
+
+    /// Makes the files in `in`.
+    Output output_of_making(const Url& in, bool log_status)
     {
         testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
         int completions = 0;
         OrvFileBrowser::create_example_files(in, log_status, [&] {
             EXPECT_TRUE(MainQueue::instance().is_main_thread());
@@ -74,21 +78,25 @@ protected:
         pump_until([&] { return completions > 0; });
         MainQueue::instance().drain();
         EXPECT_EQ(completions, 1);
-        return testing::internal::GetCapturedStdout();
+        return {testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
     }
 
     /// What is printed when every step of a kind goes the same way. "Notes" comes into being with
     /// the first folder in it.
-    static std::string lines(const Url& in, const std::string& folder, const std::string& file)
+    static Output lines(const Url& in, const std::string& folder, const std::string& file)
     {
-        std::string text = "⏳ Creating Folders...\n";
+        Output output;
+        const auto add = [&](const std::string& line) {
+            (line.starts_with("⚠️") ? output.second : output.first) += line + "\n";
+        };
+        add("⏳ Creating Folders...");
         for (const auto& row : example_folders)
             if (row.folder != std::string("Notes"))
-                text += folder + row.folder + "\n";
-        text += "⏳ Populating folders with resource files...\n";
+                add(folder + row.folder);
+        add("⏳ Populating folders with resource files...");
         for (const std::string& name : example_files())
-            text += file + in.appending(name).path() + "\n";
-        return text;
+            add(file + in.appending(name).path());
+        return output;
     }
 };
 
@@ -102,14 +110,14 @@ TEST_F(ExampleFilesTest, a_folder_is_filled_and_every_step_told)
 
 TEST_F(ExampleFilesTest, what_is_there_is_left_as_it_is)
 {
-    EXPECT_EQ(output_of_making(folder(), false), "");
+    EXPECT_EQ(output_of_making(folder(), false), Output());
     const Texts made = tree(folder());
     EXPECT_EQ(output_of_making(folder(), true), lines(folder(), "⚠️ this item already exists: ",
                                                       "⚠️ couldn't copy resource to: "));
     EXPECT_EQ(tree(folder()), made);
 
     std::filesystem::remove(at("Books/The-Prince.pdf"));
-    EXPECT_EQ(output_of_making(folder(), false), "");
+    EXPECT_EQ(output_of_making(folder(), false), Output());
     EXPECT_EQ(tree(folder()), made);
 }
 
@@ -125,9 +133,9 @@ TEST_F(ExampleFilesTest, a_run_in_which_every_step_fails_ends_all_the_same)
 TEST_F(ExampleFilesTest, a_missing_resource_is_told_and_nothing_is_made)
 {
     for (const bool log_status : {true, false}) {
-        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
         std::thread([&] { bg_copy_resource("none.txt", at("a.txt"), log_status); }).join();
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
                   log_status ? "⚠️ couldn't find resource named: none.txt\n" : "");
     }
     EXPECT_EQ(tree(folder()), Texts{});

@@ -177,10 +177,14 @@ Trial try_change(const Change& change, const FaultCase& request, Site& site, lon
 {
     site.reset();
     std::string made;
-    const Fault fault{.kind = Fault::Kind::pause, .at = at, .hook = [&] {
-                          change.make(site.root().path());
-                          made = file_made(change, site);
-                      }};
+    const Fault fault{.kind = Fault::Kind::pause,
+                      .at = at,
+                      .hook =
+                          [&] {
+                              change.make(site.root().path());
+                              made = file_made(change, site);
+                          },
+                      .only = change.only};
     const Supervision ending = site.run(request.arguments, fault);
     return {!ending.hit.empty(), ending.hit,
             wrong_after_change(change, request, site, ending, made)};
@@ -194,6 +198,8 @@ const std::vector<Change>& changes()
     const std::string copy = "home/dest/tree";
     const std::string moved = "home/disk/moved";
     const std::string across = "move to another volume";
+    // Until then a link is one that the user has chosen.
+    const std::string once_begun = "/home/(shelf|dest)";
     static const std::vector<Change> all{
         {"source_shrinks", "copy", shrink, {source, copy + "/big"}},
         {"source_grows", "copy", grow, {source, copy + "/big"}},
@@ -238,6 +244,33 @@ const std::vector<Change>& changes()
          "delete",
          swap_for_link("/home/shelf/tree/sub"),
          {"home/shelf/tree/sub"}},
+        {"folder_of_a_new_copy_becomes_a_link",
+         "copy",
+         swap_for_link("/home/dest"),
+         {"home/dest"},
+         once_begun},
+        {"folder_of_a_copy_that_replaces_becomes_a_link",
+         "replace",
+         swap_for_link("/home/dest"),
+         {"home/dest"},
+         once_begun},
+        {"folder_of_a_moved_copy_becomes_a_link",
+         "move",
+         swap_for_link("/home/dest"),
+         {"home/dest", "home/shelf/tree"},
+         once_begun,
+         Lacking{.renaming_between_folders = true}},
+        {"folder_of_a_move_that_replaces_becomes_a_link",
+         "move that replaces",
+         swap_for_link("/home/dest"),
+         {"home/dest", "home/shelf/tree"},
+         once_begun,
+         Lacking{.renaming_between_folders = true}},
+        {"folder_of_a_written_file_becomes_a_link",
+         "write that replaces",
+         swap_for_link("/home/dest"),
+         {"home/dest"},
+         once_begun},
         {"folder_being_replaced_becomes_a_link",
          "replace",
          swap_for_link("/home/dest/tree/sub"),
@@ -251,6 +284,8 @@ Tally sweep(const Change& change, long step)
     const FaultCase& request = fault_case(change.request);
     const auto make_trial = [&]() -> std::function<Trial(long)> {
         const auto place = std::make_shared<SiteOfCase>(request);
+        if (change.lacking)
+            place->site.lack(*change.lacking);
         return [&, place](long at) { return try_change(change, request, place->site, at); };
     };
     return sweep(make_trial, step);

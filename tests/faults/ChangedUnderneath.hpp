@@ -3,6 +3,7 @@
 #include "faults/Sweep.hpp"
 
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ struct Change {
     std::function<void(const std::string& root)> make;
     /// The items that it may make other than the request would leave them.
     std::vector<std::string> changed;
+    std::string only = {};               ///< the calls at which it happens, as a regular expression
+    std::optional<Lacking> lacking = {}; ///< instead of what the case says
 };
 
 inline void PrintTo(const Change& change, std::ostream* to)

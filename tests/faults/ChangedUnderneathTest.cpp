@@ -8,7 +8,7 @@ namespace orv::test {
 namespace {
 
 // `make prove` tries every call, which takes minutes.
-constexpr long usual_step = 3;
+constexpr long usual_step = 4;
 
 class ChangedUnderneath : public testing::TestWithParam<Change> {};
 

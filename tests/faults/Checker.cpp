@@ -150,6 +150,23 @@ Problems wrong_rows(const FaultCase& request, const Rows& now, const Snapshot& i
     return problems;
 }
 
+/// What is wrong, after the next start, with the rows of a replaced item that stayed.
+Problems wrong_rows_of_kept(const FaultCase& request, const Rows& now, const Snapshot& items)
+{
+    if (!has_kept_replaced(request, items))
+        return {};
+    const auto rows_of_kept = [&](const Rows& rows) {
+        Rows kept = rows;
+        std::erase_if(kept, [&](const auto& row) {
+            return !is_at_or_below("home/" + row.first, request.replaced);
+        });
+        return kept;
+    };
+    if (rows_of_kept(now) == rows_of_kept(request.before.rows))
+        return {};
+    return {"the item that was not replaced has other rows"};
+}
+
 Problems wrong_replaced(const FaultCase& request, const Snapshot& items, Strictness strictness)
 {
     const auto is_whole = [&](const Scene& scene) {
@@ -197,6 +214,7 @@ public:
         items = items_of_site();
         check_state(items);
         add(wrong_replaced(request_, items, strictness_));
+        add(wrong_rows_of_kept(request_, site_.rows(), items));
         if (site_.unfinished() != Site::unfinished_of_living())
             problems_.emplace_back("unfinished files are left, or a living process lost its own");
         return problems_;
@@ -303,6 +321,7 @@ public:
             problems_.emplace_back("the library does not start again");
         items = items_of_site();
         add(wrong_replaced(request_, items, Strictness::all));
+        add(wrong_rows_of_kept(request_, site_.rows(), items));
         check(items);
         for (const std::string& name : site_.unfinished())
             problems_.push_back("the unfinished file " + name + " is left");

@@ -241,6 +241,8 @@ FaultCase replacing(FaultCase request, const Snapshot& taken)
     request.peers.clear();
     request.replaced = request.moved.front().second;
     put(request.before.items, request.replaced, taken);
+    request.before.rows[request.replaced.substr(request.replaced.find('/') + 1) + "/a.txt"] =
+        "0|1|0|0";
     return finished(std::move(request));
 }
 

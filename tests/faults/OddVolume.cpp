@@ -11,7 +11,7 @@
 /// lazily at the N-th call
 ///
 /// The attribute `user.calls` of the root tells how often each call came since that attribute was
-/// set.
+/// set, and `user.server` tells the number of the server's process.
 
 #define FUSE_USE_VERSION 31
 
@@ -38,6 +38,7 @@
 namespace {
 
 constexpr const char* calls_attribute = "user.calls";
+constexpr const char* server_attribute = "user.server";
 
 std::string root;
 std::string mount_point;
@@ -273,11 +274,14 @@ int setxattr(const char* path, const char* name, const char* value, std::size_t 
 
 int getxattr(const char* path, const char* name, char* value, std::size_t size)
 {
-    if (std::strcmp(name, calls_attribute) != 0)
-        return result_of(::lgetxattr(real(path).c_str(), name, value, size));
     std::string told;
-    for (const auto& [call, count] : calls)
-        told += call + " " + std::to_string(count) + "\n";
+    if (std::strcmp(name, server_attribute) == 0)
+        told = std::to_string(::getpid());
+    else if (std::strcmp(name, calls_attribute) != 0)
+        return result_of(::lgetxattr(real(path).c_str(), name, value, size));
+    else
+        for (const auto& [call, count] : calls)
+            told += call + " " + std::to_string(count) + "\n";
     if (size >= told.size())
         told.copy(value, told.size());
     return static_cast<int>(told.size());

@@ -203,6 +203,16 @@ const Told tellers[] = {
      {.unnamed_files = true},
      "^close .*proc_files__/",
      moved + "/a.txt"},
+    {"flush_of_the_folder_of_a_renamed_tree",
+     "rename",
+     {},
+     "^fsync .*/home/shelf$",
+     "home/shelf/trunk"},
+    {"flush_of_the_folder_of_a_deleted_tree",
+     "delete",
+     {},
+     "^fsync .*/home/shelf$",
+     "home/shelf/tree"},
     {"flush_of_what_replaces", "replace", {}, "^syncfs ", moved + "/sub/deep"},
 };
 

@@ -1,12 +1,22 @@
 #include "faults/PulledVolumes.hpp"
+#include "faults/Site.hpp"
+#include "support/Child.hpp"
+#include "support/Tree.hpp"
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <memory>
+#include <ostream>
 #include <sstream>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/xattr.h>
 
 namespace orv::test {
@@ -92,6 +102,75 @@ INSTANTIATE_TEST_SUITE_P(Requests, PulledVolumes,
                          testing::Values("copy_tree_to", "copy_replace_tree", "move_tree_in",
                                          "move_tree_out", "unzip_to"),
                          [](const auto& request) { return std::string(request.param); });
+
+/// A kind of volume that can stop to answer, and go on.
+struct Freezing {
+    std::string name;
+    std::string mount;
+    std::function<void(const Url& volume, bool stops)> freeze;
+};
+
+void PrintTo(const Freezing& kind, std::ostream* to)
+{
+    *to << kind.name;
+}
+
+void freeze_disk(const Url& volume, bool stops)
+{
+    const FileDescriptor root(::open(volume.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    EXPECT_EQ(::ioctl(root.get(), stops ? FIFREEZE : FITHAW, 0), 0);
+}
+
+/// Stops the server of a volume of the tests' own.
+void freeze_server(const Url& volume, bool stops)
+{
+    static pid_t server = 0; // which tells it only while it runs
+    std::array<char, 16> text{};
+    if (stops && ::getxattr(volume.path().c_str(), "user.server", text.data(), text.size() - 1) > 0)
+        server = std::stoi(text.data());
+    EXPECT_EQ(::kill(server, stops ? SIGSTOP : SIGCONT), 0);
+}
+
+class FrozenVolumes : public testing::TestWithParam<Freezing> {};
+
+TEST_P(FrozenVolumes, hold_up_no_start_and_are_settled_when_they_answer)
+{
+    const Freezing& kind = GetParam();
+    const VolumeKind volume_kind{.name = kind.name, .mount = kind.mount, .programs = {"mkfs.ext4"}};
+    if (const auto obstacle = obstacle_to(volume_kind))
+        GTEST_SKIP() << *obstacle;
+    Scratch home;
+    MountedKind volume;
+    volume.mount(volume_kind);
+    const std::string uuid = "8d9619ff-8b86-4011-b42d-00c04fc964ff";
+    const Url left = volume.url().appending("." + uuid + ".orvresume");
+    const Url notes = home / ".cache/orv/tmp/__orv_proc_files__";
+    make_tree(left, {"unfinished=1"});
+    make_tree(home.url(), {"shelf/item="});
+    make_tree(notes, {uuid + ".note=" + left.path()});
+    const auto orv = [&] {
+        return std::make_unique<Child>(std::vector<std::string>{
+            orv_command(), "--home", home.url().path(), "ls", (home / "shelf").path()});
+    };
+    kind.freeze(volume.url(), true);
+    const auto stuck = orv();
+    EXPECT_EQ(stuck->read_line(), "item");
+    kind.freeze(volume.url(), false);
+    EXPECT_EQ(stuck->read_all(), "");
+    EXPECT_EQ(orv()->read_all(), "item\n");
+    EXPECT_EQ(tree(notes), std::vector<std::string>());
+    EXPECT_FALSE(std::filesystem::exists(left.path()));
+}
+
+const Freezing freezing_kinds[] = {
+    {"disk",
+     "truncate -s 16M $SPARE/image && mkfs.ext4 -q $SPARE/image && mount -o loop $SPARE/image "
+     "$MOUNT",
+     freeze_disk},
+    {"server", odd_kind("").mount, freeze_server}};
+
+INSTANTIATE_TEST_SUITE_P(Kinds, FrozenVolumes, testing::ValuesIn(freezing_kinds),
+                         [](const auto& kind) { return kind.param.name; });
 
 using Calls = std::map<std::string, long>;
 

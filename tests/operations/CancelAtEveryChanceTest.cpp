@@ -65,6 +65,11 @@ std::shared_ptr<OrvOperation> move_two(const Url& in, const Take& take, Conflict
                           closure(take, answer));
 }
 
+std::shared_ptr<OrvOperation> copy_one(const Url& in, const Take& take, ConflictBehaviour answer)
+{
+    return manager().copy(in.appending("a"), in.appending("d/a"), closure(take, answer));
+}
+
 std::shared_ptr<OrvOperation> copy_two(const Url& in, const Take& take, ConflictBehaviour answer)
 {
     return manager().copy({in.appending("a"), in.appending("b")}, in.appending("d"),
@@ -104,6 +109,13 @@ const CancelCase cancel_cases[] = {
      {taken,
       {"b=2", "d/", "d/a 2=1", "d/a=old", "d/b=old"},
       {"d/", "d/a 2=1", "d/a=old", "d/b 2=2", "d/b=old"}}},
+    {"copy_replacing",
+     taken,
+     replace,
+     copy_one,
+     {taken, {"a=1", "b=2", "d/", "d/a=1", "d/b=old"}},
+     false,
+     true},
     {"copy_of_two",
      two_files,
      stop,
@@ -178,7 +190,7 @@ protected:
         std::vector<Texts> possible = GetParam().after;
         if (is_done)
             possible = {possible.back()};
-        else if (GetParam().is_taken_back)
+        else if (GetParam().is_taken_back || GetParam().is_irrevocable)
             possible.pop_back();
         EXPECT_TRUE(std::ranges::count(possible, now) > 0) << testing::PrintToString(now);
         EXPECT_EQ(stored_rows(folder()), with_rows(now));

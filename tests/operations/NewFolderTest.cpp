@@ -85,7 +85,7 @@ TEST_F(NewFolderTest, a_failure_names_the_method_the_place_and_the_cause)
         "new_folder(at:also_create_intermediates:status_closure:), line "))
         << error.message();
     EXPECT_EQ(error.code(), ENOENT);
-    EXPECT_EQ(error.path(), at("a/b"));
+    EXPECT_EQ(error.path(), at("a"));
 }
 
 TEST_F(NewFolderTest, holds_its_location_while_it_is_pending_and_cannot_be_cancelled)

@@ -39,6 +39,15 @@ protected:
             return text_of(statuses_of<MoveOperation>([&](MoveOperation::StatusClosure take) {
                                return manager().move(from, there, answering(take));
                            }).back());
+        if (request == "zip")
+            return text_of(statuses_of<ZipOperation>([&](auto take) {
+                               return manager().zip({from}, there, {}, behaviour, take);
+                           }).back());
+        if (request == "write")
+            return text_of(statuses_of<DataToFileOpr>([&](DataToFileOpr::StatusClosure take) {
+                               return manager().generate_file({std::byte{'d'}}, there,
+                                                              answering(take));
+                           }).back());
         return text_of(statuses_of<CopyOperation>([&](CopyOperation::StatusClosure take) {
                            return manager().copy(from, there, answering(take));
                        }).back());
@@ -84,6 +93,9 @@ const RowsCase rows_cases[] = {
     {"a move without rows that replaces", "move", "b", replace, true, {"b", "b/y"}, {}},
     {"a copy that replaces", "copy", "b", replace, true, {"a/x", "b", "b/y"}, {"a/x", "b/x"}},
     {"a copy without rows that replaces", "copy", "b", replace, true, {"b", "b/y"}, {}},
+    {"an archive that replaces", "zip", "b", replace, true, {"a/x", "b", "b/y"}, {"a/x"}},
+    {"data that replace a folder", "write", "b", replace, true, {"a/x", "b", "b/y"}, {"a/x"}},
+    {"data of the same document", "write", "b/y", replace, true, {"b", "b/y"}, {"b", "b/y"}},
     {"a copy that merges",
      "copy",
      "b",

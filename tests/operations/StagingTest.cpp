@@ -1,5 +1,6 @@
 #include "files/Staging.hpp"
 
+#include "files/Leftovers.hpp"
 #include "files/Note.hpp"
 #include "files/ProcessedFiles.hpp"
 #include "support/Engine.hpp"

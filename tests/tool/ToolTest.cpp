@@ -166,12 +166,12 @@ TEST(Tool, CreatesFolders)
         {"new", false, 0, ""},
         {"new", false, EEXIST, "new"},
         {"new", true, 0, ""},
-        {"a/b", false, ENOENT, "a/b"},
+        {"a/b", false, ENOENT, "a"},
         {"a/b/c", true, 0, ""},
         {"link", true, 0, ""},
         {"link/d", true, 0, ""},
         {"file", true, EEXIST, "file"},
-        {"file/e", true, ENOTDIR, "file/e"},
+        {"file/e", true, ENOTDIR, "file"},
         {"dangling/f/g", true, EEXIST, "dangling"},
     };
     const Scratch scratch;

@@ -3,6 +3,7 @@
 #include "files/Flush.hpp"
 #include "files/HiddenItem.hpp"
 #include "files/ItemMetadata.hpp"
+#include "files/NamingError.hpp"
 #include "files/Place.hpp"
 #include "files/Staging.hpp"
 
@@ -19,7 +20,7 @@ namespace {
 Place opened_folder_of(const Url& url, const BuiltFileErrors& errors)
 {
     try {
-        return Place::in_opened_folder(url);
+        return Place::in_resolved_folder(url);
     } catch (const Error& cause) {
         throw errors.not_finalized.because_of(cause);
     }
@@ -90,7 +91,8 @@ void build_new_file(const DestinationItem& destination, const BuiltFileErrors& e
         if (code == 0)
             return named(file);
         if (!staging.can_do_otherwise(code))
-            throw errors.not_finalized.because_of(platform_error(code, destination.url()));
+            throw errors.not_finalized.because_of(
+                naming_error(code, destination.folder.fd, destination.name, destination.url()));
     }
 }
 

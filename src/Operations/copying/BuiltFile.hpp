@@ -17,7 +17,7 @@ struct BuiltFileErrors {
 /// Makes a new file at `url`, with the permissions of new files. `fill` writes its content, out of
 /// sight, and is called again when the file has to be built in another way. If `fill` throws,
 /// nothing remains. With `replaces`, the complete file takes the place of an item that stands
-/// there.
+/// there. A link on the way to `url` is an error.
 ///
 /// Errors: those given, told their cause.
 void build_file(const Url& url, bool replaces, const BuiltFileErrors& errors,

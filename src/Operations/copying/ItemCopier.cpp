@@ -4,6 +4,7 @@
 #include "Tool/Tool.hpp"
 #include "files/CopyNode.hpp"
 #include "files/ItemMetadata.hpp"
+#include "files/NamingError.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -25,9 +26,12 @@ Error already_exists(const Url& url)
 }
 
 /// The error for a failed attempt to put an item to its final name.
-Error placing_error(int code, const Url& url)
+Error placing_error(int code, const DestinationItem& destination)
 {
-    return code == EEXIST ? already_exists(url) : move_error(platform_error(code, url));
+    const Url url = destination.url();
+    return code == EEXIST
+               ? already_exists(url)
+               : move_error(naming_error(code, destination.folder.fd, destination.name, url));
 }
 
 Error replaced_meanwhile(const Url& url)
@@ -57,7 +61,7 @@ void copy_whole(Make make, const SourceItem& source, const DestinationItem& dest
         if (!code) // what the volume cannot hold
             throw move_error(error);
         throw error.path() == source.url ? source_error(*code, source.url)
-                                         : placing_error(*code, destination.url());
+                                         : placing_error(*code, destination);
     }
 }
 
@@ -147,7 +151,7 @@ void ItemCopier::place(std::optional<PartialFile> built, const SourceItem& sourc
             return;
         const bool was_built_elsewhere = code == EXDEV;
         if (!was_built_elsewhere && !staging_.can_do_otherwise(code) && can_build())
-            throw placing_error(code, destination.url());
+            throw placing_error(code, destination);
     }
     copy_file(source, destination, [](float) {});
 }
@@ -156,10 +160,11 @@ void ItemCopier::create_folder(const DestinationItem& destination)
 {
     if (::mkdirat(destination.folder.fd, destination.name.c_str(), 0700) == 0)
         return;
-    if (errno == EEXIST)
+    const int code = errno;
+    if (code == EEXIST)
         throw already_exists(destination.url());
     throw raise("Couldn't create destination directory.")
-        .because_of(platform_error(errno, destination.url()));
+        .because_of(naming_error(code, destination.folder.fd, destination.name, destination.url()));
 }
 
 void ItemCopier::copy_file(const SourceItem& source, const DestinationItem& destination,
@@ -173,7 +178,7 @@ void ItemCopier::copy_file(const SourceItem& source, const DestinationItem& dest
         if (code == 0)
             return;
         if (!staging_.can_do_otherwise(code))
-            throw placing_error(code, destination.url());
+            throw placing_error(code, destination);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "CustomAttributes/RecordMove.hpp"
 #include "Tool/Tool.hpp"
+#include "Tool/VolumeMove.hpp"
 #include "files/Flush.hpp"
 #include "files/SameItem.hpp"
 
@@ -18,6 +19,17 @@ try {
     records.take_back(is_there);
 } catch (const std::exception&) {
     return; // the request ends with the error of the move
+}
+
+/// Renames the item back. It is not copied back to another volume.
+bool moved_back(const Url& from, const Url& to) noexcept
+try {
+    if (are_on_two_devices(from.deleting_last_path_component(), to))
+        return false;
+    Tool::move_item(to, from);
+    return true;
+} catch (const std::exception&) {
+    return false;
 }
 
 } // namespace
@@ -46,7 +58,17 @@ void move_with_records(const Url& from, const Url& to, bool replaces)
         Tool::move_item_replacing(from, to, {before, failed});
     else
         Tool::move_item(from, to, {before, failed});
-    records.finish([&] { try_to_flush_folder_of(to); }, has_moved);
+    const auto make_durable = [&] {
+        try {
+            flush_folder_of(to);
+        } catch (const Error& cause) {
+            if (replaces || !moved_back(from, to))
+                throw error_at_destination("a power cut may take it back", cause);
+            take_back(records, is_there);
+            throw move_error(cause);
+        }
+    };
+    records.finish(make_durable, has_moved);
 }
 
 bool move_within_volume_with_records(const Url& from, const Url& to)
@@ -63,7 +85,14 @@ bool move_within_volume_with_records(const Url& from, const Url& to)
     const auto failed = [&] { take_back(records, is_there); };
     if (!Tool::move_item_within_volume(from, to, {before, failed}))
         return false;
-    records.finish([&] { try_to_flush_folder_of(to); }, has_moved);
+    const auto make_durable = [&] {
+        try {
+            flush_folder_of(to);
+        } catch (const Error& cause) {
+            throw error_at_destination("a power cut may take it back", cause);
+        }
+    };
+    records.finish(make_durable, has_moved);
     return true;
 }
 

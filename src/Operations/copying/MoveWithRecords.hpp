@@ -9,7 +9,11 @@ namespace orv {
 /// does not. With `replaces`, the item takes the place of one that may stand at `to`; without, a
 /// taken location is an error.
 ///
-/// Errors: those of `Tool::move_item` and of the database.
+/// If there are attributes, the new name is written to its disk before they leave the old place.
+/// When that fails, an item that replaced nothing is moved back.
+///
+/// Errors: those of `Tool::move_item` and of the database; "Couldn't move the item" if its new name
+/// could not be written to its disk, and where it is then.
 void move_with_records(const Url& from, const Url& to, bool replaces);
 
 /// Moves the item at `from` to `to` on the same volume, a name that is this item's alone:

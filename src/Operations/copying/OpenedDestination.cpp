@@ -21,7 +21,7 @@ try {
         hidden_.emplace(url);
         item_ = hidden_->item();
     } else {
-        place_ = Place::in_opened_folder(url);
+        place_ = Place::in_resolved_folder(url);
         item_ = {{place_->folder(), url.deleting_last_path_component()}, place_->path};
     }
 } catch (const Error& cause) {

@@ -12,7 +12,7 @@ namespace orv {
 /// built under a hidden name beside it.
 class OpenedDestination {
 public:
-    /// Opens the folder of `url`.
+    /// Opens the folder of `url`, on the way to which there is no link.
     ///
     /// Errors: when it cannot be opened, "Couldn't create destination directory." or, for what is
     /// no folder, "Couldn't move the item".

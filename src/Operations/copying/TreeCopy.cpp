@@ -191,7 +191,7 @@ Item top_item(const Place& place, const CopyPlan& plan)
 
 void TreeCopy::copy_top()
 {
-    const Place place = Place::in_opened_folder(plan_.source);
+    const Place place = Place::in_resolved_folder(plan_.source);
     const Item item = top_item(place, plan_);
     std::optional<OpenedDestination> destination;
     try {
@@ -209,11 +209,13 @@ void TreeCopy::copy_top()
         publish(*destination);
 }
 
-/// Puts a copy that replaces an item in its place. A cancel up to here leaves that item.
+/// Puts a copy that replaces an item in its place. A cancel up to here leaves that item; one that
+/// comes later comes too late.
 void TreeCopy::publish(OpenedDestination& destination)
 {
     request_.check_cancelled();
     destination.publish();
+    request_.set_done();
 }
 
 void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)

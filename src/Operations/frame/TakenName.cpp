@@ -4,6 +4,7 @@
 #include "files/FreeSpace.hpp"
 #include "files/Place.hpp"
 #include "files/Removability.hpp"
+#include "files/RemoveTree.hpp"
 #include "files/SameItem.hpp"
 
 #include <cerrno>
@@ -84,7 +85,8 @@ bool only_fits_alone(const Url& source, const Url& destination, std::int64_t siz
 void remove_replaced(const Url& destination, const Error& failure)
 {
     try {
-        Tool::remove_item(destination);
+        const Place place = Place::in_resolved_folder(destination);
+        remove_tree(place.folder(), place.name(), destination);
     } catch (const Error& cause) {
         throw failure.because_of(cause);
     }

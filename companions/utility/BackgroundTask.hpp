@@ -1,0 +1,30 @@
+#pragma once
+
+#include "utility/WorkerPool.hpp"
+
+#include <functional>
+#include <future>
+#include <memory>
+#include <utility>
+
+namespace orv {
+
+/// Runs `task` on a background thread; it is dropped when there is none to be had. The result
+/// becomes ready when it is done or dropped.
+///
+/// Threading: any.
+inline std::future<void> bg_future(std::function<void()> task)
+{
+    const auto done = std::make_shared<std::promise<void>>();
+    std::future<void> result = done->get_future();
+    const auto end = [done] { done->set_value(); };
+    WorkerPool::instance().async(
+        [task = std::move(task), end] {
+            task();
+            end();
+        },
+        end);
+    return result;
+}
+
+} // namespace orv
