@@ -164,6 +164,7 @@ TEST_F(MultiCopyTest, what_changes_before_its_turn_is_copied_as_it_is_then)
             answer(status, ConflictBehaviour::stop);
             if (text_of(status) != "progress a 0.00" || !std::exchange(is_first, false))
                 return;
+            MainQueue::instance().run_for(std::chrono::milliseconds(50)); // the others are built
             make_tree(folder(), {"b=22", "in/d="}); // in place, and a name that is taken
             std::filesystem::rename(at("e").path(), at("c").path());
             make_tree(folder(), {"e/x=3"});
