@@ -61,7 +61,8 @@ bool is_folder(const Url& url)
 std::int64_t items_to_delete(const Url& url, FunctionRef<void()> poll)
 try {
     std::int64_t items = 1;
-    if (!is_folder(url))
+    const bool is_refused = url.standardized().path() == "/"; // and would take long to count
+    if (is_refused || !is_folder(url))
         return items;
     TreeWalkOptions options;
     options.describes_all = false;
