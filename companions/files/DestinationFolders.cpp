@@ -26,9 +26,10 @@ DestinationFolders::DestinationFolders(const DestinationFolder& parent, const st
 {
 }
 
-void DestinationFolders::enter(const std::string& name, const Kept& kept)
+void DestinationFolders::enter(const std::string& name, const Kept& kept,
+                               const std::string& shown_name)
 {
-    Url url = url_.appending(name);
+    Url url = url_.appending(shown_name.empty() ? name : shown_name);
     stack_.enter(opened(stack_.folder(), name, url));
     kept_.push_back(kept);
     url_ = std::move(url);

@@ -27,16 +27,20 @@ public:
     /// The innermost folder.
     [[nodiscard]] DestinationFolder innermost() const { return {stack_.folder(), url_}; }
 
-    /// Goes into the folder `name` of the innermost one.
+    /// Goes into the folder `name` of the innermost one. One that is built under a hidden name is
+    /// shown under its final one, `shown_name`.
     ///
     /// Errors: the platform's; then nothing has changed.
-    void enter(const std::string& name, const Kept& kept);
+    void enter(const std::string& name, const Kept& kept, const std::string& shown_name = {});
 
     /// Finishes the innermost folder, whose original is open as `source`, flushes it to the disk if
     /// that is wanted, and goes back to the one above.
     ///
     /// Errors: the platform's.
     void leave(int source, bool flushes = false);
+
+    /// The innermost folder gets nothing of its original.
+    void keep_nothing() { kept_.back().reset(); }
 
     /// Gives up a copy: finishes all folders as far as that is possible without their originals.
     void abandon() noexcept;

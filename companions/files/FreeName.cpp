@@ -73,7 +73,9 @@ std::size_t ending_start(std::string_view name)
     return outer.title.size();
 }
 
-CountedName counted_name(std::string_view name, bool is_whole)
+using Numbers = FreeNames::Numbers;
+
+CountedName counted_name(std::string_view name, bool is_whole, Numbers numbers = Numbers::plain)
 {
     const std::size_t start = is_whole ? name.size() : ending_start(name);
     const CountedName uncounted{name.substr(0, start), 1, name.substr(start)};
@@ -81,7 +83,12 @@ CountedName counted_name(std::string_view name, bool is_whole)
     const std::size_t space = uncounted.stem.rfind(' ');
     if (space == std::string_view::npos || space == 0)
         return uncounted;
-    const std::string_view digits = uncounted.stem.substr(space + 1);
+    std::string_view digits = uncounted.stem.substr(space + 1);
+    if (numbers == Numbers::in_brackets) {
+        if (digits.size() < 2 || digits.front() != '(' || digits.back() != ')')
+            return uncounted;
+        digits = digits.substr(1, digits.size() - 2);
+    }
     if (digits.empty() || digits.size() > max_digits || digits.front() == '0')
         return uncounted;
     std::uint64_t number = 0;
@@ -91,10 +98,11 @@ CountedName counted_name(std::string_view name, bool is_whole)
     return {uncounted.stem.substr(0, space), number, uncounted.ending};
 }
 
-std::string name_with_number(const CountedName& name, std::uint64_t number)
+std::string name_with_number(const CountedName& name, std::uint64_t number,
+                             Numbers numbers = Numbers::plain)
 {
-    std::string ending(1, ' ');
-    ending += std::to_string(number);
+    const std::string digits = std::to_string(number);
+    std::string ending = numbers == Numbers::plain ? " " + digits : " (" + digits + ")";
     ending += name.ending;
     std::string result(fitting_prefix(name.stem, max_name_size - ending.size()));
     return result += ending;
@@ -131,7 +139,7 @@ std::optional<Url> generate_non_conflicting_file_url(const Url& from,
 std::string FreeNames::next(std::string_view name, bool is_folder,
                             FunctionRef<bool(const std::string& name)> is_taken)
 {
-    const CountedName counted = counted_name(name, is_folder);
+    const CountedName counted = counted_name(name, is_folder, numbers_);
     std::string key(counted.stem);
     key.append(1, '/').append(counted.ending);
     Successors& successors = successors_[key];
@@ -143,7 +151,7 @@ std::string FreeNames::next(std::string_view name, bool is_folder,
         passed.push_back(number);
         const auto successor = successors.find(number);
         if (successor == successors.end()) {
-            candidate = name_with_number(counted, number);
+            candidate = name_with_number(counted, number, numbers_);
             if (!is_taken(candidate))
                 break;
         }

@@ -27,6 +27,11 @@ generate_non_conflicting_file_url(const Url& from, const std::vector<Url>& not_a
 /// than the first.
 class FreeNames {
 public:
+    /// How a number stands after a name: "name 2.ext" or "name (2).ext".
+    enum class Numbers { plain, in_brackets };
+
+    explicit FreeNames(Numbers numbers = Numbers::plain) : numbers_(numbers) {}
+
     /// Returns the first free one of the names that `generate_non_conflicting_file_url` tries after
     /// `name`, the name of a folder or of another item. It is taken from then on; `is_taken` tells
     /// which others are.
@@ -36,6 +41,7 @@ public:
 private:
     using Successors = std::unordered_map<std::uint64_t, std::uint64_t>;
 
+    Numbers numbers_;
     /// For each title and extension, a number that may be free after each that is taken.
     std::unordered_map<std::string, Successors> successors_;
 };

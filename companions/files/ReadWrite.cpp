@@ -42,12 +42,13 @@ std::size_t read_some(const OpenFile& file, std::span<std::byte> buffer, std::in
     }
 }
 
-bool has_same_content(const OpenFile& one, const OpenFile& other)
+bool has_same_content(const OpenFile& one, const OpenFile& other, FunctionRef<void()> poll)
 {
     constexpr std::size_t part = 256 << 10;
     std::vector<std::byte> left(part);
     std::vector<std::byte> right(part);
     for (std::int64_t offset = 0;;) {
+        poll();
         const std::size_t count = read_some(one, left, offset);
         if (count == 0)
             return read_some(other, right, offset) == 0;

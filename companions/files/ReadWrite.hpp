@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <cstddef>
@@ -27,9 +28,11 @@ void write_all(const OpenFile& file, std::string_view text, std::int64_t offset)
 [[nodiscard]] std::size_t read_some(const OpenFile& file, std::span<std::byte> buffer,
                                     std::int64_t offset);
 
-/// True if both files hold the same bytes.
+/// True if both files hold the same bytes. `poll` is called now and then; what it throws ends the
+/// comparison.
 ///
 /// Errors: the platform's, at the file that can't be read.
-[[nodiscard]] bool has_same_content(const OpenFile& one, const OpenFile& other);
+[[nodiscard]] bool has_same_content(const OpenFile& one, const OpenFile& other,
+                                    FunctionRef<void()> poll);
 
 } // namespace orv

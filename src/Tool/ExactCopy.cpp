@@ -17,7 +17,9 @@
 
 #include <cerrno>
 #include <ctime>
+#include <memory>
 #include <optional>
+#include <string>
 #include <tuple>
 #include <utility>
 
@@ -91,8 +93,8 @@ struct stat made_copy(Make make, const SourceItem& source, const DestinationItem
 
 class ExactCopy {
 public:
-    ExactCopy(const DestinationItem& destination, CopyRecord& record)
-        : destination_(destination), record_(record), links_(destination.folder.fd),
+    ExactCopy(const DestinationItem& destination, CopyRecord& record, const MoveWatch& watch)
+        : destination_(destination), record_(record), watch_(watch), links_(destination.folder.fd),
           destination_folder_(identity_of(item_facts(destination.folder.fd, "", destination.url())))
     {
     }
@@ -109,22 +111,32 @@ public:
         flushes_each_ = !can_flush_volume(destination_.folder.fd);
         create_folder(destination_);
         // The folder around it may not be readable, so it could not be flushed.
-        const OpenFolder top = open_folder(destination_.folder.fd, destination_.name.c_str());
+        OpenFolder top = open_folder(destination_.folder.fd, destination_.name.c_str());
         if (top.error != 0)
             throw platform_error(top.error, destination_.url());
         copy_contents(source);
         if (!flushes_each_)
-            flush_volume(top.descriptor.get(), destination_.url());
+            flush_all(std::move(top.descriptor));
     }
 
 private:
+    void flush_all(FileDescriptor folder)
+    {
+        const auto opened = std::make_shared<FileDescriptor>(std::move(folder));
+        watch_.do_long([opened, url = destination_.url()] { flush_volume(opened->get(), url); });
+    }
+
     void copy_contents(const SourceItem& source)
     {
         OpenFolder folder = open_folder(source.folder, source.name.c_str());
         if (folder.error != 0)
             throw platform_error(folder.error, source.url);
-        TreeWalk walk(std::move(folder), source.url,
-                      {.unreadable = TreeWalkOptions::Unreadable::fail});
+        TreeWalkOptions options{.unreadable = TreeWalkOptions::Unreadable::fail};
+        if (watch_.leaves_out) {
+            options.unreadable = TreeWalkOptions::Unreadable::pass_over;
+            options.on_passed_over = [this](const Error& error) { pass_over(error); };
+        }
+        TreeWalk walk(std::move(folder), source.url, options);
         for (;;) {
             switch (walk.next()) {
             case TreeWalk::Event::item:
@@ -142,19 +154,61 @@ private:
         }
     }
 
-    void come_to_item(const TreeWalk& walk)
+    void come_to_item(TreeWalk& walk)
     {
-        if (std::exchange(is_first_in_folder_, false))
+        for (;;) {
+            try {
+                return transfer_item(walk);
+            } catch (const Error& error) {
+                const Url url = walk.path();
+                const auto choice = watch_.on_failure(url, error);
+                if (choice == MoveWatch::Choice::fail)
+                    throw;
+                remove_unfinished();
+                if (choice == MoveWatch::Choice::leave_out)
+                    return walk.skip_contents();
+            }
+        }
+    }
+
+    void transfer_item(const TreeWalk& walk)
+    {
+        made_.clear();
+        if (is_first_in_folder_)
             check_can_take_from(walk.folder(), walk.folder_path());
+        is_first_in_folder_ = false;
         const SourceItem source{walk.folder(), walk.name(), walk.path()};
         check_can_be_moved(walk.facts(), walk.folder_facts(), source.url);
         const DestinationItem target{folders_->innermost(), source.name};
-        if (walk.is_folder())
+        if (walk.is_folder()) {
             create_folder(target);
-        else if (walk.facts().stx_nlink == 1 || !S_ISREG(walk.facts().stx_mode))
+            made_ = target.name;
+        } else if (walk.facts().stx_nlink == 1 || !S_ISREG(walk.facts().stx_mode))
             copy(source, walk.facts().stx_mode, target);
         else
             copy_linked_file(source, target, destination_.name + "/" + walk.relative_path());
+    }
+
+    /// Asks what to do about a folder that cannot be read. The copy of one that is left out goes.
+    /// To try again, all of the move begins anew.
+    void pass_over(const Error& error)
+    {
+        const Url url = error.path().value_or(destination_.url());
+        if (watch_.on_failure(url, error) != MoveWatch::Choice::leave_out)
+            throw error;
+        remove_unfinished();
+    }
+
+    /// Removes what was made for the item at hand. On a volume that takes "A" and "a" for one name
+    /// that name may be another item's, so only what was made is removed.
+    void remove_unfinished()
+    {
+        if (made_.empty())
+            return;
+        const int folder = folders_->innermost().fd;
+        if (::unlinkat(folder, made_.c_str(), 0) != 0)
+            ::unlinkat(folder, made_.c_str(), AT_REMOVEDIR);
+        made_.clear();
     }
 
     void enter(const TreeWalk& walk)
@@ -167,6 +221,7 @@ private:
         struct stat status {};
         if (::fstat(walk.folder(), &status) != 0)
             throw platform_error(errno, walk.path());
+        made_.clear();
         record_.add_entered(walk.name(), ItemVersion(status));
         is_first_in_folder_ = true;
     }
@@ -211,8 +266,12 @@ private:
                                      S_IRUSR | S_IWUSR));
         if (!file)
             throw platform_error(errno, url);
+        made_ = target.name;
         const int from = original.descriptor.get();
-        content_.copy({from, source.url}, {file.get(), url}, original.status, [](std::int64_t) {});
+        std::int64_t told = 0;
+        content_.copy(
+            {from, source.url}, {file.get(), url}, original.status,
+            [&](std::int64_t done) { watch_.progress(done - std::exchange(told, done), 0); });
         keep_extended_attributes(from, file.get(), url);
         keep_mode_and_times(file.get(), ModeAndTimes(original.status), url);
         if (flushes_each_)
@@ -242,7 +301,7 @@ private:
         if (!copied)
             throw platform_error(errno, copy.url());
         const Url copy_url = copy.url();
-        if (!has_same_content({file, url}, {copied.get(), copy_url}) ||
+        if (!has_same_content({file, url}, {copied.get(), copy_url}, [] {}) ||
             look_again(original, url) != now)
             throw changed_while_moved(url);
         return original.status;
@@ -268,24 +327,28 @@ private:
 
     void record(const SourceItem& source, const struct stat& status)
     {
+        watch_.progress(0, 1);
         record_.add_item(source.name, ItemVersion(status));
     }
 
     const DestinationItem& destination_;
     CopyRecord& record_;
+    const MoveWatch& watch_;
     FileContent content_{chunk_pause_in_test_mode()};
     HardLinks links_;
     std::optional<DestinationFolders> folders_;
     Identity destination_folder_;
+    std::string made_; // the name of what was made for the item at hand
     bool flushes_each_ = true;
     bool is_first_in_folder_ = false;
 };
 
 } // namespace
 
-void copy_exactly(const SourceItem& source, const DestinationItem& destination, CopyRecord& record)
+void copy_exactly(const SourceItem& source, const DestinationItem& destination, CopyRecord& record,
+                  const MoveWatch& watch)
 {
-    ExactCopy(destination, record).run(source);
+    ExactCopy(destination, record, watch).run(source);
 }
 
 Error changed_while_moved(const Url& url)

@@ -3,6 +3,8 @@
 #include "Tool/ExactCopy.hpp"
 #include "files/FolderStack.hpp"
 #include "files/OpenFolder.hpp"
+#include "files/ReadBack.hpp"
+#include "utility/FileDescriptor.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -104,9 +106,29 @@ OpenFolder opened_folder(const Position& position, const std::string& name,
     return folder;
 }
 
+FileDescriptor opened_file(const Position& position, const std::string& name)
+{
+    FileDescriptor file(::openat(position.folder(), name.c_str(),
+                                 O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file)
+        throw platform_error(errno, position.url_of(name));
+    return file;
+}
+
+void compare(const Position& source, const std::string& name, const Position& copy,
+             const std::string& copy_name, const MoveWatch& watch)
+{
+    const FileDescriptor original = opened_file(source, name);
+    const FileDescriptor copied = opened_file(copy, copy_name);
+    const Url url = source.url_of(name);
+    const Url copy_url = copy.url_of(copy_name);
+    check_reads_back({original.get(), url}, {copied.get(), copy_url},
+                     [&] { watch.progress(0, 0); });
+}
+
 class Removal {
 public:
-    explicit Removal(const SourceItem& source) : position_(source) {}
+    Removal(const SourceItem& source, const MoveWatch& watch) : position_(source), watch_(watch) {}
 
     void run(const CopyRecord& record)
     {
@@ -179,12 +201,16 @@ private:
     {
         if (::unlinkat(position_.folder(), name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT)
             return;
+        const int error = errno;
         const Url url = position_.url_of(name);
-        throw errno == ENOTEMPTY || errno == EEXIST ? changed_while_moved(url)
-                                                    : platform_error(errno, url);
+        const bool is_not_empty = error == ENOTEMPTY || error == EEXIST;
+        if (is_not_empty && watch_.holds_left_out(url))
+            return;
+        throw is_not_empty ? changed_while_moved(url) : platform_error(error, url);
     }
 
     Position position_;
+    const MoveWatch& watch_;
     int skipped_levels_ = 0; // below a folder that could not be entered
     std::optional<Error> first_error_;
 };
@@ -217,9 +243,38 @@ void check_unchanged(const SourceItem& source, const CopyRecord& record)
     }
 }
 
-void remove_copied(const SourceItem& source, const CopyRecord& record)
+void check_reads_back(const SourceItem& source, const DestinationItem& copy,
+                      const CopyRecord& record, const MoveWatch& watch)
 {
-    Removal(source).run(record);
+    Position there({copy.folder.fd, copy.name, copy.url()});
+    Position here(source);
+    int depth = 0;
+    CopyRecord::Reader reader(record);
+    while (reader.next()) {
+        // The copy itself still has its hidden name.
+        const std::string& copy_name = depth == 0 ? copy.name : reader.name();
+        switch (reader.step()) {
+        case CopyRecord::Step::item:
+            if (S_ISREG(reader.version().mode))
+                compare(here, reader.name(), there, copy_name, watch);
+            break;
+        case CopyRecord::Step::entered:
+            here.enter(opened_folder(here, reader.name(), reader.version()), reader.name());
+            there.enter(open_folder(there.folder(), copy_name.c_str()), reader.name());
+            ++depth;
+            break;
+        case CopyRecord::Step::left:
+            here.leave();
+            there.leave();
+            --depth;
+            break;
+        }
+    }
+}
+
+void remove_copied(const SourceItem& source, const CopyRecord& record, const MoveWatch& watch)
+{
+    Removal(source, watch).run(record);
 }
 
 } // namespace orv

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tool/CopyRecord.hpp"
+#include "Tool/MoveWatch.hpp"
 #include "files/TransferItems.hpp"
 
 namespace orv {
@@ -11,10 +12,17 @@ namespace orv {
 /// Errors: that something was changed; the platform's.
 void check_unchanged(const SourceItem& source, const CopyRecord& record);
 
+/// Reads all files of the copy, which is on its medium, back from there and compares them with
+/// `source`.
+///
+/// Errors: that a copy differs; the platform's; what `watch` throws.
+void check_reads_back(const SourceItem& source, const DestinationItem& copy,
+                      const CopyRecord& record, const MoveWatch& watch);
+
 /// Removes what was copied of `source` and is still what it was then; everything else stays, also
-/// after a failure.
+/// after a failure. Folders that hold what `watch` left out stay, too.
 ///
 /// Errors: the first of those met: that something was changed or added; the platform's.
-void remove_copied(const SourceItem& source, const CopyRecord& record);
+void remove_copied(const SourceItem& source, const CopyRecord& record, const MoveWatch& watch);
 
 } // namespace orv

@@ -2,6 +2,7 @@
 
 #include "Tool/VolumeMove.hpp"
 #include "Tool/WalkedFolder.hpp"
+#include "Tool/WatchedMove.hpp"
 #include "files/ItemStatus.hpp"
 #include "files/MakeFolder.hpp"
 #include "files/NamingError.hpp"
@@ -218,8 +219,7 @@ try {
 
 void Tool::move_item(const Url& from, const Url& to, const AroundNaming& around)
 {
-    if (!move_item_within_volume(from, to, around))
-        move_across_volumes(from, to, false, around);
+    move_watched(from, to, false, around, unwatched());
 }
 
 bool Tool::move_item_within_volume(const Url& from, const Url& to, const AroundNaming& around)
@@ -229,8 +229,19 @@ bool Tool::move_item_within_volume(const Url& from, const Url& to, const AroundN
 
 void Tool::move_item_replacing(const Url& from, const Url& to, const AroundNaming& around)
 {
+    move_watched(from, to, true, around, unwatched());
+}
+
+void move_watched(const Url& from, const Url& to, bool replaces, const AroundNaming& around,
+                  const MoveWatch& watch)
+{
+    if (!replaces) {
+        if (!Tool::move_item_within_volume(from, to, around))
+            move_across_volumes(from, to, false, around, watch);
+        return;
+    }
     if (attempt_naming(around, [&] { return rename_replacing(from, to); }) == EXDEV)
-        move_across_volumes(from, to, true, around);
+        move_across_volumes(from, to, true, around, watch);
 }
 
 Error move_error(const Error& cause)

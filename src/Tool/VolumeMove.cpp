@@ -47,7 +47,8 @@ Error remaining_error(const Error& cause)
 
 } // namespace
 
-void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around)
+void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around,
+                         const MoveWatch& watch)
 {
     CopyRecord record;
     std::optional<Place> place;
@@ -59,8 +60,11 @@ void move_across_volumes(const Url& from, const Url& to, bool replaces, const Ar
         HiddenItem copy(to);
         if (!replaces && copy.is_taken())
             throw platform_error(EEXIST, to);
-        copy_exactly(*source, copy.item(), record);
+        copy_exactly(*source, copy.item(), record, watch);
         check_unchanged(*source, record);
+        if (watch.verifies)
+            check_reads_back(*source, copy.item(), record, watch);
+        watch.progress(0, 0); // the last moment for a cancel
         attempt_naming(around, [&] {
             publish(copy, replaces);
             return 0;
@@ -69,7 +73,7 @@ void move_across_volumes(const Url& from, const Url& to, bool replaces, const Ar
         throw move_error(cause);
     }
     try {
-        remove_copied(*source, record);
+        remove_copied(*source, record, watch);
     } catch (const Error& cause) {
         throw remaining_error(cause);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tool/AroundNaming.hpp"
+#include "Tool/MoveWatch.hpp"
 
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
@@ -16,9 +17,12 @@ namespace orv {
 /// A process that is killed on the way leaves the source whole or the destination complete, and the
 /// next start of the library removes what it has left hidden.
 ///
-/// Threading: any. Nothing interrupts it.
-/// Errors: as `Tool::move_item` says.
-void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around);
+/// What `watch` leaves out stays in its folders at the source, and is not in the copy.
+///
+/// Threading: any.
+/// Errors: as `Tool::move_item` says; what `watch` throws.
+void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around,
+                         const MoveWatch& watch);
 
 /// The error of a move that has reached its destination, but is not done, as `what` tells. Without
 /// saying so it would mislead.

@@ -329,14 +329,14 @@ TEST_F(VolumeMove, RemovesOnlyWhatWasCopiedAndIsUnchanged)
         const FileDescriptor there = opened_folder(destination.url());
         const SourceItem source{folder.get(), "a", scratch / "a"};
         CopyRecord record;
-        copy_exactly(source, {{there.get(), destination.url()}, "z"}, record);
+        copy_exactly(source, {{there.get(), destination.url()}, "z"}, record, unwatched());
         EXPECT_EQ(tree(destination / "z"), tree(scratch / "a"));
 
         write_file(scratch / "other", "other");
         row.change(scratch.url());
         fs::remove(scratch / "other");
         const auto told = error_of([&] { check_unchanged(source, record); });
-        const auto left = error_of([&] { remove_copied(source, record); });
+        const auto left = error_of([&] { remove_copied(source, record, unwatched()); });
         if (*row.path == '\0') {
             EXPECT_FALSE(told || left);
         } else {

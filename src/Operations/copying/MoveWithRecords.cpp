@@ -3,6 +3,7 @@
 #include "CustomAttributes/RecordMove.hpp"
 #include "Tool/Tool.hpp"
 #include "Tool/VolumeMove.hpp"
+#include "Tool/WatchedMove.hpp"
 #include "files/Flush.hpp"
 #include "files/SameItem.hpp"
 
@@ -34,7 +35,7 @@ try {
 
 } // namespace
 
-void move_with_records(const Url& from, const Url& to, bool replaces)
+void move_with_records(const Url& from, const Url& to, bool replaces, const MoveWatch& watch)
 {
     // Another process may move the item at any moment.
     const auto check = [&] {
@@ -54,10 +55,7 @@ void move_with_records(const Url& from, const Url& to, bool replaces)
     RecordMove records(record_key_of_entry(from), record_key_of_entry(to), replaces);
     const auto before = [&] { records.store_for_both(check); };
     const auto failed = [&] { take_back(records, is_there); };
-    if (replaces)
-        Tool::move_item_replacing(from, to, {before, failed});
-    else
-        Tool::move_item(from, to, {before, failed});
+    move_watched(from, to, replaces, {before, failed}, watch);
     const auto make_durable = [&] {
         try {
             flush_folder_of(to);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Tool/MoveWatch.hpp"
+
 #include <orv/utility/Url.hpp>
 
 namespace orv {
@@ -14,7 +16,8 @@ namespace orv {
 ///
 /// Errors: those of `Tool::move_item` and of the database; "Couldn't move the item" if its new name
 /// could not be written to its disk, and where it is then.
-void move_with_records(const Url& from, const Url& to, bool replaces);
+void move_with_records(const Url& from, const Url& to, bool replaces,
+                       const MoveWatch& watch = unwatched());
 
 /// Moves the item at `from` to `to` on the same volume, a name that is this item's alone:
 /// attributes that are stored for it are those of an item that has gone. False, and nothing has

@@ -69,16 +69,23 @@ void RecordCopies::write_noted()
 /// Keeps what is written at the end as small as the number of rows, however many items there are.
 void RecordCopies::keep_those_with_rows()
 {
+    std::vector<RecordCopy> found = those_with_rows(std::move(waiting_));
+    std::move(found.begin(), found.end(), std::back_inserter(kept_));
+    waiting_.clear();
+}
+
+std::vector<RecordCopy> those_with_rows(std::vector<RecordCopy> copies)
+{
     std::vector<RecordKey> sources;
-    sources.reserve(waiting_.size());
-    for (const RecordCopy& copy : waiting_)
+    sources.reserve(copies.size());
+    for (const RecordCopy& copy : copies)
         sources.push_back(copy.from);
     std::unordered_set<std::string> found;
     for (const RecCustomAttr& record : RecCustomAttr::fetch_all(sources))
         found.insert(record.relative_path);
-    std::copy_if(waiting_.begin(), waiting_.end(), std::back_inserter(kept_),
-                 [&](const RecordCopy& copy) { return found.contains(copy.from.text()); });
-    waiting_.clear();
+    std::erase_if(copies,
+                  [&](const RecordCopy& copy) { return !found.contains(copy.from.text()); });
+    return copies;
 }
 
 } // namespace orv

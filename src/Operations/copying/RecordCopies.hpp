@@ -45,4 +45,10 @@ private:
     StopWatch waiting_since_;
 };
 
+/// Those of `copies` whose originals have a row: of many items that wait for the end of a copy, few
+/// take memory.
+///
+/// Errors: those of the database.
+[[nodiscard]] std::vector<RecordCopy> those_with_rows(std::vector<RecordCopy> copies);
+
 } // namespace orv

@@ -5,6 +5,7 @@
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/copying/FilesAhead.hpp"
 #include "Operations/copying/ItemCopier.hpp"
+#include "Operations/copying/LeftOut.hpp"
 #include "Operations/copying/OpenedDestination.hpp"
 #include "Operations/copying/RecordCopies.hpp"
 #include "Tool/Tool.hpp"
@@ -12,9 +13,7 @@
 #include "files/OpenFolder.hpp"
 #include "files/Place.hpp"
 #include "files/TreeWalk.hpp"
-#include "utility/ExtendedAttributes.hpp"
 #include "utility/FileDescriptor.hpp"
-#include "utility/FileNames.hpp"
 
 #include <orv/utility/Match.hpp>
 
@@ -81,19 +80,6 @@ bool exists(const DestinationItem& item)
 {
     struct stat status {};
     return ::fstatat(item.folder.fd, item.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-}
-
-/// Whether a hidden item is marked to be ignored, or a file of the library that is not finished.
-bool is_left_out(const SourceItem& source)
-{
-    if (!source.name.starts_with('.'))
-        return false;
-    const FileDescriptor item(
-        ::openat(source.folder, source.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    if (item && ext_attr(item.get(), "orv_ignore") == "true")
-        return true;
-    const auto ext = name_parts(source.name).ext;
-    return ext == "orvresume" || ext == "jgd";
 }
 
 FileDescriptor duplicate(int fd)

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Operations/transfer/TransferRequest.hpp"
+
+#include <functional>
+
+namespace orv {
+
+/// Does `work`, which nothing can interrupt, on another thread, and waits for it. A cancel ends the
+/// wait at once, and the work goes on by itself; so it owns all that it needs.
+///
+/// Cancel: throws `Exception`.
+/// Errors: those of `work`.
+void do_abandonable(TransferRequest& request, std::function<void()> work);
+
+} // namespace orv

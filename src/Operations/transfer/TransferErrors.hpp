@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Operations/frame/ErrorPlace.hpp"
+#include "files/ItemStatus.hpp"
+
+#include <orv/utility/Error.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <cerrno>
+#include <string>
+
+namespace orv {
+
+inline constexpr ErrorPlace transfer_place{"src/Operations/TransferOpr",
+                                           "transfer(plan:status_closure:)"};
+
+/// Ends a transfer, because its policy is to stop at this error.
+struct TransferEnd {
+    Error error;
+};
+
+/// The error of a name that is taken, where the transfer was to stop.
+[[nodiscard]] inline Error name_is_taken(const Url& destination)
+{
+    return transfer_place("Destination item already exists.").at(destination);
+}
+
+/// The error of a folder that stands in the way of a file, or the other way round, where only files
+/// are replaced.
+[[nodiscard]] inline Error other_kind(const Url& destination)
+{
+    return transfer_place("A file and a folder have the same name.").at(destination);
+}
+
+/// `error`, or, if it is that there is nothing at `source`, the one that says so.
+[[nodiscard]] inline Error source_error(const Error& error, const Url& source)
+{
+    return error.code() == ENOENT
+               ? missing_item(transfer_place("Source item doesn't exist."), source)
+               : error;
+}
+
+/// The error of an item whose name another item of the transfer has got.
+[[nodiscard]] inline Error two_of_a_name(const Url& source)
+{
+    return transfer_place("Two of the items have this name.").at(source);
+}
+
+/// Refuses what cannot be the name of an item.
+///
+/// Errors: "New name cannot be an empty string."; "New name cannot contain a slash."; "New name
+/// cannot be "." or ".."."
+inline void check_name(const std::string& name, const Url& item)
+{
+    if (name.empty())
+        throw transfer_place("New name cannot be an empty string.").at(item);
+    if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos)
+        throw transfer_place("New name cannot contain a slash.").at(item);
+    if (name == "." || name == "..")
+        throw transfer_place("New name cannot be \".\" or \"..\".").at(item);
+}
+
+} // namespace orv

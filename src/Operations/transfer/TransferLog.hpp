@@ -1,0 +1,47 @@
+#pragma once
+
+#include <orv/Operations/TransferOpr.hpp>
+
+#include <cstddef>
+#include <set>
+#include <string>
+
+namespace orv {
+
+/// What becomes of the items of a transfer, as its report tells.
+///
+/// Threading: one background thread.
+class TransferLog {
+public:
+    using Outcome = TransferReport::Outcome;
+
+    explicit TransferLog(const std::vector<Url>& sources);
+
+    /// A folder that is a source has a place at `destination`, and its contents follow.
+    void begin(std::size_t source, const Url& destination);
+
+    /// The source has come to its end, with something of it at `destination` if that is told.
+    void end(std::size_t source, Outcome outcome, std::optional<Url> destination = {});
+
+    /// An item of the source, or the source itself, was left out: because of `error`, or without
+    /// one, since its name is taken. The outcome of the source still has to be told.
+    void leave_out(std::size_t source, const Url& item, std::optional<Error> error);
+
+    /// The same for a failure that shows in the end, when all of the source is at its place.
+    void fail_late(std::size_t source, const Url& item, const Error& error);
+
+    /// True if something below `folder` was left out.
+    [[nodiscard]] bool has_left_out_below(const Url& folder) const;
+
+    /// True if something of the source was left out.
+    [[nodiscard]] bool is_partly_done(std::size_t source) const;
+
+    [[nodiscard]] TransferReport take() { return std::move(report_); }
+
+private:
+    TransferReport report_;
+    std::set<std::size_t> partly_done_;
+    std::set<std::string> left_out_paths_;
+};
+
+} // namespace orv
