@@ -159,6 +159,12 @@ OrvFileBrowser::delete_items(std::vector<Url> at,
     return fm_.delete_items(std::move(at), std::move(status_closure));
 }
 
+std::shared_ptr<TransferOperation>
+OrvFileBrowser::transfer(TransferPlan plan, TransferOperation::StatusClosure status_closure)
+{
+    return fm_.transfer(std::move(plan), std::move(status_closure));
+}
+
 std::shared_ptr<MoveToTrashOperation>
 OrvFileBrowser::move_to_trash(std::vector<Url> urls,
                               MoveToTrashOperation::StatusClosure status_closure)

@@ -21,6 +21,7 @@
 #include "Operations/SearchItemsOpr.hpp"
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/ThumbGenerateOpr.hpp"
+#include "Operations/TransferOpr.hpp"
 #include "Operations/UnzipOpr.hpp"
 #include "Operations/ZipOpr.hpp"
 #include "Operations/frame/RunningOperations.hpp"
@@ -206,6 +207,12 @@ OrvFileManager::delete_items(std::vector<Url> at,
                              MultiDeleteOperation::StatusClosure status_closure)
 {
     return orv::delete_items(std::move(at), std::move(status_closure));
+}
+
+std::shared_ptr<TransferOperation>
+OrvFileManager::transfer(TransferPlan plan, TransferOperation::StatusClosure status_closure)
+{
+    return orv::transfer(std::move(plan), std::move(status_closure));
 }
 
 std::shared_ptr<MoveToTrashOperation>

@@ -1,3 +1,5 @@
+#include "Operations/TransferOpr.hpp"
+
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/LockTurn.hpp"
 #include "Operations/transfer/TransferCopy.hpp"
@@ -6,8 +8,6 @@
 #include "Operations/transfer/TransferMove.hpp"
 #include "Operations/transfer/TransferRun.hpp"
 #include "Operations/transfer/TransferSources.hpp"
-
-#include <orv/Operations/TransferOpr.hpp>
 
 #include <utility>
 
@@ -107,13 +107,13 @@ try {
                     folder,
                     TransferFinish(plan.policy, folder),
                     TransferQuestions(request, plan.policy),
-                    TransferLog(plan.sources),
+                    TransferLog(plan.sources, request.tally()),
                     TransferMeter(request)};
     return reported(run, sources);
 } catch (const Exception&) {
-    return TransferOperation::cancelled{TransferLog(plan.sources).take()};
+    return TransferOperation::cancelled{TransferLog(plan.sources, request.tally()).take()};
 } catch (const Error& error) {
-    return TransferOperation::error{error, TransferLog(plan.sources).take()};
+    return TransferOperation::error{error, TransferLog(plan.sources, request.tally()).take()};
 }
 
 } // namespace

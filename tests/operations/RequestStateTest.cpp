@@ -105,6 +105,14 @@ TEST_F(RequestStateTest, every_request_tells_what_it_did)
              return save_all_custom_attrs({FileItem(at("a")), FileItem(at("p"))}, false, {});
          },
          "?/? bytes, 2/2 items"},
+        {[&] {
+             TransferPlan plan{.kind = TransferPlan::Kind::copy,
+                               .sources = {at("a"), at("gone")},
+                               .folder = at("old")};
+             plan.policy.on_error = TransferPolicy::OnError::skip;
+             return m.transfer(plan, {});
+         },
+         "10/10 bytes, 6/6 items, made old/a, left out gone"},
         {[&] { return m.generate_thumb(at("file"), 10, 10, {}); },
          "?/? bytes, 1/1 items, left out file"},
     };

@@ -126,9 +126,11 @@ TEST_F(StatusesTest, the_items_of_one_request_share_turns_of_the_main_loop)
         pump_until([&] { return ++turns, !operation->is_busy(); });
         return turns;
     };
-    EXPECT_LT(turns_of(manager().copy(sources, at("copies"), {})), sources.size());
-    EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), 10U);
-    EXPECT_LT(turns_of(manager().delete_items(moved, {})), 10U);
+    // A sanitizer slows the work, so that more statuses are due before the next one comes.
+    constexpr std::size_t slack = ORV_IS_SANITIZED ? 4 : 1;
+    EXPECT_LT(turns_of(manager().copy(sources, at("copies"), {})), slack * sources.size());
+    EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), slack * 10U);
+    EXPECT_LT(turns_of(manager().delete_items(moved, {})), slack * 10U);
     EXPECT_EQ(tree(at("copies")).size(), sources.size());
     EXPECT_EQ(tree(at("in")).size(), 0U);
 }

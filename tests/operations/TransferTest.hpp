@@ -1,9 +1,8 @@
 #pragma once
 
+#include "Operations/TransferOpr.hpp"
 #include "support/Engine.hpp"
 #include "support/Statuses.hpp"
-
-#include <orv/Operations/TransferOpr.hpp>
 
 #include <functional>
 #include <optional>

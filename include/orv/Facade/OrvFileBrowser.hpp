@@ -99,6 +99,8 @@ public:
     std::shared_ptr<MultiMoveOperation> move(std::initializer_list<Url> src_urls,
                                              Url dest_folder_url,
                                              MultiMoveOperation::StatusClosure status_closure);
+    std::shared_ptr<TransferOperation> transfer(TransferPlan plan,
+                                                TransferOperation::StatusClosure status_closure);
     std::shared_ptr<DeleteOperation> delete_item(Url at,
                                                  DeleteOperation::StatusClosure status_closure);
     std::shared_ptr<MultiDeleteOperation>

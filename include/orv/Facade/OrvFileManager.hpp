@@ -22,6 +22,7 @@
 #include <orv/Operations/SearchItemsOpr.hpp>
 #include <orv/Operations/SnglCopyOpr.hpp>
 #include <orv/Operations/ThumbGenerateOpr.hpp>
+#include <orv/Operations/TransferOpr.hpp>
 #include <orv/Operations/UnzipOpr.hpp>
 #include <orv/Operations/ZipOpr.hpp>
 #include <orv/archive/ExpansionLimits.hpp>
@@ -134,6 +135,12 @@ public:
     /// Deletes the item at `at`, a folder with everything in it, and its attributes.
     std::shared_ptr<DeleteOperation> delete_item(Url at,
                                                  DeleteOperation::StatusClosure status_closure);
+
+    /// Copies or moves any number of items into a folder by the rules of `plan`: the request behind
+    /// a paste and a drop. It goes on after a failed item if the policy says so, and reports the
+    /// outcome of each.
+    std::shared_ptr<TransferOperation> transfer(TransferPlan plan,
+                                                TransferOperation::StatusClosure status_closure);
 
     /// Deletes the items one after the other, and stops at the first failure.
     std::shared_ptr<MultiDeleteOperation>

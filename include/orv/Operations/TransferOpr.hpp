@@ -208,13 +208,6 @@ public:
     using StatusClosure = std::function<void(const Status&)>;
 };
 
-/// Starts a transfer in the background. `status_closure` is called on the main thread, the last
-/// time with the final status, and destroyed there afterwards; it may be empty.
-///
-/// Threading: any.
-std::shared_ptr<TransferOperation> transfer(TransferPlan plan,
-                                            TransferOperation::StatusClosure status_closure);
-
 } // namespace orv
 
 #pragma pop_macro("Status")

@@ -4,7 +4,7 @@
 
 namespace orv {
 
-TransferLog::TransferLog(const std::vector<Url>& sources)
+TransferLog::TransferLog(const std::vector<Url>& sources, Tally& tally) : tally_(tally)
 {
     report_.sources.reserve(sources.size());
     for (const Url& source : sources)
@@ -21,6 +21,8 @@ void TransferLog::end(std::size_t source, Outcome outcome, std::optional<Url> de
 {
     const bool is_partly = outcome == Outcome::done && is_partly_done(source);
     report_.sources[source].outcome = is_partly ? Outcome::partly_done : outcome;
+    if (destination)
+        tally_.add_result(*destination);
     report_.sources[source].destination = std::move(destination);
 }
 
@@ -28,6 +30,8 @@ void TransferLog::leave_out(std::size_t source, const Url& item, std::optional<E
 {
     partly_done_.insert(source);
     left_out_paths_.insert(item.path());
+    if (error)
+        tally_.add_failure({item, *error});
     report_.left_out.push_back({item, std::move(error)});
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Operations/frame/Tally.hpp"
+
 #include <orv/Operations/TransferOpr.hpp>
 
 #include <cstddef>
@@ -15,7 +17,7 @@ class TransferLog {
 public:
     using Outcome = TransferReport::Outcome;
 
-    explicit TransferLog(const std::vector<Url>& sources);
+    TransferLog(const std::vector<Url>& sources, Tally& tally);
 
     /// A folder that is a source has a place at `destination`, and its contents follow.
     void begin(std::size_t source, const Url& destination);
@@ -39,6 +41,7 @@ public:
     [[nodiscard]] TransferReport take() { return std::move(report_); }
 
 private:
+    Tally& tally_;
     TransferReport report_;
     std::set<std::size_t> partly_done_;
     std::set<std::string> left_out_paths_;

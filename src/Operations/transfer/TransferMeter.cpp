@@ -26,6 +26,7 @@ void TransferMeter::expect(std::int64_t items, std::int64_t bytes)
 {
     progress_.items_total += items;
     progress_.bytes_total += bytes;
+    request_.tally().expect(progress_.bytes_total, progress_.items_total);
 }
 
 void TransferMeter::begin(const Url& item)
@@ -41,22 +42,28 @@ void TransferMeter::add_bytes(std::int64_t bytes)
 {
     request_.check_cancelled();
     bytes_of_item_ += bytes;
-    progress_.bytes_done += bytes;
+    count(0, bytes);
     tell_if_due();
 }
 
 void TransferMeter::end_item(std::int64_t bytes)
 {
-    progress_.bytes_done += bytes - bytes_of_item_;
+    count(1, bytes - bytes_of_item_);
     bytes_of_item_ = 0;
-    ++progress_.items_done;
 }
 
 void TransferMeter::add(std::int64_t items, std::int64_t bytes)
 {
+    count(items, bytes);
+    tell_if_due();
+}
+
+void TransferMeter::count(std::int64_t items, std::int64_t bytes)
+{
     progress_.items_done += items;
     progress_.bytes_done += bytes;
-    tell_if_due();
+    request_.tally().add_items(items);
+    request_.tally().add_bytes(bytes);
 }
 
 void TransferMeter::complete()

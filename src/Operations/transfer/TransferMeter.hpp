@@ -40,6 +40,7 @@ public:
     void tell();
 
 private:
+    void count(std::int64_t items, std::int64_t bytes);
     void tell_if_due();
 
     TransferRequest& request_;
