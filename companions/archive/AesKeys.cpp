@@ -9,10 +9,10 @@
 namespace orv::archive {
 namespace {
 
-// The format derives keys by PBKDF2 with HMAC-SHA1: 8,000 blocks of SHA-1 for each entry, which
-// took more than half of the time of packing small files. OpenSSL hashes one block after the other
-// and takes 1.0 ms. The blocks of a key, and keys of several entries, do not depend on each other,
-// so vectors hash them together: in 0.06 ms with AVX-512, 0.17 with AVX2, 0.3 elsewhere.
+// The format derives keys by PBKDF2 with HMAC-SHA1: 8,000 blocks of SHA-1 for each entry. With
+// small files they took more than half of the time. OpenSSL hashes one block after the other and
+// takes 1.0 ms. The blocks of a key, and keys of several entries, do not depend on each other, so
+// vectors hash them together: in 0.06 ms with AVX-512, 0.17 with AVX2, 0.3 elsewhere.
 
 constexpr int rounds = 1000;
 constexpr int digest_words = 5;
@@ -20,7 +20,7 @@ constexpr std::size_t blocks_per_key = 4;
 constexpr int hmac_block_words = 16;
 constexpr std::uint32_t end_of_message = 0x80000000;
 
-/// What the lanes derive, lane by lane.
+/// The results, lane by lane.
 struct Derivation {
     std::array<std::uint32_t, hmac_block_words> password;
     int salt_words;
@@ -44,7 +44,7 @@ struct Pbkdf2Lanes : Sha1Lanes<lanes> {
     using Sha1Lanes<lanes>::block_size;
     using Sha1Lanes<lanes>::compress;
 
-    /// The state of SHA-1 after the block that HMAC begins with.
+    /// The state of SHA-1 after the first block of HMAC.
     [[gnu::always_inline]] static void begin_hmac(const Derivation& derivation, std::uint32_t pad,
                                                   Word* state)
     {
@@ -55,7 +55,7 @@ struct Pbkdf2Lanes : Sha1Lanes<lanes> {
         compress(state, block);
     }
 
-    /// Ends `block` after so many words, which follow the block that HMAC begins with.
+    /// Ends `block` after so many words behind the first block of HMAC.
     [[gnu::always_inline]] static void end_message(Word* block, int words)
     {
         for (int i = words; i < block_size; ++i)
@@ -94,7 +94,7 @@ struct Pbkdf2Lanes : Sha1Lanes<lanes> {
     }
 };
 
-// The same for wider registers, on processors that have them.
+// The same for wider registers, on processors with them.
 #if defined(__x86_64__)
 template <int lanes>
 [[gnu::target("avx512f,avx512vl")]] void derive_in_512_bits(Derivation& derivation)
@@ -121,7 +121,7 @@ void derive_in_lanes(Derivation& derivation)
     Pbkdf2Lanes<lanes>::derive(derivation);
 }
 
-/// The password as HMAC takes it: one that is longer than a block gives way to its digest.
+/// The password in HMAC's form: a digest replaces one longer than a block.
 std::array<std::uint32_t, hmac_block_words> hmac_key(std::string_view password)
 {
     std::array<std::byte, 4 * hmac_block_words> bytes{};

@@ -14,7 +14,7 @@ enum class AesStrength : std::uint8_t { aes_128 = 1, aes_192 = 2, aes_256 = 3 };
 /// The keys of one entry. Each entry needs a salt of its own, or one key stream would encrypt two.
 class AesKeys {
 public:
-    /// Keys that are still to be derived. `salt` is as long as `salt_size` says.
+    /// Keys not yet derived. `salt` is as long as `salt_size` says.
     AesKeys(AesStrength strength, ByteView salt);
 
     static constexpr std::size_t at_once = 4;

@@ -24,7 +24,7 @@ const unsigned char* raw(const std::byte* bytes)
     return reinterpret_cast<const unsigned char*>(bytes);
 }
 
-/// OpenSSL fails where a policy of the system forbids what is asked.
+/// OpenSSL fails if a policy of the system forbids the algorithm.
 void expect(bool success)
 {
     if (!success)
@@ -119,7 +119,7 @@ void AesStream::apply_key_stream(ByteView part, std::byte* result)
 }
 
 /// The format counts blocks from 1 on with the lowest byte first, unlike the CTR mode of OpenSSL.
-/// Encrypting many counters by one call is as fast as that.
+/// One call for many counters is as fast as that mode.
 void AesStream::extend_key_stream()
 {
     std::array<std::byte, sizeof key_stream_> counters{};

@@ -12,20 +12,20 @@ struct evp_mac_ctx_st;
 
 namespace orv::archive {
 
-/// Encrypts or decrypts the content of an entry, part by part, and computes the code that
-/// authenticates it.
+/// Encrypts or decrypts the content of an entry, part by part, and computes its authentication
+/// code.
 ///
 /// Threading: one thread at a time.
 class AesStream {
 public:
     explicit AesStream(const AesKeys& keys);
 
-    /// Puts the encrypted part into `result`, which has its size.
+    /// Puts the encrypted part into `result`; both have the same size.
     void encrypt(ByteView part, std::span<std::byte> result);
     void decrypt(std::span<std::byte> part);
 
     static constexpr std::size_t code_size = 10;
-    /// The code of all parts, the last of which has come.
+    /// The code of all parts, after the last one.
     [[nodiscard]] std::array<std::byte, code_size> code();
 
 private:

@@ -36,7 +36,7 @@ struct Location {
     std::uint64_t entry_count = 0;
     std::uint64_t size = 0;
     std::uint64_t offset = 0;
-    std::uint64_t end = 0; // of the directory, where what tells all this begins
+    std::uint64_t end = 0; // of the directory, at the start of these fields
     bool is_large = false; // the numbers have 64 bits
 };
 
@@ -48,8 +48,8 @@ std::string read_text(const ArchiveToRead& archive, std::uint64_t position, std:
     return text;
 }
 
-/// Where the record begins with which every archive ends. A comment may follow, and that other
-/// bytes follow is no fault either, but an end that leaves nothing over is to be preferred.
+/// Start of the end record. A comment may follow, and other bytes after it are no fault, but an end
+/// without a rest is better.
 std::optional<std::uint64_t> find_end(const ArchiveToRead& archive)
 {
     const std::uint64_t tail_size = std::min(archive.size, end_size + max_comment_size);
@@ -132,7 +132,7 @@ Location locate_directory(const ArchiveToRead& archive)
     return location;
 }
 
-/// The directory's text, of which only a part is in memory.
+/// The directory's text, with only a part in memory.
 class DirectoryText {
 public:
     DirectoryText(const ArchiveToRead& archive, std::uint64_t begin, std::uint64_t end)
@@ -189,7 +189,7 @@ std::optional<timespec> dos_time(std::uint16_t time, std::uint16_t date)
     return seconds == -1 ? std::nullopt : std::optional(timespec{seconds, 0});
 }
 
-/// What stands before the texts of an entry and is needed to read them.
+/// The fixed fields before an entry's texts, needed to read them.
 struct FixedPart {
     std::uint16_t time, date;
     std::size_t name_size, fields_size, comment_size;
@@ -218,7 +218,7 @@ FixedPart read_fixed_part(LittleEndian& record, Entry& entry)
     return fixed;
 }
 
-/// Adds what the entry's fields tell.
+/// Adds the facts in the entry's fields.
 ToldByFields apply_fields(std::string_view fields, Entry& entry, const Url& archive)
 {
     const LargeNumbers large{entry.size == elsewhere_32, entry.packed_size == elsewhere_32,
@@ -249,7 +249,7 @@ bool is_utf8_flag_wrong(std::uint16_t flags, std::string_view name)
     return !is_ascii && ((flags & utf8_flag) != 0) != is_utf8(name);
 }
 
-/// Adds the next entry; says whether its name may be in any encoding.
+/// Adds the next entry; true if its name may be in any encoding.
 bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& directory)
 {
     const std::uint64_t entry_position = text.position();
@@ -288,7 +288,7 @@ bool goes_on(DirectoryText& text, std::uint64_t entries_read, const Location& lo
 }
 
 /// A count of 16 bits may have wrapped; some tools write it so. Any other count, and a directory
-/// that hides from its end record, would leave items out.
+/// hidden from its end record, would leave items out.
 void check_nothing_is_missing(const ArchiveToRead& archive, const Location& location,
                               std::uint64_t before, const ArchiveDirectory& directory)
 {
@@ -347,7 +347,7 @@ ArchiveDirectory read_directory(const ArchiveToRead& archive, std::uint64_t max_
     if (location.entry_count > limit)
         throw too_many_items(archive.url);
 
-    // What stands before the archive, such as a program that unpacks it, counts in no offset.
+    // Offsets do not count bytes before the archive, such as a program to unpack it.
     const std::uint64_t before = location.end - location.size - location.offset;
     ArchiveDirectory directory{{}, location.end - location.size, {}};
     DirectoryText text(archive, directory.offset, location.end);

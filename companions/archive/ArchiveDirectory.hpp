@@ -24,7 +24,7 @@ struct ArchiveToRead {
 /// Errors: `Zip::Error` when nothing is there; the platform's.
 [[nodiscard]] ArchiveToRead open_archive(const Url& url);
 
-/// What the directory at an archive's end tells of one entry. None of it can be trusted.
+/// The directory's facts on one entry. None of them can be trusted.
 struct Entry {
     std::string name; ///< UTF-8, unless it is exact
     std::uint64_t size = 0;
@@ -34,12 +34,12 @@ struct Entry {
     std::uint32_t crc = 0;
     std::uint32_t attributes = 0; ///< their meaning depends on `host`
     std::uint16_t method = 0;
-    std::uint16_t inner_method = 0; ///< of what is encrypted; else the same
+    std::uint16_t inner_method = 0; ///< of the encrypted content; otherwise the same
     std::uint16_t flags = 0;
     std::uint8_t host = 0;
     std::optional<AesStrength> aes_strength;
     bool has_checksum = true;
-    bool has_exact_name = false; ///< the name is what its bytes are on this platform
+    bool has_exact_name = false; ///< the name's bytes mean themselves on this platform
     std::optional<timespec> time;
 
     [[nodiscard]] bool is_encrypted() const { return (flags & 1) != 0; }
@@ -58,19 +58,19 @@ struct ArchiveDirectory {
     std::vector<Entry> entries;
     std::uint64_t offset; ///< of the directory in the file, where all content has ended
 
-    /// Where in the file, in this directory and in the entries' own headers, flags stand that say
-    /// of a name with more than ASCII in it whether it is UTF-8, and say it wrongly.
+    /// Places of wrong flags in the file, in this directory and in the entries' own headers: they
+    /// call a name with non-ASCII letters UTF-8, or deny it, against its bytes.
     std::vector<std::uint64_t> wrong_utf8_flags;
 };
 
-/// Reads the directory of the archive, whatever stands before or after it: all of it, or it throws.
+/// Reads the whole directory of the archive, with any bytes before or after it, or throws.
 ///
 /// Errors: the archive is damaged or no archive; it has more than `max_entries`; the platform's.
 [[nodiscard]] ArchiveDirectory read_directory(const ArchiveToRead& archive,
                                               std::uint64_t max_entries, const Job& job);
 
-/// An error of the archive, or of one of its entries.
-/// The error of an archive that is damaged, or made to do harm, unless it is known as another.
+/// An error of the archive, or of one of its entries: a damaged or hostile archive, unless another
+/// cause is known.
 Error archive_error(std::string_view sentence, const Url& archive, std::string_view entry = {});
 Error damaged(const Url& archive, std::string_view entry = {});
 Error wrong_password(const Url& archive, std::string_view entry);

@@ -62,7 +62,7 @@ void ArchiveFile::write(ByteView bytes)
         flush();
 }
 
-/// A hole reads as the zeros that it takes the place of.
+/// A hole reads as the zeros in its place.
 void ArchiveFile::flush()
 {
     if (buffer_.empty())
@@ -88,7 +88,7 @@ void ArchiveFile::finish()
     flush();
     if (ends_with_hole_ && ::ftruncate(file_.get(), static_cast<off_t>(buffer_start_)) != 0)
         throw platform_error(errno, url_);
-    // Some file systems tell no earlier that they could not keep what was written.
+    // Some file systems report a lost write no earlier.
     if (::close(file_.release()) != 0)
         throw platform_error(errno, url_);
     is_finished_ = true;
@@ -143,7 +143,7 @@ zip_int64_t ArchiveFile::handle(void* data, zip_uint64_t size, zip_source_cmd_t 
     case ZIP_SOURCE_FREE:
         return 0;
     case ZIP_SOURCE_ERROR: {
-        // To libzip the archive does not exist yet, which is all that it asks about.
+        // libzip asks only if the archive exists, and for libzip it does not exist yet.
         zip_error_t error{ZIP_ER_READ, ENOENT, nullptr};
         return zip_error_to_data(&error, data, size);
     }

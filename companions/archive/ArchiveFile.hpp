@@ -16,13 +16,13 @@
 
 namespace orv::archive {
 
-/// The file that a new archive is written to. Unless it is finished, nothing of it remains: the
-/// file that it made is gone, one that was there before is empty again.
+/// The file of a new archive. Unless it is finished, nothing of it remains: a file it made is gone,
+/// an earlier file is empty again.
 ///
 /// Threading: one thread at a time.
 class ArchiveFile {
 public:
-    /// Errors: the platform's; EEXIST when something stands there that is no empty file.
+    /// Errors: the platform's; EEXIST if anything but an empty file stands there.
     explicit ArchiveFile(Url url);
     ~ArchiveFile();
     ArchiveFile(const ArchiveFile&) = delete;
@@ -36,19 +36,19 @@ public:
     void seek(std::uint64_t position) { position_ = position; }
     [[nodiscard]] std::uint64_t position() const { return position_; }
 
-    /// The archive as far as it is written. It has to be read before this is gone.
+    /// The finished part of the archive. Read it during the lifetime of this object.
     ///
     /// Errors: the platform's.
     [[nodiscard]] ArchiveToRead to_read();
 
-    /// Says that the archive is complete, and closes it.
+    /// Marks the archive as complete, and closes it.
     ///
-    /// Errors: the platform's, when not everything could be written.
+    /// Errors: the platform's, after a lost write.
     void finish();
 
     /// The file as libzip writes to it. It does not own this object.
     ///
-    /// Errors: what went wrong inside is kept and thrown by `rethrow_failure`.
+    /// Errors: keeps an error inside for `rethrow_failure`.
     zip_source_t* as_zip_source();
     void rethrow_failure() const;
 
@@ -64,10 +64,10 @@ private:
     bool is_own_ = false;
     bool is_finished_ = false;
 
-    Bytes buffer_; // what stands from `buffer_start_` on, not yet written
+    Bytes buffer_; // the bytes from `buffer_start_` on, not yet written
     std::uint64_t buffer_start_ = 0;
     std::uint64_t position_ = 0;
-    bool ends_with_hole_ = false; // what was written of it does
+    bool ends_with_hole_ = false; // the end of the written part
     std::exception_ptr failure_;
 };
 

@@ -47,7 +47,7 @@ void append(Bytes& to, std::initializer_list<unsigned> bytes)
         to.push_back(static_cast<std::byte>(byte & 0xFF));
 }
 
-/// The input as it is, in blocks that say so.
+/// The input as it is, in stored blocks.
 void store(ByteView input, bool is_last, Bytes& result)
 {
     result.clear();
@@ -166,8 +166,8 @@ void Deflater::compress_part(ByteView input, bool is_last, Bytes& result)
     }
 }
 
-/// A compressor ends its stream with a block that says it is the last, at no byte's boundary. For
-/// others to follow, that mark is taken back and an empty block goes on to the next byte.
+/// A compressor ends its stream with a last block, in the middle of a byte. To let others follow,
+/// this takes the mark back and goes on with an empty block up to the next byte.
 void Deflater::compress_inner_part(ByteView input, Bytes& result)
 {
     if (looks_compressed(input) || !compress(input, result))

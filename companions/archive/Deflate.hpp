@@ -10,11 +10,11 @@ struct libdeflate_compressor;
 
 namespace orv::archive {
 
-/// Whether there are bytes, and all are zero.
+/// True if there are bytes, and all are zero.
 [[nodiscard]] bool is_zeros(ByteView bytes);
 
-/// Whether deflating the bytes would hardly make them smaller, judged by samples: pictures, films
-/// and archives are like that.
+/// True if deflate would hardly shrink the bytes, by samples: pictures, films and archives are like
+/// that.
 [[nodiscard]] bool looks_compressed(ByteView bytes);
 
 /// Compresses pieces of a file, each by itself.
@@ -30,8 +30,8 @@ public:
     /// Puts a complete deflate stream into `result`; says false when none is smaller than `input`.
     bool compress(ByteView input, Bytes& result);
 
-    /// Puts a part of a deflate stream into `result`, to be followed by other parts unless it
-    /// `is_last`. Parts do not refer to each other.
+    /// Puts a part of a deflate stream into `result`, with more to follow unless it `is_last`.
+    /// Parts do not refer to each other.
     void compress_part(ByteView input, bool is_last, Bytes& result);
 
 private:
@@ -42,7 +42,7 @@ private:
     libdeflate_compressor* compressor_;
     std::unique_ptr<BlockFinder> block_finder_;
     Bytes zeros_;                // a part of nothing but zeros
-    std::size_t zeros_size_ = 0; // before it was compressed
+    std::size_t zeros_size_ = 0; // before compression
 };
 
 } // namespace orv::archive

@@ -9,16 +9,16 @@
 namespace orv::archive {
 namespace {
 
-// In western names, letters beyond ASCII stand alone among others, and read as one character of
-// two bytes with the letter that follows; in East Asian names they stand beside each other.
+// In western names, non-ASCII letters stand alone among others, and read as one two-byte character
+// with the next letter; in East Asian names they stand beside each other.
 constexpr double worth_when_alone = 0.25;
 constexpr double least_score = 0.5;
 
 // More names make a guess no better.
 constexpr std::size_t max_characters_judged = 4096;
 
-/// How usual the character of these two bytes is in names, from 0 to 1: each encoding begins with
-/// the common characters, so that a wrong guess shows as a choice of rare ones.
+/// The frequency of the character of these two bytes in names, from 0 to 1: each encoding begins
+/// with the common characters, so a wrong guess shows as a choice of rare ones.
 using UsualIn = double (*)(unsigned lead, unsigned trail);
 
 bool is_within(unsigned byte, unsigned first, unsigned last)
@@ -38,7 +38,7 @@ double usual_in_japanese(unsigned lead, unsigned trail)
 
 double usual_in_korean(unsigned lead, unsigned trail)
 {
-    // The syllables that names have most, where the encoding puts them.
+    // The most frequent syllables, at their place in the encoding.
     static constexpr std::string_view common =
         "\xB0\xA1\xB0\xA3\xB0\xB3\xB0\xE6\xB0\xE8\xB0\xED\xB0\xF8\xB0\xFA\xB0\xFC\xB1\xB3\xB1\xB8"
         "\xB1\xB9\xB1\xD7\xB1\xDB\xB1\xE2\xB1\xE8\xB3\xAA\xB3\xBB\xB4\xC2\xB4\xD9\xB4\xEB\xB4\xF5"
@@ -86,7 +86,7 @@ constexpr std::array<Encoding, 4> guessed_encodings{{
     {"windows-950", usual_in_traditional_chinese, false},
 }};
 
-/// What the characters beyond ASCII of several names are worth.
+/// The score of the non-ASCII characters of several names.
 struct Judgement {
     double worth = 0;
     std::size_t characters = 0;
@@ -94,7 +94,7 @@ struct Judgement {
 
 void judge(std::string_view name, const Encoding& encoding, Judgement& judgement)
 {
-    double alone = 0; // the worth of a character that has no other beside it so far
+    double alone = 0; // the score of a character without a neighbour so far
     bool follows_another = false;
     for (std::size_t i = 0; i < name.size(); ++i) {
         const unsigned lead = static_cast<unsigned char>(name[i]);

@@ -32,8 +32,8 @@ class EntryEncryption {
 public:
     explicit EntryEncryption(const AesKeys& keys) : keys_(keys), stream_(keys) {}
 
-    /// Puts into `result` what stands in the archive for the next piece: before the first one comes
-    /// what decrypting needs, after the last one what authenticates them all.
+    /// Puts the archive's bytes for the next piece into `result`: before the first one the data for
+    /// decryption, after the last one the authentication code of all.
     void encrypt(ByteView piece, bool is_last, Bytes& result);
 
 private:

@@ -8,8 +8,8 @@ namespace orv::archive {
 
 [[nodiscard]] bool is_utf8(std::string_view text);
 
-/// Turns names from an archive that are no UTF-8 into UTF-8: from the encoding that all of them
-/// together are most probably in, else from code page 437, the one of the format.
+/// Turns names of an archive outside UTF-8 into UTF-8: from the most probable encoding of all of
+/// them together, else from code page 437, the format's own.
 void decode_names(const std::vector<std::string*>& names);
 
 } // namespace orv::archive

@@ -9,7 +9,7 @@
 namespace orv::archive {
 namespace {
 
-// Up to this size an entry is unpacked by one call, which no cancel interrupts.
+// Up to this size one call unpacks an entry, without a look for a cancel.
 constexpr std::uint64_t max_size_at_once = 4 << 20;
 constexpr std::size_t part_size = 256 * 1024;
 
@@ -34,7 +34,7 @@ public:
     enum class Outcome { goes_on, wants_input, ended, failed };
     struct Step {
         Outcome outcome;
-        std::size_t size; ///< of what was put into the output
+        std::size_t size; ///< of the output
     };
     Step unpack_into(Bytes& output)
     {
@@ -77,7 +77,7 @@ struct EntryReader::Workspace {
     const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> decompressor;
 };
 
-/// What comes out of an entry, measured on its way to the consumer.
+/// An entry's output, measured on its way to the consumer.
 class EntryReader::Content {
 public:
     Content(const Entry& entry, const Job& job, Consumer consume)
@@ -151,8 +151,8 @@ try {
                                        : wrong_password(archive_.url, entry.name);
 }
 
-/// The old encryption checks a password by a single byte, so that a wrong one may come as far as to
-/// make nonsense of the content. Entries that other bytes check tell more.
+/// The old encryption checks a password by a single byte, so a wrong one may get as far as garbled
+/// content. Entries with other check bytes tell more.
 bool EntryReader::is_password_right_for(const Entry& entry)
 {
     if (!entry.is_encrypted() || entry.method == aes_method || password_is_right_)
@@ -188,7 +188,7 @@ try {
     archive->open(entry);
     archive->close();
 } catch (const DamagedContent&) {
-    return; // which is told when the entry is read
+    return; // reported when the entry is read
 }
 
 bool EntryReader::is_for_libzip(const Entry& entry)
@@ -246,7 +246,7 @@ void EntryReader::inflate_at_once(const Entry& entry, PackedContent& packed, Wor
     content.add(workspace.output);
 }
 
-/// Inflates all that comes; empty input is the end.
+/// Inflates all input; empty input is the end.
 void EntryReader::inflate(FunctionRef<ByteView()> next_input, Workspace& workspace,
                           Content& content)
 {

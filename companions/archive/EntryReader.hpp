@@ -26,19 +26,18 @@ public:
     /// Called with one part after the other; each is valid during the call only.
     using Consumer = FunctionRef<void(ByteView part)>;
 
-    /// Hands the content of the entry to `consume`. It is as long as the entry says, never longer;
-    /// only when this returns it is known to be right.
+    /// Hands the content of the entry to `consume`. It has the entry's stated size, never more.
+    /// Only a normal return proves it right.
     ///
-    /// Errors: the content is damaged, the password is wrong; the platform's; `Exception` when
-    /// cancelled.
+    /// Errors: damaged content; a wrong password; the platform's; `Exception` after a cancel.
     void read(const Entry& entry, Consumer consume);
 
-    /// Looks whether the password may be that of the entry, without reading what it holds.
+    /// True if the password may be that of the entry, without a look at its content.
     ///
     /// Errors: the password is wrong or missing; the platform's.
     void check_password(const Entry& entry);
 
-    /// Whether `read` knows how the entry is packed.
+    /// True if `read` knows the entry's compression.
     [[nodiscard]] static bool can_read(const Entry& entry);
 
 private:

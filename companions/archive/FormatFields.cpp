@@ -33,7 +33,7 @@ bool is_letter(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-/// Whether others could take the name for something else than its bytes say here.
+/// True if other tools could misread the name's bytes.
 bool is_ambiguous(std::string_view name)
 {
     return name.find('\\') != std::string_view::npos ||
@@ -90,7 +90,7 @@ std::optional<timespec> read_unix_time(LittleEndian field)
     return timespec{field.take<std::int32_t>(), 0};
 }
 
-/// The name in the field, if it is that of the name beside which it stands.
+/// The name in the field, if it belongs to the name beside it.
 std::optional<std::string> read_unicode_name(std::string_view field, std::string_view name)
 {
     LittleEndian numbers(field);

@@ -12,24 +12,24 @@
 
 namespace orv::archive {
 
-/// A field that an archive keeps beside an entry's name.
+/// A field of an archive beside an entry's name.
 struct ExtraField {
     std::uint16_t id;
     std::vector<std::uint8_t> data;
-    bool is_local; ///< whether it also stands before the content
+    bool is_local; ///< true if it also stands before the content
 };
 
-/// The fields of an item of this name that was changed at this time.
+/// The fields of an item with this name and modification time.
 [[nodiscard]] std::vector<ExtraField> extra_fields_of(std::string_view name, const timespec& time);
 
-/// How an entry is encrypted with AES.
+/// An entry's AES encryption.
 struct AesField {
-    std::uint16_t version; ///< in 2, entries have no checksum but that of the encryption
+    std::uint16_t version; ///< in 2, entries have no checksum beside the encryption's
     AesStrength strength;
-    std::uint16_t method; ///< how what is encrypted is packed
+    std::uint16_t method; ///< compression of the encrypted content
 };
 
-/// What the fields of an entry tell of it.
+/// The facts in the fields of an entry.
 struct ToldByFields {
     std::optional<timespec> time;
     std::optional<std::string> name; ///< the name in UTF-8
@@ -39,7 +39,7 @@ struct ToldByFields {
     bool is_malformed = false;
 };
 
-/// Which of an entry's numbers are too large for their usual place, and stand in a field.
+/// The numbers of an entry too large for their usual place, kept in a field.
 struct LargeNumbers {
     bool size, packed_size, offset;
 };

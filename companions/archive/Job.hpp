@@ -11,14 +11,14 @@
 
 namespace orv::archive {
 
-/// What the application's progress callback threw, on its way out.
+/// An exception of the application's progress callback, on its way out.
 struct CallbackThrew {
     std::exception_ptr what;
 };
 
-/// One request as its caller sees it: how far it is, and whether it is to end.
+/// One request from its caller's side: its progress, and its end.
 ///
-/// Threading: `check` and `add` may be called on any thread, everything else on the caller's.
+/// Threading: any thread for `check` and `add`, the caller's for everything else.
 class Job {
 public:
     Job(std::shared_ptr<Zip::Canceller> canceller, bool test_mode, const Zip::Progress& progress);
@@ -33,14 +33,14 @@ public:
         bytes_total_ = bytes;
         items_total_ = items;
     }
-    /// Makes the end of the work, at which `add_end` is called, a part of the progress.
+    /// Makes the end of the work, at a call of `add_end`, a part of the progress.
     void expect_end() { ends_total_ = 1; }
     void add_end() { ends_ = 1; }
 
     void add_bytes(std::uint64_t count) { bytes_.fetch_add(count, std::memory_order_relaxed); }
     void add_item() { items_.fetch_add(1, std::memory_order_relaxed); }
 
-    /// Tells the caller of an item that is left out.
+    /// Tells the caller about a left-out item.
     void leave_out(const Error& reason) const;
 
     /// Tells the caller how far the request is.

@@ -8,7 +8,7 @@
 
 namespace orv::archive {
 
-/// Objects that are dear to make, kept for whoever needs one next.
+/// Objects with an expensive construction, kept for the next user.
 ///
 /// Threading: any.
 template <class Object>

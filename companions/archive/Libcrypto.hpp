@@ -6,10 +6,10 @@
 
 namespace orv::archive {
 
-/// The file name of OpenSSL's libcrypto that this library was built for.
+/// The file name of the OpenSSL libcrypto this library was built for.
 extern const char libcrypto_file[];
 
-// libcrypto comes with libzip and is loaded as late, with the first entry that is encrypted.
+// libcrypto comes with libzip and loads as late, with the first encrypted entry.
 template <class Function>
 class OfLibcrypto : public LoadedLater<Function> {
 public:

@@ -6,11 +6,11 @@
 
 namespace orv::archive {
 
-/// The file name of libzip that this library was built for.
+/// The file name of the libzip this library was built for.
 extern const char libzip_file[];
 
-// libzip is loaded for the first archive: OpenSSL comes with it, and their start takes as long as
-// that of all the rest. Callers in this namespace find these before the functions themselves.
+// libzip loads with the first archive: it brings OpenSSL, and their start takes as long as all the
+// rest. Callers in this namespace find these before the functions themselves.
 template <class Function>
 class OfLibzip : public LoadedLater<Function> {
 public:

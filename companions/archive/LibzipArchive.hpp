@@ -23,12 +23,12 @@ public:
     LibzipArchive(const LibzipArchive&) = delete;
     LibzipArchive& operator=(const LibzipArchive&) = delete;
 
-    /// Begins to read the content of the entry. What is deflated comes as it stands, decrypted.
+    /// Begins to read the content of the entry. Deflated bytes come unchanged, after decryption.
     ///
     /// Errors: `DamagedContent`; the password is wrong or missing; the platform's.
     void open(const Entry& entry);
 
-    /// The next bytes; none at the end, when all of them were found to be right.
+    /// The next bytes; none at the end, after all of them proved right.
     std::size_t read(std::span<std::byte> buffer);
 
     void close();

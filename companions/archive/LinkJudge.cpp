@@ -34,7 +34,7 @@ bool LinkJudge::leads_outside(const PlannedItem& link)
     return follow(link, 0).outcome == Outcome::outside;
 }
 
-/// Where the link ends. Each is followed once, so that all of them together take linear time.
+/// The end of the link. It follows each link once, in linear time for all of them together.
 LinkJudge::End LinkJudge::follow(const PlannedItem& link, int links_above)
 {
     if (const auto known = ends_.find(&link); known != ends_.end())

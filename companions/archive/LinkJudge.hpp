@@ -11,14 +11,14 @@ namespace orv::archive {
 
 /// The text of a link, as an archive holds it.
 ///
-/// Errors: the archive is damaged, when no link can have that text; those of `EntryReader::read`.
+/// Errors: the archive is damaged, if no link can have that text; those of `EntryReader::read`.
 [[nodiscard]] std::string read_link_target(const ArchiveToRead& archive, const Entry& entry,
                                            EntryReader& reader);
 
-/// Tells which links of an archive lead outside of what it becomes.
+/// Finds the links of an archive that lead outside its tree.
 class LinkJudge {
 public:
-    /// What is given has to outlive this.
+    /// The arguments must outlive this object.
     LinkJudge(const ArchiveToRead& archive, const PlannedTree& tree, EntryReader& reader,
               const Job& job);
 
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] bool leads_outside(const PlannedItem& link);
 
 private:
-    /// A place in the tree: an item, and how many names below it that the archive does not hold.
+    /// A place in the tree: an item, and the number of names below it outside the archive.
     struct Place {
         const PlannedItem* item = nullptr; // null: the destination
         std::size_t names_below = 0;

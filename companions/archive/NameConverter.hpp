@@ -12,7 +12,7 @@ namespace orv::archive {
 /// Reads names in one encoding.
 class NameConverter {
 public:
-    /// `encoding` is a name that ICU knows.
+    /// `encoding` is a name in ICU.
     explicit NameConverter(const char* encoding);
 
     /// The text; no value if a part of `bytes` is no character of the encoding.

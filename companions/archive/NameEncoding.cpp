@@ -20,8 +20,8 @@ constexpr std::size_t max_bytes_judged = 64 * 1024;
 
 using Names = std::vector<std::string*>;
 
-/// An encoding of one alphabet, by its name in ICU, and what a detector of texts takes it for. That
-/// knows the encodings of pages and mails, of which archives hold the variants of Windows.
+/// An encoding of one alphabet, by its name in ICU, and the detector's answer for it. The detector
+/// knows the encodings of pages and mails; archives hold their Windows variants.
 struct Alphabet {
     std::string_view detected;
     const char* encoding;
@@ -42,7 +42,7 @@ constexpr Alphabet detected_alphabets[] = {
     {"WINDOWS-1256", "windows-1256", USCRIPT_ARABIC},
 };
 
-/// Those of DOS that the detector does not know.
+/// DOS encodings unknown to the detector.
 constexpr Alphabet dos_alphabets[] = {
     {{}, "ibm-862", USCRIPT_HEBREW},
     {{}, "ibm-737", USCRIPT_GREEK},
@@ -60,7 +60,7 @@ constexpr Alphabet windows_latins[] = {
     {"ISO-8859-13", "windows-1257", USCRIPT_LATIN},
 };
 
-/// What a detector takes all of the names for.
+/// The detector's answer for all names.
 std::string detected_encoding(const Names& names)
 {
     const std::unique_ptr<uchardet, decltype(&::uchardet_delete)> detector(::uchardet_new(),
@@ -79,7 +79,7 @@ std::string detected_encoding(const Names& names)
     return ::uchardet_get_charset(detector.get());
 }
 
-/// What the characters beyond ASCII of several names are.
+/// The non-ASCII characters of several names.
 struct Found {
     std::size_t letters = 0; // of the alphabet, where such letters may stand
     std::size_t others = 0;
@@ -96,7 +96,7 @@ bool is_letter_of(UChar32 c, UScriptCode script)
            c != feminine && c != masculine;
 }
 
-/// Points and marks that are written among the letters of any alphabet.
+/// Points and marks among the letters of any alphabet.
 bool is_neutral(UChar32 c)
 {
     constexpr UChar32 no_break_space = 0x00A0;
@@ -122,8 +122,8 @@ void judge(const icu::UnicodeString& text, UScriptCode script, Found& found)
     }
 }
 
-/// How well names have to fit an alphabet: one odd character for so many letters, of which there
-/// have to be some.
+/// The fit names must have to an alphabet: one odd character for so many letters, and a minimum of
+/// letters.
 struct Strictness {
     std::size_t letters_for_odd_one;
     std::size_t min_letters = 1;
@@ -152,8 +152,8 @@ bool fits(const Names& names, const char* encoding, UScriptCode script,
            found.others * strictness.letters_for_odd_one <= found.letters;
 }
 
-/// In code page 437 E1 is the sharp s of German, which follows a vowel; elsewhere it is an a with
-/// an accent.
+/// In code page 437 E1 is the sharp s of German, always after a vowel; elsewhere it is an a with an
+/// accent.
 bool has_sharp_s_in_odd_places(const Names& names)
 {
     constexpr std::string_view vowels = "aeiouAEIOU\x81\x84\x94";

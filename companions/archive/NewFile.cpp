@@ -20,7 +20,7 @@ namespace {
 // Smaller parts are no holes worth the calls.
 constexpr std::size_t min_hole = 64 * 1024;
 constexpr int max_names_tried = 100;
-// An entry that states no mode gets what any program would give its file.
+// An entry without a mode gets the usual one of a new file.
 constexpr mode_t usual_mode = 0666;
 
 PartialFile created(const NewItemFolder& folder, const std::string& name, HiddenNames& hidden)
@@ -58,7 +58,7 @@ void NewFile::write(ByteView part)
         write_after_zeros(part);
 }
 
-/// Leaves the zeros as a hole. A volume that only appends refuses that and gets them written.
+/// Leaves the zeros as a hole. An append-only volume refuses it, and the zeros are written.
 void NewFile::write_after_zeros(ByteView part)
 {
     try {

@@ -18,7 +18,7 @@
 
 namespace orv::archive {
 
-/// An open folder in which items are created, and where it is found, for the errors.
+/// An open folder for new items, and its location for errors.
 struct NewItemFolder {
     FileDescriptor descriptor;
     Url url;
@@ -26,21 +26,21 @@ struct NewItemFolder {
     [[nodiscard]] DestinationFolder destination() const { return {descriptor.get(), url}; }
 };
 
-/// What an item keeps beside its content.
+/// An item's properties beside its content.
 struct Keepsakes {
     std::optional<std::uint32_t> mode;
     std::optional<timespec> time;
 };
 
-/// Gives an open file or folder what it keeps, as far as its volume can.
+/// Gives an open file or folder its properties, as far as its volume can.
 ///
 /// Errors: the platform's, at `url`.
 void apply(const Keepsakes& keepsakes, int fd, const Url& url);
 
-/// How the volume of an unpacking renames. The threads that write files share what they learn.
+/// The ways of an unpacking to rename. The threads share their experience with the volume.
 using RenameWay = std::atomic<NoReplaceRename::Way>;
 
-/// A file that is being written, out of sight. Unless it is published, nothing of it remains.
+/// A file under construction, out of sight. Unless it is published, nothing of it remains.
 class NewFile {
 public:
     /// The file gets one of the `hidden` names, on the same volume, where it needs one.
@@ -48,7 +48,7 @@ public:
     /// Errors: the platform's, as everywhere here, at the place where it is to stand.
     NewFile(std::shared_ptr<const NewItemFolder> folder, std::string name, HiddenNames& hidden);
 
-    /// Adds to the end. A part that is all zeros takes no space where the file system can do so.
+    /// Adds to the end. A part of zeros takes no space if the file system can do so.
     void write(ByteView part);
 
     /// Gives the complete file its name, or a free one like it. It replaces nothing.

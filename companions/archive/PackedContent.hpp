@@ -10,11 +10,10 @@
 
 namespace orv::archive {
 
-/// Thrown where the content of an entry is not what it should be: it is damaged, or the password is
-/// wrong.
+/// Thrown for content that is not right: it is damaged, or the password is wrong.
 struct DamagedContent {};
 
-/// The content of an entry as it is packed, in order. What AES encrypts is decrypted.
+/// The packed content of an entry, in order, after AES decryption.
 ///
 /// Threading: one thread at a time.
 class PackedContent {
@@ -24,15 +23,15 @@ public:
     PackedContent(const ArchiveToRead& archive, const ArchiveDirectory& directory,
                   const Entry& entry, const std::optional<std::string>& password);
 
-    /// What is still to be read.
+    /// The bytes still to read.
     [[nodiscard]] std::uint64_t left() const { return end_ - position_; }
 
-    /// The next bytes, which are put into `buffer`: `max_size`, or all that are left.
+    /// The next bytes, in `buffer`: `max_size`, or the rest.
     ///
     /// Errors: the archive ends before; the platform's.
     ByteView next(std::uint64_t max_size, Bytes& buffer);
 
-    /// Reads what is left, and checks what authenticates the whole.
+    /// Reads the rest, and checks the authentication code.
     ///
     /// Errors: `DamagedContent`; as `next`.
     void finish(Bytes& buffer);

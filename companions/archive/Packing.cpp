@@ -20,9 +20,8 @@
 namespace orv::archive {
 namespace {
 
-// Above it, what encryption adds could push a size over the limit of the old format; libzip has to
-// know before it writes an entry's header whether that may happen, which it assumes where no size
-// is told.
+// Above it, encryption could push a size over the limit of the old format. libzip must know that
+// before it writes an entry's header; without a size it assumes the worst.
 constexpr std::uint64_t max_told_size = 4'000'000'000;
 
 constexpr std::array<std::byte, 22> empty_archive{std::byte{'P'}, std::byte{'K'}, std::byte{5},
@@ -47,7 +46,7 @@ bool has_control_characters(std::string_view name)
 }
 
 /// Writes the items of a tree into an archive. libzip asks for the content of each entry while it
-/// writes, in the order in which they were added.
+/// writes, in their order.
 class Packing {
 public:
     Packing(SourceTree& tree, ArchiveFile& archive, const PackingStyle& style, Job& job)
@@ -72,7 +71,7 @@ private:
         std::size_t item;
     };
 
-    /// What was read so far of the item that is being written.
+    /// The finished part of the current item.
     struct Current {
         std::size_t item = std::numeric_limits<std::size_t>::max();
         std::uint64_t size = 0;
@@ -150,8 +149,7 @@ private:
         fail();
     }
 
-    /// libzip takes names for UTF-8 that only look like it, and for something else as soon as they
-    /// hold control characters.
+    /// libzip takes look-alikes for UTF-8, and doubts true UTF-8 with control characters.
     void correct_flags()
     {
         const ArchiveToRead written = archive_.to_read();
@@ -203,7 +201,7 @@ private:
         }
     }
 
-    /// Asked before and after an entry is written.
+    /// Asked before and after each entry.
     void tell_facts(std::size_t item, zip_stat_t& facts)
     {
         zip_stat_init(&facts);
@@ -225,9 +223,9 @@ private:
         }
     }
 
-    /// libzip takes what is encrypted already as it is. It would compute the checksum of what is
-    /// stored, and take the encrypted size for that of the item, so until the entry is written it
-    /// is told that every one is deflated.
+    /// libzip takes encrypted content unchanged. For a stored entry it would compute the checksum
+    /// of the encrypted bytes, and take their size for the item's. So every entry counts as
+    /// deflated until it is written.
     void tell_of_encryption(zip_stat_t& facts) const
     {
         facts.encryption_method = ZIP_EM_AES_256;
@@ -236,8 +234,8 @@ private:
             facts.comp_method = ZIP_CM_DEFLATE;
     }
 
-    /// What is stored as it is must be declared so, or libzip would deflate it. Whether it is is
-    /// known no earlier than now, which is early enough.
+    /// A stored entry must say so, or libzip would deflate it. The choice is known only now, and
+    /// now is early enough.
     void begin(std::size_t item)
     {
         const Piece& piece = next_piece();

@@ -8,7 +8,7 @@
 
 namespace orv::archive {
 
-/// Packs what stands at `paths` into `archive`, and finishes it.
+/// Packs the items at `paths` into `archive`, and finishes it.
 ///
 /// Errors: `Zip::Error` for a path where nothing is; the platform's.
 void pack(const std::vector<Url>& paths, ArchiveFile& archive, const PackingStyle& style, Job& job);

@@ -7,7 +7,7 @@
 
 namespace orv::archive {
 
-/// How the items of an archive are written.
+/// The way to write the items of an archive.
 struct PackingStyle {
     ZipCompression compression;
     std::optional<std::string> password;

@@ -15,7 +15,7 @@
 namespace orv::archive {
 namespace {
 
-// A compressor's call is not interrupted, so a piece is what a cancel waits for.
+// A call of the compressor cannot be interrupted, so a cancel waits for a piece.
 constexpr std::uint64_t max_piece_size = 1 << 20;
 constexpr std::size_t max_pieces_ahead = 32;
 
@@ -41,7 +41,7 @@ struct Pieces::Draft {
     std::uint64_t position = 0;
     std::string text; // of a link
     std::optional<Lending<Buffers>::Loan> buffers;
-    Ahead::Handle task; // none for what is made at once
+    Ahead::Handle task; // none for a piece made at once
 };
 
 Pieces::Pieces(SourceTree& tree, const PackingStyle& style, const Job& job)
@@ -156,7 +156,7 @@ void Pieces::begin_piece()
     drafts_.push_back(std::move(draft));
 }
 
-/// Only reading tells where such a file ends. Most of them are empty, which a byte tells.
+/// Only reading shows the end of such a file. Most are empty, and one byte shows it.
 void Pieces::read_unsized(Draft& draft)
 {
     job_.check();
@@ -210,7 +210,7 @@ void Pieces::pack(Draft& draft, ByteView input)
     }
 }
 
-/// Where in the key stream a piece of a larger item begins is known when those before it are there.
+/// The pieces before it decide where in the key stream a piece of a larger item begins.
 void Pieces::encrypt_in_order(Draft& draft)
 {
     if (!encryption_)

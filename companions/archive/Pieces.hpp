@@ -17,17 +17,17 @@ namespace orv::archive {
 /// A part of an item's content as it will stand in the archive.
 struct Piece {
     std::size_t item;        ///< its number in the source tree
-    std::uint64_t item_size; ///< of the whole item, as it was when it was opened
+    std::uint64_t item_size; ///< of the whole item, at its opening
     bool is_last;            ///< of the item
     bool is_deflated;        ///< the same for all pieces of an item
     bool is_encrypted;       ///< likewise
-    std::uint64_t size;      ///< of what was read
-    std::uint32_t crc;       ///< of what was read; only where deflated
+    std::uint64_t size;      ///< of the source bytes
+    std::uint32_t crc;       ///< of the source bytes; only if deflated
     ByteView content;
 };
 
-/// The content of a source tree, in pieces that are read, compressed and encrypted ahead of their
-/// use. Memory does not grow with the size of the files.
+/// The content of a source tree, in pieces read, compressed and encrypted ahead of their use.
+/// Memory does not grow with the size of the files.
 ///
 /// Threading: one thread at a time.
 class Pieces {
@@ -35,8 +35,8 @@ public:
     Pieces(SourceTree& tree, const PackingStyle& style, const Job& job);
     ~Pieces();
 
-    /// The piece that is next in the order of the tree, of which every item has at least one. Null
-    /// while it takes longer than a moment.
+    /// The next piece in the order of the tree; every item has at least one. Null while it takes
+    /// longer than a moment.
     ///
     /// Errors: the platform's; `Exception` when cancelled.
     const Piece* front();
@@ -64,14 +64,14 @@ private:
     const Job& job_;
     Lending<Deflater> deflaters_;
     Lending<Buffers> buffers_;
-    std::optional<NewAesKeys> keys_;            // if all is encrypted
-    std::optional<EntryEncryption> encryption_; // of the item whose pieces are handed out
+    std::optional<NewAesKeys> keys_;            // if all entries are encrypted
+    std::optional<EntryEncryption> encryption_; // of the item handed out now
 
     std::size_t next_item_ = 0;
-    std::shared_ptr<const OpenFile> file_; // of which more pieces are to come
+    std::shared_ptr<const OpenFile> file_; // with more pieces to come
     std::uint64_t file_position_ = 0;
     std::deque<std::shared_ptr<Draft>> drafts_;
-    Ahead ahead_; // last, so that nobody works on what is gone
+    Ahead ahead_; // last: no thread may work on destroyed members
 };
 
 } // namespace orv::archive

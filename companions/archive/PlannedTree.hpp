@@ -12,7 +12,7 @@ namespace orv::archive {
 /// path costs no more than reading it once.
 class PlannedTree {
 public:
-    /// The item `name` in `folder`, which is null for the destination; null when there is none.
+    /// The item `name` in `folder`, null for the destination; null if there is none.
     [[nodiscard]] PlannedItem* find(const PlannedItem* folder, std::string_view name) const
     {
         const auto found = items_.find(Key{folder, name});

@@ -6,7 +6,7 @@ namespace orv::archive {
 
 /// SHA-1 of `lanes` messages at a time, block by block. A vector holds one word of each message.
 ///
-/// Its functions are inlined into their caller, which decides what processor they are made for.
+/// Its functions are inlined into their caller, and the caller chooses the processor.
 template <int lanes>
 struct Sha1Lanes {
     using Word [[gnu::vector_size(lanes * sizeof(std::uint32_t))]] = std::uint32_t;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t max_archive_name = 65535;
 
-/// Puts the items into the order of their paths, a folder right before what is in it.
+/// Sorts the items by path, a folder right before its contents.
 bool comes_before(const SourceItem& a, const SourceItem& b)
 {
     const auto rank = [](char c) { return c == '/' ? 0 : static_cast<unsigned char>(c) + 1; };
@@ -26,7 +26,7 @@ bool comes_before(const SourceItem& a, const SourceItem& b)
         [&](char one, char other) { return rank(one) < rank(other); });
 }
 
-/// The item that the walk has come to; no value if it has vanished.
+/// The walk's current item; no value if it has vanished.
 std::optional<struct statx> described(const TreeWalk& walk)
 {
     if (walk.is_folder())
@@ -94,7 +94,7 @@ try {
     throw;
 }
 
-/// The name, or one like it that no earlier root has.
+/// The name, or one like it unused by earlier roots.
 std::string SourceTree::free_name(const std::string& name, bool is_folder)
 {
     job_.check();
@@ -105,7 +105,7 @@ std::string SourceTree::free_name(const std::string& name, bool is_folder)
     });
 }
 
-/// Adds everything below the root, a folder. Sockets and pipes are left out.
+/// Adds everything below the root, a folder, without sockets and pipes.
 void SourceTree::add_contents(std::uint32_t root, const struct statx& described_as)
 {
     OpenFolder folder = open_root(root);
@@ -179,7 +179,7 @@ FolderCursor& SourceTree::cursor_in(std::uint32_t root)
     return *cursor_;
 }
 
-/// Calls `use` with the folder that the item is in and its name there.
+/// Calls `use` with the item's folder and its name there.
 void SourceTree::at_place_of(const SourceItem& item, FunctionRef<void(int, const char*)> use)
 {
     const std::string_view path = path_in_root(item);

@@ -18,33 +18,33 @@ namespace orv::archive {
 
 enum class ItemKind { file, folder, link };
 
-/// One item to be packed.
+/// One item to pack.
 struct SourceItem {
     std::string name; ///< in the archive: the path from the root's name on
     std::uint32_t root;
     ItemKind kind;
     mode_t mode;
     timespec time;
-    std::uint64_t size; ///< when the tree was looked at
+    std::uint64_t size; ///< at the look at the tree
 };
 
-/// What a request packs, by what stands on the disk when it is made. Every folder stands before
-/// what is in it.
+/// The content of a pack request, by the state of the disk at its construction. Every folder stands
+/// before its contents.
 ///
 /// Threading: one thread at a time.
 class SourceTree {
 public:
-    /// Looks at everything below `paths`. The archive itself, which is `archive`, is left out, and
-    /// so are sockets and pipes below them.
+    /// Looks at everything below `paths`, without the archive itself, `archive`, and without
+    /// sockets and pipes below them.
     ///
-    /// Errors: `Zip::Error` for a path where nothing is; the platform's; a device, and one of
-    /// `paths` that is a socket or a pipe.
+    /// Errors: `Zip::Error` for a path without an item; the platform's; a device, and a socket or
+    /// pipe among `paths`.
     SourceTree(const std::vector<Url>& paths, const Identity& archive, const Job& job);
 
     [[nodiscard]] const std::vector<SourceItem>& items() const { return items_; }
     [[nodiscard]] Url url_of(const SourceItem& item) const;
 
-    /// Opens the file for reading. A link or anything else in its place is refused.
+    /// Opens the file for reading. Refuses a link or any other item in its place.
     ///
     /// Errors: the platform's.
     FileDescriptor open_file(const SourceItem& item);

@@ -60,7 +60,7 @@ public:
     }
 
 private:
-    /// A file that is being written by another thread.
+    /// A file another thread writes.
     struct FileAhead {
         const PlannedItem* item;
         Ahead::Handle task;
@@ -90,8 +90,8 @@ private:
             finish_first_file();
     }
 
-    /// A folder's own permissions may not allow to fill it, so they come last. Going into it fails
-    /// when something else stands there, and shows that it is the new one: nobody else's is empty.
+    /// A folder's own permissions may forbid to fill it, so they come last. The open fails if
+    /// another item stands there, and proves the folder new: nobody else's is empty.
     void create_folder(const PlannedItem& item)
     {
         const PathParts parts = path_parts(item.path);
@@ -151,7 +151,7 @@ private:
         job_.pause();
     }
 
-    /// After all files, so that nothing is ever written through one.
+    /// After all files, to write nothing through a link.
     void create_links()
     {
         for (const PlannedItem& item : plan_.items) {
@@ -177,7 +177,7 @@ private:
         }
     }
 
-    /// The name under which the link stands.
+    /// The final name of the link.
     std::string create_link(const PlannedItem& item, int folder, std::string name)
     {
         const std::string target = read_link_target(archive_, *item.entry, reader_);
@@ -193,7 +193,7 @@ private:
         return name;
     }
 
-    /// What is in a folder has to be there before it gets its time, and its permissions.
+    /// A folder gets its contents before its time and its permissions.
     void complete_folders()
     {
         for (auto item = plan_.items.rbegin(); item != plan_.items.rend(); ++item) {
@@ -214,7 +214,7 @@ private:
     std::shared_ptr<const NewItemFolder> folder_;
     RenameWay rename_way_ = NoReplaceRename::Way::by_flag;
     std::deque<FileAhead> files_;
-    Ahead ahead_; // last, so that nobody works on what is gone
+    Ahead ahead_; // last: no thread may work on destroyed members
 };
 
 } // namespace

@@ -7,7 +7,7 @@
 
 namespace orv::archive {
 
-/// Creates what is planned in the open folder `destination`.
+/// Creates the planned items in the open folder `destination`.
 ///
 /// Errors: those of `EntryReader::read`; the platform's.
 void unpack(const ArchiveToRead& archive, const UnpackingPlan& plan, EntryReader& reader,

@@ -26,7 +26,7 @@ bool is_unix(const Entry& entry)
     return entry.host == unix_host || entry.host == darwin_host;
 }
 
-/// Whether a backslash in the entry's name stands between folders.
+/// True if a backslash in the entry's name separates folders.
 bool is_from_windows(const Entry& entry)
 {
     constexpr std::array<std::uint8_t, 4> hosts{0, 6, 10, 14}; // FAT, HPFS, NTFS, VFAT
@@ -47,7 +47,7 @@ bool goes_up(std::string_view path)
     return found;
 }
 
-/// Lays out the tree that an archive becomes.
+/// Lays out the tree of an archive.
 class Planner {
 public:
     Planner(const ArchiveToRead& archive, const ExpansionLimits& limits, const Job& job)
@@ -99,8 +99,7 @@ private:
         return archive_error(sentence, archive_.url, entry.name);
     }
 
-    /// Turns the entry's name into a path that leads nowhere else on this platform, and would not
-    /// on others either.
+    /// Turns the entry's name into a path inside the tree, on this platform and on others.
     ItemKind make_safe(Entry& entry) const
     {
         if (entry.name.find('\0') != std::string::npos)
@@ -147,8 +146,8 @@ private:
         return type == S_IFLNK ? ItemKind::link : ItemKind::file;
     }
 
-    /// The folder at the path, which the name of `entry` begins with; null for the destination.
-    /// Folders that are not there yet are added.
+    /// The folder at the path, the beginning of the name of `entry`; null for the destination. Adds
+    /// missing folders.
     const PlannedItem* folder_at(std::string_view path, const Entry& entry)
     {
         const PlannedItem* folder = nullptr;
@@ -179,7 +178,7 @@ private:
     {
         item.entry = &entry;
         item.mode = mode_of(entry);
-        plan_.bytes += entry.size; // their sum was found to be within limits
+        plan_.bytes += entry.size; // their sum is within limits
     }
 
     static std::optional<std::uint32_t> mode_of(const Entry& entry)
@@ -188,7 +187,7 @@ private:
         return is_unix(entry) && mode != 0 ? std::optional(mode & ACCESSPERMS) : std::nullopt;
     }
 
-    /// A path like that of an item that is there already.
+    /// A path like that of an existing item.
     std::string_view free_path(const PlannedItem* folder, const PathParts& taken)
     {
         const std::string name =
@@ -220,7 +219,7 @@ void check_readable(const ArchiveToRead& archive, const Entry& entry, bool has_p
             .known_as(Cause::needs_password);
 }
 
-/// A wrong password is told before anything is created.
+/// Reports a wrong password before it creates anything.
 void check_password(const ArchiveDirectory& directory, EntryReader& reader)
 {
     const auto encrypted = std::find_if(directory.entries.begin(), directory.entries.end(),
@@ -229,7 +228,7 @@ void check_password(const ArchiveDirectory& directory, EntryReader& reader)
         reader.check_password(*encrypted);
 }
 
-/// That no two entries share what they unfold from: a small archive could else become anything.
+/// Refuses entries that share their packed bytes: a small archive could otherwise become anything.
 void check_extents(const ArchiveToRead& archive, const ArchiveDirectory& directory)
 {
     std::vector<std::pair<std::uint64_t, std::uint64_t>> extents;

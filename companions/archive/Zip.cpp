@@ -38,7 +38,7 @@ void run(Zip::Error::Case kind, FunctionRef<void()> work)
     }
 }
 
-/// The password that there is: an empty one is none.
+/// The effective password: an empty one is none.
 std::optional<std::string> usable(const std::optional<std::string>& password)
 {
     if (!password || password->empty())

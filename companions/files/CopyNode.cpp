@@ -17,7 +17,7 @@
 namespace orv {
 namespace {
 
-/// Some volumes make an empty file of a node and then say that they failed.
+/// Some volumes make an empty file of a node and then report a failure.
 void remove_made_instead(int folder, const std::string& name)
 {
     struct stat made {};
@@ -26,7 +26,7 @@ void remove_made_instead(int folder, const std::string& name)
         ::unlinkat(folder, name.c_str(), 0);
 }
 
-/// True if the volume of the open folder has no such items. FUSE and network volumes say so with
+/// True if the volume of the open folder has no such items. FUSE and network volumes report it with
 /// errors of all kinds, FAT with one that means a refusal elsewhere.
 bool cannot_hold(int code, int folder)
 {

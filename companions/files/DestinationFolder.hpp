@@ -4,7 +4,7 @@
 
 namespace orv {
 
-/// An open folder in which items are made, and where it is found, for the errors. Owns nothing.
+/// An open folder for new items, and its location for errors. Owns nothing.
 struct DestinationFolder {
     int fd = -1;
     Url url = {};

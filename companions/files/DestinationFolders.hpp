@@ -9,16 +9,16 @@
 
 namespace orv {
 
-/// The folders at the destination of a copy, from its top down to the one that corresponds to where
-/// the copy is in the source. Links are never followed, and a folder that is moved away is noticed,
-/// so nothing is ever written outside.
+/// The destination folders of a copy, from its top down to the counterpart of the current source
+/// folder. Never follows links, and notices a folder that moves away, so nothing is ever written
+/// outside.
 class DestinationFolders {
 public:
-    /// What becomes of a folder once its contents are there: one that the copy made gets its
-    /// original's mode and times, one that was there before stays as it is.
+    /// The fate of a folder after its contents: a new one gets its original's mode and times, an
+    /// earlier one stays as it is.
     using Kept = std::optional<ModeAndTimes>;
 
-    /// Opens the folder `name` in `parent`, which is shown as `url`.
+    /// Opens the folder `name` in `parent`, with `url` as its location.
     ///
     /// Errors: the platform's.
     DestinationFolders(const DestinationFolder& parent, const std::string& name, Url url,
@@ -27,14 +27,14 @@ public:
     /// The innermost folder.
     [[nodiscard]] DestinationFolder innermost() const { return {stack_.folder(), url_}; }
 
-    /// Goes into the folder `name` of the innermost one. One that is built under a hidden name is
-    /// shown under its final one, `shown_name`.
+    /// Goes into the folder `name` of the innermost one. A folder under a hidden name shows its
+    /// final one, `shown_name`.
     ///
     /// Errors: the platform's; then nothing has changed.
     void enter(const std::string& name, const Kept& kept, const std::string& shown_name = {});
 
-    /// Finishes the innermost folder, whose original is open as `source`, flushes it to the disk if
-    /// that is wanted, and goes back to the one above.
+    /// Finishes the innermost folder, with its original open as `source`, flushes it to the disk if
+    /// wanted, and goes back to the one above.
     ///
     /// Errors: the platform's.
     void leave(int source, bool flushes = false);
@@ -42,7 +42,7 @@ public:
     /// The innermost folder gets nothing of its original.
     void keep_nothing() { kept_.back().reset(); }
 
-    /// Gives up a copy: finishes all folders as far as that is possible without their originals.
+    /// Gives up a copy: finishes all folders as far as possible without their originals.
     void abandon() noexcept;
 
 private:

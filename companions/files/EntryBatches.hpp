@@ -19,18 +19,17 @@
 
 namespace orv {
 
-/// Some neighbouring items of a walk, most of them not looked at yet, so that another thread can do
-/// that.
+/// Some neighbouring items of a walk, most of them not yet described, as work for another thread.
 ///
 /// Threading: one thread at a time.
 class EntryBatch {
 public:
-    /// The folder that the next items lie in.
+    /// The folder of the next items.
     struct Folder {
         std::string path;
         std::string relative_path; ///< from the root of the walk
         int level;                 ///< of the items
-        FileDescriptor descriptor; ///< unless nothing in it is to be looked at
+        FileDescriptor descriptor; ///< unless all of it is described
         std::size_t end;           ///< of its items, as an index
     };
 
@@ -41,8 +40,8 @@ public:
         [[nodiscard]] const char* name() const { return name_; }
         [[nodiscard]] bool is_regular() const { return S_ISREG(facts_.stx_mode); }
 
-        /// Describes the item; null if it vanished or cannot be looked at, of which the walk's
-        /// listener is told on this thread. `mask` says which facts are needed.
+        /// Describes the item. Null if it vanished or is unreadable; the walk's listener hears of
+        /// it on this thread. `mask` lists the needed facts.
         ///
         /// Errors: the platform's, when there is no memory.
         [[nodiscard]] const struct statx* facts(unsigned mask);
@@ -72,7 +71,7 @@ private:
     struct Item {
         std::size_t name;                 // where it begins in `names_`
         std::uint16_t mode;               // its type, at least
-        std::optional<std::size_t> facts; // where in `facts_`, when it is described
+        std::optional<std::size_t> facts; // index in `facts_`, once described
     };
 
     std::vector<Folder> folders_;
@@ -87,9 +86,8 @@ private:
 /// Threading: one thread at a time.
 class EntryBatches {
 public:
-    /// `walk` must describe only what it has to, pass over what it cannot read, and be at its
-    /// beginning. `on_passed_over` is told of items that are still there, as in a walk; it may be
-    /// called on any thread.
+    /// `walk` must describe only necessary items, pass over unreadable ones, and be at its
+    /// beginning. `on_passed_over` hears of items still there, as in a walk, on any thread.
     explicit EntryBatches(TreeWalk& walk, std::function<void(const Error&)> on_passed_over = {})
         : walk_(walk), on_passed_over_(std::move(on_passed_over))
     {

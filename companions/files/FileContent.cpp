@@ -16,16 +16,16 @@
 namespace orv {
 namespace {
 
-// Network volumes and FUSE pay per call, so a call moves more than their usual 128 KiB.
-// Cancellation and progress stand between the calls, which keeps it far below a second's worth.
+// Network volumes and FUSE charge per call, so a call moves more than their usual 128 KiB.
+// Cancellation and progress stand between the calls, so a call must stay far below a second.
 constexpr std::int64_t buffer_size = 512 << 10;
 constexpr std::int64_t test_mode_chunk = 102'400;
 constexpr std::int64_t kernel_call_size = 8 << 20;
 constexpr std::int64_t block_size = 512; // the unit of st_blocks
 
-/// True if a call failed because these files cannot be handled in its way, so that another way may
-/// succeed. ETXTBSY: one of them is a swap file or a program at work. EBADF: a volume that reads no
-/// file while it is written.
+/// True if a call failed because it does not fit these files, and another way may succeed. ETXTBSY:
+/// one of them is a swap file or a running program. EBADF: a volume that reads no file during a
+/// write to it.
 bool is_unsupported(int code)
 {
     return code == EOPNOTSUPP || code == ENOSYS || code == EXDEV || code == EINVAL ||
@@ -106,8 +106,8 @@ void FileContent::copy_with_holes(const OpenFile& from, const OpenFile& to, std:
     step(done);
 }
 
-/// Copies a range that follows a hole from `done` on. A volume that only appends refuses to leave
-/// the hole; it gets the zeros instead.
+/// Copies a range behind a hole from `done` on. An append-only volume refuses the hole and gets the
+/// zeros instead.
 std::int64_t FileContent::copy_after_hole(const OpenFile& from, const OpenFile& to,
                                           std::int64_t done, Range range, Step step)
 {
@@ -164,7 +164,7 @@ std::int64_t FileContent::move_in_kernel(const OpenFile& from, const OpenFile& t
         return count;
     if (count < 0 && !is_unsupported(errno) && errno != EINTR)
         throw platform_error(errno, errno == EIO ? from.url : to.url);
-    // Some file systems report the end of a file that has content: only reading tells.
+    // Some file systems report the end of a file with content: only reading shows it.
     moves_in_kernel_ = count == 0 || errno == EINTR;
     return move_through_buffer(from, to, range);
 }
@@ -173,7 +173,7 @@ std::int64_t FileContent::move_through_buffer(const OpenFile& from, const OpenFi
 {
     const std::int64_t wanted =
         std::min(range.end - range.begin, chunk_pause_ ? test_mode_chunk : buffer_size);
-    // A buffer that grows with what is needed spares small files the page faults of a large one.
+    // A buffer that grows on demand spares small files the page faults of a large one.
     if (buffer_.size() < static_cast<std::size_t>(wanted))
         buffer_.resize(static_cast<std::size_t>(wanted));
     const std::span part(buffer_.data(), static_cast<std::size_t>(wanted));
@@ -188,8 +188,8 @@ void FileContent::pause_after_chunk() const
         std::this_thread::sleep_for(*chunk_pause_);
 }
 
-/// Copies a file that states no size: an empty one, or one that the system makes up as it is read.
-/// One that has a size by now was empty and grows; what it grows by is no part of it.
+/// Copies a file without a stated size: an empty one, or one the system generates during reads. A
+/// file with a size by now was empty and grows; its growth is no part of it.
 void FileContent::copy_unsized(const OpenFile& from, const OpenFile& to, Step step)
 {
     constexpr std::int64_t part = 64 << 10; // most such files are empty and need no large buffer

@@ -17,20 +17,19 @@ namespace orv {
 /// Copies the content of files, holes included, without it passing through this process where the
 /// file systems allow.
 ///
-/// One copier serves one thread; it learns what the file systems at hand can do and keeps its
+/// One copier serves one thread. It learns the abilities of the file systems at hand and keeps its
 /// buffer.
 class FileContent {
 public:
-    /// Called between the calls that move bytes with the count of bytes done; may throw.
+    /// Called between the calls with the count of moved bytes; may throw.
     using Step = FunctionRef<void(std::int64_t bytes_done)>;
 
-    /// With a `pause`, content moves in chunks of 102,400 bytes and every chunk is followed
-    /// by the pause.
+    /// With a `pause`, content moves in chunks of 102,400 bytes, with the pause after each.
     using ChunkPause = std::optional<std::chrono::milliseconds>;
     explicit FileContent(ChunkPause pause = {}) : chunk_pause_(pause) {}
 
-    /// Copies what `from`, described by `status`, holds into the empty file `to`. A file that grows
-    /// meanwhile yields what it held at first, one that shrinks what was read.
+    /// Copies the content of `from`, described by `status`, into the empty file `to`. Of a growing
+    /// file copies the first size, of a shrinking one the bytes read.
     ///
     /// Errors: the platform's.
     void copy(const OpenFile& from, const OpenFile& to, const struct stat& status, Step step);

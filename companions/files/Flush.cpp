@@ -59,7 +59,7 @@ bool reports_faults(int item)
 bool can_flush_volume(int folder)
 {
     struct statx facts {};
-    // The kernel that began to tell of mounts is the one in which syncfs began to tell of failures.
+    // Kernels report failures in syncfs since the version that reports mounts.
     return ::statx(folder, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &facts) == 0 &&
            (facts.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0 && reports_faults(folder);
 }

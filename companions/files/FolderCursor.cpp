@@ -14,7 +14,7 @@ namespace {
 /// How many bytes both begin with.
 std::size_t common_size(std::string_view one, std::string_view other)
 {
-    if (other.starts_with(one)) // which is found out many bytes at a time
+    if (other.starts_with(one)) // counted many bytes at a time
         return one.size();
     const auto differ = std::mismatch(one.begin(), one.end(), other.begin(), other.end());
     return static_cast<std::size_t>(differ.first - one.begin());

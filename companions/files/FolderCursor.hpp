@@ -13,8 +13,8 @@
 
 namespace orv {
 
-/// Goes to any folder of a tree, however deep it lies. Links are never followed, and a folder that
-/// was visited before has to be the same one again, on volumes where that can be told.
+/// Goes to any folder of a tree, at any depth. Never follows links. A folder visited before must be
+/// the same one again, on volumes with stable identities.
 ///
 /// Threading: one thread at a time.
 class FolderCursor {
@@ -25,8 +25,8 @@ public:
     /// Returns a descriptor of the folder at `path` below the root: "" or "a/b". It stays open
     /// until the next call.
     ///
-    /// Errors: the platform's, at the folder that could not be opened: ESTALE if another one has
-    /// taken its place. After those on the way up, the cursor is of no more use.
+    /// Errors: the platform's, at the folder that did not open: ESTALE if another one has taken its
+    /// place. After an error on the way up, the cursor is useless.
     int go_to(std::string_view path);
 
     /// The location of `path`, for errors.
@@ -52,7 +52,7 @@ private:
     const bool has_lasting_identities_; // FUSE and network volumes may number items anew
     FolderStack stack_;
     std::string path_;
-    std::vector<std::size_t> path_sizes_; // of the parts of `path_` that lead to each folder
+    std::vector<std::size_t> path_sizes_; // for each folder, of its part of `path_`
     std::unordered_map<Step, Identity, Hash> visited_;
 };
 

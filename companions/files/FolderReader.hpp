@@ -20,20 +20,20 @@ public:
         unsigned char type; ///< DT_…; a file system may tell DT_UNKNOWN
     };
 
-    /// Reads through `buffer`, which holds `buffer_bytes`.
+    /// Reads through `buffer`, of `buffer_bytes`.
     explicit FolderReader(Buffer buffer) : buffer_(std::move(buffer)) {}
 
     /// The next entry of the folder open as `folder`; no value at the end and after an error.
     std::optional<Entry> next(int folder);
 
-    /// The errno that ended the reading before the folder's end, else 0.
+    /// The errno of a reading cut short, else 0.
     [[nodiscard]] int error() const { return error_; }
 
-    /// Reads all that is still to come into memory and gives the buffer back. From then on `next`
-    /// needs no descriptor.
+    /// Reads the rest into memory and gives the buffer back. From then on `next` needs no
+    /// descriptor.
     Buffer read_rest(int folder);
 
-    /// Gives the buffer back; nothing may be read any more.
+    /// Gives the buffer back; no reads may follow.
     Buffer release() { return std::move(buffer_); }
 
 private:
@@ -47,7 +47,7 @@ private:
     int error_ = 0;
 };
 
-/// True if the folder, freshly opened as `folder`, can be read and holds nothing.
+/// True if the folder, freshly opened as `folder`, is readable and empty.
 [[nodiscard]] bool is_empty_folder(int folder);
 
 } // namespace orv

@@ -11,19 +11,19 @@
 
 namespace orv {
 
-/// The way from the root of a tree down to where a reader is in it, with the entries that are still
-/// to come in every folder on it and the text of its path.
+/// The way from the root of a tree down to the reader's place, with the unread entries of every
+/// folder on it and the text of its path.
 ///
-/// A folder that the stack closes has its remaining entries in memory; apart from that, memory does
-/// not grow with the width of a folder.
+/// A folder the stack closes has its remaining entries in memory; otherwise memory does not grow
+/// with the width of a folder.
 class FolderTrail {
 public:
-    /// `path` is the root's path as it is shown.
+    /// `path` is the root's path for display.
     FolderTrail(OpenFolder root, std::string path, std::size_t max_open);
 
     [[nodiscard]] std::size_t depth() const { return stack_.depth(); }
 
-    /// The innermost folder: its descriptor, what it is, its path and name.
+    /// The innermost folder: its descriptor, facts, path and name.
     [[nodiscard]] int folder() const { return stack_.folder(); }
     [[nodiscard]] const Identity& identity() const { return stack_.identity(); }
     [[nodiscard]] const std::string& path() const { return path_; }
@@ -32,8 +32,8 @@ public:
     /// The path of the entry `name` in the innermost folder.
     [[nodiscard]] std::string path_of(const char* name) const;
 
-    /// The innermost folder's next entry; no value at its end and when it cannot be read on, as
-    /// `read_error` (an errno or 0) tells.
+    /// The innermost folder's next entry. No value at its end and after a failed read; `read_error`
+    /// (an errno or 0) tells which.
     std::optional<FolderReader::Entry> next_entry();
     [[nodiscard]] int read_error() const { return levels_.back().reader.error(); }
 
@@ -60,7 +60,7 @@ private:
     std::string path_;
 };
 
-/// That the folder at `path` is not the one that stood there before.
+/// The error of another folder in the place of the one at `path`.
 [[nodiscard]] Error folder_replaced(const std::string& path);
 
 } // namespace orv

@@ -32,20 +32,20 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
-// While changes keep coming, the kernel is asked for them at intervals that grow from the one to
-// the other. Its queue holds 16,384 changes, some 50 ms of what one core can make.
+// During a stream of changes, the intervals between reads grow from the one to the other. The
+// kernel's queue holds 16,384 changes, some 50 ms of one core's work.
 constexpr Milliseconds shortest_pause(5);
 constexpr Milliseconds longest_pause(20);
 /// The kernel tells the two halves of a renaming one after the other; between them the queue may
 /// seem empty.
 constexpr Milliseconds wait_for_other_half(2);
 
-// Those of them that are in no header of the system: SMB 1 to 3, GFS2, GPFS, Lustre.
+// Those without a name in a header of the system: SMB 1 to 3, GFS2, GPFS, Lustre.
 constexpr std::array<std::uint32_t, 15> remote_volumes{
     NFS_SUPER_MAGIC, SMB_SUPER_MAGIC,   CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC, FUSE_SUPER_MAGIC,
     AFS_SUPER_MAGIC, AFS_FS_MAGIC,      CODA_SUPER_MAGIC, CEPH_SUPER_MAGIC, V9FS_MAGIC,
     NCP_SUPER_MAGIC, OCFS2_SUPER_MAGIC, 0x01161970,       0x47504653,       0x0BD00BD0};
-// The kernel makes their content up when it is read.
+// The kernel generates their content during reads.
 constexpr std::array<std::uint32_t, 4> made_up_volumes{PROC_SUPER_MAGIC, SYSFS_MAGIC,
                                                        CGROUP_SUPER_MAGIC, CGROUP2_SUPER_MAGIC};
 
@@ -66,7 +66,7 @@ bool has_events(int inotify, Clock::duration at_most)
     return ::poll(&event, 1, poll_timeout(at_most)) > 0;
 }
 
-/// What one read of the kernel's queue tells, by watch.
+/// The notices of one read of the kernel's queue, by watch.
 class QueuedNotices {
 public:
     explicit QueuedNotices(int inotify)
@@ -92,7 +92,7 @@ private:
         std::array<std::byte, 64 * 1024> buffer;
         constexpr ssize_t largest_event = sizeof(inotify_event) + NAME_MAX + 1;
         ssize_t bytes = buffer.size();
-        // A read that leaves room has emptied the queue; another one would only chase the writer.
+        // A read with room to spare has emptied the queue; another one would only chase the writer.
         while (bytes > static_cast<ssize_t>(buffer.size()) - largest_event) {
             bytes = ::read(inotify, buffer.data(), buffer.size());
             for (const std::byte* at = buffer.data();
@@ -153,7 +153,7 @@ struct FolderWatch::Subscription {
     Reach reach = Reach::no_changes;
 };
 
-/// The watches of the process, and the thread that listens to the kernel for all of them.
+/// The watches of the process, and the one thread that listens to the kernel.
 class FolderWatcher {
 public:
     using Subscription = FolderWatch::Subscription;
@@ -238,7 +238,7 @@ private:
             const int inotify = inotify_descriptor();
             if (has_events(inotify, next_look - Clock::now())) {
                 tell(QueuedNotices(inotify));
-                // Changes that come at once share a read, and a round of whoever listens.
+                // Changes at the same time share a read, and one round of each listener.
                 std::this_thread::sleep_for(pause);
                 pause =
                     has_events(inotify, {}) ? std::min(2 * pause, longest_pause) : shortest_pause;
@@ -287,7 +287,7 @@ private:
             (*listener)(notice);
     }
 
-    /// Those who listen to `watch`; they are called without the lock.
+    /// The listeners to `watch`; called without the lock.
     Listeners listeners_of(int watch, bool has_ended)
     {
         const std::lock_guard lock(mutex_);

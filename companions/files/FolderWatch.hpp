@@ -10,16 +10,16 @@
 
 namespace orv {
 
-/// The changes in a watched folder. An empty notice says that it is time to look again.
+/// The changes in a watched folder. An empty notice means it is time to look again.
 struct FolderNotice {
     struct Renaming {
         std::string from;
         std::string to;
     };
 
-    /// The entries that were added, removed or changed; some may be named more than once.
+    /// The added, removed and changed entries; a name may come more than once.
     std::vector<std::string> names;
-    /// Those of them that were renamed within the folder.
+    /// The entries renamed within the folder.
     std::vector<Renaming> renamings;
     /// Some changes were lost: anything in the folder may have changed.
     bool is_incomplete = false;
@@ -32,8 +32,8 @@ struct FolderNotice {
     }
 };
 
-/// Tells of changes in one folder, made by any program, for as long as it lives. Knows nothing of
-/// what is in the folder below the names.
+/// Reports changes in one folder, by any program, during its lifetime. Knows names only, and
+/// nothing of the items behind them.
 ///
 /// All folders share one thread, `orv-watcher`, and several watches of one folder cost the kernel
 /// one. The thread ends some seconds after the last watch.
@@ -41,18 +41,18 @@ struct FolderNotice {
 /// Threading: any.
 class FolderWatch {
 public:
-    /// Is called on the watching thread and has to return soon. It may make and end watches. A call
-    /// may still be under way after the watch has ended.
+    /// Called on the watching thread; must return soon. It may make and end watches. A call may
+    /// still run after the end of the watch.
     using Listener = std::function<void(const FolderNotice&)>;
 
-    /// Which changes the kernel tells of: all, those made on this computer (on network and FUSE
-    /// volumes), or none.
+    /// The changes the kernel reports: all, those of this computer (on network and FUSE volumes),
+    /// or none.
     enum class Reach { all_changes, local_changes, no_changes };
 
-    /// Watches the folder that is open as `folder`. Where the kernel's limits on watches are
-    /// reached, it only tells when it is time to look again.
+    /// Watches the folder open as `folder`. Beyond the kernel's limits on watches, it only reports
+    /// times to look again.
     ///
-    /// Errors: the platform's, when no thread can be started.
+    /// Errors: the platform's, if no thread starts.
     FolderWatch(int folder, Listener listener);
     ~FolderWatch();
     FolderWatch(const FolderWatch&) = delete;
@@ -60,11 +60,11 @@ public:
 
     [[nodiscard]] Reach reach() const;
 
-    /// What bounds watching.
+    /// The bounds of watching.
     struct Bounds {
-        /// Folders that are watched at once, beside the kernel's own limit.
+        /// Folders watched at once, beside the kernel's own limit.
         std::size_t watches = SIZE_MAX;
-        /// The time between two notices that tell to look again.
+        /// The time between two notices to look again.
         std::chrono::milliseconds look_interval{2000};
     };
 
@@ -77,7 +77,7 @@ private:
     std::unique_ptr<Subscription> subscription_;
 };
 
-/// Which changes the kernel can tell of on the volume of the open folder.
+/// The changes the kernel can report on the volume of the open folder.
 [[nodiscard]] FolderWatch::Reach reach_on_volume_of(int folder);
 
 } // namespace orv

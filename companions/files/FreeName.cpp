@@ -22,14 +22,14 @@
 namespace orv {
 namespace {
 
-// What follows the last dot of a longer ending, or of one with a space in it, is part of a sentence
-// ("1. Introduction"), not the kind of the file.
+// A longer ending, or one with a space in it, is part of a sentence ("1. Introduction"), not the
+// kind of the file.
 constexpr std::size_t max_ending_size = 64;
 
 // More digits are no count but a date or a serial number.
 constexpr std::size_t max_digits = 9;
 
-/// A name as it is counted on: "photo 7.tar.gz" is "photo", 7 and ".tar.gz".
+/// A name prepared for counting: "photo 7.tar.gz" is "photo", 7 and ".tar.gz".
 struct CountedName {
     std::string_view stem;
     std::uint64_t number;

@@ -12,12 +12,12 @@
 
 namespace orv {
 
-/// A location beside `from` where no item exists and that is not among `not_allowed_urls`: `from`
-/// itself if it is free, else the first free one of "name 2.ext", "name 3.ext", …; "name 7.ext"
-/// goes on with 8. An ending such as ".tar.gz" stays whole, the name of a folder is not split, and
-/// one that would be too long is shortened.
+/// A location beside `from` without an item and outside `not_allowed_urls`: `from` itself if it is
+/// free, else the first free one of "name 2.ext", "name 3.ext", …; "name 7.ext" goes on with 8. An
+/// ending such as ".tar.gz" stays whole, the name of a folder is not split, and a name too long is
+/// shortened.
 ///
-/// No value for a location that has no name, and where the folder cannot be looked into.
+/// No value for a location without a name, and if the folder is closed to the user.
 ///
 /// Threading: any.
 [[nodiscard]] std::optional<Url>
@@ -32,9 +32,9 @@ public:
 
     explicit FreeNames(Numbers numbers = Numbers::plain) : numbers_(numbers) {}
 
-    /// Returns the first free one of the names that `generate_non_conflicting_file_url` tries after
-    /// `name`, the name of a folder or of another item. It is taken from then on; `is_taken` tells
-    /// which others are.
+    /// Returns the first free one of the names `generate_non_conflicting_file_url` tries after
+    /// `name`, the name of a folder or of another item. It is taken from then on; `is_taken` knows
+    /// the others.
     [[nodiscard]] std::string next(std::string_view name, bool is_folder,
                                    FunctionRef<bool(const std::string& name)> is_taken);
 
@@ -42,7 +42,7 @@ private:
     using Successors = std::unordered_map<std::uint64_t, std::uint64_t>;
 
     Numbers numbers_;
-    /// For each title and extension, a number that may be free after each that is taken.
+    /// For each title and extension, a free number after each taken one.
     std::unordered_map<std::string, Successors> successors_;
 };
 

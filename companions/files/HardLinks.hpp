@@ -12,13 +12,13 @@
 
 namespace orv {
 
-/// The copies of files of which further links may follow. It knows a limited number of them.
+/// The copies of files with further links to come. It knows a limited number of them.
 class HardLinks {
 public:
-    /// `top` is the open folder from which the paths of copies lead.
+    /// `top` is the open folder at the start of the paths of copies.
     explicit HardLinks(int top) : top_(top) {}
 
-    /// Makes `name` in the open folder a link to the copy of the file, and says whether it did.
+    /// Makes `name` in the open folder a link to the copy of the file; true if it did.
     bool make(const struct stat& file, int folder, const std::string& name)
     {
         const auto known = copies_.find(key_of(file));
@@ -30,7 +30,7 @@ public:
         return true;
     }
 
-    /// The file was copied to `path`.
+    /// Notes the copy of the file at `path`.
     void add(const struct stat& file, std::string path)
     {
         if (file.st_nlink > 1 && copies_.size() < max_copies)
@@ -43,7 +43,7 @@ private:
     using Key = std::pair<dev_t, ino_t>;
     struct Copy {
         std::string path;
-        nlink_t missing; // links that were not met yet
+        nlink_t missing; // links still to come
     };
 
     static Key key_of(const struct stat& file) { return {file.st_dev, file.st_ino}; }

@@ -95,8 +95,8 @@ void HiddenItem::publish_replacing()
     flush_folder();
 }
 
-/// Writes the hidden item to its disk, so that no power cut puts a name without content in the
-/// place of the old item. One that its owner may not read cannot be flushed.
+/// Flushes the hidden item to its disk: no power cut puts a name without content in the place of
+/// the old item. An item its owner may not read cannot be flushed.
 void HiddenItem::flush_item() const
 {
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -116,8 +116,8 @@ bool HiddenItem::exchange() const
     return ::renameat2(folder(), hidden(), folder(), final_name(), RENAME_EXCHANGE) == 0;
 }
 
-/// Removes the item that has the hidden name: an unfinished one or, after an exchange, the old one.
-/// The next start removes what stays.
+/// Removes the item under the hidden name: an unfinished one or, after an exchange, the old one.
+/// The next start removes a leftover.
 void HiddenItem::remove_hidden() noexcept
 {
     try {

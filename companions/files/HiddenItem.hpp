@@ -12,16 +12,16 @@
 
 namespace orv {
 
-/// An item under construction, hidden beside its destination. Nothing remains of it unless it is
-/// published.
+/// An item under construction, hidden beside its destination. Unless it is published, nothing of it
+/// remains.
 ///
 /// Threading: one thread.
 class HiddenItem {
 public:
-    /// Opens the folder of `destination`, on the way to which there is no link, and announces a
-    /// hidden name in it.
+    /// Opens the folder of `destination`, without a link on the way, and announces a hidden name in
+    /// it.
     ///
-    /// Errors: the platform's; that a link has taken the place of a folder.
+    /// Errors: the platform's; an error if a link has taken the place of a folder.
     explicit HiddenItem(const Url& destination);
     ~HiddenItem();
     HiddenItem(const HiddenItem&) = delete;
@@ -38,20 +38,20 @@ public:
     /// Errors: those of `naming_error`; EEXIST if the name is taken.
     void publish();
 
-    /// Gives the complete item the destination's name and removes the item that has it. At every
-    /// moment, also after a kill or a power cut and the next start, one of the two has the name and
-    /// is complete. In the end the new item is on the disk with its name.
+    /// Gives the complete item the destination's name and removes the old item. At every moment,
+    /// also after a kill or a power cut and the next start, one of the two has the name and is
+    /// complete. In the end the new item is on the disk with its name.
     ///
     /// Errors: the platform's; then the old item stays, unless only the flush of the new name
     /// failed. If the old item cannot be removed in the end, the next start tries again.
     void publish_replacing();
 
-    /// Writes the folder to its disk, so that a power cut cannot take the name back.
+    /// Flushes the folder to its disk: no power cut takes the name back.
     ///
     /// Errors: the platform's.
     void flush_folder() const;
 
-    /// Takes an item that replaced nothing back to its hidden name, if it still has the other one.
+    /// Gives an item that replaced nothing its hidden name back, if it still has the other one.
     void withdraw();
 
 private:

@@ -36,7 +36,7 @@ bool is_readable(int folder)
 
 } // namespace
 
-/// The note exists once the other constructor is done, so it goes if it cannot be written.
+/// The note exists after the other constructor, so it goes if its text cannot be written.
 HiddenName::HiddenName(const DestinationFolder& folder, const std::string& original_name,
                        std::optional<std::uint64_t> replacement)
     : HiddenName(folder, new_uuid(), Unwritten{})
@@ -53,8 +53,8 @@ HiddenName::HiddenName(const DestinationFolder& folder, const std::string& uuid,
 {
 }
 
-/// A volume that is mounted for reading answers EROFS before it looks for the item. It has none,
-/// since this process could not have made one.
+/// A read-only volume answers EROFS before it looks for the item. It has none: this process could
+/// not have made one.
 void HiddenName::removal_ended(int code)
 {
     if (code != 0 && code != ENOENT && code != EROFS)

@@ -12,9 +12,9 @@
 namespace orv {
 
 /// A hidden name for items in one folder. A note in the processed-files folder announces it before
-/// the first of them exists, so that the next start of the library settles what a killed process
-/// left there. The note is on the disk before any such item, and goes after the last one has gone
-/// from the disk, so this holds for a power cut, too.
+/// the first of them exists: so the next start of the library settles the leftovers of a killed
+/// process. The note is on the disk before any such item, and goes after the last one has left the
+/// disk, so this holds for a power cut, too.
 class HiddenName {
 public:
     /// A new name in `folder` for items under construction. The next start removes them.
@@ -25,15 +25,15 @@ public:
     {
     }
 
-    /// A new name in `folder` for the item `original_name` there, which is set aside for the item
-    /// of the inode number `replacement`. The next start removes it if that item has the original
-    /// name. Otherwise it gets the original name back or, if a stranger has that, one like it.
+    /// A new name in `folder` for the item `original_name` there, set aside for the item with the
+    /// inode number `replacement`. The next start removes it if that item has the original name.
+    /// Otherwise it gets the original name back or, if a stranger has that, one like it.
     ///
     /// Errors: the platform's.
     HiddenName(const DestinationFolder& folder, const std::string& original_name,
                std::optional<std::uint64_t> replacement);
 
-    /// Withdraws the note: nothing has that name any more. The note stays for the next start if the
+    /// Withdraws the note: no item has that name any more. The note stays for the next start if the
     /// folder cannot be flushed.
     ~HiddenName();
     HiddenName(const HiddenName&) = delete;
@@ -44,7 +44,7 @@ public:
     /// The folder, open for as long as this lives.
     [[nodiscard]] DestinationFolder folder() const { return {folder_.get(), url_}; }
 
-    /// Writes the folder to its disk. A folder that may not be read cannot be flushed, which is no
+    /// Flushes the folder to its disk. An unreadable folder cannot be flushed, and that is no
     /// failure.
     ///
     /// Errors: the platform's.
@@ -53,8 +53,8 @@ public:
     /// Leaves the item of that name, and the note, to the next start.
     void leave_behind() { note_name_.clear(); }
 
-    /// Tells how removing the item of that name ended: with the errno `code`, or 0. Unless it is
-    /// sure that there is none, the item is left behind.
+    /// Reports the end of a removal of the item of that name: the errno `code`, or 0. Unless it is
+    /// certain there is none, the item stays for the next start.
     void removal_ended(int code);
 
     [[nodiscard]] bool is_left_behind() const { return note_name_.empty(); }

@@ -9,7 +9,7 @@
 namespace orv {
 
 /// Hidden names in one folder, each for one item at a time. An announcement waits for the disk, so
-/// a name that is given back serves again.
+/// returned names serve again.
 ///
 /// Threading: any.
 class HiddenNames {
@@ -17,7 +17,7 @@ public:
     /// The open folder has to outlive this.
     explicit HiddenNames(const DestinationFolder& folder) : folder_(folder) {}
 
-    /// A name that is nobody else's until the last copy of the pointer goes, before this does.
+    /// A name of its own, until the last copy of the pointer goes; all go before this object does.
     ///
     /// Errors: the platform's.
     std::shared_ptr<HiddenName> take();

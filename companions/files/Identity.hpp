@@ -6,7 +6,7 @@
 
 namespace orv {
 
-/// What makes an item the same item under whatever name.
+/// The identity of an item under any name.
 struct Identity {
     std::uint32_t device_major = 0;
     std::uint32_t device_minor = 0;

@@ -24,7 +24,8 @@ bool is_lacking(int code)
 }
 
 /// True if an attribute does not fit the volume's room for attributes. ext4 has one block for all
-/// of an item's and answers ENOSPC beyond, which on a small set of attributes means a full disk.
+/// of an item's and answers ENOSPC beyond it; for a small set of attributes the same code means a
+/// full disk.
 bool is_too_large(int code, std::size_t bytes_so_far)
 {
     constexpr std::size_t always_fits = 2048;
@@ -43,8 +44,8 @@ void check(int result, int item, const Url& url)
         throw platform_error(code, url);
 }
 
-/// Security attributes are the system's own: labels belong to the place, and capabilities, like
-/// set-user bits, are not to be handed on.
+/// Security attributes are the system's own: labels belong to the place, and a copy must not
+/// inherit capabilities or set-user bits.
 bool is_kept(std::string_view name)
 {
     return !name.starts_with("security.");
@@ -60,13 +61,13 @@ std::string attribute_names(int fd)
         std::string names(static_cast<std::size_t>(size), '\0');
         const ssize_t length = ::flistxattr(fd, names.data(), names.size());
         if (length < 0 && errno == ERANGE)
-            continue; // attributes were added in between
+            continue; // attributes added in between
         names.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
         return names;
     }
 }
 
-/// No value for one that has vanished or is kept from this user.
+/// No value for an attribute that has vanished or is denied to this user.
 std::optional<std::string> attribute_value(int fd, const char* name)
 {
     for (;;) {
@@ -84,7 +85,7 @@ std::optional<std::string> attribute_value(int fd, const char* name)
     }
 }
 
-/// Nobody else changes an item under construction, so a network volume need not be asked again.
+/// Nobody else changes an item under construction, so one question to a network volume is enough.
 bool has_mode(int fd, mode_t mode)
 {
     struct statx facts {};

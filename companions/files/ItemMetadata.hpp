@@ -31,7 +31,7 @@ void keep_extended_attributes(int from, int to, const Url& to_url);
 /// Errors: the platform's, at `to_url`.
 void keep_mode(int to, mode_t mode, const Url& to_url);
 
-/// The same with the times, each of which may be one that `utimensat` knows by itself.
+/// The same with the times, each perhaps a special value of `utimensat`.
 ///
 /// Errors: the platform's, at `to_url`.
 void keep_times(int to, const timespec& access, const timespec& modification, const Url& to_url);
@@ -51,7 +51,7 @@ void keep_times_of_link(int folder, const std::string& name, const timespec& acc
 /// can keep it, even if another item takes its name meanwhile.
 void keep_mode_of_item(int folder, const std::string& name, mode_t mode);
 
-/// The mode that a copy gets of an item's.
+/// The mode for a copy of an item.
 [[nodiscard]] inline mode_t kept_mode(mode_t mode)
 {
     return mode & 01777U;

@@ -18,7 +18,7 @@ std::optional<struct stat> item_status(const Url& url, int flags)
         if (::fstatat(place.folder(), place.name(), &status, flags) == 0)
             return status;
     } catch (const Error&) {
-        // A folder on the way that cannot be opened hides the item like a failed call does.
+        // A closed folder on the way hides the item like a failed call does.
     }
     return std::nullopt;
 }

@@ -9,14 +9,14 @@
 
 namespace orv {
 
-/// The status of the item at `url`, a path of any length. With AT_SYMLINK_NOFOLLOW in `flags`, a
-/// link is described itself. No value if there is no such item or a folder on the way is closed.
+/// The status of the item at `url`, a path of any length. With AT_SYMLINK_NOFOLLOW in `flags`,
+/// describes a link itself. No value if there is no such item or a folder on the way is closed.
 ///
 /// Threading: any.
 [[nodiscard]] std::optional<struct stat> item_status(const Url& url, int flags);
 
-/// `failure`, which says that there is no item at `url`, told there; with the reason if the item
-/// may exist, but its volume is gone or a folder on the way is closed.
+/// `failure`, a missing item at `url`, as the error there; with the reason if the item may exist,
+/// but its volume is gone or a folder on the way is closed.
 [[nodiscard]] Error missing_item(const Error& failure, const Url& url);
 
 /// Describes the item `name` of an open folder, a link itself, or the folder for an empty name.

@@ -7,8 +7,8 @@
 
 namespace orv {
 
-/// What an item was at some moment. Whatever changes its content or its attributes, or puts another
-/// item in its place, gives it another version.
+/// The state of an item at some moment. Any change of its content or its attributes, and another
+/// item in its place, give another version.
 struct ItemVersion {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
@@ -55,8 +55,8 @@ struct ItemVersion {
         return *this == later;
     }
 
-    /// The same, but for other links to the file that have gone since, which counts as a change of
-    /// its attributes.
+    /// The same, except for other links to the file lost since then, which count as a change of its
+    /// attributes.
     [[nodiscard]] bool is_same_with_fewer_links(ItemVersion later) const
     {
         if (later.links < links) {

@@ -34,7 +34,7 @@
 namespace orv {
 namespace {
 
-/// The text of a note; a part of it if the note was not finished.
+/// The text of a note; a part of it for an unfinished note.
 std::string text_of(int note)
 {
     std::string text;
@@ -46,8 +46,8 @@ std::string text_of(int note)
     return text;
 }
 
-/// True if the item of that name is the one for which another was set aside. It is complete, since
-/// it never has the name before. Where inode numbers change, no item is known again.
+/// True if the item of that name is the one the other was set aside for. It is complete, because it
+/// never has the name before. On a volume with changing inode numbers this is never true.
 bool is_replacement(const Place& place, const Note& note)
 {
     struct stat item {};
@@ -55,8 +55,8 @@ bool is_replacement(const Place& place, const Note& note)
            std::to_string(item.st_ino) == note.replacement;
 }
 
-/// Removes the hidden item, or gives it back its name. Unfinished items may have folders that the
-/// user may not write to.
+/// Removes the hidden item, or gives it its name back. Unfinished items may have folders closed to
+/// the user for writing.
 void settle(const Note& note)
 {
     const Place place = Place::in_opened_folder(note.hidden);
@@ -69,16 +69,16 @@ void settle(const Note& note)
         throw platform_error(code, note.hidden);
 }
 
-/// True if the note can go though its item was not found. The folder of an item that was set aside
-/// may have been renamed: then the note is all that is known about the item.
+/// True if the note can go though its item is missing. The folder of an item set aside may have a
+/// new name: then the note is the only trace of the item.
 bool has_no_item(const Note& note)
 {
     const bool has_folder = is_directory(note.hidden.deleting_last_path_component());
     return note.volume.is_mounted() && (note.original_name.empty() || has_folder);
 }
 
-/// Settles the item that the note announces. It is always one named after the note, whatever the
-/// note says. Returns false if the note has to stay, so that the next start tries again.
+/// Settles the item of the note. The item always has the note's name, whatever the note says.
+/// Returns false if the note must stay for another try at the next start.
 bool is_settled(int note_file, std::string_view note_uuid)
 {
     const auto note = Note::parsed(text_of(note_file));
@@ -113,8 +113,8 @@ try {
     return; // the next start tries again
 }
 
-/// Removes the files of dead processes that were built in the folder, and notes that tell nothing.
-/// Returns the other notes of dead processes, by the place of the volume that they tell of.
+/// Removes the files dead processes built in the folder, and empty notes. Returns the other notes
+/// of dead processes, by the place of their volume.
 std::map<std::string, Names> remove_files(int folder)
 {
     std::map<std::string, Names> notes;
@@ -134,7 +134,8 @@ std::map<std::string, Names> remove_files(int folder)
     return notes;
 }
 
-/// Settles the notes in the background. The result becomes ready when that is done or given up.
+/// Settles the notes in the background. The result becomes ready at the end, or when the work is
+/// given up.
 std::future<void> settle_notes(std::shared_ptr<const FileDescriptor> folder, Names notes)
 {
     return bg_future([folder = std::move(folder), notes = std::move(notes)] {

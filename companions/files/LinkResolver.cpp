@@ -43,8 +43,8 @@ const Url& LinkResolver::resolve_folder(const Url& folder)
     return way_.back().resolved;
 }
 
-/// The last folder of the way, if there is one, is that which `folder` lies in: one question more
-/// for each folder, however deep it lies.
+/// The last folder on the way, if there is one, is the parent of `folder`: one question more for
+/// each folder, however deep it lies.
 Url LinkResolver::resolved(const Url& folder) const
 {
     const std::string name = folder.last_path_component();

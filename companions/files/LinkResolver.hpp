@@ -6,17 +6,17 @@
 
 namespace orv {
 
-/// Resolves the symbolic links in many locations. It looks at a folder once for all that lies in
-/// it, so it should not outlive one piece of work: a folder that is swapped for a link meanwhile
-/// stays what it was.
+/// Resolves the symbolic links in many locations. It looks at a folder once for all items in it, so
+/// it should not outlive one piece of work: a folder swapped for a link meanwhile stays a folder
+/// here.
 ///
 /// Threading: one thread.
 class LinkResolver {
 public:
-    /// Returns what `Url::resolving_symlinks` does.
+    /// Returns the same as `Url::resolving_symlinks`.
     [[nodiscard]] Url resolve(const Url& url);
 
-    /// Returns what `resolving_folders` does: an item that is a link stays one.
+    /// Returns the same as `resolving_folders`: an item that is a link stays one.
     [[nodiscard]] Url resolve_folders(const Url& url);
 
 private:

@@ -24,7 +24,7 @@ Place place_in(const Url& url, FolderLinks links)
                                           : Place::in_resolved_folder(url);
 }
 
-/// The item on the way to `folder` that is none.
+/// The item on the way to `folder` that is not a folder.
 Url no_folder_above(const Url& folder)
 {
     Url above = folder;
@@ -33,8 +33,8 @@ Url no_folder_above(const Url& folder)
     return above;
 }
 
-/// Returns the place of the uppermost folder that is missing on the way to `at`, and adds those
-/// below it to `below`, the lowest first.
+/// Returns the place of the uppermost missing folder on the way to `at`, and adds the names below
+/// it to `below`, the lowest first.
 Place uppermost_missing(const Url& at, FolderLinks links, std::vector<Url>& below)
 {
     Url folder = at;
@@ -52,8 +52,8 @@ Place uppermost_missing(const Url& at, FolderLinks links, std::vector<Url>& belo
     }
 }
 
-/// Creates the folder, and opens it for those below it. One that has appeared meanwhile is taken as
-/// it is, but a link is not.
+/// Creates the folder, and opens it for the next ones. Takes a folder that has appeared meanwhile,
+/// but never a link.
 FileDescriptor created_on_the_way(int above, const std::string& name, const Url& url)
 {
     const int error = ::mkdirat(above, name.c_str(), all_rights) == 0 ? 0 : errno;

@@ -4,8 +4,8 @@
 
 namespace orv {
 
-/// How to take a link among the folders that a location leads through. `refused` is for locations
-/// whose links are resolved, where a link can only have taken the place of a folder meanwhile.
+/// How to take a link among the folders of a location. `refused` is for resolved locations: a link
+/// there can only have taken the place of a folder meanwhile.
 enum class FolderLinks { followed, refused };
 
 /// Creates the folder `url`. With `also_create_intermediates` it creates missing folders above it

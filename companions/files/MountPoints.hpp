@@ -6,12 +6,12 @@
 
 namespace orv {
 
-/// The places at which volumes are mounted, those that only the system fills left out.
+/// The mount points of volumes, without those for the system's own use.
 ///
 /// Threading: any.
 [[nodiscard]] std::vector<Url> mount_points();
 
-/// The place at which the volume of the existing folder `url` is mounted.
+/// The mount point of the volume with the existing folder `url`.
 [[nodiscard]] Url mount_point_of(const Url& url);
 
 } // namespace orv

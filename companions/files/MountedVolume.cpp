@@ -20,8 +20,8 @@ std::uint64_t number_of(const fsid_t& id)
     return number;
 }
 
-/// True if the volume has an identity of its own. Others state nothing, as FUSE does, or their
-/// device number, as FAT and XFS do, which a disk gets anew each time it is plugged in.
+/// True if the volume has an identity of its own. Others state nothing, as FUSE does, or a device
+/// number, as FAT and XFS do; a disk gets a new one at each connection.
 bool has_own_identity(std::uint64_t id, dev_t device)
 {
     const std::uint64_t device_number =
@@ -29,7 +29,7 @@ bool has_own_identity(std::uint64_t id, dev_t device)
     return id != 0 && id != device_number;
 }
 
-/// The size of the volume stands in for an identity that it does not have.
+/// The size of the volume stands in for a missing identity.
 std::optional<std::string> identity_of_volume(const char* path, int folder)
 {
     struct statfs volume {};

@@ -9,7 +9,7 @@
 namespace orv {
 namespace {
 
-/// True for a name that FAT, exFAT and NTFS refuse.
+/// True for a name FAT, exFAT and NTFS refuse.
 bool is_refused_by_fat(std::string_view name)
 {
     const auto is_refused = [](char character) {
@@ -21,7 +21,7 @@ bool is_refused_by_fat(std::string_view name)
 
 } // namespace
 
-/// FAT answers EINVAL. FUSE volumes answer ENOENT, too, which means a missing folder elsewhere.
+/// FAT answers EINVAL. FUSE volumes also answer ENOENT, and that means a missing folder elsewhere.
 bool is_name_refused(int code, int folder, const std::string& name)
 {
     if (code == EILSEQ)

@@ -26,8 +26,8 @@ std::optional<int> rename_by_flag(int from_folder, const char* from, int to_fold
     return error;
 }
 
-/// No value if the volume has no links, or none for such an item. It takes every error but EEXIST
-/// for that: volumes without links answer EPERM, ENOSYS, EOPNOTSUPP, EACCES, EIO and more.
+/// No value if the volume has no links, or none for such an item. Every error but EEXIST counts as
+/// that: volumes without links answer EPERM, ENOSYS, EOPNOTSUPP, EACCES, EIO and more.
 std::optional<int> rename_by_link(int from_folder, const char* from, int to_folder, const char* to)
 {
     if (::linkat(from_folder, from, to_folder, to, 0) != 0)

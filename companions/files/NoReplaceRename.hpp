@@ -4,23 +4,22 @@
 
 namespace orv {
 
-/// Renames items within a volume without replacing anything. Volumes differ in the calls they
-/// offer; the object remembers the first way that worked, so one request keeps one object for its
-/// destination.
+/// Renames items within a volume without replacing anything. Volumes differ in their calls. The
+/// object remembers the first way that worked, so one request keeps one object for its destination.
 ///
 /// Threading: one thread.
 class NoReplaceRename {
 public:
     /// `by_flag`: one call refuses a taken name. `by_link`: a second link takes the name, then the
     /// first one goes. `by_looking`: a look at the name, then a plain rename. Only the last has a
-    /// gap, in which an item that appears at the name is replaced.
+    /// gap: it replaces an item that appears in between.
     enum class Way { by_flag, by_link, by_looking };
 
     explicit NoReplaceRename(Way first = Way::by_flag) : way_(first) {}
 
     /// Renames `from` of one open folder to `to` in another, or in the same one. `open_file`, if
-    /// given, says that the item is a file, and is its descriptor or was; it is closed before a
-    /// plain rename, since some volumes write a file on when it is closed later, and under its old
+    /// given, marks the item as a file, and is its present or former descriptor. A plain rename
+    /// closes it first, because some volumes write a file out at a later close, and under its old
     /// name.
     ///
     /// Errors: returns 0 or the errno: EEXIST if the name is taken, EXDEV if the folders lie on
@@ -28,7 +27,7 @@ public:
     [[nodiscard]] int operator()(int from_folder, const char* from, int to_folder, const char* to,
                                  FileDescriptor* open_file = nullptr);
 
-    /// The way that worked last.
+    /// The latest way that worked.
     [[nodiscard]] Way way() const { return way_; }
 
 private:

@@ -16,7 +16,7 @@ std::vector<std::string> split(std::string_view text)
     return parts;
 }
 
-/// A note may lie in a folder that others write to. It must not move an item out of its folder.
+/// A note may lie in a folder others write to. It must not move an item out of its folder.
 bool is_plain_name(std::string_view name)
 {
     return name.find('/') == std::string_view::npos && name != "." && name != "..";
@@ -24,7 +24,7 @@ bool is_plain_name(std::string_view name)
 
 } // namespace
 
-/// The path comes last, so that a text cut short names no hidden item.
+/// The path comes last, so a text cut short names no hidden item.
 std::string Note::text() const
 {
     std::string text;

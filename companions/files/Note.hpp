@@ -14,13 +14,13 @@ namespace orv {
 /// start of the library.
 struct Note {
     Url hidden;
-    std::string original_name; ///< of an item that is set aside; empty for an unfinished one
-    std::string replacement;   ///< the inode number of the item that is to take its name
+    std::string original_name; ///< of an item set aside; empty for an unfinished one
+    std::string replacement;   ///< the inode number of the item that will take its name
     MountedVolume volume;      ///< of the hidden item
 
     [[nodiscard]] std::string text() const;
 
-    /// Reads a text. No value if it was cut short or makes no sense.
+    /// Reads a text. No value for one cut short or without sense.
     static std::optional<Note> parsed(std::string_view text);
 };
 

@@ -7,7 +7,7 @@
 
 namespace orv {
 
-/// A folder opened for reading, and what it is. Without a descriptor, `error` is the errno.
+/// A folder open for reading, and its facts. Without a descriptor, `error` is the errno.
 struct OpenFolder {
     FileDescriptor descriptor;
     struct statx facts = {};
@@ -16,14 +16,13 @@ struct OpenFolder {
     [[nodiscard]] Identity identity() const { return identity_of(facts); }
 };
 
-/// Opens the folder `name` in `folder`. A symbolic link in its place is refused.
+/// Opens the folder `name` in `folder`. Refuses a symbolic link in its place.
 [[nodiscard]] OpenFolder open_folder(int folder, const char* name);
 
-/// Opens the folder that the path `name`, seen from `folder`, leads to; links are followed.
+/// Opens the folder at the path `name`, seen from `folder`; follows links.
 [[nodiscard]] OpenFolder open_folder_following_links(int folder, const char* name);
 
-/// Whether a volume is mounted at the item that is described as `facts` and lies in the folder
-/// `above`.
+/// True if a volume is mounted at the item with `facts` in the folder `above`.
 [[nodiscard]] bool is_mounted(const struct statx& facts, const Identity& above);
 
 } // namespace orv

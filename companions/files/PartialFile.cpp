@@ -102,8 +102,8 @@ Url PartialFile::reachable_url() const
     return has_name() ? url_ : Url(proc_path());
 }
 
-/// Some file systems tell only when a descriptor is closed that they could not keep what was
-/// written. The file's own descriptor has to stay open; closing a second one tells as well.
+/// Some file systems report a lost write only at the close of a descriptor. The file's own must
+/// stay open; the close of a second one reports it as well.
 void PartialFile::check_written() const
 {
     const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
@@ -111,7 +111,7 @@ void PartialFile::check_written() const
         throw platform_error(errno, url_);
 }
 
-/// A file with a note needs no lock, and a FUSE volume pays for every name that an open file loses.
+/// A file with a note needs no lock, and a FUSE volume charges for every name an open file loses.
 void PartialFile::close_written()
 {
     if (file_ && ::close(file_.release()) != 0 && errno != EINTR)

@@ -15,24 +15,24 @@
 
 namespace orv {
 
-/// A file that is being built, out of sight, open to its owner alone. Unless it is published,
+/// A file under construction, out of sight, open to its owner alone. Unless it is published,
 /// nothing of it remains.
 class [[nodiscard]] PartialFile {
 public:
     /// An empty file without a name, on the volume of `folder`: it vanishes with the process. No
-    /// value where the file system has no such files. It gets `mode`, as far as the process gives
-    /// such modes to new files; whatever that is, nobody else can open it without a name.
+    /// value if the file system has no such files. It gets `mode`, as far as the process gives such
+    /// modes to new files; nobody else can open it without a name, whatever its mode.
     ///
     /// Errors: the platform's.
     static std::optional<PartialFile> unnamed(const DestinationFolder& folder, mode_t mode = 0600);
 
-    /// An empty file under `name` in `folder`, which has to stay open. It is marked as owned by
-    /// this process (see ProcessedFiles).
+    /// An empty file under `name` in `folder`; the folder must stay open. The file carries the mark
+    /// of this process (see ProcessedFiles).
     ///
-    /// Errors: the platform's; EEXIST when the name is taken.
+    /// Errors: the platform's; EEXIST if the name is taken.
     static PartialFile named(const DestinationFolder& folder, std::string name, mode_t mode = 0600);
 
-    /// The same under an announced name, in its folder. Where the file can't be removed in the end,
+    /// The same under an announced name, in its folder. If the file cannot be removed in the end,
     /// as on a volume that has gone away, its note stays.
     static PartialFile hidden(std::shared_ptr<HiddenName> name, mode_t mode = 0600);
 
@@ -47,9 +47,9 @@ public:
 
     /// Gives the finished file its place under `name` in `folder`. It replaces nothing.
     ///
-    /// Errors: returns 0 or, when it stays as it was, the errno: EEXIST when the name is taken,
-    /// EXDEV when the folder lies on another volume. Throws the platform's when the file could not
-    /// be written to its end.
+    /// Errors: returns 0 or, if it stays as it was, the errno: EEXIST if the name is taken, EXDEV
+    /// if the folder lies on another volume. Throws the platform's if the file could not be written
+    /// to its end.
     [[nodiscard]] int publish(const DestinationFolder& folder, const std::string& name,
                               NoReplaceRename& rename);
 
@@ -66,7 +66,7 @@ private:
     std::string name_; // empty for a file without a name
     Url url_;
     FileDescriptor file_;
-    std::shared_ptr<HiddenName> announced_; // none for a file that no note tells of
+    std::shared_ptr<HiddenName> announced_; // none for a file without a note
 };
 
 } // namespace orv

@@ -65,7 +65,7 @@ FileDescriptor opened_without_links(int folder, const std::string& path)
     return FileDescriptor(static_cast<int>(way));
 }
 
-/// `url` is the location of the folder that is opened.
+/// `url` is the location of the open folder.
 FileDescriptor opened_way(int folder, const std::string& path, const Url& url, Links links)
 {
     if (links == Links::refused) {

@@ -8,7 +8,7 @@
 
 namespace orv {
 
-/// Where an item is, as a folder descriptor and a path below it: the form that system calls take.
+/// The place of an item, as a folder descriptor and a path below it: the form for system calls.
 struct Place {
     FileDescriptor opened;
     std::string path;
@@ -18,19 +18,19 @@ struct Place {
 
     /// The place of `url`, however long its path is; only an overlong one opens a folder.
     ///
-    /// Errors: the platform's, when a folder on the way cannot be opened.
+    /// Errors: the platform's, if a folder on the way does not open.
     static Place of(const Url& url);
 
-    /// The place of `url` as a bare name in its opened folder, so that several calls act in one
-    /// and the same folder.
+    /// The place of `url` as a bare name in its opened folder, for several calls in one and the
+    /// same folder.
     ///
-    /// Errors: the platform's, when the folder cannot be opened.
+    /// Errors: the platform's, if the folder does not open.
     static Place in_opened_folder(const Url& url);
 
-    /// The same for a `url` whose folders are no links: a link that has taken the place of one of
-    /// them meanwhile leads nowhere.
+    /// The same for a `url` without links among its folders: a link in the place of one of them
+    /// meanwhile leads nowhere.
     ///
-    /// Errors: the platform's; that a folder was replaced.
+    /// Errors: the platform's; an error for a replaced folder.
     static Place in_resolved_folder(const Url& url);
 };
 

@@ -28,7 +28,7 @@ bool is_gone(int file, int folder, const std::string& name)
     return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT;
 }
 
-/// Volumes that store whole files elsewhere let nobody read a file while it is written. They refuse
+/// Volumes that store whole files elsewhere allow no reads of a file during a write. They refuse
 /// O_RDWR with errors of all kinds, so a second attempt asks for writing alone.
 FileDescriptor create_file(int folder, const std::string& name, const Url& url, mode_t mode)
 {
@@ -77,8 +77,8 @@ FileDescriptor create_owned_file(int folder, const std::string& name, const Url&
 {
     for (;;) {
         FileDescriptor file = create_file(folder, name, url, mode);
-        // A process that starts now may have taken the file for a leftover before it was locked. On
-        // a file system without locks nobody can.
+        // A process that starts now may have taken the file for a leftover before its lock. On a
+        // file system without locks no process can.
         ::flock(file.get(), LOCK_EX);
         if (!is_gone(file.get(), folder, name))
             return file;

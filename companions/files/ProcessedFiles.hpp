@@ -10,26 +10,26 @@
 
 namespace orv {
 
-/// The folder in which requests build files before they move them into place: "__orv_proc_files__"
-/// in the temporary folder.
+/// The folder for files under construction, until requests move them into place:
+/// "__orv_proc_files__" in the temporary folder.
 ///
-/// An item in it belongs to the process that holds the lock (`flock`) on it. A file under
-/// construction has a UUID as its name. A file that is built elsewhere has a note here, with a UUID
-/// and the extension "note" as its name; see `Note`.
+/// An item in it belongs to the process with the lock (`flock`) on it. A file under construction
+/// has a UUID as its name. A file built elsewhere has a note here, with a UUID and the extension
+/// "note" as its name; see `Note`.
 [[nodiscard]] const Url& processed_files_folder();
 
-/// Creates the folder and says whether it stands.
+/// Creates the folder; true if it is there.
 bool create_processed_files_folder();
 
-/// Opens the folder, and creates it if it was cleaned away since the library was started.
+/// Opens the folder, and creates it if someone removed it since the start of the library.
 ///
 /// Errors: the platform's.
 [[nodiscard]] FileDescriptor made_processed_files_folder();
 
-/// Creates the file `name` in an open folder, by default for its owner alone, and takes the lock
-/// that marks it as owned by this process for as long as the descriptor is open.
+/// Creates the file `name` in an open folder, by default for its owner alone, and takes the lock:
+/// the file is this process's own for as long as the descriptor is open.
 ///
-/// Errors: the platform's, at `url`; EEXIST when the name is taken.
+/// Errors: the platform's, at `url`; EEXIST if the name is taken.
 FileDescriptor create_owned_file(int folder, const std::string& name, const Url& url,
                                  mode_t mode = 0600);
 
@@ -42,13 +42,13 @@ FileDescriptor create_owned_file(int folder, const std::string& name, const Url&
 /// Errors: the platform's, when there is no folder.
 [[nodiscard]] bool is_owned_by_living(const std::string& name);
 
-/// A new file on the volume of the processed-files folder that has no name and ends with its
+/// A new file without a name on the volume of the processed-files folder; it ends with its
 /// descriptor.
 ///
 /// Errors: the platform's.
 [[nodiscard]] FileDescriptor create_nameless_file();
 
-/// The name of a hidden item that a copy leaves out, and of the note that announces it.
+/// The name of a hidden item no copy takes, and of the note that announces it.
 [[nodiscard]] std::string hidden_name(const std::string& uuid);
 [[nodiscard]] std::string note_name(const std::string& uuid);
 

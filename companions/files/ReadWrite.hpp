@@ -28,10 +28,10 @@ void write_all(const OpenFile& file, std::string_view text, std::int64_t offset)
 [[nodiscard]] std::size_t read_some(const OpenFile& file, std::span<std::byte> buffer,
                                     std::int64_t offset);
 
-/// True if both files hold the same bytes. `poll` is called now and then; what it throws ends the
+/// True if both files hold the same bytes. Calls `poll` now and then; an exception from it ends the
 /// comparison.
 ///
-/// Errors: the platform's, at the file that can't be read.
+/// Errors: the platform's, at the unreadable file.
 [[nodiscard]] bool has_same_content(const OpenFile& one, const OpenFile& other,
                                     FunctionRef<void()> poll);
 

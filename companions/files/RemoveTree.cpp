@@ -20,11 +20,11 @@
 namespace orv {
 namespace {
 
-// Some file systems leave entries out when others are removed during the reading, and another
-// program may add some: a folder that is not empty then is read again, but not for ever.
+// Some file systems leave entries out after removals during the reading, and another program may
+// add some: so a folder that is not empty then is read again, but not for ever.
 constexpr int max_readings_again = 1000;
 
-/// Removes what is no folder and returns 0, or the errno; EISDIR for a folder.
+/// Removes any item but a folder and returns 0, or the errno; EISDIR for a folder.
 int unlink_item(int folder, const char* name)
 {
     return ::unlinkat(folder, name, 0) == 0 ? 0 : errno;

@@ -45,8 +45,8 @@ int entries_spelled_like(const Url& folder, std::string_view name)
     return entries;
 }
 
-/// True if the paths differ in spelling alone, on a volume that has one entry for both. Inode
-/// numbers do not tell: FUSE volumes make one up for every spelling.
+/// True if the paths differ in spelling alone, on a volume with one entry for both. Inode numbers
+/// do not tell: FUSE volumes make one up for every spelling.
 bool are_spellings(const Url& one, const Url& other)
 {
     if (one == other)
@@ -87,7 +87,7 @@ bool is_other_spelling(const Url& one, const Url& other)
 try {
     return one != other && are_spellings(one, other);
 } catch (const Error&) {
-    return false; // a folder that cannot be listed tells nothing
+    return false; // an unreadable folder tells nothing
 }
 
 bool are_on_two_devices(const Url& one, const Url& other)

@@ -17,21 +17,21 @@ namespace orv {
 /// `HiddenName`.
 class SetAside {
 public:
-    /// Renames the item `name` of the open folder. `replacement` is the inode number of the item
-    /// that is to get the name, if it exists already. The folder, open, and `rename` have to
-    /// outlive this.
+    /// Renames the item `name` of the open folder. `replacement` is the inode number of the next
+    /// item with the name, if it exists already. The open folder and `rename` must outlive this
+    /// object.
     ///
     /// Errors: the platform's; then the item is where it was.
     SetAside(const DestinationFolder& folder, std::string name,
              std::optional<std::uint64_t> replacement, NoReplaceRename& rename);
 
-    /// Puts the item back unless it was discarded. Where its name is taken by now, it gets one like
+    /// Puts the item back unless it was discarded. If its name is taken by now, it gets one like
     /// it.
     ~SetAside();
     SetAside(const SetAside&) = delete;
     SetAside& operator=(const SetAside&) = delete;
 
-    /// Removes the item, a folder with everything in it. The next start removes what stays.
+    /// Removes the item, a folder with all its contents. The next start removes a leftover.
     void discard() noexcept;
 
 private:
@@ -42,7 +42,7 @@ private:
     bool is_aside_ = false;
 };
 
-/// Renames the hidden item `hidden` of an open folder to `name` or, where that is taken, to a free
+/// Renames the hidden item `hidden` of an open folder to `name` or, if that is taken, to a free
 /// name like it.
 ///
 /// Errors: returns 0 or the errno.

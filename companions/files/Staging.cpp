@@ -13,7 +13,7 @@
 namespace orv {
 namespace {
 
-/// Two devices are never one volume; a shared one may still be two, which only a move can tell.
+/// Two devices are never one volume; one device may still be two volumes, and only a move can tell.
 bool is_on_another_device(int one_folder, int other_folder)
 {
     struct stat one {};

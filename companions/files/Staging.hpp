@@ -7,42 +7,40 @@
 
 namespace orv {
 
-/// The hidden place where one request builds its files until it publishes them. Files have no name
-/// if the volume offers that. Otherwise they stand in the processed-files folder, or, if they
-/// cannot be moved from there, under a hidden name beside their destination; a note announces it.
+/// The hidden place for the files of one request until it publishes them. Files have no name if the
+/// volume offers that. Otherwise they stand in the processed-files folder, or, if they cannot be
+/// moved from there, under a hidden name beside their destination, with a note to announce it.
 ///
 /// Threading: one thread.
 class Staging {
 public:
     Staging() = default;
 
-    /// Hides files that need a hidden name in the open folder `place`, if it takes them, instead of
-    /// beside their destinations: so one note serves them all. `place` has to outlive this, on the
-    /// volume of most destinations.
+    /// Hides files in need of a hidden name in the open folder `place`, if it takes them, instead
+    /// of beside their destinations: so one note serves them all. `place` must outlive this object,
+    /// on the volume of most destinations.
     void hide_in(const DestinationFolder& place) { hiding_place_ = place; }
 
     Staging(const Staging&) = delete;
     Staging& operator=(const Staging&) = delete;
 
-    /// A new file that is to be published in `destination`. Of those with a name there is one at a
-    /// time.
+    /// A new file for `destination`. Of those with a name there is one at a time.
     ///
     /// Errors: the platform's.
     PartialFile create(const DestinationFolder& destination);
 
-    /// Gives the finished file its name, in the way that the volume offers; see
-    /// `PartialFile::publish`.
+    /// Gives the finished file its name, in the volume's way; see `PartialFile::publish`.
     [[nodiscard]] int publish(PartialFile& file, const DestinationFolder& folder,
                               const std::string& name)
     {
         return file.publish(folder, name, rename_);
     }
 
-    /// True if a file that could not be published for the errno `code` is to be built anew, in
-    /// another way than up to now.
+    /// True if a file with a failed publication, for the errno `code`, must be built anew in
+    /// another way.
     bool can_do_otherwise(int code);
 
-    /// Files have no names, so that any number of them can be built at once.
+    /// True if files have no names, and any number of them can grow at once.
     [[nodiscard]] bool is_unnamed() const { return way_ == Way::unnamed; }
 
 private:

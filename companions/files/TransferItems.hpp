@@ -19,7 +19,7 @@ struct SourceItem {
 struct DestinationItem {
     DestinationFolder folder;
     std::string name;
-    std::string shown_name = {}; ///< the final name, in errors, of an item that is built hidden
+    std::string shown_name = {}; ///< the final name, in errors, of a hidden item under construction
 
     [[nodiscard]] Url url() const
     {

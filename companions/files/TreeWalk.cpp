@@ -22,8 +22,8 @@ OpenFolder opened_root(const Url& root)
     return folder;
 }
 
-/// Whether `opened` is the folder that was described as `facts`. Opening one that is mounted on
-/// demand opens the volume that is mounted there.
+/// True if `opened` is the folder with `facts`. The open of an automount point opens the volume
+/// behind it.
 bool is_described_by(const OpenFolder& opened, const struct statx& facts)
 {
     return opened.identity() == identity_of(facts) ||
@@ -86,7 +86,7 @@ bool TreeWalk::look_at(const FolderReader::Entry& entry)
     name_ = entry.name;
     level_ = static_cast<int>(trail_.depth()) + 1;
     const bool enters_folders = options_.recursive && level_ != options_.recursion_depth;
-    // A folder is opened before it is told of: that describes it, too, in the same step.
+    // The walk opens a folder before it reports it: the open describes it, too, in the same step.
     if (entry.type == DT_DIR && enters_folders && open_item())
         return true;
     facts_ = {};

@@ -14,23 +14,23 @@
 
 namespace orv {
 
-/// What a walk takes in.
+/// The scope of a walk.
 struct TreeWalkOptions {
-    /// What becomes of a folder that cannot be read and of an entry that vanishes before it is
-    /// looked at. A process that is out of descriptors or memory always fails.
+    /// How to treat an unreadable folder, and an entry that vanishes before its description. A
+    /// process without descriptors or memory always fails.
     enum class Unreadable { pass_over, fail };
 
     bool recursive = true;
-    /// Folders of this level are not entered. Level 1 is what lies directly in the root.
+    /// The walk does not enter folders of this level. Level 1 is the root's direct contents.
     std::optional<int> recursion_depth = {};
-    /// Without them, a hidden folder is left out with all that is in it.
+    /// Without them, a hidden folder is left out with all its contents.
     bool include_hidden_files = true;
     Unreadable unreadable = Unreadable::pass_over;
-    /// Told why each folder or entry is passed over that is still there. What it refers to must
+    /// Hears why the walk passes over a folder or entry that is still there. Its references must
     /// outlive the walk. May be empty.
     std::function<void(const Error&)> on_passed_over = {};
-    /// Without it, of what is no folder only the type is told where the folder tells it, until
-    /// `describe()` is called.
+    /// Without it, items other than folders have only a type, if the folder lists it, until a call
+    /// of `describe()`.
     bool describes_all = true;
     std::size_t max_open_folders = FolderStack::default_max_open;
 };
@@ -47,10 +47,10 @@ struct TreeWalkOptions {
 ///         }
 ///     }
 ///
-/// The root is entered and left too, at level 0, but is no item. A folder told of as an item is
-/// entered next, unless it is not to be or cannot be. Symbolic links are never followed below the
-/// root, not even when one takes the place of a folder during the walk. Nothing but folders is
-/// opened. Trees of any depth are walked with a bounded number of descriptors.
+/// The root is entered and left too, at level 0, but is no item. A folder reported as an item is
+/// entered next, unless it is skipped or does not open. The walk never follows symbolic links below
+/// the root, even if one takes the place of a folder. It opens folders only, and needs a bounded
+/// number of descriptors for any depth.
 ///
 /// Threading: any one thread at a time.
 /// Errors: after one, the walk is of no more use.
@@ -58,12 +58,12 @@ class TreeWalk {
 public:
     enum class Event { item, entered, left, end };
 
-    /// Opens `root`; a link there is followed.
+    /// Opens `root`; follows a link there.
     ///
-    /// Errors: the platform's, when it cannot be opened, whatever the options say.
+    /// Errors: the platform's, if it does not open, whatever the options say.
     explicit TreeWalk(const Url& root, const TreeWalkOptions& options = {});
 
-    /// Walks the folder open as `root`, whose path is shown as `path`.
+    /// Walks the folder open as `root`, with `path` for display.
     TreeWalk(OpenFolder root, const Url& path, const TreeWalkOptions& options = {});
 
     TreeWalk(const TreeWalk&) = delete;
@@ -71,40 +71,39 @@ public:
 
     /// Goes on to the next event.
     ///
-    /// Errors: the platform's with the path, as the options say; that a folder was moved or
-    /// replaced.
+    /// Errors: the platform's with the path, as the options say; an error for a moved or replaced
+    /// folder.
     Event next();
 
-    /// The folder of the item event just told is not entered.
+    /// Keeps the walk out of the folder of the latest item event.
     void skip_contents()
     {
         enters_item_ = false;
         opened_item_.descriptor.reset();
     }
 
-    /// Looks at an item of which only the type was told. False when it is passed over, since it
-    /// vanished.
+    /// Describes an item known by its type alone. False if it vanished; the walk passes over it.
     ///
     /// Errors: the platform's with the path, as the options say.
     bool describe();
 
-    /// The item, or the folder entered or left: its name, valid until the next event, what it is
-    /// (as it was when told of as an item), and its level.
+    /// The item, or the folder entered or left: its name, valid until the next event, its facts at
+    /// the time of the report, and its level.
     [[nodiscard]] const char* name() const { return name_; }
     [[nodiscard]] const struct statx& facts() const { return facts_; }
     [[nodiscard]] bool is_folder() const { return S_ISDIR(facts_.stx_mode); }
     [[nodiscard]] int level() const { return level_; }
 
-    /// The open folder that the walk is in: that which the item lies in, or that entered or left.
-    /// Valid until the next event.
+    /// The walk's open folder: the item's parent, or the one entered or left. Valid until the next
+    /// event.
     [[nodiscard]] int folder() const { return trail_.folder(); }
     [[nodiscard]] const std::string& folder_path() const { return trail_.path(); }
     [[nodiscard]] const struct statx& folder_facts() const { return folder_facts_.back(); }
 
     [[nodiscard]] std::string relative_folder_path() const;
 
-    /// The full path of the item, or of the folder entered or left, and the way there from the
-    /// root, which for the root itself is empty. They may be longer than any call takes.
+    /// The full path of the item, or of the folder entered or left, and its path relative to the
+    /// root, empty for the root itself. They may be longer than any call takes.
     [[nodiscard]] std::string path() const;
     [[nodiscard]] std::string relative_path() const;
 
@@ -127,7 +126,7 @@ private:
     struct statx facts_ = {};
     int level_ = 0;
     bool enters_item_ = false;
-    OpenFolder opened_item_; // an item that is to be entered is open already, if it can be
+    OpenFolder opened_item_; // an item to enter is open already, if it can be
 };
 
 } // namespace orv

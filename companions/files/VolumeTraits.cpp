@@ -41,7 +41,7 @@ bool says_yes(const std::string& path)
     return file && ::read(file.get(), &answer, 1) == 1 && answer == '1';
 }
 
-/// A partition is described below its disk, which knows whether it can be taken out.
+/// A partition has its description below its disk, and the disk knows if it is removable.
 bool is_removable(dev_t device)
 {
     const std::string disk =

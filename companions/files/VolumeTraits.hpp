@@ -8,15 +8,15 @@
 
 namespace orv {
 
-/// What the file system of a folder can hold, and what its volume is.
+/// The limits of a folder's file system, and its kind of volume.
 struct VolumeTraits {
     std::int64_t max_file_size; ///< bytes
     std::size_t max_name_bytes;
     bool ignores_case = false;                ///< "A" and "a" are one name
     bool refuses_reserved_characters = false; ///< control characters and "*:<>?\| among others
-    bool may_go_away = false;                 ///< a network volume, or a disk that can be unplugged
+    bool may_go_away = false;                 ///< a network volume, or a removable disk
 
-    /// The traits of the volume of the open folder. What is not known counts as unlimited.
+    /// The traits of the volume of the open folder. Unknown ones count as unlimited.
     static VolumeTraits of(int folder);
 
     /// True if an item can have this name there.

@@ -46,7 +46,8 @@ void check_is_regular(int result, const struct stat& facts, const Url& file)
         throw Error("Only a regular file can be decoded.");
 }
 
-/// Looks before it opens, since opening alone sets off some devices; and again, at what was opened.
+/// Looks before the open, because the open alone sets off some devices; and again, at the opened
+/// item.
 FileDescriptor open_regular(const Url& file)
 {
     const Place place = Place::of(file);

@@ -5,7 +5,7 @@
 namespace orv::picture {
 namespace {
 
-/// Enough for most files. What a page takes shows only while it is drawn, so it gets much at once.
+/// Enough for most files. A page's need shows only during its drawing, so it gets much at once.
 std::uint64_t usual_memory(Medium medium)
 {
     constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
@@ -58,7 +58,7 @@ DecodedPicture DecoderPool::decode(int file, SizeWanted wanted, const std::stop_
 {
     const Turn turn(*this, stop);
     auto process = living_process();
-    // What this throws ends the process: it is not kept.
+    // An exception from here ends the process: the pool does not keep it.
     auto outcome = decode_with(*process, file, wanted, stop);
     {
         const std::lock_guard lock(mutex_);
@@ -74,7 +74,7 @@ Outcome DecoderPool::decode_with(DecoderProcess& process, int file, SizeWanted w
 {
     std::uint64_t memory = usual_memory(medium_);
     for (;;) {
-        // One that needs more gives back what it has: nobody waits while he holds some.
+        // A file with a greater need gives back its share: nobody waits with some in hand.
         const MemoryBudget::Share share(budget_, memory, stop);
         Outcome outcome = process.decode(file, wanted, share, limits_, stop);
         const auto* needs = std::get_if<NeedsMemory>(&outcome);

@@ -14,8 +14,8 @@
 
 namespace orv::picture {
 
-/// The helpers that run one program for one medium: started when they are needed, kept for the next
-/// file, and replaced when they died or had to be killed.
+/// The helpers for one medium, all with one program: started on demand, kept for the next file, and
+/// replaced after a death or a kill.
 ///
 /// Threading: any.
 class DecoderPool {
@@ -26,11 +26,11 @@ public:
     DecoderPool(const DecoderPool&) = delete;
     DecoderPool& operator=(const DecoderPool&) = delete;
 
-    /// Has a helper make a picture from the open file; waits for one that is free, and for the
-    /// memory that the file takes.
+    /// Lets a helper make a picture from the open file; waits for a free one, and for the file's
+    /// memory.
     ///
     /// Cancel: `stop` ends the waiting at once, with an `Exception`.
-    /// Errors: an `Error` that says why there is no picture.
+    /// Errors: an `Error` with the reason for a missing picture.
     DecodedPicture decode(int file, SizeWanted wanted, const std::stop_token& stop = {});
 
 private:

@@ -18,7 +18,7 @@
 namespace orv::picture {
 namespace {
 
-/// What a helper says is no more to be trusted than the file that it read.
+/// A helper's answer is no more to be trusted than the file it read.
 std::string printable(std::string text)
 {
     const auto is_odd = [](char c) { return c < ' ' || c > '~'; };
@@ -101,7 +101,7 @@ Outcome DecoderProcess::decode(int file, SizeWanted wanted, const MemoryBudget::
                                DecodingLimits limits, const std::stop_token& stop)
 {
     auto outcome = [&]() -> Outcome {
-        // What waits for the socket takes its end for that of the helper.
+        // A wait on the socket takes the socket's end for the helper's.
         const std::stop_callback end_waiting(stop, [&] { ::shutdown(socket_.get(), SHUT_RDWR); });
         try {
             DecoderSocket socket(socket_.get(), HelperWatch(program_->id(), limits));

@@ -18,12 +18,12 @@ struct Refusal {
     std::string sentence;
 };
 
-/// A helper did not read a file, since that takes more memory than it was given.
+/// A helper refused a file because it takes more memory than allowed.
 struct NeedsMemory {
     std::uint64_t bytes = 0;
 };
 
-/// What a helper makes of a file.
+/// A helper's result for a file.
 using Outcome = std::variant<DecodedPicture, Refusal, NeedsMemory>;
 
 /// A helper process at work, killed and waited for at the end.
@@ -33,7 +33,7 @@ class DecoderProcess {
 public:
     /// Starts the program for files of that medium.
     ///
-    /// Errors: an `Error` when it cannot be started.
+    /// Errors: an `Error` if it does not start.
     DecoderProcess(const Url& program, Medium medium);
     ~DecoderProcess() = default;
     DecoderProcess(const DecoderProcess&) = delete;
@@ -44,8 +44,8 @@ public:
     /// Has it make a picture from the open file, with as much memory as its share is.
     ///
     /// Cancel: `stop` ends the waiting at once, with an `Exception`.
-    /// Errors: an `Error` when it has died, takes too long or does not answer as agreed. It is of
-    /// no use after that, or after a cancel.
+    /// Errors: an `Error` if it has died, takes too long or breaks the protocol. It is useless
+    /// after that, or after a cancel.
     Outcome decode(int file, SizeWanted wanted, const MemoryBudget::Share& memory,
                    DecodingLimits limits, const std::stop_token& stop);
 

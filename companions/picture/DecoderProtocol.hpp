@@ -6,16 +6,15 @@
 
 namespace orv::picture {
 
-// What the application and a helper say to each other on a stream socket, which the helper has as
-// its descriptor `decoder_socket`. The program's argument is the number of the medium of all files
-// that it will get. The application sends a request, and with it a descriptor of the
-// file; the helper answers, and ends when the socket does. Each request is answered before the
-// next.
+// The protocol between the application and a helper, on a stream socket; the helper has it as its
+// descriptor `decoder_socket`. The program's argument is the number of the medium of all its files.
+// The application sends a request, with a descriptor of the file; the helper answers, and ends with
+// the socket. Each request gets its answer before the next.
 
 constexpr int decoder_socket = 3;
 
-/// A pipe that is never written to. The application's end closes when the application ends, and the
-/// helper has the kernel kill it then.
+/// A pipe without writes. The application's end closes when the application ends, and then the
+/// kernel kills the helper.
 constexpr int decoder_lifeline = 4;
 
 /// How much of it a helper may use for one file, all its threads together.
@@ -32,12 +31,12 @@ struct DecodeRequest {
     Delivery delivery = Delivery::thumbnail;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
-    std::uint64_t memory = 0; ///< that the helper may take for this file, in bytes
+    std::uint64_t memory = 0; ///< the helper's memory for this file, in bytes
 };
 
-/// Followed by the pixels, in the size that `delivered_size` tells; or, when `text_size` is not 0,
-/// by a sentence that says why there are none; or, when `memory_needed` is not 0, by nothing: the
-/// file was not read, and can be sent again with that much memory.
+/// Followed by the pixels, in the size of `delivered_size`; or, if `text_size` is not 0, by a
+/// sentence with the reason for a missing picture; or, if `memory_needed` is not 0, by nothing: the
+/// helper did not read the file, and the application can send it again with that much memory.
 struct DecodeAnswer {
     std::uint32_t version = decoder_version;
     std::uint32_t text_size = 0;

@@ -30,7 +30,7 @@ std::pair<FileDescriptor, FileDescriptor> socket_pair()
 
 void DecoderSocket::send(const void* bytes, std::size_t size, int descriptor)
 {
-    // Neither the bytes nor the message is changed by sending it.
+    // The call changes neither the bytes nor the message.
     iovec part{const_cast<void*>(bytes), size};
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
     msghdr message{};

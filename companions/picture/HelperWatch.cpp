@@ -27,7 +27,7 @@ std::chrono::nanoseconds processor_time_of(pid_t process)
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-/// By calls and from disks: a mapped file is read without calls.
+/// By calls and from disks: a mapped file needs no calls.
 std::uint64_t bytes_read_by(pid_t process)
 {
     std::ifstream counts(folder_of(process) / "io");
@@ -39,7 +39,7 @@ std::uint64_t bytes_read_by(pid_t process)
     return sum;
 }
 
-/// The state letter of a thread, which follows its name in parentheses.
+/// The state letter of a thread, behind its name in parentheses.
 char state_in(const std::filesystem::path& thread)
 {
     std::ifstream file(thread / "stat");

@@ -23,16 +23,16 @@ struct DecodingLimits {
 /// Threading: one thread at a time.
 class HelperWatch {
 public:
-    /// Begins with what the process has used by now.
+    /// Begins with the process's use so far.
     HelperWatch(pid_t process, DecodingLimits limits);
 
-    /// Looks at what the process did since the last look.
+    /// Looks at the process's work since the last look.
     ///
     /// Errors: "The file takes too long to decode." when it has used up a limit.
     void look();
 
 private:
-    /// What the kernel has counted of a process.
+    /// The kernel's counts of a process.
     struct Count {
         std::chrono::nanoseconds processor_time{};
         std::uint64_t bytes_read = 0;

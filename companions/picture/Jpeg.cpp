@@ -30,7 +30,7 @@ Handle checked(tjhandle handle)
     return Handle(handle);
 }
 
-/// From 1 to 100; a quality that is no number is the lowest.
+/// From 1 to 100; NaN counts as the lowest quality.
 int percent_of(double quality)
 {
     if (!(quality > 0.01))
@@ -81,7 +81,7 @@ std::vector<std::byte> encode_jpeg(const Picture& picture, double quality)
 
 Picture decode_jpeg(std::span<const std::byte> bytes)
 {
-    // The library asks for bytes that may be changed, and does not change them.
+    // The library asks for mutable bytes, and does not change them.
     auto* data = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(bytes.data()));
     const auto size = static_cast<unsigned long>(bytes.size());
     const Handle handle = checked(::tjInitDecompress());

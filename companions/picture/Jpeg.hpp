@@ -8,7 +8,7 @@
 
 namespace orv::picture {
 
-/// What `Picture::jpeg` and `Picture::from_jpeg` promise.
+/// The promises of `Picture::jpeg` and `Picture::from_jpeg`.
 [[nodiscard]] std::vector<std::byte> encode_jpeg(const Picture& picture, double quality);
 [[nodiscard]] Picture decode_jpeg(std::span<const std::byte> bytes);
 

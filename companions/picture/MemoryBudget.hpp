@@ -8,7 +8,7 @@
 
 namespace orv::picture {
 
-/// The memory that several helpers may take together for the files that they decode at the time.
+/// The memory several helpers may take together for their current files.
 ///
 /// Threading: any.
 /// Units: bytes.
@@ -46,7 +46,7 @@ private:
     std::mutex mutex_;
     std::condition_variable_any changed_;
     std::uint64_t taken_ = 0;
-    std::list<const Share*> waiting_; ///< in the order in which they came
+    std::list<const Share*> waiting_; ///< in order of arrival
 };
 
 } // namespace orv::picture

@@ -8,7 +8,7 @@
 
 namespace orv::picture {
 
-/// What `Picture::png` and `Picture::from_png` promise, without texts.
+/// The promises of `Picture::png` and `Picture::from_png`, without texts.
 [[nodiscard]] std::vector<std::byte> encode_png(const Picture& picture);
 [[nodiscard]] Picture decode_png(std::span<const std::byte> bytes);
 

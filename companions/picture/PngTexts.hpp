@@ -19,12 +19,12 @@ using PngTexts = std::vector<std::pair<std::string, std::string>>;
 [[nodiscard]] std::vector<std::byte> with_png_texts(std::vector<std::byte> png,
                                                     const PngTexts& texts);
 
-/// The plain text fields of a PNG picture, in their order, from however much of the file is given.
-/// Compressed ones are left out; bytes that are no PNG picture have none.
+/// The plain text fields of a PNG picture, in order, from any beginning of the file. Leaves
+/// compressed ones out. Bytes of anything else have none.
 [[nodiscard]] PngTexts png_texts(std::span<const std::byte> png);
 
-/// The size in the header of a PNG picture, of which the beginning is enough. Bytes that are no PNG
-/// picture have none.
+/// The size in the header of a PNG picture; its beginning is enough. Bytes of anything else have
+/// none.
 [[nodiscard]] PictureSize png_size(std::span<const std::byte> png);
 
 } // namespace orv::picture

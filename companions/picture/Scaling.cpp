@@ -9,8 +9,8 @@
 namespace orv::picture {
 namespace {
 
-/// The old pixels that a new one is made of along one axis, from `first` on, and the parts that
-/// they have in it; the parts add up to 1.
+/// The old pixels behind a new one along one axis, from `first` on, with their weights; the weights
+/// add up to 1.
 struct Blend {
     std::uint32_t first = 0;
     std::uint32_t count = 0;
@@ -75,7 +75,7 @@ void Axis::add_neighbours(double centre, std::uint32_t old_size)
         parts_.push_back(part);
 }
 
-/// Red, green and blue multiplied by alpha, and alpha: what means are taken of.
+/// Red, green and blue multiplied by alpha, and alpha: the values to average.
 using Pixel = std::array<float, 4>;
 using Row = std::vector<Pixel>;
 
@@ -85,8 +85,8 @@ void add(Pixel& sum, const Pixel& pixel, float part)
         sum[i] += pixel[i] * part;
 }
 
-/// Rows of the old picture at the new width. The two that were asked for last are kept: successive
-/// blends share one or two.
+/// Rows of the old picture at the new width. It keeps the latest two: successive blends share one
+/// or two.
 class Rows {
 public:
     Rows(const Picture& picture, std::uint32_t new_width)

@@ -25,7 +25,7 @@ void check_spawning(int error)
         throw platform_error(error, {});
 }
 
-/// What is done to the descriptors of a new process before it runs its program.
+/// The changes to the descriptors of a new process before it runs its program.
 class DescriptorActions {
 public:
     explicit DescriptorActions(const std::vector<FileDescriptor>& descriptors)
@@ -68,7 +68,7 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-/// Copies of the descriptors that no place of the new process's descriptors overlaps.
+/// Copies of the descriptors outside the range of the new process's own.
 std::vector<FileDescriptor> moved_up(std::span<const int> descriptors)
 {
     std::vector<FileDescriptor> moved;
@@ -87,7 +87,7 @@ pid_t spawned(const Url& program, const std::string& argument, std::span<const i
     const std::vector<FileDescriptor> moved = moved_up(descriptors);
     const DescriptorActions actions(moved);
     const NewSession session;
-    // Neither text is changed by the call.
+    // The call changes neither text.
     const std::array<char*, 3> arguments{const_cast<char*>(program.path().c_str()),
                                          const_cast<char*>(argument.c_str()), nullptr};
     pid_t id = -1;

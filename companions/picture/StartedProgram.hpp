@@ -11,15 +11,15 @@
 
 namespace orv::picture {
 
-/// A program at work in a process of its own, which is killed and waited for at the end.
+/// A program at work in a process of its own. Its end kills the process and waits for it.
 ///
 /// Threading: one thread at a time.
 class StartedProgram {
 public:
-    /// Starts the program with one argument, in a session of its own. It has nothing of this
-    /// process but its environment and `descriptors`, which are its descriptors 3, 4 and so on.
+    /// Starts the program with one argument, in a session of its own. It inherits nothing of this
+    /// process but its environment and `descriptors`, as its descriptors 3, 4 and so on.
     ///
-    /// Errors: an `Error` when it cannot be started.
+    /// Errors: an `Error` if it does not start.
     StartedProgram(const Url& program, const std::string& argument,
                    std::span<const int> descriptors);
     ~StartedProgram();

@@ -8,8 +8,8 @@
 namespace orv {
 namespace {
 
-/// A side as whole pixels, at least one. Pictures can be a million times as wide as high, and a
-/// side can be asked for four billion pixels long.
+/// A side in whole pixels, at least one. Pictures can be a million times as wide as high, and a
+/// request can ask for a side of four billion pixels.
 std::uint32_t whole_pixels(float side)
 {
     constexpr auto longest = std::numeric_limits<std::uint32_t>::max();
@@ -18,7 +18,7 @@ std::uint32_t whole_pixels(float side)
     return side < static_cast<float>(longest) ? static_cast<std::uint32_t>(side) : longest;
 }
 
-/// The side of what a picture becomes when its other side shrinks or grows by `part` of `whole`.
+/// One side of a picture whose other side shrinks or grows by `part` of `whole`.
 std::uint32_t in_proportion(std::uint32_t side, std::uint32_t part, std::uint32_t whole)
 {
     const std::uint64_t rounded = (std::uint64_t{side} * part + whole / 2) / whole;
@@ -71,7 +71,7 @@ bool shows_enough(PictureSize kept, std::optional<PictureSize> full, SizeWanted 
 {
     if (kept == full && !may_enlarge(wanted))
         return true;
-    // Programs round the shorter side of what they share up or down.
+    // Programs round the shorter side of their shared thumbnails up or down.
     const PictureSize size = thumbnail_size(full.value_or(kept), wanted);
     const bool is_covered = size.width <= kept.width + 1 && size.height <= kept.height + 1;
     return is_covered && std::max(size.width, size.height) <= std::max(kept.width, kept.height);

@@ -14,16 +14,15 @@ struct PictureSize {
     friend bool operator==(const PictureSize&, const PictureSize&) = default;
 };
 
-/// What is delivered for a thumbnail: itself, or the picture that is shared between programs and
-/// that it can be scaled from.
+/// The delivered picture: the thumbnail itself, or the shared picture it can be scaled from.
 enum class Delivery : std::uint8_t {
     thumbnail,
     shared,
-    shared_of_any_size, ///< of what has no size of its own, such as a page: it may be enlarged
+    shared_of_any_size, ///< a medium without a size of its own, such as a page: it may be enlarged
 };
 
-/// The size that a thumbnail is wanted in: with one side given, the other follows from the shape of
-/// the picture; with none, the picture's own size is wanted.
+/// The wanted size of a thumbnail. With one side given, the other follows from the shape of the
+/// picture; with none, the picture keeps its own size.
 struct SizeWanted {
     std::optional<std::uint32_t> width;
     std::optional<std::uint32_t> height;
@@ -31,29 +30,29 @@ struct SizeWanted {
     friend bool operator==(const SizeWanted&, const SizeWanted&) = default;
 };
 
-/// The size of the thumbnail of a picture of the size `full` (the whole picture, upright).
-/// No side of it is 0 unless it was asked for, or `full` has no size.
+/// The size of the thumbnail of a picture with the upright size `full`. No side of it is 0 unless
+/// the request asked for 0, or `full` is empty.
 [[nodiscard]] PictureSize thumbnail_size(PictureSize full, SizeWanted wanted);
 
 /// Shared pictures fit into squares with these sides.
 constexpr std::array<std::uint32_t, 4> shared_sides = {128, 256, 512, 1024};
 
-/// The sides of the squares that may hold enough for a thumbnail of the size wanted.
+/// The sides of the squares with enough detail for a thumbnail of the wanted size.
 [[nodiscard]] std::span<const std::uint32_t> shared_sides_for(SizeWanted wanted);
 
 /// A picture of the size `full` made to fit into a square, in its shape; enlarged if `may_enlarge`.
 [[nodiscard]] PictureSize size_within(PictureSize full, std::uint32_t side, bool may_enlarge);
 
-/// Whether a shared picture of the size `kept` shows as much as the wanted thumbnail of the whole
-/// can, of which the size `full` may be unknown: then it has the same shape.
+/// True if a shared picture of the size `kept` shows as much as the wanted thumbnail of the whole
+/// can. If the size `full` of the whole is unknown, it has the same shape.
 [[nodiscard]] bool shows_enough(PictureSize kept, std::optional<PictureSize> full,
                                 SizeWanted wanted);
 
 /// The smallest square whose shared picture shows enough; none where no square does.
 [[nodiscard]] std::optional<std::uint32_t> shared_side(PictureSize full, SizeWanted wanted);
 
-/// The size of what is delivered: `thumbnail_size(full, wanted)`, or that of the shared picture
-/// where one is asked for and shows enough; where no picture can have that size, `full`.
+/// The size of the delivered picture: `thumbnail_size(full, wanted)`, or that of a shared picture
+/// if one is wanted and shows enough; `full` if no picture can have that size.
 [[nodiscard]] PictureSize delivered_size(PictureSize full, SizeWanted wanted);
 
 } // namespace orv

@@ -63,8 +63,7 @@ void check_is_not_inside(const Url& source, const CopyAnswer& answer)
             .at(source);
 }
 
-/// Deletes the item that the copy replaces if both have no room on its volume. Returns true if it
-/// did.
+/// Deletes the old item if both have no room on its volume. True if it did.
 bool makes_room(CopyRequest& request, const Url& source, const Url& destination, std::int64_t size)
 {
     const auto poll = [&] { request.check_cancelled(); };
@@ -116,7 +115,7 @@ void copy(CopyRequest& request, const Url& source, const Url& destination, CopyS
         told_of_removal(goes_first, [&] { return copy_tree(request, plan, nothing_copied); });
     request.tally().add_result(answer.destination);
     progress.value = 1;
-    // While the locks are held. A cancel comes too late for a copy that has replaced an item.
+    // Under the locks. A cancel comes too late for a copy that has replaced an item.
     if (!replaces)
         request.check_cancelled();
     request.report_soon(status::progress<CopyProgress>{progress});
@@ -137,7 +136,7 @@ std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url
 {
     return start_request<CopyOperation>(
         std::move(status_closure),
-        // Links are resolved in the background: on a dead volume that may take for ever.
+        // Resolves links in the background: on a dead volume it may take for ever.
         [src_url, dest_url](CopyRequest& request) {
             CopySupport alone;
             return copy_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks(),

@@ -15,10 +15,10 @@ namespace orv {
 std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url,
                                          CopyOperation::StatusClosure status_closure);
 
-/// What the copies of a batch share.
+/// State shared by the copies of a batch.
 struct CopySupport {
     FreeUrls free_urls = {};
-    /// Of the next copy, whose descriptors are leased then; else null.
+    /// Of the next copy, with its descriptors leased; otherwise null.
     BuiltAhead* built = nullptr;
 };
 

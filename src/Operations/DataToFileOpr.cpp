@@ -32,7 +32,7 @@ constexpr auto chunk_pause = std::chrono::milliseconds(50);
 struct TargetAnswer {
     Url target;
     bool replaces = false;
-    bool replaces_file = false; // which is the same document, saved again
+    bool replaces_file = false; // the same document, saved again
 };
 
 bool is_file(const Url& url)
@@ -114,8 +114,8 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
     if (replaces && !replaces_file)
         delete_records_of_replaced(target);
     request.tally().add_done(target);
-    // The lock is kept for that: nobody else's file may be deleted. A file that took the place of
-    // another stays, since the other one is gone.
+    // Keeps the lock for it: it must not delete another request's file. A file in the place of an
+    // old item stays, because the old item is gone.
     if (replaces)
         request.set_done();
     else

@@ -35,8 +35,8 @@ void remove_item(const Url& url, FunctionRef<void()> removed)
     }
 }
 
-/// A power cut must not bring the item back without its records, so they stay if that cannot be
-/// ruled out.
+/// A power cut must not bring the item back without its records. Unless the flush succeeds, they
+/// stay.
 void delete_records(const RecordKey& key, const Url& url)
 {
     Database& database = shared_db_manager().db();
@@ -72,7 +72,7 @@ try {
             continue;
         poll();
         ++items;
-        // What is mounted there is not deleted: the deletion fails there.
+        // A mounted volume there stays, and the deletion fails at it.
         if (walk.is_folder() && is_mounted(walk.facts(), identity_of(walk.folder_facts())))
             walk.skip_contents();
     }

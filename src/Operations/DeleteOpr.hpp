@@ -14,20 +14,19 @@ namespace orv {
 std::shared_ptr<DeleteOperation> delete_item(Url url,
                                              DeleteOperation::StatusClosure status_closure);
 
-/// Deletes the item at `url` and its attribute rows, as the operation does it. `removed` is called
-/// after each item that was removed.
+/// Deletes the item at `url` and its attribute rows, as the operation does. Calls `removed` after
+/// each removed item.
 ///
 /// Threading: background.
 /// Errors: those of the operation.
 void delete_item_and_records(const Url& url, FunctionRef<void()> removed);
 
-/// How many items the item at `url` and all that is in it are; -1 where that cannot be told.
-/// `poll` is called for each of them.
+/// The number of items at `url`, with all contents; -1 if unknown. Calls `poll` for each.
 ///
 /// Threading: background.
 std::int64_t items_to_delete(const Url& url, FunctionRef<void()> poll);
 
-/// The same as a part of `request`, which counts it and can be paused between two items.
+/// The same as a part of `request`, with its count, and pauses between two items.
 template <class Operation>
 void delete_for(Request<Operation>& request, const Url& url)
 {

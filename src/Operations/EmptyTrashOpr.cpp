@@ -47,8 +47,7 @@ public:
         trash.remove_stray_infos();
     }
 
-    /// A trash folder that could not be opened was not emptied. What is none of the user's was not
-    /// meant.
+    /// A trash folder that did not open is not empty. Folders of other users were not meant.
     [[nodiscard]] EmptyTrashOperation::Status outcome(const Trashes::Unused& unused)
     {
         for (const Error& error : unused)
@@ -60,7 +59,7 @@ public:
     }
 
 private:
-    /// With a limit, items that tell no date are kept.
+    /// With a limit, items without a date stay.
     [[nodiscard]] bool is_meant(const TrashEntry& entry) const
     {
         return !limit_ || (entry.info && entry.info->date && *entry.info->date < *limit_);

@@ -8,8 +8,7 @@
 
 namespace orv {
 
-/// Starts the deletion of all that is in the trash, or of what was thrown away longer than
-/// `older_than` ago.
+/// Starts the deletion of the whole trash, or of items thrown away longer than `older_than` ago.
 std::shared_ptr<EmptyTrashOperation> empty_trash(std::optional<std::chrono::seconds> older_than,
                                                  EmptyTrashOperation::StatusClosure status_closure);
 

@@ -14,7 +14,7 @@ namespace {
 
 using Attribute = FetchByAttrOperation::Attribute;
 
-/// What holds for the records of the items that carry the attribute.
+/// The condition on the records of the items with the attribute.
 std::string_view condition_of(Attribute attribute)
 {
     switch (attribute) {

@@ -7,7 +7,7 @@
 
 namespace orv {
 
-/// Starts the listing of the items that carry `attribute`.
+/// Starts the listing of the items with `attribute`.
 std::shared_ptr<FetchByAttrOperation>
 fetch_items_by_attribute(FetchByAttrOperation::Attribute attribute, std::optional<SortType> sort,
                          FetchByAttrOperation::IfGone if_gone,

@@ -68,7 +68,7 @@ void append(ItemList& items, const ItemList& batch)
     items.append(batch);
 }
 
-/// Adds the wanted items to `items`, which are none yet.
+/// Adds the wanted items to the empty list `items`.
 template <class Operation, class Items>
 void collect(Request<Operation>& request, Items& items, const WantedItems& wanted,
              const Url& resolved_root, const DescriptorLease& descriptors)
@@ -115,7 +115,7 @@ void sort_items(ItemList& items, SortType sort)
     items.sort(sort);
 }
 
-/// Notes at a folder that has stored attributes whether its listing is in custom order now.
+/// Stores on a folder with attributes if its listing is in custom order now.
 void remember_sort(const Url& folder, SortType sort)
 {
     shared_db_manager().db().sync([&] {

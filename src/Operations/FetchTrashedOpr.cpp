@@ -21,7 +21,7 @@ FetchTrashedOperation::Status list_trashes(Request<FetchTrashedOperation>& reque
         std::ranges::move(trashed_items(trash, found.unused, poll),
                           std::back_inserter(found.items));
     });
-    // By location where the dates are alike, since an order that changes by itself confuses.
+    // By location for equal dates: an order that changes by itself confuses.
     std::ranges::sort(found.items, {}, &TrashedItem::url);
     std::ranges::stable_sort(found.items, std::ranges::greater(), &TrashedItem::deletion_date);
     std::ranges::copy(trashes.unused(), std::back_inserter(found.unused));

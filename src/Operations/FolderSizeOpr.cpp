@@ -16,7 +16,7 @@ namespace {
 constexpr ErrorPlace size_place{"src/Operations/FolderSizeOpr",
                                 "calc_folder_size(for:status_closure:)"};
 
-/// What an item adds to the size of the folder it lies in.
+/// An item's part of the size of its folder.
 std::int64_t size_of(const struct statx& facts)
 {
     return S_ISREG(facts.stx_mode) ? static_cast<std::int64_t>(facts.stx_size) : 0;

@@ -40,8 +40,7 @@ MoveAnswer settle_conflict(MoveRequest& request, const Url& source, const Url& d
     return {free_urls.next(destination, move_place("Couldn't generate a non-conflicting url."))};
 }
 
-/// Deletes the item that the move replaces if both have no room on its volume.
-/// Returns true if it did.
+/// Deletes the old item if both have no room on its volume. True if it did.
 bool makes_room(MoveRequest& request, const Url& source, const Url& destination)
 {
     const auto poll = [&] { request.check_cancelled(); };
@@ -82,7 +81,7 @@ std::shared_ptr<MoveOperation> move_item(const Url& src_url, const Url& dest_url
 {
     return start_request<MoveOperation>(
         std::move(status_closure),
-        // Links are resolved in the background: on a dead volume that may take for ever.
+        // Resolves links in the background: on a dead volume it may take for ever.
         [src_url, dest_url](MoveRequest& request) {
             FreeUrls free_urls;
             return move_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks(),

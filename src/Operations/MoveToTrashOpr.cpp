@@ -22,7 +22,7 @@ using TrashRequest = Request<MoveToTrashOperation>;
 constexpr ErrorPlace trash_place{"src/Operations/MoveToTrashOpr",
                                  "move_to_trash(urls:status_closure:)"};
 
-/// Refuses what cannot go to `trash`.
+/// Refuses items `trash` cannot take.
 void check_can_go(const Url& url, const TrashFolder& trash)
 {
     if (Tool::is_volume(url).value_or(false))
@@ -34,7 +34,7 @@ void check_can_go(const Url& url, const TrashFolder& trash)
             .at(url);
 }
 
-/// Checks all that can be known before anything happens, and returns the locations without links.
+/// Checks everything that can be known before any change, and returns the locations without links.
 std::vector<Url> checked(const std::vector<Url>& urls, Trashes& trashes)
 {
     std::vector<Url> items;
@@ -54,7 +54,7 @@ std::vector<Url> checked(const std::vector<Url>& urls, Trashes& trashes)
     return items;
 }
 
-/// Moves the item into `trash`; no value, and nothing has happened, if that is on another volume.
+/// Moves the item into `trash`. No value, without effect, if `trash` is on another volume.
 std::optional<TrashedItem> moved_into(TrashFolder& trash, const Url& item)
 {
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());

@@ -25,7 +25,7 @@ using CopyBatch = Request<MultiCopyOperation>;
 constexpr ErrorPlace multi_copy_place{"src/Operations/MultiCopyOpr",
                                       "copy(src_urls:dest_folder_url:status_closure:)"};
 
-/// What the items of a batch weigh, and how much of that is done.
+/// The sizes of a batch's items, and the finished part.
 ///
 /// Units: bytes.
 class BatchProgress {
@@ -47,7 +47,7 @@ public:
 
     void item_done() { done_ += static_cast<float>(sizes_[current_++]); }
 
-    /// What was reported last; nothing for a batch without an item.
+    /// The latest report; none for a batch without an item.
     [[nodiscard]] const std::optional<CopyProgress>& last() const { return last_; }
 
 private:
@@ -88,7 +88,7 @@ public:
     /// Copies the next item.
     CopyOperation::Status copy_next();
 
-    /// The progress that was reported last; nothing for a batch without an item.
+    /// The progress of the latest report; none for a batch without an item.
     [[nodiscard]] const std::optional<CopyProgress>& last_progress() const
     {
         return progress_.last();
@@ -132,7 +132,7 @@ void BatchCopier::pass_on(const CopyOperation::Status& status)
         batch_.report_soon(status::progress<CopyProgress>{progress_.overall(of_item->record)});
     } else if (const auto* conflict = std::get_if<status::conflict_occured>(&status)) {
         answers_.settle(conflict->resolver, [&] {
-            ahead_.give_up(); // no descriptors are held while a person thinks
+            ahead_.give_up(); // no descriptors while a person thinks
             batch_.put(conflict->resolver);
         });
     }

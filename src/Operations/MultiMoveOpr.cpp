@@ -14,7 +14,7 @@ using MoveBatch = Request<MultiMoveOperation>;
 constexpr ErrorPlace multi_move_place{"src/Operations/MultiMoveOpr",
                                       "move(src_urls:dest_folder_url:status_closure:)"};
 
-/// What the moves of a batch share.
+/// State shared by the moves of a batch.
 struct MoveSupport {
     BatchAnswers answers;
     LinkResolver source_links = {};

@@ -64,7 +64,7 @@ void rename_to(Request<RenameOperation>& request, const Url& url, const std::str
     const Url new_url = url.deleting_last_path_component().appending(new_name);
 
     const Url folder = url.deleting_last_path_component().resolving_symlinks();
-    // The old name is no clash of locks: it is refused below, as taken.
+    // The old name is no clash of locks: the check below refuses it as taken.
     const bool is_old_name = url.standardized() == new_url.standardized();
     const UrlLock lock({read(url)}, write(new_url), is_old_name);
     if (!Tool::item_exists(url))

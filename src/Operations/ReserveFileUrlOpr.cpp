@@ -14,7 +14,7 @@
 
 namespace orv {
 
-/// What a ticket knows that only the library uses.
+/// The parts of a ticket for the library alone.
 class Reservation {
 public:
     using Ticket = ReserveFileUrlOpr::Ticket;
@@ -69,7 +69,7 @@ ReservedPlace settle_conflict(ReserveRequest& request, const Url& url)
     return {url};
 }
 
-/// An item that gives its location to a reservation. It is back if the reservation fails.
+/// An item in the way of a reservation. It returns if the reservation fails.
 class ReplacedItem {
 public:
     explicit ReplacedItem(const Url& url)

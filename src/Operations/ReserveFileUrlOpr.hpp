@@ -11,7 +11,7 @@ namespace orv {
 std::shared_ptr<ReserveFileUrlOpr>
 reserve_file_url(Url url, ReserveFileUrlOpr::StatusClosure status_closure);
 
-/// Ends the reservation; one that was ended stays so.
+/// Ends the reservation. Does nothing the second time.
 ///
 /// Threading: any; off the main thread it waits for it.
 void release_file_url(ReserveFileUrlOpr::Ticket& ticket);

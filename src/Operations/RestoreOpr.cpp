@@ -49,7 +49,7 @@ Destination destination_of(RestoreRequest& request, BatchAnswers& answers, const
     case ConflictBehaviour::replace:
         return {wanted, true};
     case ConflictBehaviour::merge:
-        return {wanted}; // which is taken
+        return {wanted}; // a taken one
     case ConflictBehaviour::stop:
         break;
     }
@@ -57,7 +57,7 @@ Destination destination_of(RestoreRequest& request, BatchAnswers& answers, const
     throw Exception();
 }
 
-/// Makes what is missing of the folders above the item.
+/// Makes the missing folders above the item.
 void make_folders_above(const Url& url)
 {
     try {

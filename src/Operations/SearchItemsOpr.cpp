@@ -30,16 +30,16 @@ constexpr ErrorPlace search_place{
     "src/Operations/SearchItemsOpr",
     "search_items(inside:keyword:recursive:include_hidden_files:criterias:status_closure:)"};
 
-/// What one search has found, and its reports.
+/// The results of one search, and its reports.
 class Findings {
 public:
     explicit Findings(Request<SearchItemsOperation>& request) : request_(request) {}
 
     void add(FileItem item) { batch_.push_back(std::move(item)); }
 
-    /// Reports what is new, when the last report is long enough ago.
+    /// Reports new results after a while without a report.
     ///
-    /// Errors: `Exception` when the request was cancelled.
+    /// Errors: `Exception` after a cancel.
     void report_when_due()
     {
         constexpr double interval_s = 0.5;
@@ -62,7 +62,7 @@ public:
 
 private:
     Request<SearchItemsOperation>& request_;
-    std::vector<FileItem> all_;   // that their attributes were loaded for
+    std::vector<FileItem> all_;   // with loaded attributes
     std::vector<FileItem> batch_; // found since
     StopWatch since_last_;
 };
@@ -126,7 +126,7 @@ private:
             keep(ahead_.take());
     }
 
-    /// The folder that the walk is in, which contents are opened from.
+    /// The walk's current folder, for opening contents.
     std::shared_ptr<const SearchedFolder> folder_of(const TreeWalk& walk, const Url& resolved_root)
     {
         if (folder_)

@@ -32,13 +32,13 @@ void check_paths(const Url& source, const Url& destination)
             .at(source);
 }
 
-/// The lock is a momentary test: it is given back before the work begins.
+/// The lock is a momentary test: it goes back before the work begins.
 void check_nobody_holds(const Url& source, const Url& destination)
 {
     const UrlLock lock({read(source)}, write(destination));
 }
 
-/// Says whether an item at the destination is to be replaced.
+/// True if an item at the destination is to be replaced.
 bool must_replace(const Url& source, const Url& destination, bool overwrite)
 {
     if (!Tool::item_exists(destination))
@@ -51,7 +51,7 @@ bool must_replace(const Url& source, const Url& destination, bool overwrite)
         throw single_copy_place("Source and destination items cannot be the same.")
             .known_as(Cause::invalid)
             .at(source);
-    // Links may hide from the lock that the one lies in the other.
+    // Links may hide from the lock that one lies in the other.
     if (UrlLocker::do_urls_conflict(source.resolving_symlinks(), destination.resolving_symlinks()))
         throw single_copy_place("Source path conflicts with destination path.")
             .known_as(Cause::invalid)

@@ -20,7 +20,7 @@ using Sources = std::vector<TransferSource>;
 // for the caller only cost descriptors.
 constexpr DescriptorNeed needed_by_steps = needed_ahead(needed_by_transfer, 32);
 
-/// Holds what the transfer reads and writes, at once or in its turn.
+/// Locks the transfer's sources and destination, at once or in its turn.
 LocationLock locked(TransferRequest& request, const TransferPlan& plan, const Sources& sources,
                     const Url& folder)
 {
@@ -39,7 +39,7 @@ LocationLock locked(TransferRequest& request, const TransferPlan& plan, const So
     return std::move(*granted);
 }
 
-/// Waits for the descriptors that the transfer needs, or for a cancel.
+/// Waits for the transfer's descriptors, or for a cancel.
 DescriptorLease leased(TransferRequest& request)
 {
     if (auto lease = DescriptorLease::try_take(needed_by_steps))

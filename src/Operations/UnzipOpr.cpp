@@ -49,7 +49,7 @@ void check_urls(const Url& archive, const Url& destination)
             .at(destination);
 }
 
-/// Where the archive is unpacked: a folder named like it, or with a free name.
+/// The place of the unpacked archive: a folder with its name, or with a free one.
 Url container_of(const Url& archive, const Url& destination)
 {
     const Url container =
@@ -59,8 +59,8 @@ Url container_of(const Url& archive, const Url& destination)
     return free_url(container, unzip_place("Couldn't generate a non-conflicting url.", 120));
 }
 
-/// The folder that a run has created, gone with everything in it unless the run keeps it. Whatever
-/// takes its name meanwhile is neither unpacked into nor removed.
+/// The folder this run created. It goes with all its contents unless the run keeps it. The run
+/// neither unpacks into another item in its place, nor removes it.
 class Container {
 public:
     explicit Container(const Url& url)
@@ -95,7 +95,7 @@ public:
         else if (is_in_place())
             remove_tree(place_.folder(), place_.name(), url_);
     } catch (const std::exception&) {
-        return; // what stays is in sight under the name that the run gave it
+        return; // a leftover is in sight under the run's name for it
     }
 
 private:
@@ -104,7 +104,7 @@ private:
         return reports_faults(folder_.descriptor.get());
     }
 
-    /// A folder that was swapped for the new one is no empty one, or is none.
+    /// An item swapped for the new folder is not an empty folder.
     [[nodiscard]] OpenFolder created() const
     {
         if (::mkdirat(place_.folder(), place_.name(), S_IRWXU | S_IRWXG | S_IRWXO) != 0)
@@ -114,7 +114,7 @@ private:
             folder.error = ESTALE;
         if (folder.error == 0)
             return folder;
-        ::unlinkat(place_.folder(), place_.name(), AT_REMOVEDIR); // which removes empty ones only
+        ::unlinkat(place_.folder(), place_.name(), AT_REMOVEDIR); // removes empty ones only
         throw platform_error(folder.error, url_);
     }
 
@@ -155,7 +155,7 @@ UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url&
     unpack(request, archive, *container, password);
     container->keep();
     request.tally().add_result(url);
-    // The lock is kept for that: nobody else's folder may be deleted.
+    // Keeps the lock for it: it must not delete another request's folder.
     request.set_undo([container, lock] { container->remove(); });
     return status::success{};
 }

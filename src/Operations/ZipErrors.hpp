@@ -6,8 +6,8 @@
 
 namespace orv {
 
-/// Calls `work`, a packing or an unpacking, and throws what a request throws: `Exception` for a
-/// cancellation, `failure` with its cause when the work failed for the reason of its kind.
+/// Calls `work`, a packing or an unpacking. Throws `Exception` for a cancellation, and `failure`
+/// with its cause for a failure of its kind.
 template <class Work>
 void with_zip_errors(Zip::Error::Case its_failure, const Error& failure, Work work)
 try {

@@ -23,7 +23,7 @@ using ZipRequest = Request<ZipOperation>;
 constexpr ErrorPlace zip_place{"src/Operations/ZipOpr",
                                "zip(item_urls:to:password:on_conflict:status_closure:)"};
 
-/// What is to be packed, and with what.
+/// The items to pack, and the options.
 struct Content {
     std::vector<Url> items;
     std::optional<std::string> password;
@@ -44,7 +44,7 @@ void check_items(const std::vector<Url>& items, const Url& archive)
     }
 }
 
-/// Where the archive goes, and whether it takes the place of an item there.
+/// The place of the archive, and if it replaces an item.
 struct Target {
     Url url;
     bool replaces = false;
@@ -94,8 +94,7 @@ void check_replaces_no_item(const std::vector<Url>& items, const Url& archive)
                 .at(item);
 }
 
-/// Packs into `file`, out of sight. What goes wrong with it is told of the archive that it is to
-/// become.
+/// Packs into `file`, out of sight. Errors name the final archive.
 void pack(ZipRequest& request, const std::shared_ptr<Zip::Canceller>& canceller,
           const Content& content, const Url& file, const Url& archive)
 try {
@@ -114,7 +113,7 @@ try {
     throw Zip::Error(error.kind(), error.cause().at(archive));
 }
 
-/// `folder` is that of the archive as the request found it at its beginning.
+/// `folder` is the archive's folder from the beginning of the request.
 void build_archive(ZipRequest& request, const Content& content, const Target& target,
                    const Url& folder)
 {
@@ -150,8 +149,8 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
     }
     build_archive(request, content, target, folder);
     request.tally().add_result(target.url);
-    // The lock is kept for that: nobody else's archive may be deleted. One that took the place of
-    // another item stays, since that one is gone.
+    // Keeps the lock for it: it must not delete another request's archive. One in the place of an
+    // old item stays, because the old item is gone.
     if (target.replaces) {
         request.set_done();
         delete_records_of_replaced(target.url);

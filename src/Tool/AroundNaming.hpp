@@ -4,14 +4,14 @@
 
 namespace orv {
 
-/// Calls that a move makes around each attempt to give the item its new name. An item that turns
-/// out to lie on another volume has two.
+/// Calls around each attempt of a move to give the item its new name. An item on another volume has
+/// two attempts.
 struct AroundNaming {
     FunctionRef<void()> before; ///< throws to end the move
     FunctionRef<void()> failed; ///< the item did not get the name
 };
 
-/// Makes the attempt, which throws or returns an errno if it fails, and returns 0 or the errno.
+/// Makes the attempt; it throws or returns an errno on failure. Returns 0 or the errno.
 inline int attempt_naming(const AroundNaming& around, FunctionRef<int()> attempt)
 {
     around.before();

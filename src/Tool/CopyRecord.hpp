@@ -11,8 +11,8 @@
 
 namespace orv {
 
-/// What of a tree was copied, item after item, a folder around its contents. A long record lies in
-/// a file in the processed-files folder, so that memory does not grow with the tree.
+/// The copied items of a tree, one after the other, a folder around its contents. A long record
+/// lies in a file in the processed-files folder, so memory does not grow with the tree.
 ///
 /// Errors: the platform's, of that file.
 class CopyRecord {
@@ -24,12 +24,12 @@ public:
     void add_entered(std::string_view name, const ItemVersion& version);
     void add_left();
 
-    /// Reads a finished record, which has to outlive it, from its beginning.
+    /// Reads a finished record from its beginning. The record must outlive it.
     class Reader {
     public:
         explicit Reader(const CopyRecord& record) : record_(record) {}
 
-        /// Goes on to the next step and says whether there is one.
+        /// Goes on to the next step; false at the end.
         bool next();
 
         [[nodiscard]] Step step() const { return step_; }
@@ -41,7 +41,7 @@ public:
 
         const CopyRecord& record_;
         std::size_t position_ = 0;
-        std::vector<std::byte> window_; // the part of the file that was read last
+        std::vector<std::byte> window_; // the latest part of the file
         std::size_t window_start_ = 0;
         Step step_ = Step::item;
         std::string name_;
@@ -53,7 +53,7 @@ private:
     void spill();
 
     std::vector<std::byte> bytes_; // the end of the record
-    std::size_t spilled_ = 0;      // bytes of its beginning that are in the file
+    std::size_t spilled_ = 0;      // bytes of its beginning already in the file
     FileDescriptor file_;
 };
 

@@ -30,7 +30,7 @@
 namespace orv {
 namespace {
 
-/// An item that is open, and what it was then.
+/// An open item, and its facts at the time.
 struct OpenedItem {
     FileDescriptor descriptor;
     struct stat status {};
@@ -49,8 +49,8 @@ OpenedItem open_file(const SourceItem& source)
     return item;
 }
 
-/// Within one tick of the clock that stamps files a further change leaves no trace. A file that was
-/// changed in this very tick is looked at when that is over.
+/// Within one tick of the clock for file dates a further change leaves no trace. A file changed in
+/// this very tick gets a second look after it.
 void let_tick_pass(OpenedItem& file)
 {
     timespec now{};
@@ -78,7 +78,7 @@ void create_folder(const DestinationItem& target)
         throw platform_error(errno, target.url());
 }
 
-/// The copy of a link or a node, made by `make`. Its status tells what was copied.
+/// The copy of a link or a node, through `make`. Returns the status of the source at that time.
 template <class Make>
 struct stat made_copy(Make make, const SourceItem& source, const DestinationItem& target)
 {
@@ -110,7 +110,7 @@ public:
             return copy(source, facts.stx_mode, destination_);
         flushes_each_ = !can_flush_volume(destination_.folder.fd);
         create_folder(destination_);
-        // The folder around it may not be readable, so it could not be flushed.
+        // The folder around it may be unreadable, and so impossible to flush.
         OpenFolder top = open_folder(destination_.folder.fd, destination_.name.c_str());
         if (top.error != 0)
             throw platform_error(top.error, destination_.url());
@@ -189,8 +189,8 @@ private:
             copy_linked_file(source, target, destination_.name + "/" + walk.relative_path());
     }
 
-    /// Asks what to do about a folder that cannot be read. The copy of one that is left out goes.
-    /// To try again, all of the move begins anew.
+    /// Asks about an unreadable folder. A skipped one loses its copy. A retry begins the whole move
+    /// anew.
     void pass_over(const Error& error)
     {
         const Url url = error.path().value_or(destination_.url());
@@ -199,8 +199,8 @@ private:
         remove_unfinished();
     }
 
-    /// Removes what was made for the item at hand. On a volume that takes "A" and "a" for one name
-    /// that name may be another item's, so only what was made is removed.
+    /// Removes the copy of the current item. On a volume that takes "A" and "a" for one name that
+    /// name may be another item's, so this removes only its own.
     void remove_unfinished()
     {
         if (made_.empty())
@@ -241,7 +241,7 @@ private:
             throw platform_error(EINVAL, url);
     }
 
-    /// Copies what is no folder.
+    /// Copies any item but a folder.
     void copy(const SourceItem& source, mode_t mode, const DestinationItem& target)
     {
         if (S_ISREG(mode))
@@ -282,8 +282,8 @@ private:
         return copied;
     }
 
-    /// The status of a file whose content is that of its copy. Some network volumes give a file a
-    /// new date when they have stored it; there the content decides.
+    /// The status of a file with the same content as its copy. Some network volumes give a file a
+    /// new date once they have stored it; there the content decides.
     static struct stat status_of_copied(OpenedItem& original, const Url& url,
                                         const DestinationItem& copy)
     {
@@ -338,7 +338,7 @@ private:
     HardLinks links_;
     std::optional<DestinationFolders> folders_;
     Identity destination_folder_;
-    std::string made_; // the name of what was made for the item at hand
+    std::string made_; // name of the current item's copy
     bool flushes_each_ = true;
     bool is_first_in_folder_ = false;
 };

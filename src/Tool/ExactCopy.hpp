@@ -9,21 +9,20 @@
 
 namespace orv {
 
-/// Copies an item with everything in it, as a move needs it: nothing is left out, all of it is on
-/// the disk in the end, and `record` tells what was copied. Links are copied as links, FIFOs and
-/// sockets are made anew, files that are one under several names stay one.
+/// Copies an item with all its contents for a move: leaves nothing out, flushes all of it to the
+/// disk, and records each copied item in `record`. Links stay links, FIFOs and sockets are new
+/// ones, several names of one file stay one file.
 ///
-/// `destination` is a hidden name. The caller removes what stands there after an error. What
-/// `watch` leaves out is in neither the copy nor the record.
+/// `destination` is a hidden name. After an error the caller removes the items there. Items `watch`
+/// leaves out are in neither the copy nor the record.
 ///
-/// Errors: the platform's; that something was changed during the copy, or is of a kind that is not
-/// copied. What could not be removed from the source afterwards is found out here: EBUSY for a
-/// mounted volume, EROFS, EACCES or EPERM for what may not be changed; and EINVAL when the
-/// destination lies in the source.
+/// Errors: the platform's; a change during the copy; a kind of item no copy handles. Items the
+/// source could not lose later show here: EBUSY for a mounted volume, EROFS, EACCES or EPERM for
+/// immutable ones; EINVAL if the destination lies in the source.
 void copy_exactly(const SourceItem& source, const DestinationItem& destination, CopyRecord& record,
                   const MoveWatch& watch);
 
-/// The error for an item at `url` that changed after it was copied.
+/// The error for an item at `url` changed after its copy.
 [[nodiscard]] Error changed_while_moved(const Url& url);
 
 } // namespace orv

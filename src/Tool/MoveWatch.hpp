@@ -9,22 +9,22 @@
 
 namespace orv {
 
-/// What is told of a move to another volume while it is under way, and asked.
+/// The observer of a move to another volume.
 struct MoveWatch {
-    /// So many more bytes and items were copied. What it throws ends the move. It is not called
-    /// any more once the copy has its name.
+    /// Counts further copied bytes and items. An exception from it ends the move. The calls stop
+    /// once the copy has its name.
     FunctionRef<void(std::int64_t bytes, std::int64_t items)> progress;
-    /// An item at any depth, the source itself excepted, cannot be moved: asks what to do about it.
+    /// An item at any depth, except the source itself, cannot be moved: asks for a decision.
     enum class Choice { fail, leave_out, retry };
     FunctionRef<Choice(const Url& item, const Error& error)> on_failure;
-    /// True if something below the folder was left out, so that it stays where it is, too.
+    /// True if an item below the folder was left out, so the folder stays, too.
     FunctionRef<bool(const Url& folder)> holds_left_out;
-    /// Does work that nothing can interrupt, such as a flush. It owns all that it needs, so that
-    /// whoever waits may give up. What that throws ends the move.
+    /// Does uninterruptible work, such as a flush. The work owns all it needs, so a waiting thread
+    /// may give up. An exception from the wait ends the move.
     FunctionRef<void(std::function<void()> work)> do_long;
-    /// Items may be left out at all.
+    /// True if items may be left out at all.
     bool leaves_out = false;
-    /// The copy is read back from its medium and compared before anything goes.
+    /// True to read the copy back from its medium and compare it before the source goes.
     bool verifies = false;
 };
 

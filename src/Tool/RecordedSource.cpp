@@ -21,7 +21,7 @@
 namespace orv {
 namespace {
 
-/// Where one is in the source: in the folder that holds it, or somewhere inside it.
+/// The current place in the source: its parent folder, or somewhere inside it.
 class Position {
 public:
     explicit Position(const SourceItem& source)
@@ -92,7 +92,7 @@ std::optional<ItemVersion> version_now(const Position& position, const std::stri
 
 /// The folder, opened.
 ///
-/// Errors: that it was changed, when it is another one; the platform's.
+/// Errors: a change, if it is another item; the platform's.
 OpenFolder opened_folder(const Position& position, const std::string& name,
                          const ItemVersion& version)
 {
@@ -157,7 +157,7 @@ public:
     }
 
 private:
-    /// Does `step`, says whether it succeeded, and keeps the first error.
+    /// Does `step`, returns true on success, and keeps the first error.
     template <class Step>
     bool attempt(Step step)
     {
@@ -187,7 +187,7 @@ private:
         position_.enter(opened_folder(position_, name, version), name);
     }
 
-    /// Leaves the folder and removes it. Says whether the way back was found.
+    /// Leaves the folder and removes it. True if the way back was there.
     bool leave()
     {
         std::string name;
@@ -211,7 +211,7 @@ private:
 
     Position position_;
     const MoveWatch& watch_;
-    int skipped_levels_ = 0; // below a folder that could not be entered
+    int skipped_levels_ = 0; // below a folder closed to the user
     std::optional<Error> first_error_;
 };
 
@@ -220,7 +220,7 @@ private:
 void check_unchanged(const SourceItem& source, const CopyRecord& record)
 {
     Position position(source);
-    std::vector<ItemVersion> folders; // those that one is in
+    std::vector<ItemVersion> folders; // the folders down to the current place
     CopyRecord::Reader reader(record);
     while (reader.next()) {
         switch (reader.step()) {
@@ -233,7 +233,7 @@ void check_unchanged(const SourceItem& source, const CopyRecord& record)
             folders.push_back(reader.version());
             break;
         case CopyRecord::Step::left:
-            // An item that is told of says more than the folder in which it was changed.
+            // An error about an item says more than the folder around the change.
             if (version_of(position.folder(), position.url()) != folders.back())
                 throw changed_while_moved(position.url());
             folders.pop_back();

@@ -6,23 +6,21 @@
 
 namespace orv {
 
-/// Looks whether everything that was copied of `source` is still what it was then, and nothing has
-/// been added to it.
+/// Checks that every copied item of `source` is unchanged, with nothing added.
 ///
-/// Errors: that something was changed; the platform's.
+/// Errors: a change; the platform's.
 void check_unchanged(const SourceItem& source, const CopyRecord& record);
 
-/// Reads all files of the copy, which is on its medium, back from there and compares them with
-/// `source`.
+/// Reads all files of the copy back from its medium and compares them with `source`.
 ///
-/// Errors: that a copy differs; the platform's; what `watch` throws.
+/// Errors: a copy that differs; the platform's; exceptions of `watch`.
 void check_reads_back(const SourceItem& source, const DestinationItem& copy,
                       const CopyRecord& record, const MoveWatch& watch);
 
-/// Removes what was copied of `source` and is still what it was then; everything else stays, also
-/// after a failure. Folders that hold what `watch` left out stay, too.
+/// Removes the copied and unchanged items of `source`. All others stay, also after a failure, and
+/// so do folders around items `watch` left out.
 ///
-/// Errors: the first of those met: that something was changed or added; the platform's.
+/// Errors: the first one: a change or an added item; the platform's.
 void remove_copied(const SourceItem& source, const CopyRecord& record, const MoveWatch& watch);
 
 } // namespace orv

@@ -57,7 +57,7 @@ try {
     const Place destination = Place::in_resolved_folder(to);
     const int code =
         rename(source.folder(), source.name(), destination.folder(), destination.name());
-    // A name in another spelling is taken by the item itself.
+    // The item itself has a name in another spelling.
     if (code == EEXIST && is_other_spelling(from, to) &&
         ::renameat(source.folder(), source.name(), destination.folder(), destination.name()) == 0)
         return 0;
@@ -81,8 +81,7 @@ std::optional<std::uint64_t> inode_of(const Place& place)
     return status.st_ino;
 }
 
-/// Renames the item over the one at `to`, which is removed. Returns 0, or EXDEV if it has to go to
-/// another volume.
+/// Renames the item over the one at `to`. Returns 0, or EXDEV for another volume.
 int rename_replacing(const Url& from, const Url& to)
 try {
     NoReplaceRename rename;

@@ -13,7 +13,7 @@
 
 namespace orv {
 
-/// The file-system toolkit that every request uses. Keeps nothing.
+/// The file-system toolkit of every request. Keeps no state.
 ///
 /// Paths may be of any length. An item exists where a directory entry does: a dangling link is one.
 ///
@@ -23,68 +23,69 @@ public:
     /// The one instance, also reachable as `tool`.
     static const Tool& singleton();
 
-    /// Creates an empty file. An existing item is left alone, or, with `overwrite`, emptied when it
-    /// is a regular file. Says whether an empty file is there now.
+    /// Creates an empty file. Leaves an existing item alone, or with `overwrite` empties a regular
+    /// file. True if an empty file is there now.
     static bool create_file(const Url& at, bool overwrite);
 
-    /// Removes the item, a folder with everything in it. Says whether it is gone.
+    /// Removes the item, a folder with all its contents. True if it is gone.
     static bool delete_item(const Url& at);
 
-    /// The same as `delete_item`, but tells why it failed. `removed` is called after each item that
-    /// was removed; what it throws ends the removal.
+    /// The same as `delete_item`, with the reason of a failure. Calls `removed` after each removed
+    /// item; an exception from it ends the removal.
     ///
-    /// Errors: the platform's, with the path of the item that could not be removed.
+    /// Errors: the platform's, with the path of the item that stayed.
     static void remove_item(const Url& at, FunctionRef<void()> removed = nothing_around);
 
     /// Hands the items below `root` to `consume`, a folder before its contents, until it answers
-    /// false. With `inclusive` the root comes first, whatever it is; a root that is no folder has
-    /// nothing below it. What `consume` throws leaves the walk unchanged.
+    /// false. With `inclusive` the root comes first, whatever it is; a root other than a folder has
+    /// nothing below it. An exception from `consume` passes through.
     ///
-    /// Folders that cannot be read and entries that vanish are passed over; links are not followed.
-    /// Of those that are still there, `on_passed_over` is told.
+    /// Passes over unreadable folders and vanished entries, and tells `on_passed_over` about those
+    /// still there. Does not follow links.
     /// Errors: "Given url doesn't point to an existing item."; "Couldn't create directory
-    /// enumerator." when the root cannot be opened; those of `FileItem`.
+    /// enumerator." if the root does not open; those of `FileItem`.
     static void iterate_contents(const Url& root, bool inclusive, bool recursive,
                                  std::optional<int> recursion_depth, bool include_hidden_files,
                                  FunctionRef<bool(FileItem)> consume,
                                  std::function<void(const Error&)> on_passed_over = {});
 
-    /// Creates a folder. With `also_create_intermediates` missing folders above it, too, and a
-    /// folder that is already there is a success. Says whether it is there now.
+    /// Creates a folder. With `also_create_intermediates` creates missing folders above it, too,
+    /// and counts an existing folder as a success. True if it is there now.
     static bool create_directory(const Url& at, bool also_create_intermediates);
 
     /// The same as `create_directory`, but tells why it failed.
     ///
-    /// Errors: the platform's, with the path of the folder that could not be created.
+    /// Errors: the platform's, with the path of the missing folder.
     static void make_directory(const Url& at, bool also_create_intermediates);
 
-    /// The size of the item itself in bytes; no value when it cannot be told.
+    /// The size of the item itself in bytes; no value if it is unknown.
     [[nodiscard]] static std::optional<std::int64_t> file_size(const Url& of);
 
     [[nodiscard]] static bool item_exists(const Url& at);
 
-    /// Whether the item is a folder, or a link that leads to one.
+    /// True if the item is a folder, or a link to one.
     [[nodiscard]] static bool is_directory(const Url& at);
 
-    /// Whether the item is the root of a mounted volume; no value when it cannot be told.
+    /// True if the item is the root of a mounted volume; no value if it is unknown.
     [[nodiscard]] static std::optional<bool> is_volume(const Url& at);
 
     /// Gives the item at `from` the location `to`, where nothing may stand.
     ///
-    /// To another volume it is copied, on the disk and out of sight until it is complete, and then
-    /// removed where it was; that may take long, and nothing interrupts it. Kept is what a copy
-    /// keeps, and that files are one under several names. A failure leaves the source whole and
-    /// nothing at the destination, unless it says that the destination is complete: then only what
-    /// could not be removed, or was changed or added meanwhile, stays at the source.
+    /// Across volumes, the item is copied to the disk, out of sight until it is complete, and then
+    /// removed at its old place. This may take long, and nothing interrupts it. It keeps the
+    /// properties a copy keeps, and several names of one file. A failure leaves the source whole
+    /// and nothing at the destination, unless the error says the destination is complete: then only
+    /// items that could not be removed, or that were changed or added meanwhile, stay at the
+    /// source.
     ///
-    /// Errors: "Couldn't move the item", with the platform's error appended: code EEXIST when
-    /// something stands at `to`. To another volume, before anything is copied of it, also for what
-    /// could not be removed: a mounted volume (EBUSY), a folder or file that may not be changed.
+    /// Errors: "Couldn't move the item", followed by the platform's error: code EEXIST if an item
+    /// stands at `to`. Across volumes, before any copying, also for items that could not be
+    /// removed: a mounted volume (EBUSY), an immutable folder or file.
     static void move_item(const Url& from, const Url& to,
                           const AroundNaming& around = {nothing_around, nothing_around});
 
-    /// The same, in place of an item that may stand at `to`. That one is removed once the other has
-    /// its name, and is there again after a failure.
+    /// The same, in place of an item at `to`, if there is one. The old item goes once the new one
+    /// has its name, and is back after a failure.
     static void move_item_replacing(const Url& from, const Url& to,
                                     const AroundNaming& around = {nothing_around, nothing_around});
 
@@ -100,10 +101,10 @@ public:
 
 inline constexpr Tool tool;
 
-/// The error of a failed move, for those that move in a way of their own.
+/// The error of a failed move, for other ways to move.
 [[nodiscard]] Error move_error(const Error& cause);
 
-/// The error of a walk whose root cannot be opened, for those that walk in a way of their own.
+/// The error of a walk over a root that does not open, for other ways to walk.
 [[nodiscard]] Error enumerator_error(const Error& cause);
 
 } // namespace orv

@@ -10,22 +10,22 @@
 
 namespace orv {
 
-/// Moves the item at `from` to `to` on another volume. A complete copy is built hidden beside `to`,
-/// flushed to the disk and given its name. Only then the source goes, as far as it was copied and
-/// is unchanged since. With `replaces`, the copy takes the place of an item that stands at `to`.
+/// Moves the item at `from` to `to` on another volume. Builds a complete copy hidden beside `to`,
+/// flushes it to the disk and gives it its name. Only then removes the copied and unchanged items
+/// of the source. With `replaces`, the copy takes the place of an item at `to`.
 ///
-/// A process that is killed on the way leaves the source whole or the destination complete, and the
-/// next start of the library removes what it has left hidden.
+/// After a kill on the way the source is whole or the destination complete, and the next start of
+/// the library removes the hidden rest.
 ///
-/// What `watch` leaves out stays in its folders at the source, and is not in the copy.
+/// Items `watch` leaves out stay in their folders at the source, and are not in the copy.
 ///
 /// Threading: any.
-/// Errors: as `Tool::move_item` says; what `watch` throws.
+/// Errors: those of `Tool::move_item`; exceptions of `watch`.
 void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around,
                          const MoveWatch& watch);
 
-/// The error of a move that has reached its destination, but is not done, as `what` tells. Without
-/// saying so it would mislead.
+/// The error of a move with a complete destination that is still not done, for the reason `what`.
+/// Without it the error would mislead.
 [[nodiscard]] Error error_at_destination(const std::string& what, const Error& cause);
 
 } // namespace orv

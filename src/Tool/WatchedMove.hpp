@@ -8,10 +8,10 @@
 namespace orv {
 
 /// Moves an item as `Tool::move_item` or, with `replaces`, `Tool::move_item_replacing` does.
-/// `watch` is told of a move to another volume, and can end it.
+/// `watch` observes a move to another volume, and can end it.
 ///
 /// Threading: any.
-/// Errors: those of the two; what `watch` throws.
+/// Errors: those of the two; exceptions of `watch`.
 void move_watched(const Url& from, const Url& to, bool replaces, const AroundNaming& around,
                   const MoveWatch& watch);
 

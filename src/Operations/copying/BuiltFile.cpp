@@ -32,13 +32,14 @@ PartialFile created_file(Staging& staging, const DestinationFolder& folder,
     try {
         return staging.create(folder);
     } catch (const Error& cause) {
-        // What keeps a file from being built beside its destination keeps it from appearing there.
+        // An error that stops the construction beside the destination would also stop the file
+        // there.
         const bool is_destination = cause.path() == folder.url;
         throw(is_destination ? errors.not_finalized : errors.not_created).because_of(cause);
     }
 }
 
-/// The mode that the process gives to new files; without the information, what nearly all give.
+/// The process's mode for new files; without the information, the usual one.
 mode_t mode_of_new_files()
 {
     std::ifstream status("/proc/self/status");
@@ -48,8 +49,7 @@ mode_t mode_of_new_files()
     return 0644;
 }
 
-/// Gives the file, which was its owner's alone, the permissions of new files, and writes it to its
-/// disk.
+/// Gives the file, so far its owner's alone, the permissions of new files, and flushes it.
 void finish(const PartialFile& file, const Url& url, const BuiltFileErrors& errors)
 {
     try {
@@ -70,7 +70,7 @@ void keep_name(const PartialFile& file, const DestinationItem& destination,
         if (folder)
             flush(folder.get(), destination.url());
         else
-            flush_volume(file.fd(), destination.url()); // files may be put into it, but not listed
+            flush_volume(file.fd(), destination.url()); // the folder may refuse to be read
     } catch (const Error& cause) {
         ::unlinkat(destination.folder.fd, destination.name.c_str(), 0);
         throw errors.not_finalized.because_of(cause);
@@ -96,7 +96,7 @@ void build_new_file(const DestinationItem& destination, const BuiltFileErrors& e
     }
 }
 
-/// The place of a file that replaces an item, hidden beside it until it is complete.
+/// The place of a file to replace an item: hidden beside it until the file is complete.
 HiddenItem hidden_place(const Url& url, const BuiltFileErrors& errors)
 {
     try {

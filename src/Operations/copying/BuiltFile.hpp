@@ -8,16 +8,16 @@
 
 namespace orv {
 
-/// The errors for a file that cannot be built, and for one that is built but gets no name.
+/// The errors for a file that cannot be built, and for a complete one without a name.
 struct BuiltFileErrors {
     Error not_created;
     Error not_finalized;
 };
 
 /// Makes a new file at `url`, with the permissions of new files. `fill` writes its content, out of
-/// sight, and is called again when the file has to be built in another way. If `fill` throws,
-/// nothing remains. With `replaces`, the complete file takes the place of an item that stands
-/// there. A link on the way to `url` is an error.
+/// sight; another way of building calls it again. If `fill` throws, nothing remains. With
+/// `replaces`, the complete file takes the place of the item there. A link on the way to `url` is
+/// an error.
 ///
 /// Errors: those given, told their cause.
 void build_file(const Url& url, bool replaces, const BuiltFileErrors& errors,

@@ -16,12 +16,12 @@
 namespace orv {
 namespace {
 
-// As in a tree: 32 steps keep the second thread busy, and a large file is copied at its turn.
+// As in a tree: 32 steps keep the second thread busy, and a large file waits for its turn.
 constexpr DescriptorNeed needed_by_batch = needed_ahead(needed_by_transfer, 32);
 constexpr std::int64_t largest_built_ahead = 1 << 20;
 
-// File systems date a change to the tick of their clock, 1 to 10 ms long. A file that changed just
-// now may change again under the same date.
+// File systems date a change to the tick of their clock, 1 to 10 ms long. A file just changed may
+// change again under the same date.
 constexpr std::chrono::milliseconds tick{20};
 
 bool has_just_changed(const struct stat& status)
@@ -79,7 +79,7 @@ void CopiesAhead::give_up()
     lease_.reset();
 }
 
-/// The way ahead ends at the first item that has to wait for its turn.
+/// The way ahead ends at the first item that must wait for its turn.
 void CopiesAhead::go_on(bool asks)
 {
     while (next_ < sources_.size() && (jobs_.empty() || jobs_.size() < steps_)) {
@@ -110,7 +110,7 @@ bool CopiesAhead::open()
     return static_cast<bool>(destination_);
 }
 
-/// No value for an item that is no small file, or has to wait for its turn.
+/// No value for anything but a small file, and for an item that must wait for its turn.
 std::optional<CopiesAhead::Job> CopiesAhead::job_for(std::size_t index, bool asks)
 {
     const Url& url = sources_[index];

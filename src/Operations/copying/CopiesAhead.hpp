@@ -15,15 +15,15 @@
 
 namespace orv {
 
-/// The copy of a file that was built before its turn, and the version of the source that it holds.
+/// A file's copy made before its turn, and the version of its source.
 struct BuiltAhead {
     std::optional<PartialFile> file;
     ItemVersion source;
 };
 
 /// Builds the copies of a batch's small files before their turn, on this thread and a second one.
-/// An item's turn takes its locks and asks its question as ever, and then uses what was built if
-/// its source is still the same.
+/// At its turn an item takes its locks and asks its question as ever. Then the copy counts if the
+/// source is still the same.
 ///
 /// Threading: one thread.
 class CopiesAhead {
@@ -31,20 +31,20 @@ public:
     /// The `sources` are to go into `folder`; both outlive this.
     CopiesAhead(const std::vector<Url>& sources, const Url& folder);
 
-    /// What was built for `sources[index]`, and goes on to build what follows. To be called for
-    /// each index, in order. As long as there is a value, the descriptors that the copy of the item
-    /// needs are leased, too; without one nothing is leased. With `asks`, an item whose name is
-    /// taken raises a question, so its turn is waited for.
+    /// Returns the copy of `sources[index]`, and builds the next ones. Call it for each index, in
+    /// order. A value comes with a lease on the descriptors for the item's copy; without one there
+    /// is no lease. With `asks`, an item with a taken name raises a question, and so waits for its
+    /// turn.
     [[nodiscard]] std::optional<BuiltAhead> take(std::size_t index, bool asks);
 
-    /// Gives up what was built, and the descriptors. To be called before the batch waits.
+    /// Gives up the copies and the descriptors. Call it before the batch waits.
     void give_up();
 
 private:
     struct Job {
         std::size_t index;
         ItemVersion version;
-        std::shared_ptr<const FileDescriptor> folder; // stays open until the file is built
+        std::shared_ptr<const FileDescriptor> folder; // stays open until the file is complete
     };
 
     void go_on(bool asks);

@@ -13,7 +13,7 @@
 namespace orv {
 namespace {
 
-// Fewer files are built sooner than a sleeping thread wakes up.
+// A few files are done sooner than a sleeping thread wakes up.
 constexpr std::size_t worth_a_second_thread = 3;
 
 struct CopyJob {
@@ -28,7 +28,8 @@ struct CopyJob {
 
 } // namespace
 
-/// What both threads work on. It outlives the request's side as long as the second thread needs it.
+/// The work of both threads. It outlives the request's side for as long as the second thread needs
+/// it.
 class FilesAhead::Shop : public std::enable_shared_from_this<FilesAhead::Shop> {
 public:
     void add(SourceItem source, DestinationItem destination)
@@ -60,7 +61,7 @@ public:
         return std::move(job.built);
     }
 
-    /// No job is begun any more, and the one that the second thread has in work is waited for.
+    /// No further job begins, and the second thread's current one comes to its end.
     void close()
     {
         std::unique_lock lock(mutex_);
@@ -100,7 +101,7 @@ private:
         second_thread_sleeps_ = false;
     }
 
-    /// Jobs are begun in their order, so those that wait are the last ones.
+    /// Jobs begin in order, so the last ones wait.
     CopyJob* next_waiting()
     {
         return waiting_ == 0 || closed_ ? nullptr : &jobs_[jobs_.size() - waiting_];
@@ -134,7 +135,7 @@ private:
     std::condition_variable worth_waking_; // for the second thread
     std::condition_variable job_done_;     // for the first
     std::deque<CopyJob> jobs_; // a deque: growing and shrinking at its ends moves no job
-    std::size_t waiting_ = 0;  // the last jobs, which nobody has begun
+    std::size_t waiting_ = 0;  // the last jobs, not yet begun
     bool has_second_thread_ = false;
     bool second_thread_sleeps_ = false;
     bool closed_ = false;

@@ -8,21 +8,21 @@
 namespace orv {
 
 /// Builds the copies of small files before their turn, on the calling thread and a second one. They
-/// come back in the order in which they were added, to be put into their places.
+/// come back in the order of `add`, ready for their places.
 ///
-/// Threading: one thread adds and takes. The folders of what is added stay open until it was taken.
+/// Threading: one thread adds and takes. The folders of a file stay open until `take`.
 class FilesAhead {
 public:
     FilesAhead();
-    /// Gives up what was not taken.
+    /// Gives up the rest.
     ~FilesAhead();
     FilesAhead(const FilesAhead&) = delete;
     FilesAhead& operator=(const FilesAhead&) = delete;
 
     void add(SourceItem source, DestinationItem destination);
 
-    /// What was made of the first file, which is no longer waiting then: what `ItemCopier::build`
-    /// returned or threw.
+    /// The result of the first file, and takes it off the line: the return value or exception of
+    /// `ItemCopier::build`.
     std::optional<PartialFile> take();
 
 private:

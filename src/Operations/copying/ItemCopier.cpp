@@ -41,7 +41,7 @@ Error replaced_meanwhile(const Url& url)
         .at(url);
 }
 
-/// The error for a source that cannot be opened or described any more.
+/// The error for a vanished source, or one out of reach.
 Error source_error(int code, const Url& url)
 {
     const Error cause = platform_error(code, url);
@@ -50,7 +50,7 @@ Error source_error(int code, const Url& url)
     return code == ENOENT ? raise("Source item doesn't exist.").because_of(cause) : cause;
 }
 
-/// Copies what has no content, by `make`.
+/// Copies an item without content, through `make`.
 template <class Make>
 void copy_whole(Make make, const SourceItem& source, const DestinationItem& destination)
 {
@@ -58,14 +58,14 @@ void copy_whole(Make make, const SourceItem& source, const DestinationItem& dest
         (void)make(source, destination);
     } catch (const Error& error) {
         const auto code = error.code();
-        if (!code) // what the volume cannot hold
+        if (!code) // beyond the volume's abilities
             throw move_error(error);
         throw error.path() == source.url ? source_error(*code, source.url)
                                          : placing_error(*code, destination);
     }
 }
 
-/// A regular file that is open for reading, as it was when it was opened.
+/// A regular file open for reading, with its facts at that time.
 struct OpenedSource {
     FileDescriptor file;
     struct stat status;
@@ -105,8 +105,8 @@ Error no_partial_file(const Error& cause)
     return raise("Couldn't create destination file.").because_of(cause);
 }
 
-/// The file has the mode of its original from the start, mostly, which spares setting it; but its
-/// owner may write to it until it has everything else.
+/// The file has its original's mode from the start in most cases, and needs no chmod. Its owner
+/// keeps the right to write until everything else is in it.
 std::optional<PartialFile> unnamed_file(const DestinationFolder& folder, mode_t mode)
 {
     try {

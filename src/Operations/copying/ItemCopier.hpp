@@ -14,20 +14,19 @@
 
 namespace orv {
 
-/// Copies single items. Each is complete at its destination or not there at all, and none is
-/// replaced. Links are copied as links, FIFOs and sockets are made anew.
+/// Copies single items. Each is complete at its destination or not there at all; none replaces
+/// another. Links stay links; FIFOs and sockets are new ones.
 ///
 /// Threading: one thread.
 /// Errors: "Source item doesn't exist."; "Destination item already exists."; "Couldn't create
-/// destination file."; "Couldn't create destination directory."; "Couldn't move the item"; that the
-/// item is of a kind that is not copied; the platform's.
+/// destination file."; "Couldn't create destination directory."; "Couldn't move the item"; an error
+/// for a kind of item no copy handles; the platform's.
 class ItemCopier {
 public:
-    /// Called while a file is copied with the part that is done, 0 to 1. What it throws ends the
-    /// copy.
+    /// Receives the finished part of a file, 0 to 1. An exception from it ends the copy.
     using OnProgress = FunctionRef<void(float part_done)>;
 
-    /// Copies what is no folder. `mode` is that of the item as it was seen.
+    /// Copies any item but a folder. `mode` is that of the item at first sight.
     void copy(const SourceItem& source, mode_t mode, const DestinationItem& destination,
               OnProgress on_progress);
 
@@ -38,18 +37,18 @@ public:
     static std::optional<PartialFile>
     build(const SourceItem& source, const DestinationItem& destination, FileContent& content);
 
-    /// Puts what `build` has made of `source` into its place; what could not be made so, or on
-    /// another volume, is copied.
+    /// Puts the result of `build` for `source` into its place. Copies a file that could not be
+    /// built so, or belongs on another volume.
     void place(std::optional<PartialFile> built, const SourceItem& source,
                const DestinationItem& destination);
 
-    /// Whether `build` has a chance.
+    /// True if `build` has a chance.
     [[nodiscard]] bool can_build() const { return staging_.is_unnamed(); }
 
     /// See `Staging::hide_in`.
     void hide_in(const DestinationFolder& place) { staging_.hide_in(place); }
 
-    /// Creates a folder that is accessible to its owner alone.
+    /// Creates a folder for its owner alone.
     static void create_folder(const DestinationItem& destination);
 
 private:

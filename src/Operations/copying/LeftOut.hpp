@@ -4,8 +4,8 @@
 
 namespace orv {
 
-/// True for a hidden item that copies leave out: one that is marked to be ignored, or a file of the
-/// library that is not finished.
+/// True for a hidden item no copy takes: one with the mark to ignore it, or an unfinished file of
+/// the library.
 [[nodiscard]] bool is_left_out(const SourceItem& source);
 
 } // namespace orv

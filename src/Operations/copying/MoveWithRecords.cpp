@@ -22,7 +22,7 @@ try {
     return; // the request ends with the error of the move
 }
 
-/// Renames the item back. It is not copied back to another volume.
+/// Renames the item back, but never copies it back to another volume.
 bool moved_back(const Url& from, const Url& to) noexcept
 try {
     if (are_on_two_devices(from.deleting_last_path_component(), to))
@@ -51,7 +51,7 @@ void move_with_records(const Url& from, const Url& to, bool replaces, const Move
         return Tool::item_exists(to) && (!Tool::item_exists(from) || is_other_spelling(from, to));
     };
 
-    check(); // the attributes of an item that stands there must survive the attempt
+    check(); // the attributes of an existing item there must survive the attempt
     RecordMove records(record_key_of_entry(from), record_key_of_entry(to), replaces);
     const auto before = [&] { records.store_for_both(check); };
     const auto failed = [&] { take_back(records, is_there); };

@@ -66,7 +66,7 @@ void RecordCopies::write_noted()
             RecCustomAttr::duplicate_each_record(*noted);
 }
 
-/// Keeps what is written at the end as small as the number of rows, however many items there are.
+/// Keeps the final writes as few as the rows, however many items there are.
 void RecordCopies::keep_those_with_rows()
 {
     std::vector<RecordCopy> found = those_with_rows(std::move(waiting_));

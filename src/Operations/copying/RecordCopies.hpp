@@ -10,25 +10,25 @@
 
 namespace orv {
 
-/// Gives the items that a copy has made the attribute rows of their originals, several in one go.
-/// Rows of an item that the copy replaces, or of an earlier item of its name, are deleted.
+/// Gives the copied items the attribute rows of their originals, several in one go. Deletes rows of
+/// a replaced item, and of an earlier item of the same name.
 ///
 /// Threading: one background thread.
 /// Errors: those of the database.
 class RecordCopies {
 public:
-    /// What stands at the destination before the copy. A copy that replaces an item appears as a
-    /// whole; until then the rows there are those of the item it replaces.
+    /// The item at the destination before the copy. A copy that replaces it appears as a whole, and
+    /// until then the rows there belong to the old item.
     enum class Onto { nothing, folder_to_merge_with, replaced_item };
 
     RecordCopies(const Url& source, const Url& destination, Onto onto);
 
-    /// Notes that the item at `relative_path` below the source, the source itself for an empty one,
-    /// now is at the destination, too. Its row follows now or within some items, or at the end if
-    /// the copy replaces an item.
+    /// Notes the copy of the item at `relative_path` below the source, or of the source itself for
+    /// an empty path. Its row follows within some items, or at the end if the copy replaces an
+    /// item.
     void add(const std::string& relative_path);
 
-    /// Writes the rows of all items that were noted.
+    /// Writes the rows of all noted items.
     void write();
 
 private:
@@ -45,8 +45,8 @@ private:
     StopWatch waiting_since_;
 };
 
-/// Those of `copies` whose originals have a row: of many items that wait for the end of a copy, few
-/// take memory.
+/// The `copies` whose originals have a row: of many items on hold to the end of a copy, few take
+/// memory.
 ///
 /// Errors: those of the database.
 [[nodiscard]] std::vector<RecordCopy> those_with_rows(std::vector<RecordCopy> copies);

@@ -33,7 +33,7 @@ namespace {
 // A file from this size on may take long enough for statuses held back before it to be late.
 constexpr std::int64_t long_file_size = 1 << 20;
 
-/// An item that the copy has come to, without its folders, which may change until its turn.
+/// The current item of the copy, without its folders, because they may change until its turn.
 struct Item {
     Url url;
     std::string name; // at the destination
@@ -51,7 +51,7 @@ struct Item {
     }
 };
 
-/// A folder of the source that is kept open for what waits for its turn.
+/// A folder of the source, kept open for the steps ahead.
 struct SourceFolder {
     FileDescriptor descriptor;
     Url destination;
@@ -62,11 +62,11 @@ struct SourceFolder {
     }
 };
 
-/// What the walk has come to before its turn.
+/// The steps of the walk before their turn.
 struct ItemAhead {
     Item item;
     std::shared_ptr<const SourceFolder> folder;
-    bool is_built; // or is being built
+    bool is_built; // or on the way
 };
 struct EntryAhead {
     std::string name;
@@ -152,17 +152,17 @@ private:
     std::int64_t processed_ = 0; // bytes
 
     std::optional<DestinationFolders> folders_;
-    /// What becomes of the folder that was handled last, should the walk enter it.
+    /// The mode and times for the latest folder, should the walk enter it.
     DestinationFolders::Kept kept_;
-    /// Set while the walk is in a folder to which none corresponds at the destination.
+    /// Set while the walk is in a folder without a counterpart at the destination.
     std::optional<Error> no_folder_;
 
     std::deque<StepAhead> steps_;       // in the order of the walk
     FilesAhead* files_ahead_ = nullptr; // lives as long as the walk
-    /// The folder that the walk is in, once something in it waits for its turn.
+    /// The walk's current folder, once one of its items waits.
     std::shared_ptr<const SourceFolder> walked_folder_;
-    /// Files are built ahead in the top folder of the copy, which exists already. Those below it
-    /// will lie on its volume and hand down to their files what they have got from it.
+    /// Files ahead grow in the top folder of the copy, because it exists already. Later folders
+    /// share its volume and hand down its inherited properties to their files.
     FileDescriptor building_folder_;
 };
 
@@ -195,8 +195,8 @@ void TreeCopy::copy_top()
         publish(*destination);
 }
 
-/// Puts a copy that replaces an item in its place. A cancel up to here leaves that item; one that
-/// comes later comes too late.
+/// Puts a copy in the place of the old item. A cancel before it leaves the old item; a later one
+/// comes too late.
 void TreeCopy::publish(OpenedDestination& destination)
 {
     request_.check_cancelled();
@@ -231,7 +231,7 @@ void TreeCopy::copy_contents(const Place& source, const OpenedDestination& top)
     }
 }
 
-/// What came before the item at which a walk fails is copied all the same.
+/// Copies the items before a failure of the walk all the same.
 TreeWalk::Event TreeCopy::next_event(TreeWalk& walk)
 {
     try {
@@ -282,8 +282,8 @@ void TreeCopy::come_to_end(const TreeWalk& walk)
     leave(walk.folder());
 }
 
-/// Something else than a folder may stand where a merge needs one: only an item that is to go into
-/// it makes that an error.
+/// Another item may stand in the place of a folder for a merge. Only an item on its way into the
+/// folder makes that an error.
 void TreeCopy::enter(const std::string& name, const OpenedDestination& top)
 {
     try {
@@ -308,8 +308,7 @@ void TreeCopy::leave(int source)
         folders_->leave(source);
 }
 
-/// Copies the item unless it is to be left out or merged with. Says whether its contents are to
-/// follow.
+/// Copies the item, unless it is left out or merged. True if its contents follow.
 bool TreeCopy::handle(const Item& item, const SourceItem& source,
                       const DestinationItem& destination)
 {
@@ -324,7 +323,7 @@ bool TreeCopy::handle(const Item& item, const SourceItem& source,
     return true;
 }
 
-/// Comes to an item for which there is no folder at the destination: it can only be left out.
+/// Handles an item without a folder at the destination: it can only be left out.
 void TreeCopy::pass_over(const Item& item, const SourceItem& source)
 {
     request_.check_cancelled();
@@ -336,7 +335,7 @@ void TreeCopy::pass_over(const Item& item, const SourceItem& source)
     throw move_error(*no_folder_);
 }
 
-/// Says whether the item is one that is not copied, and counts it if so.
+/// True if no copy takes the item; counts it then.
 bool TreeCopy::leave_out(const Item& item, const SourceItem& source)
 {
     if (!is_left_out(source))
@@ -349,7 +348,7 @@ bool TreeCopy::leave_out(const Item& item, const SourceItem& source)
     return true;
 }
 
-/// The size of all that lies in a folder, as far as it can be told.
+/// The size of all contents of a folder, as far as it is known.
 TreeSize TreeCopy::size_of_contents(const Url& folder)
 {
     try {
@@ -397,14 +396,14 @@ void TreeCopy::finish(const Item& item)
     tell(item, 1);
 }
 
-/// Whether the walk may go on while what it has come to waits for its turn. Where something may
-/// have to be left out or merged with, the walk depends on it.
+/// True if the walk may run ahead of the steps. With items to leave out or to merge, the walk
+/// depends on them.
 bool TreeCopy::can_go_ahead() const
 {
     return building_folder_ && !plan_.merges && copier_.can_build() && !intr_test_mode();
 }
 
-/// Keeps the folder that the walk is in open, if that is possible.
+/// Keeps the walk's current folder open, if possible.
 bool TreeCopy::keep_open(const TreeWalk& walk)
 {
     if (walked_folder_)
@@ -472,8 +471,8 @@ void TreeCopy::count(std::int64_t bytes, std::int64_t items)
     request_.tally().add_items(items);
 }
 
-/// The bytes that are done when a part of the item is. In double precision, in which the size of a
-/// whole item stays what it is.
+/// The finished bytes of an item in progress. In double precision, to keep the size of a whole item
+/// exact.
 std::int64_t TreeCopy::done_with(const Item& item, float part_done) const
 {
     return processed_ + static_cast<std::int64_t>(static_cast<double>(item.size()) * part_done);
@@ -488,7 +487,7 @@ void TreeCopy::tell(const Item& item, float part_done)
     request_.report_soon(status::progress<CopyProgress>{progress_});
 }
 
-/// What was copied stays, so it gets what belongs to it. A copy that was to replace an item goes.
+/// Finishes the items left in place. A copy meant to replace an item goes.
 void TreeCopy::settle_after_failure() noexcept
 {
     if (plan_.replaces)

@@ -10,26 +10,26 @@
 
 namespace orv {
 
-/// What a copy is to do, once its question is answered and its locks are taken.
+/// The work of a copy after its question and its locks.
 struct CopyPlan {
     Url source;
     Url destination;
-    bool merges;             ///< what exists at the destination stays, instead of being an error
+    bool merges;             ///< existing items at the destination stay, and are no error
     bool replaces;           ///< the complete copy takes the place of the item at the destination
     std::int64_t total_size; ///< bytes
-    std::size_t steps_ahead; ///< that the walk may go, with two descriptors for each
-    BuiltAhead* built;       ///< what was built of the source before; null: nothing
+    std::size_t steps_ahead; ///< steps the walk may run ahead, with two descriptors each
+    BuiltAhead* built;       ///< a copy of the source made before its turn; null for none
 };
 
 /// Copies an item with everything in it, and the attribute rows of each item after the item. Tells
 /// `request` the progress, as a part of the total size, and returns the last one told, else
 /// `progress`.
 ///
-/// Left out are hidden items that are marked to be ignored or belong to the library itself.
+/// Leaves out hidden items with the mark to ignore them, and the library's own.
 ///
-/// Cancel: between items and within files; what is complete by then stays, unless the copy replaces
-/// an item: then that one stays, and nothing of the copy.
-/// Errors: those of `ItemCopier`; a folder that cannot be read is one.
+/// Cancel: between items and within files. Complete items stay. If the copy replaces an item, the
+/// old item stays, and nothing of the copy.
+/// Errors: those of `ItemCopier`; an unreadable folder is one.
 CopyProgress copy_tree(Request<CopyOperation>& request, const CopyPlan& plan,
                        const CopyProgress& progress);
 

@@ -8,23 +8,23 @@
 
 namespace orv {
 
-/// The questions about taken names that the items of a batch raise one after the other, and the
-/// answer that was given for all of them.
+/// The questions about taken names from the items of a batch, one after the other, and the caller's
+/// answer for all of them.
 ///
 /// Threading: the batch's background thread.
 class BatchAnswers {
 public:
-    /// `expected` is how many questions will come, as far as it can be told.
+    /// `expected` is the number of questions to come, as far as it is known.
     explicit BatchAnswers(int expected) : still_expected_(expected) {}
 
-    /// Answers the question of the current item with what was given for all, or has the caller
-    /// asked. What cannot be merged is asked about again, and the answer for all is forgotten.
+    /// Answers the current item's question with the answer for all, or asks the caller. If the item
+    /// cannot be merged, asks again and forgets the answer for all.
     void settle(const std::shared_ptr<ConflictResolver>& question, FunctionRef<void()> ask_caller);
 
     /// True if the next question may reach the caller.
     [[nodiscard]] bool may_ask() const { return !for_all_; }
 
-    /// To be called when an item is done.
+    /// Call it after each item.
     void item_done();
 
 private:

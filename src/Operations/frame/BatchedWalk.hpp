@@ -9,8 +9,7 @@
 
 namespace orv {
 
-/// What a walk opens whose items are looked at on all cores: one batch is being filled, and some
-/// wait.
+/// The descriptors of a walk on all cores: one batch fills up, and some wait.
 inline constexpr int batch_descriptors = static_cast<int>(EntryBatches::most_folders);
 inline constexpr DescriptorNeed needed_by_batched_walk{
     needed_by_walk.least + 2 * batch_descriptors, needed_by_walk.least + 9 * batch_descriptors};

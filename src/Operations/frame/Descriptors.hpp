@@ -10,36 +10,36 @@
 
 namespace orv {
 
-// Beside a walk's folders: where it begins, what it looks at, and a file that is being read.
+// Beside a walk's folders: its start, the item it looks at, and a file it reads.
 constexpr int beside_folders = 6;
 constexpr int folders_of_walk = static_cast<int>(FolderStack::default_max_open);
 
-/// What one walk opens, also one that removes.
+/// The descriptors of one walk, also of a removal.
 inline constexpr DescriptorNeed needed_by_walk{folders_of_walk + beside_folders,
                                                folders_of_walk + beside_folders};
 
-/// What a walk opens beside which folders are made.
+/// The descriptors of a walk beside new folders.
 inline constexpr DescriptorNeed needed_by_transfer{2 * needed_by_walk.least,
                                                    2 * needed_by_walk.least};
 
-/// What packing and unpacking open: the files ahead, too.
+/// The descriptors of packing and unpacking, with the files ahead.
 inline constexpr DescriptorNeed needed_by_archive{needed_by_walk.least + 32,
                                                   needed_by_walk.least + 32};
 
-/// What work opens that goes up to `most` steps ahead, with two descriptors for each.
+/// The descriptors of work up to `most` steps ahead, two for each step.
 constexpr DescriptorNeed needed_ahead(DescriptorNeed base, std::size_t most)
 {
     constexpr int least = 4;
     return {base.least + 2 * least, base.least + 2 * static_cast<int>(most)};
 }
 
-/// How many steps ahead `lease` allows, which was taken for `base` and some steps.
+/// The steps ahead within `lease`, a lease for `base` and some steps.
 inline std::size_t steps_ahead(const DescriptorLease& lease, DescriptorNeed base)
 {
     return static_cast<std::size_t>(lease.count() - base.least) / 2;
 }
 
-/// Waits for the descriptors that a part of the work needs, unless they are there.
+/// Waits for the descriptors of a part of the work, unless they are there.
 ///
 /// Cancel: ends the wait with `Exception`.
 template <class Operation>

@@ -18,8 +18,7 @@
 
 namespace orv {
 
-/// True for a case of a status that nothing follows. A request with a case that is not listed here
-/// does not compile.
+/// True for a final case of a status. A request with a case missing here does not compile.
 template <class Case>
 struct IsFinalCase;
 

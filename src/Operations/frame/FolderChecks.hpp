@@ -13,7 +13,7 @@
 
 namespace orv {
 
-/// Refuses what is no folder.
+/// Refuses anything but a folder.
 ///
 /// Errors: `no_item` when there is nothing, `no_folder` when it is something else; each told the
 /// location.
@@ -25,7 +25,7 @@ inline void check_is_folder(const Url& url, const Error& no_item, const Error& n
         throw no_folder.known_as(Cause::wrong_kind).at(url);
 }
 
-/// Refuses what a batch cannot go to.
+/// Refuses an unfit destination of a batch.
 ///
 /// Errors: "Destination folder doesn't exist."; "Destination url must point to a folder."
 inline void check_destination_folder(const Url& folder, const ErrorPlace& place,
@@ -35,10 +35,10 @@ inline void check_destination_folder(const Url& folder, const ErrorPlace& place,
                     place("Destination url must point to a folder.", where));
 }
 
-/// Refuses a batch of items that cannot all go into the folder, before any of them goes.
+/// Refuses a batch if one of its items cannot go into the folder, before any of them goes.
 ///
-/// Errors: "Source url must end in the name of an item, not in "." or ".."."; that the folder lies
-/// in a source, or is one.
+/// Errors: "Source url must end in the name of an item, not in "." or ".."."; an error if the
+/// folder lies in a source, or is one.
 inline void check_sources(const std::vector<Url>& sources, const Url& folder,
                           const ErrorPlace& place,
                           std::source_location where = std::source_location::current())

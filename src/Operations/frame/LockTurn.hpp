@@ -9,11 +9,11 @@
 
 namespace orv {
 
-/// Any number of locations that are read and written, held for as long as it lives.
+/// Locks on any number of locations, for its lifetime.
 class [[nodiscard]] LocationLock {
 public:
-    /// Registers all of `wanted`, which may lie in each other, or none of them. The links among
-    /// the folders of each are resolved already.
+    /// Registers all of `wanted` or none. They may lie in each other. The links among the folders
+    /// of each are resolved already.
     ///
     /// Errors: "Source item is being written by another operation."; "Source item is being read by
     /// another operation."
@@ -32,9 +32,8 @@ private:
     UrlLocker::Registration registration_;
 };
 
-/// A place in the line of those who wait for locations. They are granted as soon as none of them
-/// is held, or wanted by one who came before. Nobody in the line holds anything for it, so nobody
-/// waits for ever.
+/// A place in the line for locations. A turn comes once none of its locations is locked, or wanted
+/// by an earlier one. The waiting lock nothing, so nobody waits for ever.
 class LockTurn {
 public:
     /// `wanted` is as for `LocationLock`.
@@ -43,7 +42,7 @@ public:
     LockTurn(const LockTurn&) = delete;
     LockTurn& operator=(const LockTurn&) = delete;
 
-    /// Waits for the locations. None once `give_up` was called.
+    /// Waits for the locations. None after a call of `give_up`.
     ///
     /// Threading: background.
     std::optional<LocationLock> wait();

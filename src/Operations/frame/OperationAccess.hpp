@@ -9,7 +9,7 @@
 
 namespace orv {
 
-/// The parts of an operation that only the library uses.
+/// The parts of an operation for the library alone.
 class OperationAccess {
 public:
     /// Marks the operation as accepted.
@@ -22,14 +22,14 @@ public:
     /// Threading: main thread.
     static void free(OrvOperation& operation);
 
-    /// From now on a cancel of the operation calls `cancel_part`, too, on the main thread. False,
-    /// and nothing happens, when the operation was cancelled before.
+    /// From now on a cancel of the operation also calls `cancel_part`, on the main thread. False,
+    /// without effect, if the operation was cancelled before.
     ///
     /// Threading: any; off the main thread it waits for it.
     static bool begin_part(OrvOperation& operation, std::function<void()> cancel_part);
     static void end_part(OrvOperation& operation);
 
-    /// Whether the operation was cancelled, without asking the main thread.
+    /// True after a cancel, without a question to the main thread.
     ///
     /// Threading: any.
     [[nodiscard]] static bool was_cancelled(const OrvOperation& operation) noexcept

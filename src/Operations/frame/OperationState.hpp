@@ -5,7 +5,7 @@
 
 namespace orv {
 
-/// What the worker of a request and those who watch it share.
+/// The state a request's worker shares with its observers.
 struct OperationState {
     Tally tally;
     PauseGate pause;

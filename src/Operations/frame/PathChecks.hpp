@@ -8,14 +8,14 @@
 
 namespace orv {
 
-/// The lines that the errors of `check_path` name where they are documented.
+/// The documented lines in the errors of `check_path`.
 struct PathErrorLines {
     int undefined = __LINE__;
     int root = __LINE__;
 };
 
-/// Refuses the locations on which no request may work. `subject` begins the sentence: "Given",
-/// "Source" or "Destination".
+/// Refuses locations no request may work on. `subject` begins the sentence: "Given", "Source" or
+/// "Destination".
 ///
 /// Errors: "… url points to an undefined path."; "… url points to root directory."
 inline void check_path(const Url& url, std::string_view subject, const ErrorPlace& place,
@@ -31,7 +31,7 @@ inline void check_path(const Url& url, std::string_view subject, const ErrorPlac
             .at(url);
 }
 
-/// Refuses a copy or a move between locations on which no request may work, or of nothing.
+/// Refuses a copy or a move between locations no request may work on, or of nothing.
 ///
 /// Errors: those of `check_path`; "Source item doesn't exist."
 inline void

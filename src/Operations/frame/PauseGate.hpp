@@ -7,7 +7,7 @@
 
 namespace orv {
 
-/// Holds up the worker of a request while the request is paused.
+/// Holds up the worker of a paused request.
 ///
 /// Threading: any.
 class PauseGate {
@@ -24,8 +24,8 @@ public:
 
     [[nodiscard]] bool is_closed() const { return steps_.load(std::memory_order_relaxed) % 2 == 1; }
 
-    /// Waits for the next opening, unless the gate is open. One that is closed again at once lets
-    /// the worker pass all the same: it would never get on otherwise.
+    /// Waits for the next opening, unless the gate is open. A gate closed again at once still lets
+    /// the worker pass: it would never get on otherwise.
     void wait() const
     {
         const std::uint32_t steps = steps_;

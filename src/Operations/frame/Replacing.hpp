@@ -5,16 +5,15 @@
 
 namespace orv {
 
-/// Deletes the attributes of an item that another one has replaced, and of all that was in it.
+/// Deletes the attributes of a replaced item and of all its contents.
 ///
 /// Errors: those of the database.
 void delete_records_of_replaced(const Url& destination);
 
-/// The error of a request that failed after it had deleted the item that it was to replace.
+/// The error of a request that failed after it had deleted the item to replace.
 [[nodiscard]] Error after_removal(const Error& error);
 
-/// Does `work`. If it `goes_first`, the item that is to be replaced is gone already, and an error
-/// says so.
+/// Does `work`. If the old item `goes_first`, it is gone already, and an error says so.
 template <class Work>
 auto told_of_removal(bool goes_first, Work work)
 {

@@ -20,7 +20,7 @@
 
 namespace orv {
 
-/// Whether `Case` is one of the cases of the variant `Status`.
+/// True if `Case` is one of the cases of the variant `Status`.
 template <class Case, class Status>
 inline constexpr bool has_case = false;
 template <class Case, class... Cases>
@@ -28,7 +28,7 @@ inline constexpr bool has_case<Case, std::variant<Cases...>> = (std::is_same_v<C
 
 /// One request at work: its operation, and the way to its caller.
 ///
-/// Threading: the background thread that serves the request.
+/// Threading: the request's background thread.
 template <class Operation>
 class Request {
 public:
@@ -47,7 +47,7 @@ public:
 
     /// Waits while the request is paused. Then throws `Exception` if it was cancelled.
     ///
-    /// To be called between two items or two parts of a file, outside `Database::sync`.
+    /// Call it between two items or two parts of a file, outside `Database::sync`.
     void check_cancelled()
     {
         wait_while_paused();
@@ -55,7 +55,7 @@ public:
             throw Exception();
     }
 
-    /// The same for a request that cannot be cancelled.
+    /// The same for a request without a cancel.
     void wait_while_paused()
     {
         if (!state().pause.is_closed())
@@ -64,20 +64,20 @@ public:
         state().pause.wait();
     }
 
-    /// What holds up the work while the request is paused, for other threads that help with it.
+    /// The gate of pauses, for other threads at work on the request.
     [[nodiscard]] const PauseGate& pause_gate() const { return state().pause; }
 
-    /// What the caller has of the request.
+    /// The caller's operation.
     [[nodiscard]] Operation& operation() const { return *operation_; }
 
-    /// What the request has done so far, for whoever looks at its operation.
+    /// The request's progress, for observers of its operation.
     [[nodiscard]] Tally& tally() const { return state().tally; }
 
     /// Cancels the request from within.
     void cancel() { operation_->cancel(); }
 
-    /// Delivers `status`, and waits until the caller has taken it. A request that was cancelled
-    /// before throws `Exception` instead.
+    /// Delivers `status`, and waits for the end of the callback. Throws `Exception` instead if the
+    /// request was cancelled before.
     void report(const Status& status)
     {
         if (!statuses_.deliver_unless([this] { return cancelled(); }, status))
@@ -106,27 +106,27 @@ public:
         return question->wait();
     }
 
-    /// Does a part of the work, which `cancel_part` stops: it is called on the main thread when the
-    /// request is cancelled meanwhile. A request that was cancelled before throws `Exception`.
+    /// Does a part of the work. A cancel meanwhile calls `cancel_part` on the main thread. Throws
+    /// `Exception` if the request was cancelled before.
     template <class Part>
     void do_part(std::function<void()> cancel_part, Part part);
 
     /// Does a part of the work as a request of `Child`, on this thread. All its statuses but the
-    /// last go to `on_status`, on this thread and at once; the last is returned. What the child
-    /// does counts as done by the request. A pause and a cancel reach the child, too; a request
-    /// that was cancelled before throws `Exception`. A child costs no hand-over.
+    /// last go to `on_status`, on this thread and at once; the last is the result. The child's
+    /// progress counts as the request's. A pause and a cancel reach the child, too. Throws
+    /// `Exception` if the request was cancelled before. A child costs no hand-over.
     template <class Child, class Work>
     typename Child::Status run_child(typename Child::StatusClosure on_status, Work work);
 
-    /// What takes the work back when, after its success, the request turns out to be cancelled. It
-    /// is called on the main thread, or else destroyed there before the final status.
+    /// Takes the work back if, after its success, the request turns out to be cancelled. The main
+    /// thread calls it or destroys it before the final status.
     void set_undo(std::function<void()> undo) { undo_ = std::move(undo); }
 
-    /// Says that the work is done and cannot be taken back: a cancel from now on comes too late.
+    /// Marks the work as done for good: a cancel from now on comes too late.
     void set_done() { is_done_ = true; }
 
-    /// Frees the operation and delivers the final status: `outcome` or, when the request was
-    /// cancelled by now and can be, `cancelled`.
+    /// Frees the operation and delivers the final status: `outcome`, or `cancelled` after a timely
+    /// cancel.
     void finish(Status outcome)
     {
         assert(is_final(outcome));
@@ -149,7 +149,7 @@ private:
     template <class Other>
     friend class Request;
 
-    /// The request that a child is a part of.
+    /// The request the child belongs to.
     struct Whole {
         OrvOperation& operation;
         std::function<void()> report_held;
@@ -164,7 +164,7 @@ private:
         OperationAccess::share_state(whole_->operation, *operation_);
     }
 
-    /// The operation that the caller cancels.
+    /// The operation the caller cancels.
     [[nodiscard]] OrvOperation& cancelled_by_caller() const
     {
         return whole_ ? whole_->operation : *operation_;
@@ -196,7 +196,8 @@ template <class Operation>
 inline constexpr bool can_fail =
     has_case<status::error, typename Operation::Status> || FailsInItsOwnWay<Operation>;
 
-/// The final status of a request of `Operation` that failed; one that never fails ends the process.
+/// The final status of a failed request of `Operation`. A failure of one without such a status ends
+/// the process.
 template <class Operation>
 typename Operation::Status error_status(const Error& error)
 {
@@ -208,8 +209,8 @@ typename Operation::Status error_status(const Error& error)
         fatal(error.message());
 }
 
-/// Does the work of a request. What it throws becomes the final status; an operation that cannot be
-/// cancelled never throws `Exception`.
+/// Does the work of a request, and turns an exception into the final status. An operation without a
+/// cancel never throws `Exception`.
 template <class Operation, class Work>
 typename Operation::Status outcome_of(Request<Operation>& request, Work& work)
 {
@@ -261,7 +262,7 @@ typename Child::Status Request<Operation>::run_child(typename Child::StatusClosu
     return *last;
 }
 
-/// Notes what a walk passes over as a failure of the request, which has to outlive it.
+/// Notes each item a walk passes over as a failure of the request. The request must outlive it.
 template <class Operation>
 std::function<void(const Error&)> failures_of(Request<Operation>& request)
 {
@@ -277,7 +278,7 @@ inline Error no_thread_error()
         .known_as(Cause::exhausted);
 }
 
-/// A request that waits for its thread.
+/// A request on its way to a thread.
 template <class Operation, class Work>
 struct WaitingRequest {
     std::shared_ptr<Operation> operation;
@@ -290,8 +291,7 @@ struct WaitingRequest {
         request.finish(outcome_of(request, work));
     }
 
-    /// Ends the request without having served it. One that cannot fail is served on the main
-    /// thread instead.
+    /// Ends the request before its start. The main thread serves a request that cannot fail.
     ///
     /// Threading: main thread.
     void refuse(const Error& error)
@@ -305,8 +305,8 @@ struct WaitingRequest {
     }
 };
 
-/// Starts a request: `work` is called in the background with its `Request<Operation>&`, and returns
-/// the final status or throws.
+/// Starts a request: calls `work` in the background with its `Request<Operation>&`. Its result is
+/// the final status; it may throw.
 template <class Operation, class Work>
 std::shared_ptr<Operation> start_request(typename Operation::StatusClosure closure, Work work)
 {

@@ -7,7 +7,7 @@
 
 namespace orv {
 
-/// The requests of the process that are under way, in the order in which they were made.
+/// The requests of the process at work, in order of their start.
 ///
 /// Threading: any.
 class RunningOperations {

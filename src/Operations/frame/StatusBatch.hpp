@@ -13,8 +13,8 @@
 
 namespace orv {
 
-/// The thread that takes the statuses of a request: the main thread, those of a part of a request
-/// the thread that works on it.
+/// The thread for the statuses of a request: the main thread, or for a part of a request the thread
+/// at work on it.
 enum class StatusThread { main, same };
 
 /// The statuses of one request on their way to its caller, in order; several may share one
@@ -47,8 +47,8 @@ public:
         }
     }
 
-    /// Hands over what is held back and then, in one step on the taking thread, asks `refused` and,
-    /// unless it answers true, delivers `status`. Says whether it was delivered.
+    /// Hands over the held statuses. Then, in one step on the taking thread, asks `refused`, and
+    /// delivers `status` unless it answers true. True if delivered.
     bool deliver_unless(FunctionRef<bool()> refused, const Status& status)
     {
         flush();
@@ -61,14 +61,14 @@ public:
         return delivered;
     }
 
-    /// Hands over what has been held back for as long as a status may be.
+    /// Hands over the held statuses if they are due.
     void flush_if_due()
     {
         if (!held_.empty() && held_since_.elapsed_time() > max_delay_s)
             flush();
     }
 
-    /// Hands over what is held back, and waits until the caller has taken it.
+    /// Hands over the held statuses, and waits for the caller's callbacks.
     void flush()
     {
         while (next_ < held_.size())
@@ -77,7 +77,7 @@ public:
         next_ = 0;
     }
 
-    /// Hands over what is held back. Then, in one step on the taking thread, asks `last` for the
+    /// Hands over the held statuses. Then, in one step on the taking thread, asks `last` for the
     /// final status, delivers it, and destroys the closure.
     void finish(FunctionRef<Status()> last)
     {
@@ -94,8 +94,8 @@ private:
     static constexpr std::size_t max_batch_size = 256;
     static constexpr double max_delay_s = 0.010;
 
-    /// A status counts as delivered when its closure was called, also when that throws: the
-    /// exception leaves for the application's loop, and the next hand-over goes on with the next
+    /// A status counts as delivered after the call of its closure, even after an exception from it:
+    /// the exception goes to the application's loop, and the next hand-over continues with the next
     /// status.
     void call_closure()
     {

@@ -14,8 +14,8 @@
 
 namespace orv {
 
-/// Asks the caller what to do about the item at `destination`. An answer to stop cancels the
-/// request and throws `Exception`.
+/// Asks the caller about the item at `destination`. The answer "stop" cancels the request and
+/// throws `Exception`.
 template <class Operation>
 ConflictBehaviour ask_about(Request<Operation>& request, const Url& destination, bool is_mergeable)
 {
@@ -33,46 +33,45 @@ ConflictBehaviour ask_about(Request<Operation>& request, const Url& destination,
 /// Errors: `none_is_free`, told the location.
 [[nodiscard]] Url free_url(const Url& taken, const Error& none_is_free);
 
-/// Finds the same for many items that go into one folder. The last one takes no longer than the
-/// first.
+/// Finds such names for many items in one folder. The last name takes no longer than the first.
 ///
 /// Threading: one thread.
 class FreeUrls {
 public:
-    /// Does what `free_url` does. The location counts as taken from then on.
+    /// Works like `free_url`. The location counts as taken from then on.
     [[nodiscard]] Url next(const Url& taken, const Error& none_is_free);
 
 private:
     FreeNames names_;
 };
 
-/// Refuses to replace the item at `destination` if it could not be removed afterwards.
+/// Refuses to replace the item at `destination` if it could not be removed later.
 ///
 /// Errors: `failure`, told its cause.
 void check_can_be_replaced(const Url& destination, const Error& failure);
 
-/// The same for an item that makes room for the one at `source`.
+/// The same for an item in the place of the one at `source`.
 ///
 /// Errors: "Source path conflicts with destination path." if the source lies in it; "Destination
-/// item couldn't be deleted while being overwritten.", told its cause.
+/// item couldn't be deleted while being overwritten.", with its cause.
 void check_can_be_replaced(const Url& source, const Url& destination, const ErrorPlace& place,
                            std::source_location where = std::source_location::current());
 
-/// True if the volume has no room for `bytes` beside the item at `destination`, but has room once
-/// that item is gone. What `poll` throws ends the count.
+/// True if the volume has no room for `bytes` beside the item at `destination`, but has room
+/// without it. An exception from `poll` ends the count.
 [[nodiscard]] bool only_fits_alone(const Url& destination, std::int64_t bytes,
                                    FunctionRef<void()> poll);
 
-/// The same for a copy of the item at `source`, which holds `size` bytes.
+/// The same for a copy of the item at `source`, with `size` bytes.
 [[nodiscard]] bool only_fits_alone(const Url& source, const Url& destination, std::int64_t size,
                                    FunctionRef<void()> poll);
 
-/// Deletes the item that is to be replaced.
+/// Deletes the item to be replaced.
 ///
 /// Errors: `failure`, told its cause.
 void remove_replaced(const Url& destination, const Error& failure);
 
-/// The documented error for an item that could not be deleted.
+/// The documented error for an item that cannot be deleted.
 [[nodiscard]] Error not_replaced(const ErrorPlace& place,
                                  std::source_location where = std::source_location::current());
 

@@ -13,13 +13,13 @@
 
 namespace orv {
 
-/// What a request has done so far.
+/// A request's progress so far.
 ///
 /// Threading: the worker of the request writes, any thread reads.
 class Tally {
 public:
-    /// Says how much there is to do; -1 where that is not known. The first to say so knows the
-    /// whole request: what the parts of it say later changes nothing.
+    /// Sets the totals; -1 if unknown. The first call knows the whole request, and later ones from
+    /// its parts have no effect.
     void expect(std::int64_t bytes, std::int64_t items)
     {
         if (is_expected_)
@@ -32,14 +32,14 @@ public:
     void add_bytes(std::int64_t count) { bytes_.add(count); }
     void add_items(std::int64_t count) { items_.add(count); }
 
-    /// Notes that an item is done which the request was asked for.
+    /// Adds a requested item as done.
     void add_result(Url url)
     {
         const std::lock_guard lock(mutex_);
         results_.push_back(std::move(url));
     }
 
-    /// The same for an item that was done in one step, which counts it, too.
+    /// The same for an item done in one step; counts it, too.
     void add_done(Url url)
     {
         expect(-1, 1);
@@ -47,7 +47,7 @@ public:
         add_result(std::move(url));
     }
 
-    /// Forgets the results, which were taken back.
+    /// Forgets the results after an undo.
     void clear_results()
     {
         const std::lock_guard lock(mutex_);
@@ -102,7 +102,7 @@ private:
         {
             done = done_.load(std::memory_order_relaxed);
             total = total_.load(std::memory_order_relaxed);
-            if (total >= 0) // items that were added meanwhile
+            if (total >= 0) // items added meanwhile
                 total = std::max(done, total);
         }
 
@@ -119,8 +119,7 @@ private:
     std::vector<Failure> failures_;
 };
 
-/// Counts what a part of a request tells as sums, again and again. What has to be done once more is
-/// counted once.
+/// Counts the running sums of a part of a request. Repeated work counts once.
 class RunningSums {
 public:
     explicit RunningSums(Tally& tally) : tally_(tally) {}

@@ -22,7 +22,7 @@ namespace {
 
 constexpr ErrorPlace lock_place{"src/Operations/UrlLocker", "lock(sources:dest:allow_conflict:)"};
 
-/// A path with a slash at its end: what lies below it begins with it.
+/// A path with a slash at its end: the paths below begin with it.
 std::string as_folder(const std::string& path)
 {
     return path.ends_with('/') ? path : path + "/";
@@ -38,7 +38,7 @@ bool conflict(const Url& one, const Url& other)
     return a.starts_with(b) || b.starts_with(a);
 }
 
-/// What stands for a location, however it is spelled. Looks at the disk, so never inside the lock.
+/// The one key of a location, in any spelling. Looks at the disk, so never inside the lock.
 Url key_of(const Url& url)
 {
     return resolving_folders(url).standardized();
@@ -65,8 +65,8 @@ std::vector<Wanted> resolved_already(std::vector<LockType> types)
     return wanted;
 }
 
-/// Locations in use, by whom and how. What lies in a folder and the folders around an item are
-/// found without a look at all others.
+/// Locations in use, with owner and kind of use. Finds the locations in a folder and the folders
+/// around an item without a look at all others.
 class UsedLocations {
 public:
     void add(LockType::Kind kind, const Url& key, UrlLocker::Registration registration)
@@ -135,7 +135,7 @@ using Waiter = LockTurn::Waiter;
 /// loop.
 class Registry {
 public:
-    /// Calls `use` with the registry, which is locked meanwhile.
+    /// Calls `use` with the locked registry.
     template <class Use>
     static auto with_instance(Use use)
     {
@@ -223,7 +223,7 @@ private:
     std::mutex mutex_;
     UsedLocations used_;
     std::map<UrlLocker::Registration, std::vector<Url>> keys_;
-    std::vector<std::shared_ptr<Waiter>> waiting_; // in the order in which they came
+    std::vector<std::shared_ptr<Waiter>> waiting_; // in order of arrival
     std::uint64_t last_registration_ = 0;
 };
 

@@ -8,7 +8,7 @@
 
 namespace orv {
 
-/// What a request does with an item: only reads it, or changes, removes or creates it.
+/// A request's use of an item: a read, or a change, removal or creation.
 struct LockType {
     enum class Kind { read, write } kind;
     Url url;
@@ -24,14 +24,14 @@ struct LockType {
     return {LockType::Kind::write, std::move(url)};
 }
 
-/// The locations that the process's requests hold, so that two of them never work on the same part
-/// of the tree. Nobody waits for a lock: a clash ends the request that meets it. A location below a
-/// linked folder and the one that the link leads to are one.
+/// The locations in use by the process's requests: no two of them work on the same part of the
+/// tree. Nobody waits for a lock: a clash ends the later request. A location below a linked folder
+/// and its resolved form are one.
 ///
 /// Threading: any. All functions but `unlock` and `do_urls_conflict` look at the disk.
 class UrlLocker {
 public:
-    /// What one call of `lock` registered; never used twice.
+    /// The registrations of one call of `lock`; never used twice.
     enum class Registration : std::uint64_t {};
 
     /// Registers all of `sources` and `dest`, or none of them.
@@ -42,17 +42,17 @@ public:
     [[nodiscard]] static Registration lock(const std::vector<LockType>& sources,
                                            const LockType& dest, bool allow_conflict);
 
-    /// Takes back what `lock` registered; once it was taken back, nothing.
+    /// Takes back the registrations of `lock`. Does nothing the second time.
     static void unlock(Registration registration);
 
-    /// Whether one of the two lies inside the other, or both are the same, as they are spelled.
+    /// True if one lies inside the other, or both are the same, as spelled.
     [[nodiscard]] static bool do_urls_conflict(const Url& one, const Url& other);
 
     [[nodiscard]] static bool is_read_locked(const Url& url);
     [[nodiscard]] static bool is_write_locked(const Url& url);
 };
 
-/// The error of a source that the destination lies in, or that lies in it.
+/// The error of a source around the destination, or inside it.
 [[nodiscard]] Error source_conflict(const Url& source);
 
 /// Holds locations for as long as it lives.

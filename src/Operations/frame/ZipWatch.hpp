@@ -8,8 +8,7 @@
 
 namespace orv {
 
-/// What stops a packing or an unpacking of `request`, and has it counted and paused. The request
-/// has to outlive it.
+/// Stops, counts and pauses a packing or an unpacking of `request`. The request must outlive it.
 template <class Operation>
 std::shared_ptr<Zip::Canceller> watched_by(Request<Operation>& request)
 {

@@ -22,7 +22,7 @@
 namespace orv {
 namespace {
 
-constexpr auto longest_wait = std::chrono::milliseconds(20); // until a cancel is noticed
+constexpr auto longest_wait = std::chrono::milliseconds(20); // between two looks for a cancel
 
 struct SearchJob {
     enum class State { waiting, in_work, done };
@@ -37,7 +37,7 @@ Error error_of(const SearchedItem& item, int code)
     return platform_error(code, item.folder->items.url.appending(item.name));
 }
 
-/// The file, opened; none when it is no regular one any more or cannot be opened.
+/// The open file; none if it is no longer regular or does not open.
 FileDescriptor opened(const SearchedItem& item)
 {
     FileDescriptor file(::openat(item.folder->descriptor.get(), item.name.c_str(),
@@ -47,11 +47,10 @@ FileDescriptor opened(const SearchedItem& item)
     return file;
 }
 
-/// Reads a file to its end, as far as that can be read.
+/// Reads a file to its end, as far as it is readable.
 class FileInput {
 public:
-    /// `size` is what the file is said to have. One of which nothing is said is read until nothing
-    /// more comes.
+    /// `size` is the file's stated size. A file without one ends where reads yield nothing.
     FileInput(int file, std::size_t size) : file_(file), left_(size), is_size_known_(size > 0) {}
 
     std::size_t read(char* to, std::size_t size)
@@ -73,7 +72,7 @@ private:
     bool is_size_known_;
 };
 
-/// Searches the content of `item`. `check` is called often; what it throws ends the search.
+/// Searches the content of `item`. Calls `check` often; an exception from it ends the search.
 void look_into(SearchedItem& item, ContentSearch& search, FunctionRef<void()> check)
 {
     const FileDescriptor file = opened(item);
@@ -87,7 +86,7 @@ void look_into(SearchedItem& item, ContentSearch& search, FunctionRef<void()> ch
 
 } // namespace
 
-/// What all threads work on. It outlives the request's side as long as the others need it.
+/// The work of all threads. It outlives the request's side for as long as the others need it.
 class SearchAhead::Shop : public std::enable_shared_from_this<SearchAhead::Shop> {
 public:
     Shop(TextSearch search, std::size_t max_items, FunctionRef<void()> meanwhile)
@@ -114,7 +113,7 @@ public:
         if (is_done)
             return;
         waiting_.push_back(&jobs_.back());
-        // While the walk goes on, a thread that was woken for fewer files would soon sleep again.
+        // During the walk, a thread woken for fewer files would soon sleep again.
         if (waiting_.size() >= max_items_ / 2)
             call_helper();
     }
@@ -141,7 +140,7 @@ public:
         return std::move(job.item);
     }
 
-    /// No job is begun any more; those that others have in work are given up and waited for.
+    /// No further job begins. The others give up their current ones and come to an end.
     void close()
     {
         closed_ = true;

@@ -14,48 +14,48 @@
 
 namespace orv {
 
-/// A folder with items that may be found.
+/// A folder with candidates.
 struct SearchedFolder {
     ItemFolder items;
     FileDescriptor descriptor;
 };
 
-/// An item that may be found, and whether it is.
+/// A candidate, and if it matches.
 struct SearchedItem {
     std::shared_ptr<const SearchedFolder> folder;
     std::string name;
     bool is_found = false;
-    struct statx facts = {}; ///< of one that is found
+    struct statx facts = {}; ///< of a match
 };
 
-/// Searches the contents of files before their turn, on the calling thread and, when there are
-/// several, on others. The items come back in the order in which they were added.
+/// Searches the contents of files before their turn, on the calling thread and, on several cores,
+/// on others. The items come back in the order of `add`.
 ///
 /// Threading: one thread adds and takes.
 class SearchAhead {
 public:
-    /// Takes `max_items` before it is full. `meanwhile` is called on the calling thread now and
-    /// then while that reads or waits; what it throws ends that. What it refers to must outlive
-    /// this.
+    /// Takes `max_items` before it is full. The calling thread calls `meanwhile` now and then while
+    /// it reads or waits; an exception from it ends that. The references in it must outlive this
+    /// object.
     SearchAhead(TextSearch search, std::size_t max_items, FunctionRef<void()> meanwhile);
-    /// Gives up what was not taken.
+    /// Gives up the rest.
     ~SearchAhead();
     SearchAhead(const SearchAhead&) = delete;
     SearchAhead& operator=(const SearchAhead&) = delete;
 
     [[nodiscard]] bool is_empty() const;
-    /// So much was added that something should be taken before more is.
+    /// True if it is full, and time to take an item.
     [[nodiscard]] bool is_full() const;
-    /// Whether nothing need be waited for to take the first item.
+    /// True if the first item comes without a wait.
     [[nodiscard]] bool is_first_done() const;
 
-    /// Adds a file whose content is to be searched, or an item that is found already.
+    /// Adds a file for a search of its content, or an item that matches already.
     void add(SearchedItem item);
 
     /// The first item, with its content searched. There must be one.
     ///
-    /// Errors: the platform's, when the process is out of descriptors or memory. A file that cannot
-    /// be read is not found.
+    /// Errors: the platform's, if the process is out of descriptors or memory. An unreadable file
+    /// is no match.
     SearchedItem take();
 
 private:
