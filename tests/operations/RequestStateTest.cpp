@@ -112,7 +112,7 @@ TEST_F(RequestStateTest, every_request_tells_what_it_did)
              plan.policy.on_error = TransferPolicy::OnError::skip;
              return m.transfer(plan, {});
          },
-         "10/10 bytes, 6/6 items, made old/a, left out gone"},
+         "10/10 bytes, 7/7 items, made old/a, left out gone"},
         {[&] { return m.generate_thumb(at("file"), 10, 10, {}); },
          "?/? bytes, 1/1 items, left out file"},
     };

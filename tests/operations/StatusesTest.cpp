@@ -3,6 +3,7 @@
 #include "Operations/frame/UrlLocker.hpp"
 #include "support/Engine.hpp"
 
+#include <chrono>
 #include <stdexcept>
 #include <thread>
 
@@ -121,16 +122,18 @@ TEST_F(StatusesTest, the_items_of_one_request_share_turns_of_the_main_loop)
         make_tree(folder(), {std::to_string(i) + "="});
     }
     make_tree(folder(), {"in/", "copies/"});
+    // On a busy machine, time alone brings turns: a look every 5 ms, a due batch every 10 ms.
     const auto turns_of = [](const std::shared_ptr<OrvOperation>& operation) {
-        std::size_t turns = 0;
+        const auto start = std::chrono::steady_clock::now();
+        int turns = 0;
         pump_until([&] { return ++turns, !operation->is_busy(); });
-        return turns;
+        const std::chrono::duration<double, std::milli> passed =
+            std::chrono::steady_clock::now() - start;
+        return turns - static_cast<int>(passed.count() / 5 + passed.count() / 10);
     };
-    // A sanitizer slows the work, so that more statuses are due before the next one comes.
-    constexpr std::size_t slack = ORV_IS_SANITIZED ? 4 : 1;
-    EXPECT_LT(turns_of(manager().copy(sources, at("copies"), {})), slack * sources.size());
-    EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), slack * 10U);
-    EXPECT_LT(turns_of(manager().delete_items(moved, {})), slack * 10U);
+    EXPECT_LT(turns_of(manager().copy(sources, at("copies"), {})), 100);
+    EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), 10);
+    EXPECT_LT(turns_of(manager().delete_items(moved, {})), 10);
     EXPECT_EQ(tree(at("copies")).size(), sources.size());
     EXPECT_EQ(tree(at("in")).size(), 0U);
 }
