@@ -11,6 +11,9 @@ struct ToldFailure {};
 /// The request under way was interrupted.
 struct Interrupted {};
 
+/// The request has failed, and what failed was told.
+struct Failed {};
+
 /// The same error; where it tells no path, it gets `path`.
 [[nodiscard]] Error told_of(const Url& path, const Error& error);
 
