@@ -10,7 +10,6 @@
 #include "TransferAnswers.hpp"
 #include "Waiting.hpp"
 
-#include <orv/Operations/TransferOpr.hpp>
 #include <orv/orv.hpp>
 
 #include <algorithm>
@@ -41,8 +40,11 @@ TransferPlan plan_of(const TransferCommand& command, bool can_ask)
     TransferPlan plan{.kind = command.kind, .policy = command.policy};
     const bool keeps_both = command.policy.on_conflict == OnConflict::keep_both;
     const bool merges = command.policy.on_conflict == OnConflict::merge;
-    const Placement placement = placement_of(command.sources, command.destination,
-                                             keeps_both || (merges && command.kind == Kind::copy));
+    Placement placement = placement_of(command.sources, command.destination,
+                                       keeps_both || (merges && command.kind == Kind::copy));
+    if (command.kind == Kind::move && placement.is_of_one() &&
+        is_other_case(placement.sources.front(), command.destination))
+        placement.destination = command.destination;
     plan.sources = placement.sources;
     plan.folder = placement.destination;
     if (placement.is_of_one()) {
@@ -81,11 +83,12 @@ public:
     TransferOperation::Status run()
     {
         const auto start = [&](auto closure) {
-            return transfer(plan_, [this, closure](const TransferOperation::Status& status) {
-                take(status);
-                if (!std::holds_alternative<TransferOperation::question>(status))
-                    closure(status);
-            });
+            return OrvFileManager::singleton().transfer(
+                plan_, [this, closure](const TransferOperation::Status& status) {
+                    take(status);
+                    if (!std::holds_alternative<TransferOperation::question>(status))
+                        closure(status);
+                });
         };
         const auto tick = [this] { draw(); };
         auto status = final_status<TransferOperation>(
