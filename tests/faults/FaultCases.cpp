@@ -152,8 +152,10 @@ FaultCase merge_that_replaces_case()
     put(request.before.items, copy, taken_place());
     for (const auto& [path, item] : request.before.items)
         if (is_at_or_below(path, copy) &&
-            (item.type == S_IFDIR || !request.after.items.contains(path)))
+            (item.type == S_IFDIR || !request.after.items.contains(path))) {
             request.after.items[path] = item;
+            request.after.rows.erase(path.substr(path.find('/') + 1));
+        }
     return finished(std::move(request));
 }
 

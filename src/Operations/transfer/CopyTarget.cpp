@@ -300,13 +300,12 @@ void CopyTarget::give_up_folder()
 
 void CopyTarget::abandon() noexcept
 {
-    const auto hidden = std::ranges::find_if(
-        levels_, [](const Level& level) { return level.replacing != nullptr; });
+    const bool is_hidden =
+        std::ranges::any_of(levels_, [](const Level& level) { return level.replacing != nullptr; });
     try {
-        // What is hidden never appears: it goes, and its rows do not come.
-        if (hidden != levels_.end())
-            records_.drop();
-        else
+        // A hidden folder never appears, also one that could not be published: no rows for it.
+        records_.drop();
+        if (!is_hidden)
             folders_.abandon();
         records_.write();
     } catch (const std::exception&) {

@@ -4,6 +4,8 @@
 #include "Global/TestMode.hpp"
 #include "Operations/copying/RecordCopies.hpp"
 
+#include <utility>
+
 namespace orv {
 namespace {
 
@@ -53,8 +55,8 @@ void TransferRecords::release(const std::string& to)
 
 void TransferRecords::drop()
 {
-    is_held_ = false;
-    copies_.clear();
+    if (std::exchange(is_held_, false))
+        copies_.clear();
 }
 
 void TransferRecords::write()
