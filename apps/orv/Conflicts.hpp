@@ -10,8 +10,8 @@
 
 namespace orv::app {
 
-/// How a request's conflicts are settled: as was said in advance or, without that, by the person at
-/// the terminal. Where nobody can be asked, the request is stopped.
+/// Settles a request's conflicts: as the options say or, without them, by the person at the
+/// terminal. Stops the request if there is nobody to ask.
 ///
 /// Threading: main thread.
 class Conflicts {
@@ -27,7 +27,7 @@ public:
 
     /// Says why the request has ended as cancelled.
     ///
-    /// Errors: `Interrupted`, or the conflict that it was stopped for.
+    /// Errors: `Interrupted`, or the conflict that stopped it.
     [[noreturn]] void throw_cancelled() const;
 
 private:

@@ -29,7 +29,7 @@ bool merges_folders(const TransferPolicy& policy)
            policy.on_conflict == OnConflict::skip_if_equal;
 }
 
-/// What is done about a file whose name is taken by another one.
+/// The outcome for a file whose name another file has.
 std::string action_on_file(OnConflict policy, const FileItem& source, const FileItem& there)
 {
     switch (policy) {

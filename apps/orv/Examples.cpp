@@ -29,7 +29,7 @@ void make_folder(const std::string& path, const Surroundings& surroundings)
             .because_of(platform_error(errno, folder));
 }
 
-/// A step that failed was told only where every step is.
+/// A failed step has a line of its own only if every step has one.
 void check_all_are_there(const Url& folder)
 {
     const auto missing = OrvFileBrowser::missing_example_files(folder);

@@ -5,13 +5,13 @@
 
 namespace orv::app {
 
-/// The command failed, and what failed was told.
+/// The command failed and has said why.
 struct ToldFailure {};
 
-/// The request under way was interrupted.
+/// Ctrl-C ended the request.
 struct Interrupted {};
 
-/// The request has failed, and what failed was told.
+/// The request failed and has said why.
 struct Failed {};
 
 /// The same error; where it tells no path, it gets `path`.

@@ -22,7 +22,7 @@ std::vector<Criteria> criterias_of(const FindCommand& command)
     return {Criteria::file_name};
 }
 
-/// Writes what a search finds as soon as that is known.
+/// Writes the matches of a search as soon as they are known.
 class Results {
 public:
     explicit Results(bool json)
@@ -38,7 +38,7 @@ public:
         written_ += items.size();
     }
 
-    /// Writes what was not written yet of all that was found.
+    /// Writes the rest of all matches.
     void finish(std::span<const FileItem> all)
     {
         stream_.write(all.subspan(written_));

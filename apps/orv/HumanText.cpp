@@ -22,7 +22,7 @@ std::string human_size(double bytes)
     if (bytes < 1000)
         return fmt::format("{:.0f} B", bytes);
     std::size_t unit = 0;
-    // What rounds to 1000.0 is told in the next unit.
+    // 1000.0 after rounding moves on to the next unit.
     for (bytes /= 1000; bytes >= 999.95 && unit + 1 < units.size(); bytes /= 1000)
         ++unit;
     return fmt::format("{:.1f} {}", bytes, units.at(unit));

@@ -41,7 +41,7 @@ void take_interrupt()
     });
 }
 
-/// The signals to answer. One that the process was started to ignore stays ignored.
+/// The signals to answer. A signal the process was started to ignore stays ignored.
 sigset_t interrupting_signals()
 {
     sigset_t signals;

@@ -9,9 +9,9 @@
 
 namespace orv::app {
 
-/// `bytes` as a JSON string, quotes included. A byte 0xNN that belongs to no valid UTF-8 becomes
-/// the lone surrogate \udcNN, which no valid text contains: the name can be got back from it (in
-/// Python with `os.fsencode`). Control characters are escaped.
+/// `bytes` as a JSON string, quotes included. A byte 0xNN outside valid UTF-8 becomes the lone
+/// surrogate \udcNN; no valid text contains one, so the name can be recovered (in Python with
+/// `os.fsencode`). Control characters are escaped.
 [[nodiscard]] std::string json_string(std::string_view bytes);
 
 /// An object with every member of `item`. Locations are "file://" URLs, dates in UTC.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t output_block_size = 256 * 1024;
 
-/// Standard output may have been made non-blocking by a process that shares it.
+/// Another process may have made the shared standard output non-blocking.
 void wait_until_writable()
 {
     pollfd output{STDOUT_FILENO, POLLOUT, 0};

@@ -10,12 +10,12 @@ struct ClosedOutput {};
 
 /// Standard output, written in large blocks.
 ///
-/// Errors: `ClosedOutput`, or the platform's error when the output cannot be written.
+/// Errors: `ClosedOutput`, or the platform's error of a failed write.
 class LargeOutput {
 public:
     void write(std::string_view text);
 
-    /// Writes what is still held. What is not finished is lost.
+    /// Writes the buffered rest. Output without a call of `finish` is lost.
     void finish();
 
 private:

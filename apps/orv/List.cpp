@@ -30,7 +30,7 @@ ItemList fetch(const ListCommand& command, const Url& folder, const Surroundings
         [](status::cancelled&&) -> ItemList { throw Interrupted(); });
 }
 
-/// Every folder stands before what is in it.
+/// Every folder stands before its contents.
 void sort_by_path(ItemList& items)
 {
     std::vector<std::string> paths;
@@ -49,7 +49,7 @@ void sort_by_path(ItemList& items)
     items.arrange(order);
 }
 
-/// The order that the folder is kept in.
+/// The stored order of the folder.
 SortType stored_sort(const Url& folder)
 {
     const auto attributes = CustomAttributes::fetch(folder);

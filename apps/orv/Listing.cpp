@@ -17,7 +17,7 @@
 namespace orv::app {
 namespace {
 
-/// Of an item that was found in a walk, the way to it; its name is the end of it.
+/// For an item of a walk, its relative path; its name is the end of it.
 const std::string& name_of(const FileItem& item)
 {
     return item.relative_path.empty() ? item.name : item.relative_path;
@@ -125,7 +125,7 @@ void write_names(LargeOutput& output, const ItemList& items)
 void write_json(LargeOutput& output, const ItemList& items)
 {
     ItemStream stream(output, ItemStream::Form::json);
-    constexpr std::size_t at_a_time = 256; // so that few whole items are in memory
+    constexpr std::size_t at_a_time = 256; // keeps few whole items in memory
     std::vector<FileItem> some;
     for (std::size_t i = 0; i < items.size(); ++i) {
         some.push_back(items[i]);

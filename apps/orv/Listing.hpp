@@ -9,8 +9,8 @@
 
 namespace orv::app {
 
-/// Writes `items`, one a line. On a terminal names are made safe to show; elsewhere they are
-/// written as they are, save in JSON.
+/// Writes `items`, one a line. On a terminal names are made safe to show; elsewhere they stay as
+/// they are, except in JSON.
 ///
 /// Errors: those of `output`.
 void write_listing(LargeOutput& output, const ItemList& items, ListCommand::Form form);
@@ -26,7 +26,7 @@ public:
 
     void write(std::span<const FileItem> items);
 
-    /// To be called when all items were written; what is not finished is no valid JSON.
+    /// Call it after all items; without it the output is no valid JSON.
     void finish();
 
 private:

@@ -9,8 +9,7 @@
 
 namespace orv::app {
 
-/// Turns a name into what is written for it on standard output: on a terminal it is made safe to
-/// show, elsewhere it is written as it is.
+/// The form of a name on standard output: safe to show on a terminal, unchanged elsewhere.
 class Names {
 public:
     std::string operator()(std::string_view name) const

@@ -12,7 +12,7 @@
 
 namespace orv::app {
 
-/// Errors: an `Error` when there is a folder at `path`, or it is written as one.
+/// Errors: an `Error` if there is a folder at `path`, or `path` has a folder's form.
 void check_is_no_folder(const std::string& path);
 
 /// Writes the data to a new file as the person at the terminal takes part in it.

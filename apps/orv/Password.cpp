@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t longest_password = 64 * 1024;
 
-/// A file that is read from, and closed at the end.
+/// An open file, closed at the end.
 class Input {
 public:
     Input(const std::string& path, int flags) : fd_(::open(path.c_str(), flags | O_CLOEXEC)) {}
@@ -43,11 +43,11 @@ Error unreadable(const Url& file)
     return Error("Couldn't read the password.").because_of(platform_error(errno, Url())).at(file);
 }
 
-/// Reads lines while Ctrl-C waits for its turn: whoever hides what is typed shows it again before
-/// the process ends.
+/// Reads lines while Ctrl-C waits for its turn: hidden input must be visible again before the
+/// process ends.
 class LineReader {
 public:
-    /// The first line of what `input`, the open `file`, has; without its end.
+    /// The first line of `input`, the open `file`, without its end.
     ///
     /// Errors: the platform's; `Interrupted`.
     std::string first_line(int input, const Url& file) const;
@@ -109,8 +109,8 @@ std::string password_in(const std::string& path)
     return checked(LineReader().first_line(input.fd(), file));
 }
 
-/// While it lives, what is typed on the terminal is not shown, but for the end of the line.
-/// The keys that stop the process or end it at once would leave the terminal like that.
+/// During its lifetime the terminal hides the typed text, except the end of the line. The keys that
+/// stop or end the process at once would leave the terminal like that.
 class HiddenTyping {
 public:
     explicit HiddenTyping(int terminal) : terminal_(terminal)

@@ -8,13 +8,12 @@
 
 namespace orv::app {
 
-/// The password of an archive: the first line of a file, or what is typed on the terminal, where it
-/// is not shown. Nothing when no password is to be used. `prompt` asks for it, such as "Password
-/// for a.zip"; one that `is_new` is typed twice.
+/// The password of an archive: the first line of a file, or hidden input from the terminal. Nothing
+/// if there is no password to use. `prompt` asks for it, such as "Password for a.zip"; one that
+/// `is_new` is typed twice.
 ///
 /// Threading: main thread.
-/// Errors: an empty password, a file that can't be read, no terminal, two that differ;
-/// `Interrupted`.
+/// Errors: an empty password, an unreadable file, no terminal, two different inputs; `Interrupted`.
 [[nodiscard]] std::optional<std::string> password_from(const PasswordSource& source,
                                                        const std::string& prompt, bool is_new);
 

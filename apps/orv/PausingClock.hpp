@@ -4,8 +4,8 @@
 
 namespace orv::app {
 
-/// A clock for what is drawn while a request is at work. It is read several times a second; where
-/// it was not for longer, as while a person is asked, it stood still.
+/// A clock for drawings during a request. The drawings read it several times a second; a longer
+/// gap, such as a question to a person, does not count.
 class PausingClock {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;

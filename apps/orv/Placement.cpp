@@ -13,7 +13,7 @@
 namespace orv::app {
 namespace {
 
-/// A destination that ends with a slash has to be a folder, or to become one.
+/// A destination with a slash at its end must be a folder, or become one.
 void check_slash(const Url& source, const std::string& path)
 {
     const auto& manager = OrvFileManager::singleton();
@@ -93,7 +93,7 @@ void check_folder_of(const Url& destination)
         return; // the request says so
     const Url folder = destination.standardized().deleting_last_path_component();
     std::error_code unknown;
-    // A folder that cannot be looked at is left to the request, which tells why.
+    // A folder out of reach is left to the request, for its error.
     if (std::filesystem::status(folder, unknown).type() == std::filesystem::file_type::not_found)
         throw Error("Destination folder doesn't exist.").at(folder);
 }

@@ -7,25 +7,25 @@
 
 namespace orv::app {
 
-/// Which items are copied or moved, and where to.
+/// The items to copy or move, and their destination.
 struct Placement {
     std::vector<Url> sources;
-    /// Of a single item its new location, of several the folder that gets them.
+    /// The new location of a single item, or the folder for several.
     Url destination;
 
     [[nodiscard]] bool is_of_one() const { return sources.size() == 1; }
 };
 
-/// What the paths on the command line stand for. With an existing folder as its destination, a
-/// single item goes inside it under its own name. Items of one name are refused, unless
-/// `may_share_names`: one of them would be in the way of the other.
+/// The meaning of the paths on the command line. A single item goes inside an existing destination
+/// folder under its own name. Refuses items of one name unless `may_share_names`: one of them would
+/// be in the way of the other.
 ///
-/// Errors: those that are to be found before anything is done to any of the items.
+/// Errors: all that can be found before any change.
 [[nodiscard]] Placement placement_of(const std::vector<std::string>& sources,
                                      const std::string& destination, bool may_share_names);
 
-/// True if the destination is the name of the item in other capital letters, on a volume that takes
-/// both for one.
+/// True if the destination is the item's own name in other capital letters, on a volume with one
+/// entry for both.
 [[nodiscard]] bool is_other_case(const Url& item, const Url& destination);
 
 /// Refuses a destination whose folder does not exist.

@@ -61,7 +61,7 @@ void ProgressBar::finish()
     end_line();
 }
 
-/// The speed of the last seconds counts more than that of those before.
+/// The latest seconds count more than earlier ones.
 void ProgressBar::update_speed()
 {
     const double seconds = std::chrono::duration<double>(now_ - drawn_).count();

@@ -12,17 +12,17 @@
 
 namespace orv::app {
 
-/// How far the copying or writing of data has come, drawn on one line of the terminal: percentage,
-/// bytes, rate, remaining time and the item being worked on. Draws at most ten times a second.
+/// The progress of a copy or write, on one line of the terminal: percentage, bytes, rate, remaining
+/// time and the current item. Draws at most ten times a second.
 class ProgressBar {
 public:
     /// One that is not `shown` never draws.
     explicit ProgressBar(bool shown) : shown_(shown) {}
 
-    /// The copy is measured from now on; nothing is drawn before.
+    /// Starts the measurement; nothing is drawn before.
     void start();
 
-    /// How many bytes the whole copy has; without it no bytes are told.
+    /// The bytes of the whole copy; without them the line shows none.
     void set_total(std::int64_t bytes) { total_ = bytes; }
 
     void set_progress(const CopyProgress& progress) { progress_ = progress; }
@@ -30,7 +30,7 @@ public:
     /// Draws, unless it has just done so.
     void draw_if_due();
 
-    /// Does that in the name of the bar, which must outlive it; empty when nothing is ever drawn.
+    /// Draws for the bar, and the bar must outlive it; empty if the bar never draws.
     [[nodiscard]] std::function<void()> ticker();
 
     /// Draws the finished copy, if it was started, and leaves it on the terminal.
@@ -45,7 +45,7 @@ private:
 
     bool shown_;
     PausingClock clock_;
-    PausingClock::TimePoint now_; ///< when it was asked to draw
+    PausingClock::TimePoint now_; ///< the latest request to draw
     std::optional<PausingClock::TimePoint> start_;
     std::optional<std::int64_t> total_;
     CopyProgress progress_;

@@ -61,7 +61,7 @@ void Question::take_input()
 
 void Question::take_line(const std::string& line)
 {
-    // The answer may bring the next question, so this one is over before it is given.
+    // The answer may bring the next question, so this one ends before its answer.
     const auto take = std::exchange(take_line_, nullptr);
     auto stop = std::exchange(stop_, nullptr);
     if (take(line))

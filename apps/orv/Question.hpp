@@ -11,14 +11,14 @@ namespace orv::app {
 /// Threading: main thread.
 class Question {
 public:
-    /// Shows `text`. Each line that is typed goes to `take_line`, which says whether it is an
-    /// answer; what is none is asked again. `stop` answers in the place of a person.
+    /// Shows `text`. Each typed line goes to `take_line`; it returns true for an answer, and
+    /// anything else is asked again. `stop` answers in the place of a person.
     void ask(std::string text, std::function<bool(const std::string& line)> take_line,
              std::function<void()> stop);
 
     [[nodiscard]] bool is_open() const { return static_cast<bool>(stop_); }
 
-    /// Reads what was typed. The end of the input means to stop.
+    /// Reads the typed input. The end of the input means to stop.
     void take_input();
 
     /// Answers an open question with stop.

@@ -33,13 +33,13 @@ std::string activity_of(const OrvOperation* operation)
            std::to_string(amount.items_total) + " items";
 }
 
-/// What became of items that were to be deleted.
+/// The outcome of a deletion.
 struct Deletion {
     std::vector<Url> deleted;
     std::optional<Error> failure; ///< of the item after them
 };
 
-/// Deletes the items up to the first that fails.
+/// Deletes the items up to the first failure.
 Deletion delete_some(const std::vector<Url>& urls, const Surroundings& surroundings)
 {
     std::shared_ptr<MultiDeleteOperation> operation;

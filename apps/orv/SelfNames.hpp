@@ -7,10 +7,10 @@
 
 namespace orv::app {
 
-/// Whether the location ends with "." or "..": the folder itself or the one around it.
+/// True if the location ends with "." or "..": the folder itself or its parent.
 [[nodiscard]] bool has_self_name(const Url& url);
 
-/// The item at `path`, by the name that it has in its folder.
+/// The item at `path`, by its name in its folder.
 [[nodiscard]] Url named_item(const std::string& path);
 
 /// Refuses such a location: whoever has an item `done`, such as "deleted", by these names loses

@@ -8,8 +8,8 @@
 namespace orv::app {
 namespace {
 
-/// The rules of one length of a UTF-8 sequence: how its first byte looks, and the least code point
-/// that needs that length.
+/// The rules for one length of a UTF-8 sequence: the form of its first byte, and the least code
+/// point of that length.
 struct SequenceForm {
     unsigned char mask;
     unsigned char lead;

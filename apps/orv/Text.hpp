@@ -18,8 +18,8 @@ struct Character {
 
 [[nodiscard]] bool is_control(char32_t code_point);
 
-/// `bytes` as they may be shown on a terminal, in one line: control characters and what is no UTF-8
-/// become escapes such as \n and \xff.
+/// `bytes` in a form safe to show on a terminal, in one line: control characters and bytes outside
+/// UTF-8 become escapes such as \n and \xff.
 [[nodiscard]] std::string printable(std::string_view bytes);
 
 /// How many columns a printable text takes on a terminal.

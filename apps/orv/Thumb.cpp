@@ -14,7 +14,7 @@
 namespace orv::app {
 namespace {
 
-/// What keeps a file from having a thumbnail, as far as it can be told before one is made.
+/// The reason a file has no thumbnail, as far as it is known beforehand.
 void check_file(const Url& file)
 {
     if (::access(file.path().c_str(), R_OK) != 0)

@@ -24,8 +24,8 @@ using OnConflict = TransferPolicy::OnConflict;
 using OnError = TransferPolicy::OnError;
 using Outcome = TransferReport::Outcome;
 
-/// What is done about failed items where nobody can be asked. A copy goes on; a move does not tear
-/// a folder apart.
+/// The answer to failed items without anybody to ask. A copy goes on; a move does not tear a folder
+/// apart.
 OnError answer_of_nobody(const TransferCommand& command)
 {
     const bool goes_on = command.kind == Kind::copy && !command.asks_about_errors;
@@ -143,7 +143,7 @@ private:
     bool has_bytes_ = false;
 };
 
-/// What the transfer has done by the time it ended early.
+/// The finished part of a transfer that ended early.
 Error done_by_then(const TransferPlan& plan, const TransferReport& report)
 {
     const std::string done = plan.kind == Kind::copy ? "copied" : "moved";
@@ -172,7 +172,7 @@ Error done_by_then(const TransferPlan& plan, const TransferReport& report)
     throw Failed{}; // a person has stopped it, who knows
 }
 
-/// Tells what was left out, and says whether anything was.
+/// Reports the left-out items; true if there are any.
 bool tell_left_out(const TransferPlan& plan, const TransferReport& report)
 {
     bool any = false;

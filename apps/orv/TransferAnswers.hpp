@@ -13,7 +13,7 @@ namespace orv::app {
 /// Threading: main thread.
 class TransferAnswers {
 public:
-    /// With `of_many`, answers for all are offered.
+    /// With `of_many`, offers answers for all.
     explicit TransferAnswers(bool of_many) : of_many_(of_many) {}
 
     void ask(std::shared_ptr<TransferQuestion> about);

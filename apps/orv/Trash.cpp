@@ -83,7 +83,7 @@ void list(const TrashCommand& command, const Surroundings& surroundings)
     output.finish();
 }
 
-/// The item that was thrown away last of those that were at `path`.
+/// The latest of the trashed items from `path`.
 TrashedItem item_that_was_at(const std::string& path, const FetchTrashedOperation::success& found)
 {
     const Url url = Url(path).standardized();

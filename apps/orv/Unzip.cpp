@@ -62,7 +62,7 @@ private:
         return told_of(archive_, error);
     }
 
-    /// Where to look, when that is not where one would.
+    /// The place to look, if it is an unexpected one.
     void tell_other_name() const
     {
         const std::string expected = archive_.deleting_path_extension().last_path_component();

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int tick_ms = 100;
 
-/// Sleeps until there is something to do. True when something was typed that is waited for.
+/// Sleeps until there is something to do. True after awaited input.
 bool wait_for_events(const Meanwhile& meanwhile)
 {
     const bool is_asking = meanwhile.question && meanwhile.question->is_open();
@@ -31,7 +31,7 @@ bool wait_for_events(const Meanwhile& meanwhile)
     return events[1].revents != 0;
 }
 
-/// The activity and its time, in the columns that there are.
+/// The activity and its time, within the terminal's columns.
 std::string activity_line(std::string_view activity, std::chrono::seconds elapsed)
 {
     const std::string time = " " + human_duration(elapsed);

@@ -11,24 +11,24 @@
 
 namespace orv::app {
 
-/// What goes on beside a request that is under way.
+/// The activities beside a request.
 struct Meanwhile {
     std::function<void()> tick = {}; ///< called about ten times a second, save during a question
-    Question* question = nullptr;    ///< gets what is typed while it is open
+    Question* question = nullptr;    ///< receives the typed input while it is open
 };
 
-/// Shows that `activity` takes its time, such as "Measuring", when it does and `shown` allows it.
+/// Shows `activity`, such as "Measuring", once it takes its time, if `shown` allows it.
 [[nodiscard]] Meanwhile show_activity(std::string_view activity, bool shown);
 
-/// The same with an activity that is asked for each time.
+/// The same with a question for the activity each time.
 [[nodiscard]] Meanwhile show_activity(std::function<std::string()> activity, bool shown);
 
 /// Drives the main queue until `done`.
 void drive_until(const std::function<bool()>& done, const Meanwhile& meanwhile);
 
 /// Makes a request, drives the main queue until it has ended, and returns its final status. `start`
-/// is given the status closure and returns the operation. Ctrl-C cancels it, after it has answered
-/// an open question with stop.
+/// takes the status closure and returns the operation. Ctrl-C cancels it, and answers an open
+/// question with stop first.
 template <class Operation, class Start>
 typename Operation::Status final_status(const Start& start, const Meanwhile& meanwhile = {})
 {

@@ -78,7 +78,7 @@ private:
     bool is_json_;
 };
 
-/// What becomes of the statuses of a watched folder.
+/// The output of a watched folder's statuses.
 class Watching {
 public:
     Watching(const ListCommand& command, SortType sort, bool is_quiet)
@@ -154,7 +154,7 @@ private:
     std::optional<Error> failure_;
 };
 
-/// Drives the main queue until `done` or Ctrl-C, which ends the work.
+/// Drives the main queue until `done` or Ctrl-C, and Ctrl-C ends the work.
 template <class Done>
 void drive_until_interrupt(const Done& done, const Meanwhile& meanwhile = {})
 {

@@ -8,16 +8,16 @@
 
 namespace orv::app {
 
-/// Writes the list of a folder, then a line for each change, until it is interrupted or the folder
-/// is gone. The list is in the order asked for, or else in `stored_sort`.
+/// Writes the list of a folder, then a line for each change, until Ctrl-C or the folder is gone.
+/// The list has the requested order, or else `stored_sort`.
 ///
-/// Errors: that the folder cannot be listed; those of the output.
+/// Errors: an error if the folder cannot be listed; those of the output.
 void watch(const Url& folder, const ListCommand& command, SortType stored_sort,
            const Surroundings& surroundings);
 
-/// Writes the items of a folder or tree as they are found, in no order, with flat memory.
+/// Writes the items of a folder or tree in the order of discovery, with flat memory.
 ///
-/// Errors: that the folder cannot be listed; those of the output.
+/// Errors: an error if the folder cannot be listed; those of the output.
 void write_unsorted(const Url& folder, const ListCommand& command,
                     const Surroundings& surroundings);
 

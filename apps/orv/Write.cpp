@@ -18,7 +18,7 @@ constexpr std::size_t input_block_size = 256 * 1024;
 
 using Bytes = std::vector<std::byte>;
 
-/// Reads what there is, at most a block. False at the end.
+/// Reads the available input, at most a block. False at the end.
 bool read_some(Bytes& data)
 {
     const std::size_t held = data.size();
@@ -27,7 +27,7 @@ bool read_some(Bytes& data)
     while ((length = ::read(STDIN_FILENO, data.data() + held, input_block_size)) < 0) {
         if (errno != EINTR && errno != EAGAIN)
             throw Error("Couldn't read the input.").because_of(platform_error(errno, Url()));
-        // Standard input may have been made non-blocking by a process that shares it.
+        // Another process may have made the shared standard input non-blocking.
         pollfd input{STDIN_FILENO, POLLIN, 0};
         ::poll(&input, 1, -1);
     }

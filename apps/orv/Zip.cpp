@@ -12,7 +12,7 @@
 namespace orv::app {
 namespace {
 
-/// A folder is never replaced by an archive, whatever was said of conflicts.
+/// An archive never replaces a folder, whatever the option for conflicts.
 void check_archive(const ZipCommand& command)
 {
     const Url archive(command.archive);

@@ -10,12 +10,11 @@
 
 namespace orv {
 
-/// The sizes of folders in a trash, which all programs keep in its file "directorysizes" so that
-/// none has to add them up again. A size counts as long as the folder's info file has the time that
-/// is told with it.
+/// The sizes of folders in a trash. All programs keep them in its file "directorysizes", to add
+/// them up once. A size counts if the folder's info file has the time stored with it.
 class DirectorySizes {
 public:
-    /// Reads the file of the open trash folder; one that is missing or damaged tells nothing.
+    /// Reads the file of the open trash folder; a missing or damaged one yields nothing.
     explicit DirectorySizes(const DestinationFolder& trash);
 
     /// The size of the folder `name` in bytes. `info_time` is the modification time of its info
@@ -28,8 +27,8 @@ public:
     /// Forgets the sizes of all other folders.
     void keep_only(const std::set<std::string>& names);
 
-    /// Writes the file anew in one step if something was set or removed. A failure is none of
-    /// anybody: the sizes are added up again.
+    /// Writes the file anew in one step after a change. A failure harms nobody: the sizes are added
+    /// up again.
     void save() noexcept;
 
 private:

@@ -33,7 +33,7 @@ Error not_used(const std::string& reason, const Url& url)
     return Error("The trash folder isn't used, because " + reason + ".").at(url);
 }
 
-/// Why what stands in place of a folder is none.
+/// The reason the item in a folder's place is none.
 Error not_opened(int folder, const std::string& name, int error, const Url& url)
 {
     struct stat facts {};
@@ -65,8 +65,8 @@ OpenFolder open_own(int folder, const std::string& name, const Url& url, bool ma
     return own;
 }
 
-/// Opens the folder in which the trash folder lies. One for all users is safe only if nobody can
-/// take away the folder of another one, nor lead it elsewhere.
+/// Opens the parent of the trash folder. One for all users is safe only if nobody can take away
+/// another's folder, nor lead it elsewhere.
 FileDescriptor open_above(const TrashPlace& place, bool makes)
 {
     const Url above = place.url.deleting_last_path_component();
@@ -94,8 +94,8 @@ std::string info_name(const std::string& name)
     return name + std::string(TrashInfo::ending);
 }
 
-/// The name under which an item is thrown away, if it is free: its own, shortened if its info could
-/// not be named after it.
+/// The name for an item in the trash, if it is free: its own, shortened if its info could not have
+/// the same.
 std::string first_name(const Url& original)
 {
     std::string name = original.last_path_component();
@@ -109,7 +109,7 @@ std::string first_name(const Url& original)
         .append(name.substr(parts.title.size()));
 }
 
-/// A folder that is being removed.
+/// A folder under removal.
 bool is_hidden_name(const std::string& name)
 {
     return name.starts_with('.') && name.ends_with(".orvresume");
@@ -117,7 +117,7 @@ bool is_hidden_name(const std::string& name)
 
 std::vector<std::string> names_in(int folder, const Url& url)
 {
-    // By a descriptor of its own: a folder is read from where its descriptor stands.
+    // By a descriptor of its own: a read of a folder starts where its descriptor stands.
     const OpenFolder opened = open_folder(folder, ".");
     if (opened.error != 0)
         throw platform_error(opened.error, url);
@@ -299,7 +299,7 @@ void TrashFolder::destroy(const TrashEntry& entry)
     remove_info(entry.name);
 }
 
-/// A folder is hidden first. The next start removes the rest of it if this process is killed.
+/// A folder is hidden first. After a kill of this process the next start removes the rest.
 void TrashFolder::destroy_folder(const std::string& name)
 {
     const std::shared_ptr<HiddenName> hidden = hidden_names_.take();

@@ -24,7 +24,7 @@ namespace orv {
 struct TrashPlace {
     enum class Kind {
         home,   ///< the user's own, whose infos tell full paths
-        shared, ///< in a folder ".Trash" that an administrator made for all users of a volume
+        shared, ///< in a folder ".Trash" an administrator made for all users of a volume
         user    ///< the user's own on a volume
     };
 
@@ -37,23 +37,23 @@ struct TrashPlace {
 struct TrashEntry {
     std::string name;
     std::optional<TrashInfo> info;     ///< none where it is missing or makes no sense
-    std::optional<Error> failure = {}; ///< why the info could not be read
-    std::int64_t info_time = 0;        ///< when the info was written, in seconds
+    std::optional<Error> failure = {}; ///< the reason the info is unreadable
+    std::int64_t info_time = 0;        ///< time of the info, in seconds
     struct statx facts = {};
 };
 
-/// A trash folder, open: "files" holds the items that were thrown away, "info" a text about each.
+/// A trash folder, open: "files" holds the items, "info" a text about each.
 ///
 /// Threading: one thread.
 class TrashFolder {
 public:
     /// Opens the trash folder; no value if there is none.
     ///
-    /// Errors: a sentence that says why it is not used: it is a link, belongs to another user, …;
+    /// Errors: a sentence with the reason not to use it: it is a link, belongs to another user, …;
     /// the platform's.
     static std::unique_ptr<TrashFolder> opened(const TrashPlace& place);
 
-    /// The same, and makes what is missing, for the user alone.
+    /// The same, and makes the missing parts, for the user alone.
     static std::unique_ptr<TrashFolder> made(const TrashPlace& place);
 
     TrashFolder(const TrashFolder&) = delete;
@@ -64,8 +64,7 @@ public:
     [[nodiscard]] Identity identity() const { return identity_; }
     [[nodiscard]] Url url_of(const std::string& name) const;
 
-    /// Writes the info of an item that is about to come, to the disk, and returns the name that
-    /// this reserves for it.
+    /// Writes the info of a coming item to the disk, and returns the name it reserves.
     ///
     /// Errors: the platform's; then nothing is there.
     [[nodiscard]] std::string reserve(const Url& original, TrashInfo::Date date);
@@ -73,8 +72,8 @@ public:
     /// Removes the info of an item that did not come or has left.
     void remove_info(const std::string& name) noexcept;
 
-    /// Removes infos of items that never came, since a process was killed or an item was removed by
-    /// hand. Those of the last hour stay: their items may be on the way.
+    /// Removes infos of items that never came, after a kill or a removal by hand. Those of the last
+    /// hour stay: their items may be on the way.
     void remove_stray_infos() noexcept;
 
     /// The item `name`; no value if there is none.
@@ -85,11 +84,12 @@ public:
     /// Errors: the platform's.
     [[nodiscard]] std::vector<TrashEntry> entries() const;
 
-    /// Where the item was. Empty if it is not known, or if a foreign volume names a place outside.
+    /// The item's former place. Empty if it is unknown, or if a foreign volume names a place
+    /// outside.
     [[nodiscard]] Url original_url(const TrashEntry& entry) const;
 
-    /// Removes the item for good, a folder with everything in it, and its info. Nobody sees a
-    /// folder of which a part is gone, unless it cannot be removed.
+    /// Removes the item for good, a folder with all its contents, and its info. Nobody sees a
+    /// partial folder, unless it cannot be removed.
     ///
     /// Errors: the platform's.
     void destroy(const TrashEntry& entry);

@@ -7,7 +7,7 @@
 
 namespace orv {
 
-/// The text that a trash folder keeps about an item.
+/// A trash folder's text about an item.
 struct TrashInfo {
     using Date = std::chrono::sys_seconds;
 
@@ -16,7 +16,7 @@ struct TrashInfo {
     std::string path;         ///< where the item was; relative ones begin at the trash's base
     std::optional<Date> date; ///< when it was thrown away
 
-    /// The text, the date in local time, since other programs expect that.
+    /// The text, with the date in local time, as other programs expect it.
     [[nodiscard]] std::string text() const;
 
     /// Reads a text of any program. No value if it tells no path.

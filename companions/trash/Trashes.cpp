@@ -38,7 +38,7 @@ TrashPlace user_place(const Url& mount_point)
             mount_point};
 }
 
-/// The nearest folder above `url` that exists.
+/// The nearest existing folder above `url`.
 Url existing_folder_above(const Url& url)
 {
     Url folder = url.deleting_last_path_component();
@@ -116,7 +116,7 @@ std::unique_ptr<TrashFolder> Trashes::try_to_open(const TrashPlace& place)
 try {
     return TrashFolder::opened(place);
 } catch (const Error& error) {
-    // A volume that this user may not look into has no trash of theirs.
+    // A volume closed to this user has no trash of theirs.
     const bool is_closed =
         place.kind != TrashPlace::Kind::home && ::access(place.base.path().c_str(), X_OK) != 0;
     if (error.kind() != Error::Kind::platform || !is_closed)
@@ -134,7 +134,7 @@ void Trashes::for_each(FunctionRef<void(TrashFolder&)> visit)
         places.push_back(shared_place(mount_point));
         places.push_back(user_place(mount_point));
     }
-    std::vector<Identity> visited; // a volume may be mounted several times
+    std::vector<Identity> visited; // a volume may have several mounts
     for (const TrashPlace& place : places) {
         const auto trash = try_to_open(place);
         if (!trash || std::ranges::find(visited, trash->identity()) != visited.end())

@@ -18,28 +18,27 @@ namespace orv {
 /// Threading: one thread.
 class Trashes {
 public:
-    /// What is told of a trash folder that is not used. The error's path is the folder.
+    /// A report on an unused trash folder. The error's path is the folder.
     using Unused = std::vector<Error>;
 
-    /// The trash for the item at `url`, whose folders are no links: the home trash for what lies on
-    /// its volume. It is made if it is missing.
+    /// The trash for the item at `url`, a location without links among its folders: the home trash
+    /// for items on its volume. Makes a missing one.
     ///
-    /// Errors: that the volume has no trash and why none can be made, those of `TrashFolder`.
+    /// Errors: an error if the volume has no trash, with the reason; those of `TrashFolder`.
     TrashFolder& for_item(const Url& url);
 
-    /// The trash of the volume itself, also where the home trash lies on it: for what cannot be
-    /// renamed into that.
+    /// The trash of the volume itself, even beside the home trash: for items no rename takes there.
     TrashFolder& on_volume_of(const Url& url);
 
-    /// The trash folder that the item at `url` was thrown into.
+    /// The trash folder with the item at `url`.
     ///
-    /// Errors: that it lies in none.
+    /// Errors: an error if it lies in none.
     TrashFolder& holding(const Url& url);
 
     /// Hands the home trash and the trash folders of the mounted volumes to `visit`, one at a time.
     void for_each(FunctionRef<void(TrashFolder&)> visit);
 
-    /// The trash folders that were passed over.
+    /// The trash folders passed over.
     [[nodiscard]] const Unused& unused() const { return unused_; }
 
 private:
@@ -49,7 +48,7 @@ private:
     std::unique_ptr<TrashFolder> try_to_open(const TrashPlace& place);
 
     std::map<Url, std::unique_ptr<TrashFolder>> open_; // by their locations
-    std::map<Url, TrashFolder*> by_folder_;            // what is used for the items of a folder
+    std::map<Url, TrashFolder*> by_folder_;            // the trash for the items of a folder
     Unused unused_;
 };
 

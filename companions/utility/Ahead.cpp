@@ -67,7 +67,7 @@ public:
         given_up.swap(waiting_);
         finished_.wait(lock, [&] { return running_ == 0; });
         for (const Handle& task : given_up)
-            task->work_ = nullptr; // which may own whoever holds the task
+            task->work_ = nullptr; // may own the holder of the task
     }
 
 private:

@@ -6,8 +6,8 @@
 
 namespace orv {
 
-/// Work that is begun before its result is needed, on threads of the worker pool. When those are
-/// busy elsewhere, whoever needs the result does the work.
+/// Work begun before its result is needed, on threads of the worker pool. If those are busy
+/// elsewhere, the taker does the work.
 ///
 /// Threading: one thread adds and waits.
 class Ahead {
@@ -15,17 +15,17 @@ public:
     class Task;
     using Handle = std::shared_ptr<Task>;
 
-    /// Works on up to `threads` threads besides the one that waits.
+    /// Works on up to `threads` threads besides the waiting one.
     explicit Ahead(unsigned threads);
-    /// Gives up what nobody has begun, and waits for the rest.
+    /// Gives up work not yet begun, and waits for the rest.
     ~Ahead();
     Ahead(const Ahead&) = delete;
     Ahead& operator=(const Ahead&) = delete;
 
     Handle add(std::function<void()> work);
 
-    /// Whether the work is done, after waiting for no longer than 20 ms unless it is done here.
-    /// Throws what the work threw.
+    /// True if the work is done, after a wait of no longer than 20 ms, unless it is done here.
+    /// Throws the work's exception.
     bool done_in_a_moment(const Handle& task);
 
 private:

@@ -9,8 +9,8 @@
 
 namespace orv {
 
-/// Runs `task` on a background thread; it is dropped when there is none to be had. The result
-/// becomes ready when it is done or dropped.
+/// Runs `task` on a background thread; drops it if there is none. The result becomes ready in
+/// either case.
 ///
 /// Threading: any.
 inline std::future<void> bg_future(std::function<void()> task)

@@ -11,7 +11,8 @@
 namespace orv {
 namespace {
 
-/// Appends `count` so that keys compare as the counts do. No count is the beginning of another one.
+/// Appends `count` in a form with the order of the counts. No count is the beginning of another
+/// one.
 void append_count(std::string& key, std::size_t count)
 {
     constexpr std::size_t most = 0xFF;
@@ -20,7 +21,7 @@ void append_count(std::string& key, std::size_t count)
     key += static_cast<char>(count);
 }
 
-/// The key of a folded text, as far as it has been read.
+/// The key of a folded text, up to the current place.
 class NaturalKey {
 public:
     void add(std::string_view character)
@@ -63,7 +64,7 @@ private:
     }
 
     std::string key_;
-    std::string digits_; // of the number that is being read
+    std::string digits_; // of the current number
     std::size_t zeros_ = 0;
     std::string zeros_of_all_;
     bool has_zeros_ = false;

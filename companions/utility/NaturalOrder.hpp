@@ -5,9 +5,9 @@
 
 namespace orv {
 
-/// `text` as it is compared in natural order: like `fold_key`, but a number in it counts by its
-/// value, whatever its length and whichever script its digits are of. Numbers stand where digits
-/// do. Of texts that differ in leading zeros only, that with fewer zeros comes first.
+/// A sort key of `text` in natural order: like `fold_key`, but a number in it counts by its value,
+/// of any length and in the digits of any script. Numbers sort at the place of digits. Of texts
+/// with different leading zeros only, the one with fewer zeros comes first.
 ///
 /// Threading: any.
 [[nodiscard]] std::string natural_key(std::string_view text);

@@ -10,7 +10,7 @@ namespace orv {
 /// digits.
 [[nodiscard]] std::string percent_encoded(std::string_view bytes, std::string_view kept);
 
-/// The bytes that `text` stands for. No value if a "%" has no two hex digits after it.
+/// The bytes behind `text`. No value if a "%" lacks two hex digits.
 [[nodiscard]] std::optional<std::string> percent_decoded(std::string_view text);
 
 } // namespace orv

@@ -14,8 +14,7 @@
 
 namespace orv {
 
-/// Results that are worked out ahead on all cores, and come in the order in which their work was
-/// added.
+/// Results computed ahead on all cores, in the order of their work.
 ///
 /// Threading: one thread adds and takes.
 template <class Result>
@@ -37,10 +36,10 @@ public:
             {result, ahead_.add([result, work = std::move(work)] { *result = work(); })});
     }
 
-    /// The first result; there must be one. `meanwhile` is called now and then during a wait; what
-    /// it throws ends that.
+    /// The first result; there must be one. Calls `meanwhile` now and then during a wait; an
+    /// exception from it ends the wait.
     ///
-    /// Errors: what the work threw.
+    /// Errors: exceptions of the work.
     Result take(FunctionRef<void()> meanwhile)
     {
         while (!ahead_.done_in_a_moment(drafts_.front().task))
@@ -58,7 +57,7 @@ private:
 
     const std::size_t most_;
     std::deque<Draft> drafts_;
-    Ahead ahead_; // last, so that nobody works on what is gone
+    Ahead ahead_; // last: no thread may work on destroyed members
 };
 
 } // namespace orv

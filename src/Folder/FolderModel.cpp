@@ -15,8 +15,8 @@
 namespace orv {
 namespace {
 
-/// The rows by name, in several tables: one alone, when it grows, would move the names of a large
-/// folder at once, which holds the main thread up.
+/// The rows by name, in several tables: a single one, when it grows, would move the names of a
+/// large folder at once and hold the main thread up.
 class RowsByName {
 public:
     [[nodiscard]] Row* find(std::string_view name) const
@@ -48,7 +48,7 @@ private:
 
     static std::size_t place(std::string_view name)
     {
-        // Other bits than those that a table goes by.
+        // Bits other than those a table uses.
         return std::hash<std::string_view>()(name) >> 48U & (count - 1);
     }
 
@@ -166,7 +166,7 @@ private:
         }
     }
 
-    /// The first of the new rows that does not come before the row `at`.
+    /// The first new row that does not come before the row `at`.
     template <class Iterator>
     Iterator end_of_run(Iterator first, Iterator end, std::size_t at)
     {
@@ -206,7 +206,7 @@ private:
         for (std::size_t index = first + count; index-- > first;) {
             Row& row = rows_[index];
             rows_.erase(row);
-            static_cast<void>(by_name_.take(row.item.name)); // which ends it
+            static_cast<void>(by_name_.take(row.item.name)); // ends it
         }
     }
 
@@ -233,7 +233,7 @@ private:
             put(*row, std::move(item));
     }
 
-    /// Gives the row an item, and the place and the name that go with it.
+    /// Gives the row an item, with its place and its name.
     void put(Row& row, FileItem item)
     {
         OrderKey key = OrderKey::of(item, sort_);

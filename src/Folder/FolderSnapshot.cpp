@@ -78,8 +78,8 @@ std::vector<std::string> FolderSnapshot::further_names(const std::vector<Sightin
     return names;
 }
 
-/// Works out one difference. An entry whose item left its name is looked for under the new names;
-/// what stands under its own name then is new there, and may have come from elsewhere itself.
+/// Works out one difference. Looks for an entry whose item left its name under the new names. An
+/// item under its own name is new there, and may have come from elsewhere itself.
 class FolderSnapshot::Update {
 public:
     Update(FolderSnapshot& snapshot, const std::vector<Sighting>& sightings,
@@ -126,7 +126,7 @@ private:
 
     void find_renamed()
     {
-        for (std::size_t i = 0; i < arrived_.size(); ++i) { // which grows meanwhile
+        for (std::size_t i = 0; i < arrived_.size(); ++i) { // it grows meanwhile
             const std::size_t item = arrived_[i];
             const auto from = former_place(item);
             if (from == left_.end()) {
@@ -166,8 +166,8 @@ private:
         left_.erase(place);
     }
 
-    /// What left and is found nowhere is gone. An item in its place is told as a change: so a file
-    /// that is saved by replacing it stays where it is in a list.
+    /// An item that left and turns up nowhere is gone. Another one in its place counts as a change:
+    /// a file saved by a replacement stays at its place in a list.
     void settle_the_rest()
     {
         for (const auto& [name, left] : left_) {

@@ -12,14 +12,14 @@
 
 namespace orv {
 
-/// An entry of a folder as it was found: what `statx` told, or that it is not there.
+/// An entry of a folder at a look: its facts from `statx`, or none for a missing one.
 struct Sighting {
     std::string name;
     std::optional<struct statx> facts;
 };
 
-/// How a list becomes true again, in this order; the names in it are unique after every step. The
-/// items are given by their place among the sightings.
+/// The steps to bring a list up to date, in this order; its names are unique after every step.
+/// Items go by their place among the sightings.
 struct FolderChanges {
     struct Renaming {
         std::string from;
@@ -32,44 +32,45 @@ struct FolderChanges {
     std::vector<std::size_t> added;
 };
 
-/// The entries of a folder as they were last told: enough to see that one has changed, and to
-/// recognise it under another name.
+/// The entries of a folder in their last reported state: enough to see a change, and to recognise
+/// an entry under another name.
 class FolderSnapshot {
 public:
-    /// `has_lasting_identities` says that the volume numbers an item in the same way each time.
+    /// `has_lasting_identities` means the volume gives an item the same number each time.
     explicit FolderSnapshot(bool has_lasting_identities)
         : has_lasting_identities_(has_lasting_identities)
     {
     }
 
-    /// Takes an entry in. False if there is one of that name already.
+    /// Takes an entry in. False if the name exists already.
     bool add(std::string_view name, const struct statx& facts);
 
-    /// True if the entry is as it was told. Counts it as seen in this comparison.
+    /// True if the entry is unchanged. Counts it as seen in this comparison.
     [[nodiscard]] bool is_as_told(std::string_view name, const struct statx& facts);
 
-    /// Ends a comparison and returns the entries that it has not seen.
+    /// Ends a comparison and returns the unseen entries.
     [[nodiscard]] std::vector<std::string> take_unseen();
 
     [[nodiscard]] bool knows(std::string_view name) const { return entries_.contains(name); }
 
-    /// The names of other entries that are, or were, one item with an entry seen: the system told
-    /// of the name alone by which the item was changed.
+    /// Other names of the items behind the seen entries: the system reports only the name used for
+    /// a change.
     [[nodiscard]] std::vector<std::string>
     further_names(const std::vector<Sighting>& sightings) const;
 
-    /// Takes in what was seen and returns the difference. `renamings` are from one name to another
-    /// as the system told them; they count where identities do not last.
+    /// Takes in the sightings and returns the difference. `renamings` lead from one name to
+    /// another, as reported by the system; they count if identities do not last.
     [[nodiscard]] FolderChanges
     update(const std::vector<Sighting>& sightings,
            const std::unordered_map<std::string, std::string>& former_names);
 
 private:
-    /// What makes an item the same item under whatever name.
+    /// The identity of an item under any name.
     struct ItemIdentity {
         std::uint64_t device;
         std::uint64_t inode;
-        std::uint64_t birth; ///< a number may be given anew; 0 if the volume does not tell
+        std::uint64_t
+            birth; ///< a number may return for another item; 0 if the volume does not tell
 
         bool operator==(const ItemIdentity&) const = default;
     };

@@ -26,7 +26,7 @@ public:
 
     void add(FileItem item);
 
-    /// Sends off what is still held.
+    /// Sends the held rest off.
     ///
     /// Errors: those of the database.
     void flush();

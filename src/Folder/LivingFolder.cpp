@@ -22,7 +22,7 @@ namespace {
 constexpr ErrorPlace folder_place{"src/Folder/LivingFolder",
                                   "OrvFolder(url:sort:options:status_closure:)"};
 
-/// A comparison that took some time is followed by so many times that of rest.
+/// Rest after a comparison, as a multiple of its time.
 constexpr int rests_of_comparison = 19;
 
 bool is_want_of_means(const Error& error)
@@ -65,7 +65,7 @@ void LivingFolder::start()
 void LivingFolder::end()
 {
     outlet_->close();
-    schedule([](Task& task) { task.looks = true; }); // which ends the watch
+    schedule([](Task& task) { task.looks = true; }); // ends the watch
 }
 
 bool LivingFolder::include_hidden_files()
@@ -107,7 +107,7 @@ void LivingFolder::take(const FolderNotice& notice)
     });
 }
 
-/// Adds to what is to be done, and sees to it that it is.
+/// Adds to the work, and gets it started.
 void LivingFolder::schedule(FunctionRef<void(Task&)> change)
 {
     {
@@ -185,7 +185,7 @@ void LivingFolder::list()
     ItemBatches batches(*outlet_, [this] { return sort(); });
     Task listed_early;
     listed_early.names = list_some(folder.descriptor.get(), batches);
-    watch(folder.descriptor.get()); // before the rest is read, so that no change is missed
+    watch(folder.descriptor.get()); // before the rest is read, to miss no change
     look_at(folder, listed_early);
     for_each_entry(folder.descriptor.get(), [&](const char* name, const struct statx& facts) {
         if (snapshot_->add(name, facts))
@@ -196,8 +196,8 @@ void LivingFolder::list()
     outlet_->post(OrvFolder::complete());
 }
 
-/// Lists as many items as a window shows, and returns their names. To watch a large folder, the
-/// kernel marks all of its entries that it holds in memory, which takes it some 30 ms for 100,000.
+/// Lists as many items as a window shows, and returns their names. For a watch on a large folder,
+/// the kernel marks all cached entries of it: some 30 ms for 100,000.
 std::unordered_set<std::string> LivingFolder::list_some(int folder, ItemBatches& batches)
 {
     constexpr std::size_t some = 64;
@@ -281,7 +281,7 @@ void LivingFolder::look_at(const OpenFolder& folder, const Task& task)
     sightings.reserve(task.names.size());
     const auto see = [&](const std::string& name) {
         sightings.push_back({name, facts_of(folder.descriptor.get(), name.c_str())});
-        // It came and went, and may have been another name of an item that changed.
+        // It came and went, and may have been another name of a changed item.
         if (!sightings.back().facts && !snapshot_->knows(name))
             is_in_doubt_ = true;
     };
@@ -327,7 +327,7 @@ void LivingFolder::tell_reach(FolderWatch::Reach reach)
     outlet_->post(OrvFolder::compared{Error(reason).at(url_), true});
 }
 
-/// Refuses another folder at the location, and a link there that leads to the old one.
+/// Refuses another folder at the location, and a link there to the old one.
 void LivingFolder::check_is_the_same(const OpenFolder& folder, const Task& task)
 {
     const bool has_other_birth = folder.facts.stx_btime.tv_sec != root_facts_.stx_btime.tv_sec ||
@@ -339,7 +339,7 @@ void LivingFolder::check_is_the_same(const OpenFolder& folder, const Task& task)
         return;
     if (url_.resolving_symlinks() != item_folder_.resolved_url)
         throw other_folder(url_);
-    watch(folder.descriptor.get()); // it was moved away and back
+    watch(folder.descriptor.get()); // it moved away and back
 }
 
 /// Hands over the entries of the open folder until `use` returns false. Leaves out entries that

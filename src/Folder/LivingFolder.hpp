@@ -22,9 +22,8 @@
 
 namespace orv {
 
-/// The work behind a folder that is shown: lists it, then makes a round whenever something has
-/// changed there. The rounds run on the worker pool, one at a time; between them no thread and no
-/// descriptor is held.
+/// The work behind a folder on display: lists it, then makes a round after every change. The rounds
+/// run on the worker pool, one at a time. Between them it holds no thread and no descriptor.
 class LivingFolder : public std::enable_shared_from_this<LivingFolder> {
 public:
     LivingFolder(Url url, SortType sort, OrvFolder::Options options,
@@ -45,11 +44,11 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    /// What is to be done in the next round.
+    /// The work of the next round.
     struct Task {
         bool lists = false;
         bool compares = false;
-        bool looks = false;  ///< whether the folder is still there
+        bool looks = false;  ///< true to check that the folder is still there
         bool is_due = false; ///< it is time to look again
         bool was_moved = false;
         bool overflowed = false;
@@ -84,7 +83,7 @@ private:
     const bool is_recursive_;
     const std::shared_ptr<StatusOutlet> outlet_;
 
-    std::mutex mutex_; // of what follows
+    std::mutex mutex_; // guards the members below
     SortType sort_;
     bool include_hidden_files_;
     Task task_;
@@ -99,7 +98,7 @@ private:
     std::unique_ptr<FolderWatch> watch_;
     bool compares_now_and_then_ = false;
     bool is_outdated_ = false; ///< a round failed for want of descriptors or memory
-    bool is_in_doubt_ = false; ///< something may have changed that has left no trace
+    bool is_in_doubt_ = false; ///< a change may have left no trace
     Clock::time_point next_comparison_ = {};
 };
 

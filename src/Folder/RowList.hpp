@@ -26,8 +26,8 @@ struct RowChunk {
     std::size_t number = 0; ///< of the chunk
 };
 
-/// Rows in their order, in chunks: a row is found by its number, the number by the row, and rows
-/// come and go, without a step that grows with the list, but for a sum over the chunks.
+/// Rows in order, in chunks. A row is found by its number, and the number by the row; rows come and
+/// go. No step grows with the list, except a sum over the chunks.
 ///
 /// Ownership: the rows are the caller's.
 class RowList {
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] Row& operator[](std::size_t index) const;
     [[nodiscard]] std::size_t index_of(const Row& row) const;
 
-    /// The number of rows that come before `key`; the list is sorted by `sort`.
+    /// The number of rows before `key`; the list is sorted by `sort`.
     [[nodiscard]] std::size_t rows_before(const OrderKey& key, SortType sort) const;
 
     /// Makes `row` the row number `index`.
@@ -58,7 +58,7 @@ private:
 
     std::vector<std::unique_ptr<RowChunk>> chunks_; // none is empty
     std::size_t size_ = 0;
-    // The number of rows before each chunk, as far as it was asked for since the last change.
+    // The number of rows before each chunk, as far as computed since the last change.
     mutable std::vector<std::size_t> starts_;
 };
 

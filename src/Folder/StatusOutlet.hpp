@@ -9,8 +9,8 @@
 
 namespace orv {
 
-/// The way of a folder's statuses to its closure, in order. A few of them may be on their way at
-/// once, so that listing and showing go on side by side and memory stays bounded.
+/// The way of a folder's statuses to its closure, in order. A few may be on their way at once:
+/// listing and display overlap, and memory stays bounded.
 class StatusOutlet : public std::enable_shared_from_this<StatusOutlet> {
 public:
     explicit StatusOutlet(OrvFolder::StatusClosure closure) : closure_(std::move(closure)) {}
@@ -20,7 +20,7 @@ public:
     /// Threading: one background thread at a time.
     void post(OrvFolder::Status status);
 
-    /// Ends the delivery: the closure is not called any more, and destroyed unless it is at work.
+    /// Ends the delivery: no further call of the closure. Destroys it unless it is at work.
     ///
     /// Threading: main thread.
     void close();
@@ -31,8 +31,8 @@ public:
 private:
     void take(OrvFolder::Status status);
 
-    // One is prepared while the other is taken. More of them would fall into one turn of the
-    // application's loop.
+    // One is in preparation during the delivery of the other. More of them would fall into one turn
+    // of the application's loop.
     static constexpr int most_on_their_way = 2;
 
     std::counting_semaphore<most_on_their_way> room_{most_on_their_way};

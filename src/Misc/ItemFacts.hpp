@@ -32,15 +32,14 @@ struct ItemFolder {
 [[nodiscard]] FileItem file_item(const ItemFolder& folder, std::string_view name,
                                  const struct statx& facts);
 
-/// The item `name` of `folder` with what follows from its name and `mode`, but that it is a
-/// package.
+/// The item `name` of `folder` with the facts in its name and `mode`, except if it is a package.
 [[nodiscard]] FileItem named_item(const ItemFolder& folder, std::string_view name,
                                   std::uint32_t mode);
 
 /// Fills in size and dates, as far as `facts` tell them.
 void set_size_and_dates(FileItem& item, const struct statx& facts);
 
-/// The error for the item at `url`, of which the facts do not even tell the type.
+/// The error for the item at `url` with facts that lack even the type.
 [[nodiscard]] Error missing_facts(const Url& url);
 
 } // namespace orv

@@ -135,7 +135,7 @@ void ItemList::append(const ItemList& other)
 
 void ItemList::load_attributes()
 {
-    constexpr std::size_t at_a_time = 4096; // so that few whole items are in memory
+    constexpr std::size_t at_a_time = 4096; // keeps few whole items in memory
     if (!RecCustomAttr::any_records())
         return;
     for (std::size_t begin = 0; begin < size(); begin += at_a_time) {
@@ -152,7 +152,7 @@ void ItemList::load_attributes()
     }
 }
 
-/// The folder that the last items lie in, or else a new one.
+/// The folder of the latest items, or else a new one.
 ItemList::Folder& ItemList::folder_at(std::string_view relative_path, int level)
 {
     if (folders_.empty() || folders_.back().relative_path != relative_path)

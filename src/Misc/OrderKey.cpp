@@ -10,7 +10,7 @@
 namespace orv {
 namespace {
 
-/// Eight bytes that are ordered like the numbers.
+/// Eight bytes in the order of the numbers.
 std::string bytes_of(std::int64_t number)
 {
     const std::uint64_t from_zero =

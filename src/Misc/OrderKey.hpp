@@ -6,9 +6,9 @@
 
 namespace orv {
 
-/// The place of one item in a list that is kept sorted while items come and go. The order of the
-/// keys is that of `orv_sort`, made total: what is equal there is ordered by its name, so that a
-/// list has one order however it came about. Extensions that differ in case only count as one.
+/// The place of one item in a sorted list whose items come and go. The order of the keys is that of
+/// `orv_sort`, made total: equal items go by name, and a list has one order however it came about.
+/// Extensions with different case only count as one.
 struct OrderKey {
     bool is_behind_folders = false;
     std::string rank; ///< compared as bytes, in the order asked for

@@ -29,7 +29,7 @@ namespace {
 /// The items' indices in their new order.
 using Order = std::vector<std::size_t>;
 
-/// The items that are sorted.
+/// The items to sort.
 struct SortedItems {
     std::size_t count;
     FunctionRef<SortFacts(std::size_t)> facts;
@@ -43,7 +43,7 @@ struct FoldedText {
     std::strong_ordering operator<=>(const FoldedText&) const = default;
 };
 
-/// The names of all items as they are compared.
+/// The names of all items in the form for comparisons.
 class FoldedNames {
 public:
     explicit FoldedNames(const SortedItems& items,

@@ -11,7 +11,7 @@
 
 namespace orv {
 
-/// What an item is sorted by.
+/// The sort key of an item.
 struct SortFacts {
     std::string_view name; ///< this and the extension are valid as long as the items
     std::string_view ext;

@@ -45,7 +45,7 @@ public:
     requires std::is_convertible_v<const Text&, std::string_view>
     void change_dir(const Text& sub_folder) { change_dir(curr_dir_.appending(sub_folder)); }
 
-    /// The requests that are under way, this browser's and all others.
+    /// The requests under way, this browser's and all others.
     ///
     /// Threading: any.
     [[nodiscard]] std::vector<std::shared_ptr<OrvOperation>> running() const;

@@ -85,12 +85,12 @@ public:
     OrvFileManager(const OrvFileManager&) = delete;
     OrvFileManager& operator=(const OrvFileManager&) = delete;
 
-    /// The requests that are under way, in the order in which they were made.
+    /// The requests under way, in order of their start.
     ///
     /// Threading: any.
     [[nodiscard]] std::vector<std::shared_ptr<OrvOperation>> running() const;
 
-    /// Cancels all requests that are under way; see `OrvOperation::cancel`.
+    /// Cancels all requests under way; see `OrvOperation::cancel`.
     ///
     /// Threading: any; off the main thread it waits for it.
     void cancel_all();
@@ -146,13 +146,13 @@ public:
     std::shared_ptr<MultiDeleteOperation>
     delete_items(std::vector<Url> at, MultiDeleteOperation::StatusClosure status_closure);
 
-    /// Moves the items to the trash that the user's programs share: the home trash for what lies on
-    /// its volume, else one on the volume of the item. Of a symbolic link, the link itself goes.
+    /// Moves the items to the trash the user's programs share: the home trash for items on its
+    /// volume, else one on the item's volume. A symbolic link goes itself, not its target.
     /// Attributes go along.
     std::shared_ptr<MoveToTrashOperation>
     move_to_trash(std::vector<Url> urls, MoveToTrashOperation::StatusClosure status_closure);
 
-    /// Lists what lies in the trash folders of all mounted volumes, whoever threw it away.
+    /// Lists the items in the trash folders of all mounted volumes, whoever threw them away.
     std::shared_ptr<FetchTrashedOperation>
     fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure);
 
@@ -160,8 +160,8 @@ public:
     std::shared_ptr<RestoreOperation> restore(std::vector<TrashedItem> items,
                                               RestoreOperation::StatusClosure status_closure);
 
-    /// Deletes for good what lies in the trash folders of all mounted volumes: all of it, or what
-    /// was thrown away longer than `older_than` ago.
+    /// Deletes the contents of the trash folders of all mounted volumes for good: all of it, or
+    /// items thrown away longer than `older_than` ago.
     std::shared_ptr<EmptyTrashOperation>
     empty_trash(std::optional<std::chrono::seconds> older_than,
                 EmptyTrashOperation::StatusClosure status_closure);

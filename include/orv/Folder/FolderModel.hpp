@@ -15,11 +15,12 @@
 
 namespace orv {
 
-/// The rows of a list widget that shows a folder, always in order and kept true; knows no toolkit.
+/// The rows of a list widget with a folder's items, always in order and up to date; knows no
+/// toolkit.
 ///
-/// Every difference is announced as a change of rows that any list widget takes. The rows change
-/// while `apply` runs, which the listener calls once, after what its widget wants to know before
-/// and before what it wants to know afterwards:
+/// Announces every difference as a change of rows any list widget takes. The rows change while
+/// `apply` runs. The listener calls it once, between its widget's preparation and its widget's
+/// update:
 ///
 ///     orv::FolderModel model(url, sort, {}, {.on_rows = [&](const auto& change, auto apply) {
 ///         widget.begin(change);
@@ -27,18 +28,18 @@ namespace orv {
 ///         widget.end(change);
 ///     }});
 ///
-/// Rows are in the order of `orv_sort`; equal ones are ordered by their names.
+/// Rows have the order of `orv_sort`; equal ones go by name.
 ///
 /// Threading: main thread. May end inside a listener.
 class FolderModel {
 public:
-    /// `count` rows, the first of which is `first` now.
+    /// `count` rows; `first` is the new number of the first one.
     struct inserted {
         std::size_t first;
         std::size_t count;
     };
 
-    /// `count` rows, the first of which was `first`.
+    /// `count` rows; `first` was the number of the first one.
     struct removed {
         std::size_t first;
         std::size_t count;
@@ -50,13 +51,13 @@ public:
         std::size_t to;
     };
 
-    /// `count` rows that show something else now.
+    /// `count` rows with a new look.
     struct changed {
         std::size_t first;
         std::size_t count;
     };
 
-    /// All rows have another order. `former` holds, for each row, the one that it was before.
+    /// All rows have another order. `former` holds the former number of each row.
     struct reordered {
         std::vector<std::size_t> former;
     };
@@ -64,13 +65,13 @@ public:
     using RowChange = std::variant<inserted, removed, moved, changed, reordered>;
 
     struct Listener {
-        /// Is given every change of rows. To announce nothing, leave it empty.
+        /// Receives every change of rows. Leave it empty to announce nothing.
         std::function<void(const RowChange&, FunctionRef<void()> apply)> on_rows = {};
-        /// All that was there at first is in the rows.
+        /// All items from the beginning are in the rows.
         std::function<void()> on_complete = {};
         /// See `OrvFolder::compared`.
         std::function<void(const OrvFolder::compared&)> on_compared = {};
-        /// There is no such folder any more; the rows were removed.
+        /// The folder is gone, and so are the rows.
         std::function<void(const Error&)> on_gone = {};
     };
 
@@ -86,7 +87,7 @@ public:
     /// The item of a row below `size()`; valid until the rows change.
     [[nodiscard]] const FileItem& item(std::size_t row) const;
 
-    /// The row of the item of that name.
+    /// The row of the item with that name.
     [[nodiscard]] std::optional<std::size_t> row_of(std::string_view name) const;
 
     [[nodiscard]] bool is_complete() const;

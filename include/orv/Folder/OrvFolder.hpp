@@ -17,24 +17,24 @@ namespace orv {
 
 class LivingFolder;
 
-/// A folder's list that stays true: the items that are there, then every change, whoever makes it.
+/// A folder's list that stays up to date: the items from the beginning, then every change, by any
+/// program.
 ///
 ///     orv::OrvFolder folder("/home/me", orv::SortType::by_name(orv::SortOrder::asc), {},
 ///                           [](orv::OrvFolder::Status status) { … });
 ///
-/// First come `added` in batches, the first within some milliseconds however many items there are,
-/// and `complete`. Then every change comes as `added`, `removed`, `changed` or `renamed`, also in
-/// batches. Applied in order, they give at any time a list that the folder had; names in it are
-/// unique. `gone` is the last status: the folder cannot be listed, or was deleted, moved, replaced
-/// or unmounted.
+/// First come `added` in batches, the first within some milliseconds for any number of items, and
+/// `complete`. Then every change comes as `added`, `removed`, `changed` or `renamed`, also in
+/// batches. Applied in order, they always give a list the folder had; its names are unique. `gone`
+/// is the last status: the folder cannot be listed, or was deleted, moved, replaced or unmounted.
 ///
-/// A folder inside the folder is an item like any other: it does not change when its contents do.
-/// Links to the folder are followed; it is `gone` when one takes its place.
+/// A folder inside the folder is an item like any other: a change of its contents is none of its
+/// own. Follows links to the folder; it is `gone` when a link takes its place.
 ///
-/// With `recursive`, the list is that of the whole tree, told once and not kept: `complete` ends
-/// it. Its memory does not grow with the tree.
+/// With `recursive`, the list covers the whole tree, once: `complete` ends it. Its memory does not
+/// grow with the tree.
 ///
-/// Threading: main thread; the closure is called and destroyed there, too.
+/// Threading: main thread, also for the closure and its destruction.
 /// Cancel: ending the object ends everything. It may end inside its closure.
 class OrvFolder {
 public:
@@ -43,7 +43,7 @@ public:
         bool recursive = false;
     };
 
-    /// Items that are new in the list; those of one batch are sorted.
+    /// New items of the list; those of one batch are sorted.
     struct added {
         std::vector<FileItem> items;
     };
@@ -52,13 +52,13 @@ public:
         std::vector<std::string> names;
     };
 
-    /// Items whose description is another one now. Under the name of one may be another item, as
-    /// after a file was saved by replacing it.
+    /// Items with a new description. One name may belong to another item now, as after a save that
+    /// replaces the file.
     struct changed {
         std::vector<FileItem> items;
     };
 
-    /// Items that have another name now, in the order of the renamings.
+    /// Items with a new name, in the order of the renamings.
     struct renamed {
         struct Item {
             std::string from;
@@ -67,13 +67,13 @@ public:
         std::vector<Item> items;
     };
 
-    /// All that was there at first has been told.
+    /// All items from the beginning are reported.
     struct complete {};
 
-    /// The system does not tell of all changes. The folder is compared with what was told: once,
-    /// since too many changes came together, or from now on every few seconds, since the system
-    /// watches no more folders or the volume is remote. Comparing takes at most a twentieth of one
-    /// core's time.
+    /// The system does not report every change, so the folder is compared with the list: once,
+    /// after too many changes at the same time, or from now on every few seconds, if the system
+    /// watches no more folders or the volume is remote. The comparison takes at most a twentieth of
+    /// one core's time.
     struct compared {
         Error reason;
         bool is_lasting;
@@ -85,7 +85,7 @@ public:
     };
 
     using Status = std::variant<added, removed, changed, renamed, complete, compared, gone>;
-    /// Is given each status for good, so that items need not be copied.
+    /// Hands over each status itself, to spare a copy of the items.
     using StatusClosure = std::function<void(Status)>;
 
     OrvFolder(Url url, SortType sort, Options options, StatusClosure status_closure);
@@ -95,7 +95,7 @@ public:
 
     [[nodiscard]] const Url& url() const;
 
-    /// Takes hidden items into the list, or out of it: they are told as `added` or `removed`.
+    /// Takes hidden items into the list, or out of it: they come as `added` or `removed`.
     void set_include_hidden_files(bool include);
     [[nodiscard]] bool include_hidden_files() const;
 

@@ -13,7 +13,7 @@ struct statx;
 
 namespace orv {
 
-/// The items of a long listing, in some 80 bytes each: a `FileItem` is made when it is asked for.
+/// The items of a long listing, in some 80 bytes each: it makes a `FileItem` on demand.
 ///
 /// Threading: one thread at a time, or any number of readers.
 class ItemList {
@@ -25,8 +25,8 @@ public:
     [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
     [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }
 
-    /// Makes the item at `index`, which must be less than `size()`. For a symbolic link this asks
-    /// the disk where it leads.
+    /// Makes the item at `index`, below `size()`. For a symbolic link this asks the disk for its
+    /// target.
     [[nodiscard]] FileItem operator[](std::size_t index) const;
 
     /// Single facts of the item at `index`, without making it. The name is valid until the list
@@ -37,17 +37,17 @@ public:
     [[nodiscard]] std::optional<FileItem::Date> modification_date(std::size_t index) const;
     [[nodiscard]] std::uint32_t mode(std::size_t index) const { return entries_[index].mode; }
 
-    /// The stored attributes of the item at `index`; null when none are stored.
+    /// The stored attributes of the item at `index`; null if there are none.
     [[nodiscard]] const CustomAttributes* attributes(std::size_t index) const;
 
     /// Sorts the items by the rules of `orv_sort`.
     void sort(SortType sort);
 
-    /// Puts the items into `order`, which holds each index once.
+    /// Puts the items into `order`, with each index once.
     void arrange(const std::vector<std::size_t>& order);
 
-    /// Adds the item `name` of the folder at `folder` below the root, as `facts` describe it, and
-    /// then all items of `other`, which has the same root. For requests.
+    /// Adds the item `name` of the folder at `folder` below the root, with its `facts`, and then
+    /// all items of `other`, from the same root. For requests.
     ///
     /// Errors: those of `FileItem`.
     void add(std::string_view folder, int level, std::string_view name, const struct statx& facts);
@@ -60,7 +60,7 @@ public:
     void load_attributes();
 
 private:
-    /// The items that were added while a walk was in a folder.
+    /// The items added during a walk's time in a folder.
     struct Folder {
         std::string relative_path;
         int level;
@@ -73,7 +73,7 @@ private:
         FileItem::Date modification_date;
         std::uint32_t folder;
         std::uint32_t name;       // where it begins among the folder's names
-        std::uint32_t attributes; // their number, counted from 1; 0 when none are stored
+        std::uint32_t attributes; // their number, counted from 1; 0 if there are none
         std::uint16_t mode;
         bool has_size : 1;
         bool has_creation_date : 1;

@@ -14,7 +14,8 @@ namespace orv {
 /// The copy of one item, a folder with everything in it.
 ///
 /// Statuses: at most one `conflict_occured`, `preparing`, any number of `progress`, the final
-/// status. After a cancel or an error complete items stay. A copy that has replaced one is done.
+/// status. After a cancel or an error complete items stay. A copy that has replaced an item is
+/// done.
 class CopyOperation final : public OrvOperation {
 public:
     using Status =

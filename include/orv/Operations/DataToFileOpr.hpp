@@ -15,7 +15,7 @@ namespace orv {
 ///
 /// Statuses: at most one `conflict_occured`, `progress` at the start and then about once a second,
 /// the final status. A cancel and an error leave no new file. A file to be replaced stays, unless
-/// its volume had no room for both. A file that is written anew keeps its attributes.
+/// its volume had no room for both. A file with new content keeps its attributes.
 class DataToFileOpr final : public OrvOperation {
 public:
     using Status = std::variant<status::progress<GeneralProgress>, status::conflict_occured,

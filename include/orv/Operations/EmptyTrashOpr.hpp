@@ -12,14 +12,14 @@
 
 namespace orv {
 
-/// The deletion of what is in the trash folders of all mounted volumes, for good.
+/// The deletion of the contents of the trash folders of all mounted volumes, for good.
 ///
 /// An item that cannot be deleted stays, the others go all the same, and the request ends with the
-/// first error. A cancel leaves what was not deleted yet.
+/// first error. After a cancel the rest stays.
 class EmptyTrashOperation final : public OrvOperation {
 public:
     struct success {
-        std::int64_t count; ///< of the items that were deleted
+        std::int64_t count; ///< of the deleted items
     };
 
     using Status =

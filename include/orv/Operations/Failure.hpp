@@ -5,7 +5,7 @@
 
 namespace orv {
 
-/// An item that a request left out, and why.
+/// A left-out item of a request, and the reason.
 struct Failure {
     Url url;
     Error error;

@@ -24,7 +24,7 @@ public:
     };
 
     using Status = std::variant<success, status::error, status::cancelled>;
-    /// Is given the status for good, so that a long list need not be copied.
+    /// Hands over the status itself, to spare a copy of a long list.
     using StatusClosure = std::function<void(Status)>;
 };
 

@@ -19,7 +19,7 @@ class FetchTrashedOperation final : public OrvOperation {
 public:
     struct success {
         std::vector<TrashedItem> items; ///< the ones thrown away last come first
-        std::vector<Error> unused;      ///< trash folders and infos that were passed over, and why
+        std::vector<Error> unused;      ///< trash folders and infos passed over, and why
     };
 
     using Status = std::variant<success, status::error, status::cancelled>;

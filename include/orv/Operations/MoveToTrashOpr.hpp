@@ -16,14 +16,13 @@ namespace orv {
 
 /// The throwing away of items: each goes to the trash of its volume, and comes back by a restore.
 ///
-/// No item is ever deleted instead. If one of them cannot go, since it is missing or its volume has
-/// no trash, the request fails before anything happens. A later failure or a cancel leaves those in
-/// the trash that were there already.
+/// Never deletes an item instead. If an item is missing or its volume has no trash, the request
+/// fails before any change. After a later failure or a cancel the earlier items are in the trash.
 class MoveToTrashOperation final : public OrvOperation {
 public:
     struct success {
         std::vector<TrashedItem> items; ///< as they lie in the trash now, in the order asked for
-        std::vector<Error> unused;      ///< trash folders that were passed over, and why
+        std::vector<Error> unused;      ///< trash folders passed over, and why
     };
 
     using Status = std::variant<success, status::error, status::cancelled>;

@@ -39,34 +39,33 @@ public:
     /// Threading: any; off the main thread it waits for it.
     virtual void cancel();
 
-    /// How much is done, for a timer to poll. Every request fills in the figures that it knows.
+    /// The finished part, for a timer to poll. Every request fills in the figures it knows.
     ///
     /// Threading: any; never waits for the main thread.
     [[nodiscard]] Amount amount() const;
 
-    /// The items that the request was asked for and is done with, in order: what it made or moved
-    /// under the name that it got, what it deleted under the name that it had. What is only
-    /// listed, searched or measured is none. A part that was made of an item is none either.
+    /// The finished items of the request, in order: new and moved items under their new names,
+    /// deleted items under their old ones. A list, a search and a measurement have no results, and
+    /// a partial item is none either.
     ///
     /// Threading: any; never waits for the main thread.
     [[nodiscard]] std::vector<Url> results() const;
 
-    /// What the request passed over and went on without, in order: folders that a listing, a
-    /// search or a sum couldn't read, what an archive can't hold. The error that ends a request is
-    /// none of them.
+    /// The items the request passed over, in order: folders closed to a listing, a search or a sum,
+    /// and items an archive cannot hold. The error at the end of a request is none of them.
     ///
     /// Threading: any; never waits for the main thread.
     [[nodiscard]] std::vector<Failure> failures() const;
 
     /// Stops the work between two items or two parts of a file, until `resume()` or `cancel()`. The
-    /// request keeps its locks meanwhile. A request that is done within one step goes on to its
-    /// end. Does nothing once the request was cancelled or is done.
+    /// request keeps its locks meanwhile. A request of a single step goes on to its end. Does
+    /// nothing after a cancel or the end.
     ///
     /// Threading: any; never waits for the main thread.
     void pause();
     void resume();
 
-    /// True from `pause()` on until the request is resumed, cancelled or done.
+    /// True from `pause()` on until `resume()`, a cancel or the end.
     ///
     /// Threading: any; never waits for the main thread.
     [[nodiscard]] bool is_paused() const;
@@ -81,7 +80,7 @@ private:
     std::atomic<bool> is_cancelled_ = false; // set on the main thread only
     /// Stops the part of the work now under way.
     std::function<void()> cancel_part_;     // main thread only
-    std::shared_ptr<OperationState> state_; // shared with the parts that serve the same request
+    std::shared_ptr<OperationState> state_; // shared with the parts of the same request
 };
 
 } // namespace orv

@@ -20,10 +20,10 @@ struct GeneralProgress {
     float value = 0;       ///< of the whole request, 0 to 1
 };
 
-/// How much of a request is done; -1 where a figure is not known.
+/// The finished part of a request; -1 for an unknown figure.
 ///
-/// Items are files, folders and links at every depth. What is moved by a new name alone counts as
-/// one item without bytes. A total is never less than what is done.
+/// Items are files, folders and links at every depth. A move by a new name alone counts as one item
+/// without bytes. A total is never less than the finished part.
 struct Amount {
     std::int64_t bytes_done = -1;
     std::int64_t bytes_total = -1;

@@ -14,10 +14,10 @@
 namespace orv {
 
 /// The way back of items out of the trash, each to its `original_url`, one after the other, up to
-/// the first that fails.
+/// the first failure.
 ///
-/// Folders that are missing above it are made. Where its name is taken, the request asks; it never
-/// merges. A cancel leaves what was not restored yet in the trash.
+/// Makes missing folders above it. Asks about a taken name; never merges. After a cancel the rest
+/// stays in the trash.
 class RestoreOperation final : public OrvOperation {
 public:
     struct success {

@@ -13,7 +13,7 @@ namespace orv {
 
 /// The copy of one item: a regular file with its content, or a folder without its contents.
 ///
-/// A cancel leaves nothing at the destination; a copy that has replaced an item is done.
+/// A cancel leaves nothing at the destination. A copy that has replaced an item is done.
 class SnglCopyOperation final : public OrvOperation {
 public:
     using Status = std::variant<status::progress<CopyProgress>, status::error, status::success,

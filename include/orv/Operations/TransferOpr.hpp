@@ -19,35 +19,34 @@
 
 namespace orv {
 
-/// The answers that a transfer has before it asks.
+/// The answers of a transfer before it asks.
 struct TransferPolicy {
-    /// What to do about an item whose name is taken at the destination.
+    /// How to handle an item with a taken name at the destination.
     enum class OnConflict {
         ask,
-        merge,            ///< two folders become one; what else stands there stays
+        merge,            ///< two folders become one; other items there stay
         skip,             ///< leave the item out
-        replace,          ///< put it in the place of what stands there
-        replace_if_older, ///< replace a file that is older, merge two folders, leave the rest
+        replace,          ///< replace the item there
+        replace_if_older, ///< replace an older file, merge two folders, leave the rest
         skip_if_equal,    ///< leave a file of equal size and date, replace others, merge folders
         keep_both,        ///< give the new item a name like "name (2).ext"
         stop,             ///< end the transfer with an error
     };
-    /// What to do about an item that cannot be copied or moved.
+    /// How to handle an item that cannot be copied or moved.
     enum class OnError { ask, skip, stop };
-    /// A symbolic link is transferred as a link, or what it leads to is copied in its place.
+    /// Transfer a symbolic link as a link, or copy its target in its place.
     enum class Links { as_links, follow };
-    /// When the new items are on the medium before the transfer is done. Automatic means on
-    /// removable and network volumes, and whatever is moved to another volume.
+    /// Flush the new items to the medium before the end. Automatic: on removable and network
+    /// volumes, and for every move to another volume.
     enum class Flush { automatic, always, never };
-    /// What to do when another request holds one of the items.
+    /// How to handle an item another request has locked.
     enum class WhenLocked {
         fail, ///< end with an error
         wait, ///< take turns with other requests, in order of arrival
     };
 
     OnConflict on_conflict = OnConflict::ask;
-    /// Two folders of one name are merged, whatever `on_conflict` says. It decides about what is
-    /// in them.
+    /// Merge two folders of one name, whatever `on_conflict` says. It decides on their contents.
     bool merges_folders = false;
     OnError on_error = OnError::ask;
     Links links = Links::as_links;
@@ -57,27 +56,27 @@ struct TransferPolicy {
     WhenLocked when_locked = WhenLocked::fail;
 };
 
-/// What to transfer, and where to.
+/// The items to transfer, and their destination.
 struct TransferPlan {
     enum class Kind { copy, move };
 
     Kind kind = Kind::copy;
-    /// Links among the folders on the way are followed; a link itself is an item.
+    /// Follows links among the folders on the way; a link itself is an item.
     std::vector<Url> sources = {};
-    /// The existing folder that gets them.
+    /// The existing folder for them.
     Url folder = {};
     /// The new name of a single source; without it each keeps its own.
     std::optional<std::string> name = {};
     TransferPolicy policy = {};
 };
 
-/// What became of a transfer.
+/// The outcome of a transfer.
 struct TransferReport {
     enum class Outcome {
         not_reached, ///< the transfer ended before it came to the item
         done,
-        partly_done, ///< a folder without something in it that was left out or not reached
-        unchanged,   ///< the item is at the destination already, or what stands there was to stay
+        partly_done, ///< a folder with something in it left out or not reached
+        unchanged,   ///< the item is at the destination already, or the item there was to stay
         skipped,
         failed,
     };
@@ -86,14 +85,14 @@ struct TransferReport {
     struct Source {
         Url source;
         Outcome outcome = Outcome::not_reached;
-        /// Where it is now, under the name that it got; none where nothing of it is there.
+        /// Its present place, under its new name; none if nothing of it is there.
         std::optional<Url> destination = {};
     };
 
-    /// An item at any depth that was left out.
+    /// A left-out item, at any depth.
     struct LeftOut {
         Url item;
-        /// Why it failed; none for one that was skipped because its name is taken.
+        /// The reason; none for an item skipped over a taken name.
         std::optional<Error> error = {};
     };
 
@@ -103,37 +102,37 @@ struct TransferReport {
 
 /// How far a transfer has come.
 struct TransferProgress {
-    Url item = {};                ///< the one being worked on
-    std::int64_t bytes_done = 0;  ///< of those that have to be copied
+    Url item = {};                ///< the current item
+    std::int64_t bytes_done = 0;  ///< of the items to copy
     std::int64_t bytes_total = 0; ///< 0 where nothing has to be
     std::int64_t items_done = 0;
     std::int64_t items_total = 0;
     float value = 0; ///< of the whole transfer, 0 to 1
 };
 
-/// Something that can stand in the way of a transfer, found before the first byte is copied.
+/// A problem of a transfer, found before the first byte.
 struct TransferProblem {
     Url item; ///< the source, or the destination where there is no room
     Error error;
 };
 
-/// A question of a transfer. The transfer waits, without a time limit, until it is answered: inside
-/// the callback that received it, or later from any thread. One that is dropped without an answer,
-/// or whose request is cancelled, is answered with stop.
+/// A question of a transfer. The transfer waits, without a time limit, for an answer: inside the
+/// callback with the question, or later from any thread. A dropped question, and one of a cancelled
+/// request, counts as stop.
 ///
 /// Threading: any.
 class TransferQuestion {
 public:
     enum class About {
         taken_name,  ///< `source()` is to go where `destination()` stands
-        failed_item, ///< `error()` says why `source()` cannot be transferred
+        failed_item, ///< `source()` cannot be transferred, for the reason `error()`
         problems,    ///< `problems()` will be in the way of the transfer
     };
     enum class Answer {
         merge,     ///< two folders become one
-        replace,   ///< put the source in the place of what stands there, once it is complete
+        replace,   ///< put the source in the place of the item there, once it is complete
         keep_both, ///< give the source a free name like "name (2).ext"
-        skip,      ///< leave the item out; of problems: the items that have them
+        skip,      ///< leave the item out; for problems: their items
         retry,     ///< try the item again; of problems: go on all the same
         stop,      ///< cancel the transfer
     };
@@ -146,8 +145,8 @@ public:
 
     [[nodiscard]] About about() const { return about_; }
 
-    /// The item that is to be transferred, and the one that stands in its place. Of an item that
-    /// cannot be looked at only the URL is known.
+    /// The item to transfer, and the one in its place. Of an item out of reach only the URL is
+    /// known.
     [[nodiscard]] const FileItem& source() const { return source_; }
     [[nodiscard]] const std::optional<FileItem>& destination() const { return destination_; }
 
@@ -165,7 +164,7 @@ public:
 
     /// Gives the source another name. If that is taken, too, the transfer asks again.
     ///
-    /// Errors: that it is no name for an item; then the question is still open.
+    /// Errors: an error if it cannot be an item's name; the question then stays open.
     void answer_with_name(std::string name);
 
 private:
@@ -179,18 +178,19 @@ private:
     std::shared_ptr<Slot> slot_;
 };
 
-/// The copy or the move of any number of items into a folder: what a paste and a drop do.
+/// The copy or the move of any number of items into a folder: the request behind a paste and a
+/// drop.
 ///
 /// Statuses: `preparing`; any number of `question`, `progress` and at most one `finishing`; the
-/// final status with the report. What is complete stays. Nothing is replaced before its successor
-/// is complete, and a source goes only after its own copy is in place: so a cancel, a failure or a
-/// kill leaves every item whole under its old name, its new one, or both.
+/// final status with the report. Complete items stay. Nothing is replaced before its successor is
+/// complete, and a source goes only after its own copy is in place: a cancel, a failure or a kill
+/// leaves every item whole under its old name, its new one, or both.
 class TransferOperation final : public OrvOperation {
 public:
     struct question {
         std::shared_ptr<TransferQuestion> question;
     };
-    /// What was transferred is being written to the medium and verified.
+    /// The transfer flushes and verifies the new items.
     struct finishing {};
     struct success {
         TransferReport report = {};

@@ -8,13 +8,13 @@
 
 namespace orv {
 
-/// An item that was thrown away and lies in a trash folder.
+/// An item in a trash folder.
 struct TrashedItem {
     Url url;          ///< where it lies now
-    Url original_url; ///< where it was, and where it is restored to; empty if that is not known
-    std::optional<std::chrono::sys_seconds> deletion_date; ///< none if that is not known
+    Url original_url; ///< its former place, and its place after a restore; empty if unknown
+    std::optional<std::chrono::sys_seconds> deletion_date; ///< none if unknown
     bool is_dir = false;
-    /// Bytes. Of a folder what it takes on its volume; none until it was fetched.
+    /// Bytes. For a folder the space on its volume; none before a fetch.
     std::optional<std::int64_t> size;
 };
 

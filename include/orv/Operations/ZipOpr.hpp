@@ -14,7 +14,7 @@ namespace orv {
 /// The packing of items into a new zip archive. The archive appears once it is complete.
 ///
 /// Statuses: any number of `progress`, the final status. A cancel and an error leave no archive. An
-/// item to be replaced stays. The attributes of one that was replaced go with it.
+/// item to be replaced stays. The attributes of a replaced item go with it.
 class ZipOperation final : public OrvOperation {
 public:
     using Status = std::variant<status::progress<GeneralProgress>, status::error, status::success,

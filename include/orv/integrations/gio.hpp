@@ -10,7 +10,7 @@
 
 namespace orv {
 
-/// The location as GIO has it, a reference that the caller owns.
+/// The location as a GFile, a reference for the caller to own.
 ///
 /// Threading: any.
 inline GFile* to_gfile(const Url& url)
@@ -18,8 +18,8 @@ inline GFile* to_gfile(const Url& url)
     return g_file_new_for_path(url.path().c_str());
 }
 
-/// The location of a file of this computer, also of one that GIO shows in its own way; no value for
-/// any other.
+/// The location of a file of this computer, including GIO's own views of one; no value for any
+/// other.
 ///
 /// Threading: any.
 inline std::optional<Url> from_gfile(GFile* file)
@@ -28,9 +28,9 @@ inline std::optional<Url> from_gfile(GFile* file)
     return path ? std::optional<Url>(path.get()) : std::nullopt;
 }
 
-/// `closure` as one that does nothing once `owner`, any GObject, is gone.
+/// `closure`, without effect after the end of `owner`, any GObject.
 ///
-/// Threading: the closure is called, and the owner ends, on the main thread.
+/// Threading: the main thread calls the closure, and the owner ends there.
 template <class Closure>
 auto while_alive(GObject* owner, Closure closure)
 {

@@ -28,7 +28,7 @@ namespace orv {
 /// Ownership: the list is empty once this ends, even if others hold it.
 class GtkFolderModel {
 public:
-    /// Of the listener, `on_rows` is called after the list has told its own listeners.
+    /// The list tells its own listeners before it calls the listener's `on_rows`.
     GtkFolderModel(Url url, SortType sort, OrvFolder::Options options,
                    FolderModel::Listener listener = {})
         : list_(static_cast<List*>(g_object_new(list_type(), nullptr)))
@@ -116,7 +116,7 @@ private:
         return g_object_ref(owner_of(list)->info(position));
     }
 
-    /// The object of a row, which stays the same as long as the item does.
+    /// The object of a row; it stays the same for the life of the item.
     GFileInfo* info(std::size_t row)
     {
         const FileItem& shown = rows_->item(row);
@@ -213,7 +213,7 @@ private:
     }
 
     List* list_;
-    std::unordered_map<std::string, Info> infos_; // by name, of rows that were asked for
+    std::unordered_map<std::string, Info> infos_; // by name, for requested rows
     std::unique_ptr<FolderModel> rows_;
 };
 

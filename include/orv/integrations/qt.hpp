@@ -42,11 +42,11 @@ private:
     QSocketNotifier notifier_;
 };
 
-/// `closure` as one that does nothing once `owner` is gone.
+/// `closure`, without effect after the end of `owner`.
 ///
 ///     manager.copy(from, to, orv::while_alive(this, [this](const auto& status) { … }));
 ///
-/// Threading: the closure is called, and the owner ends, on the main thread.
+/// Threading: the main thread calls the closure, and the owner ends there.
 template <class Closure>
 auto while_alive(QObject* owner, Closure closure)
 {

@@ -30,14 +30,14 @@
 
 namespace orv {
 
-/// Thumbnails for the rows that a view draws: made when they are first asked for, the last asked
-/// for first, a few at once. Old wishes are forgotten.
+/// Thumbnails for the rows a view draws: made on the first request, the latest request first, a few
+/// at once. Forgets old requests.
 ///
 /// Threading: main thread.
 class QtThumbnails {
 public:
-    /// `on_made` is called with the name of the item. `edge_pixels` is that of the square that a
-    /// thumbnail fits into.
+    /// Calls `on_made` with the name of the item. `edge_pixels` is the edge of the square around a
+    /// thumbnail.
     QtThumbnails(int edge_pixels, std::function<void(const std::string&)> on_made)
         : edge_pixels_(edge_pixels), on_made_(std::move(on_made))
     {
@@ -131,8 +131,8 @@ private:
 ///     model.set_folder("/home/me/Pictures");
 ///     view.setModel(&model);
 ///
-/// Names can be edited: that starts a renaming. Items can be dragged as "text/uri-list".
-/// `on_drop` gets the dropped items. A view that can be sorted by its headers sorts the folder.
+/// Names are editable: an edit starts a rename. Items can be dragged as "text/uri-list". `on_drop`
+/// receives dropped items. A view sortable by its headers sorts the folder.
 ///
 /// Threading: Qt's main thread, beside a `QtAttachment`.
 class QtFolderModel : public QAbstractTableModel {
@@ -147,14 +147,14 @@ public:
         protected_role               ///< a bool, of the stored attributes
     };
 
-    /// What an application may want to know; each may be empty.
+    /// Notices for an application; each may be empty.
     struct Handlers {
         std::function<void()> on_complete = {};
         std::function<void(const OrvFolder::compared&)> on_compared = {};
         std::function<void(const Error&)> on_gone = {};
         /// A renaming failed.
         std::function<void(const Error&)> on_failure = {};
-        /// Items were dropped into `folder`, to be copied, moved or linked there.
+        /// A drop into `folder`, to copy, move or link the items there.
         std::function<void(std::vector<Url> items, Url folder, Qt::DropAction)> on_drop = {};
     };
 
@@ -180,7 +180,7 @@ public:
         endResetModel();
     }
 
-    /// The rows; null before a folder is shown.
+    /// The rows; null before the first folder.
     [[nodiscard]] FolderModel* rows() const { return rows_.get(); }
 
     /// The item of a valid index; valid until the rows change.
@@ -262,7 +262,7 @@ public:
         return flags;
     }
 
-    /// Starts a renaming; the row follows when it is done.
+    /// Starts a rename; the row follows at its end.
     bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override
     {
         if (!index.isValid() || role != Qt::EditRole || index.column() != name_column)

@@ -11,7 +11,7 @@
 
 namespace orv {
 
-/// The location as Qt has it. Names that are no UTF-8 are kept.
+/// The location as a QUrl. Keeps names outside UTF-8.
 ///
 /// Threading: any.
 inline QUrl to_qurl(const Url& url)
@@ -27,7 +27,7 @@ inline std::optional<Url> from_qurl(const QUrl& url)
     return Url::from_uri(url.toEncoded().toStdString());
 }
 
-/// A name as Qt shows it. What is no UTF-8 in it is replaced.
+/// A name as a QString. Replaces bytes outside UTF-8.
 inline QString to_qstring(std::string_view name)
 {
     return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));

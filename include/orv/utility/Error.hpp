@@ -32,7 +32,7 @@ public:
     [[nodiscard]] const std::optional<Url>& path() const noexcept;
     [[nodiscard]] std::optional<int> code() const noexcept;
     [[nodiscard]] Kind kind() const noexcept;
-    /// What a program goes by; see also `code()`.
+    /// The cause for programs; see also `code()`.
     [[nodiscard]] Cause cause() const noexcept;
 
     /// The same error, told where it happened.

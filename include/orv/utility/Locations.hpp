@@ -30,11 +30,10 @@ struct Locations {
     /// Holds the programs that decode pictures and films for thumbnails. Default: "libexec/orv" in
     /// the same prefix.
     std::optional<Url> helper_dir = {};
-    /// The home trash, which the user's programs share. Default: `$XDG_DATA_HOME/Trash`, else
+    /// The home trash, shared by the user's programs. Default: `$XDG_DATA_HOME/Trash`, else
     /// ".local/share/Trash" in the home folder.
     std::optional<Url> trash_dir = {};
-    /// Of the volumes mounted at or below this folder, the trash folders are listed and emptied.
-    /// Default: "/".
+    /// The trash requests list and empty the volumes mounted at or below this folder. Default: "/".
     std::optional<Url> volumes_dir = {};
 };
 

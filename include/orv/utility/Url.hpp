@@ -28,8 +28,8 @@ public:
     operator std::filesystem::path() const { return path_; }
     // NOLINTEND(google-explicit-constructor)
 
-    /// The location that a "file://" URI of this computer names, percent-decoded; no value for any
-    /// other text.
+    /// The location of a "file://" URI of this computer, percent-decoded; no value for any other
+    /// text.
     [[nodiscard]] static std::optional<Url> from_uri(std::string_view uri);
 
     [[nodiscard]] const std::string& path() const noexcept { return path_; }

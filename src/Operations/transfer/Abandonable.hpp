@@ -6,8 +6,8 @@
 
 namespace orv {
 
-/// Does `work`, which nothing can interrupt, on another thread, and waits for it. A cancel ends the
-/// wait at once, and the work goes on by itself; so it owns all that it needs.
+/// Does uninterruptible `work` on another thread, and waits for it. A cancel ends the wait at once,
+/// and the work goes on by itself; so it owns all it needs.
 ///
 /// Cancel: throws `Exception`.
 /// Errors: those of `work`.

@@ -4,7 +4,8 @@
 
 namespace orv {
 
-// A step of the record is a text: the number of the source and both paths, which hold no zeros.
+// A step of the record is a text: the number of the source and both paths, without NUL bytes in
+// them.
 
 void CopiedFiles::add(const CopiedFile& file)
 {

@@ -9,21 +9,21 @@
 
 namespace orv {
 
-/// A file that a transfer has copied.
+/// A file the transfer has copied.
 struct CopiedFile {
-    std::size_t source; ///< the one that it is, or lies in
+    std::size_t source; ///< the source it is, or lies in
     Url original;
     Url copy;
 };
 
-/// The files that a transfer has copied. Memory does not grow with their number.
+/// The copied files of a transfer. Memory does not grow with their number.
 ///
 /// Errors: those of `CopyRecord`.
 class CopiedFiles {
 public:
     void add(const CopiedFile& file);
 
-    /// Calls `use` for each file, in the order in which they were added.
+    /// Calls `use` for each file, in the order of `add`.
     void for_each(FunctionRef<void(const CopiedFile& file)> use) const;
 
 private:

@@ -10,14 +10,14 @@
 
 namespace orv {
 
-/// An item that a transfer copies.
+/// An item for a transfer to copy.
 struct CopyItem {
-    std::size_t source; ///< the one that it is, or lies in
+    std::size_t source; ///< the source it is, or lies in
     bool is_source;
     Url url;
     std::string name;     ///< in its folder
     std::string new_name; ///< at the destination
-    std::string path;     ///< from the folder that its source lies in
+    std::string path;     ///< relative to its source's folder
     ItemFacts facts;
 
     [[nodiscard]] bool is_folder() const { return S_ISDIR(facts.stx_mode); }

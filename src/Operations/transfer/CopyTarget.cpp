@@ -24,7 +24,7 @@ DestinationFolders opened_destination(const Url& folder)
                               folder, {});
 }
 
-/// Takes a file that was built, but is not to be copied any more.
+/// Takes a file built ahead but no longer wanted.
 void discard_first(FilesAhead& built)
 {
     try {
@@ -64,7 +64,7 @@ bool CopyTarget::handle(CopyItem item, const SourceItem& source, std::optional<I
             return attempt(item, source, std::exchange(there, {}), std::exchange(built, nullptr));
         } catch (const Error& error) {
             if (was_built)
-                continue; // a copy made in its turn tells what stands in the way, and where
+                continue; // a copy in its turn reports the obstacle, and its place
             if (error.code() == EEXIST && (there = facts_at_destination(item)))
                 continue;
             if (run_.questions.settle(item.url, error) == FailureChoice::retry)
@@ -75,11 +75,11 @@ bool CopyTarget::handle(CopyItem item, const SourceItem& source, std::optional<I
     }
 }
 
-/// Copies the item, or settles first what is to become of the one in its place.
+/// Copies the item, or settles the fate of the one in its place first.
 bool CopyTarget::attempt(CopyItem& item, const SourceItem& source, std::optional<ItemFacts> there,
                          FilesAhead* built)
 {
-    Way way = Way::keep_both; // beside all that is there
+    Way way = Way::keep_both; // beside all existing items
     while (there) {
         const auto chosen =
             way_for(item, taken_name(source, item.facts, destination_of(item), *there));
@@ -93,7 +93,7 @@ bool CopyTarget::attempt(CopyItem& item, const SourceItem& source, std::optional
     return item.is_folder();
 }
 
-/// The way in which the item is to be copied, perhaps under another name. No value if it is not.
+/// The way to copy the item, perhaps under another name. No value if it stays out.
 std::optional<TakenChoice::Way> CopyTarget::way_for(CopyItem& item, const TakenName& taken)
 {
     const TakenChoice choice = run_.questions.settle(taken);
@@ -146,7 +146,7 @@ void CopyTarget::copy(const CopyItem& item, const SourceItem& source, Way way, F
 /// complete.
 void CopyTarget::copy_replacing(const CopyItem& item, const SourceItem& source)
 {
-    if (levels_.back().is_new) // all that is there was copied just now
+    if (levels_.back().is_new) // all items in it are fresh copies
         throw two_of_a_name(item.url);
     const Url url = url_of(item);
     check_can_be_replaced(item.url, url, transfer_place);
@@ -182,7 +182,7 @@ void CopyTarget::finish_item(const CopyItem& item)
 {
     run_.meter.end_item(item.size());
     if (item.is_folder())
-        return; // the rest follows when it is entered
+        return; // the rest follows at its entry
     if (!item.is_link())
         add_row(item);
     if (item.is_file() && run_.finish.copied())
@@ -248,7 +248,8 @@ void CopyTarget::leave(int source)
         run_.log.end(original.source, Outcome::done, url_of(original));
 }
 
-/// Finishes the innermost folder. What cannot be kept of its original is a failure of its own.
+/// Finishes the innermost folder. A property of its original it cannot keep is a failure of its
+/// own.
 void CopyTarget::keep_metadata(int source)
 {
     for (;;) {
@@ -266,8 +267,7 @@ void CopyTarget::keep_metadata(int source)
     }
 }
 
-/// Puts a complete folder in the place of the item that it replaces. A cancel up to here leaves
-/// that item.
+/// Puts a complete folder in the place of the old item. A cancel up to here leaves the old item.
 void CopyTarget::publish(Level level)
 {
     run_.request.check_cancelled();
@@ -292,7 +292,7 @@ void CopyTarget::give_up_folder()
 {
     if (!entry_)
         return;
-    // A folder that is merged with is not empty, or was there before.
+    // A folder of a merge is not empty, or was there before.
     if (entry_->level.is_new && !entry_->level.replacing)
         ::unlinkat(innermost().fd, entry_->name.c_str(), AT_REMOVEDIR);
     entry_.reset();

@@ -17,12 +17,12 @@
 
 namespace orv {
 
-/// The destination of a copy: gives each item its place, in the order in which a walk comes to
-/// them, and has it settled what to do about taken names and failures.
+/// The destination of a copy: gives each item its place, in the order of the walk, and settles
+/// taken names and failures.
 ///
 /// Threading: one background thread.
-/// Cancel: between items and within files. What is complete by then stays.
-/// Errors: `TransferEnd`, if the policy is to stop; that the destination folder was moved away;
+/// Cancel: between items and within files. Complete items stay.
+/// Errors: `TransferEnd`, if the policy is to stop; an error if the destination folder moved away;
 /// those of the database.
 class CopyTarget {
 public:
@@ -30,42 +30,40 @@ public:
     CopyTarget(const CopyTarget&) = delete;
     CopyTarget& operator=(const CopyTarget&) = delete;
 
-    /// The sources that follow lie in this folder.
+    /// The next sources lie in this folder.
     void come_from(const Url& folder) { records_.come_from(folder); }
 
-    /// What stands at the destination of the item.
+    /// The item at the destination of the item.
     ///
     /// Errors: the platform's.
     [[nodiscard]] std::optional<ItemFacts> facts_at_destination(const CopyItem& item) const;
 
-    /// Copies the item to the innermost folder, where `there` has its name, or leaves it out. A
-    /// file may be the first that waits in `built`. Says whether the item is a folder whose
-    /// contents are to follow.
+    /// Copies the item to the innermost folder, with `there` at its name, or leaves it out. A file
+    /// may be the first in `built`. True if the item is a folder and its contents follow.
     bool handle(CopyItem item, const SourceItem& source, std::optional<ItemFacts> there,
                 FilesAhead* built = nullptr);
 
-    /// The contents of the folder that was handled last follow, until `leave`.
+    /// The contents of the latest folder follow, until `leave`.
     void enter();
 
     /// `source` is the original of the innermost folder.
     void leave(int source);
 
-    /// Takes back the folder that was handled last, since its original cannot be read.
+    /// Takes back the latest folder, because its original is unreadable.
     void give_up_folder();
 
-    /// Leaves the item out, because of `error` or without one, since its name is taken.
+    /// Leaves the item out, because of `error` or, without one, because its name is taken.
     void leave_out(const CopyItem& item, std::optional<Error> error);
 
-    /// Writes the rows of all that was copied.
+    /// Writes the rows of all copied items.
     void finish() { records_.write(); }
 
-    /// Gives what was copied before a failure or a cancel what belongs to it.
+    /// Finishes the items copied before a failure or a cancel.
     void abandon() noexcept;
 
     [[nodiscard]] DestinationFolder innermost() const { return folders_.innermost(); }
 
-    /// True if the folder to be entered next, or else the innermost one, holds nothing but what is
-    /// copied to it.
+    /// True if the next folder to enter, or else the innermost one, holds only copies.
     [[nodiscard]] bool is_entry_new() const { return entry_ && entry_->level.is_new; }
 
     /// See `ItemCopier`.
@@ -74,15 +72,15 @@ public:
 private:
     using Way = TakenChoice::Way;
 
-    /// A folder at the destination that the copy is in.
+    /// A destination folder around the current place of the copy.
     struct Level {
-        std::string path = {}; ///< from the destination; empty for that itself
+        std::string path = {}; ///< relative to the destination; empty for that itself
         bool is_new = false;
         std::optional<CopyItem> original = {}; ///< none for the destination
         std::unique_ptr<OpenedDestination> replacing = {};
         FreeNames free_names{FreeNames::Numbers::in_brackets};
     };
-    /// A folder that the copy enters next.
+    /// The next folder to enter.
     struct Entry {
         std::string name; ///< a hidden one if it replaces an item
         DestinationFolders::Kept kept;

@@ -11,10 +11,10 @@
 
 namespace orv {
 
-/// What one item is, as an open folder tells.
+/// The facts of one item, relative to an open folder.
 using ItemFacts = struct statx;
 
-/// An item that is to go where another one stands.
+/// An item on its way to the place of another one.
 struct TakenName {
     Url source;
     ItemFacts source_facts;
@@ -27,11 +27,11 @@ struct TakenName {
     [[nodiscard]] bool are_files() const; ///< neither is a folder
     [[nodiscard]] bool are_same_item() const;
 
-    /// Two files of one size and date, or two links of one text. A date that the destination's
-    /// volume keeps less exactly is equal as far as it goes.
+    /// Two files of one size and date, or two links of one text. A date the destination's volume
+    /// rounds is equal within its precision.
     [[nodiscard]] bool are_equal() const;
 
-    /// True if the item at the destination was changed before the source was.
+    /// True if the item at the destination is older than the source.
     [[nodiscard]] bool is_older() const;
 };
 
@@ -41,7 +41,7 @@ struct TakenName {
 [[nodiscard]] std::optional<ItemFacts> facts_in(int folder, const std::string& name,
                                                 const Url& url);
 
-/// Both items, as they were seen; of links their texts are read.
+/// Both items, by their facts; reads the texts of links.
 [[nodiscard]] TakenName taken_name(const SourceItem& source, const ItemFacts& source_facts,
                                    const DestinationItem& destination,
                                    const ItemFacts& destination_facts);

@@ -19,7 +19,7 @@
 namespace orv {
 namespace {
 
-// Copying a larger file takes so long that building it ahead only delays what comes before it.
+// The copy of a larger file takes so long that work ahead on it only delays earlier items.
 constexpr std::int64_t large_file_size = 1 << 20;
 
 FileDescriptor opened_again(int fd)
@@ -75,7 +75,7 @@ void TransferCopy::copy_source(const TransferSource& source)
         copy_contents_of_folder(opened_source_folder_->get(), name, item);
 }
 
-/// Copies what is in a folder that was handled just now.
+/// Copies the contents of the latest folder.
 void TransferCopy::copy_contents_of_folder(int parent, const std::string& name, const CopyItem& top)
 {
     for (;;) {
@@ -87,7 +87,7 @@ void TransferCopy::copy_contents_of_folder(int parent, const std::string& name, 
     }
 }
 
-/// Many sources lie in one folder, which is opened once.
+/// Many sources lie in one folder; it is opened once.
 void TransferCopy::open_folder_of(const Url& source)
 {
     const Url folder = source.deleting_last_path_component();
@@ -103,8 +103,8 @@ void TransferCopy::open_folder_of(const Url& source)
     target_.come_from(folder);
 }
 
-/// Copies the item in the open folder, now or later. Says whether it is a folder that may have
-/// contents to follow.
+/// Copies the item in the open folder, now or later. True if it is a folder whose contents may
+/// follow.
 bool TransferCopy::come_to(CopyItem item, int folder)
 {
     if (item.is_link() && run_.plan.policy.links == TransferPolicy::Links::follow) {
@@ -122,7 +122,7 @@ bool TransferCopy::come_to(CopyItem item, int folder)
     return target_.handle(std::move(item), source, there);
 }
 
-/// What stands at the destination of the item. A failure to look is met again by the copy.
+/// The item at the destination of the item. The copy will meet a failed look again.
 std::optional<ItemFacts> TransferCopy::seen_at_destination(const CopyItem& item) const
 {
     if (is_in_new_folder())
@@ -197,7 +197,7 @@ void TransferCopy::come_to_end(const TreeWalk& walk)
     if (was_new && can_go_ahead() && keep_open(walk.folder())) {
         add(EndAhead{std::exchange(walked_folder_, {})});
         if (!is_in_new_folder())
-            take_all(); // what stands in this folder is looked at
+            take_all(); // true if the items in this folder are compared
         return;
     }
     walked_folder_.reset();
@@ -207,8 +207,8 @@ void TransferCopy::come_to_end(const TreeWalk& walk)
         building_folder_.reset();
 }
 
-/// Settles what becomes of a folder in the source that cannot be read. If it can be after all, its
-/// contents are copied in a walk of their own.
+/// Settles the fate of an unreadable folder in the source. If it becomes readable, a walk of its
+/// own copies its contents.
 void TransferCopy::come_to_unreadable(const CopyItem& top, const Error& error)
 {
     CopyItem folder = top;
@@ -222,7 +222,7 @@ void TransferCopy::come_to_unreadable(const CopyItem& top, const Error& error)
     copy_contents_of_folder(place.folder(), place.path, folder);
 }
 
-/// Settles what becomes of a folder that was handled, but cannot be read.
+/// Settles the fate of an unreadable folder after its turn.
 bool TransferCopy::is_tried_again(const CopyItem& folder, const Error& error)
 {
     take_all();
@@ -233,7 +233,7 @@ bool TransferCopy::is_tried_again(const CopyItem& folder, const Error& error)
     return false;
 }
 
-/// Copies what the link leads to in its place.
+/// Copies the link's target in the link's place.
 void TransferCopy::follow(CopyItem link)
 {
     take_all();
@@ -257,7 +257,7 @@ void TransferCopy::follow(CopyItem link)
     }
 }
 
-/// Refuses a link that leads back to a folder which the walk is in: it would never end.
+/// Refuses a link back to a folder around the walk: it would never end.
 void TransferCopy::check_leads_elsewhere(const CopyItem& link) const
 {
     const Identity target = identity_of(link.facts);
@@ -272,7 +272,7 @@ bool TransferCopy::can_go_ahead() const
     return target_.can_build() && !intr_test_mode();
 }
 
-/// Keeps the folder open that the walk is in, if that is possible.
+/// Keeps the walk's current folder open, if possible.
 bool TransferCopy::keep_open(int folder)
 {
     if (walked_folder_)

@@ -17,11 +17,11 @@
 namespace orv {
 
 /// Copies the sources of a transfer into its folder, and the attribute rows of each item after the
-/// item. The walk goes ahead of the copy, and small files are built ahead of their turn, also those
-/// of different sources. Where something stands at the destination, the walk waits for the copy.
+/// item. The walk runs ahead of the copy, and small files are built ahead of their turn, also
+/// across sources. With an existing item at the destination, the walk waits for the copy.
 ///
 /// Threading: one background thread.
-/// Cancel: between items and within files. What is complete by then stays.
+/// Cancel: between items and within files. Complete items stay.
 /// Errors: those of `CopyTarget`.
 class TransferCopy {
 public:
@@ -31,14 +31,14 @@ public:
     void copy(const std::vector<TransferSource>& sources);
 
 private:
-    /// A folder of the sources that stays open for what waits for its turn.
+    /// A folder of the sources, kept open for the steps ahead.
     using OpenedFolder = std::shared_ptr<const FileDescriptor>;
 
-    /// What the walk has come to before its turn.
+    /// The steps of the walk before their turn.
     struct ItemAhead {
         CopyItem item;
         OpenedFolder folder;
-        bool is_built; ///< or is being built
+        bool is_built; ///< or on the way
     };
     struct EntryAhead {};
     struct EndAhead {
@@ -46,7 +46,7 @@ private:
     };
     using StepAhead = std::variant<ItemAhead, EntryAhead, EndAhead>;
 
-    /// A folder that the walk is in.
+    /// A folder around the walk's place.
     struct Walked {
         Identity identity;
         bool is_new; ///< at the destination
@@ -79,12 +79,12 @@ private:
     TransferRun& run_;
     const std::size_t steps_ahead_;
     CopyTarget target_;
-    std::optional<Url> source_folder_; ///< that of the last source
+    std::optional<Url> source_folder_; ///< of the last source
     OpenedFolder opened_source_folder_;
     OpenedFolder walked_folder_; ///< once something in it waits for its turn
     std::vector<Walked> walked_;
-    /// The innermost folder at the destination that was there before: files that are built ahead
-    /// get what it hands down.
+    /// The innermost folder at the destination from before: files built ahead inherit its
+    /// properties.
     std::shared_ptr<const FileDescriptor> building_folder_;
     std::deque<StepAhead> steps_; ///< in the order of the walk
     FilesAhead files_ahead_;      ///< goes before the folders above

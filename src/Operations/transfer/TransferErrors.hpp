@@ -19,20 +19,20 @@ struct TransferEnd {
     Error error;
 };
 
-/// The error of a name that is taken, where the transfer was to stop.
+/// The error of a taken name under the policy to stop.
 [[nodiscard]] inline Error name_is_taken(const Url& destination)
 {
     return transfer_place("Destination item already exists.").at(destination);
 }
 
-/// The error of a folder that stands in the way of a file, or the other way round, where only files
-/// are replaced.
+/// The error of a folder in the way of a file, or the other way round, if only files may be
+/// replaced.
 [[nodiscard]] inline Error other_kind(const Url& destination)
 {
     return transfer_place("A file and a folder have the same name.").at(destination);
 }
 
-/// `error`, or, if it is that there is nothing at `source`, the one that says so.
+/// `error`, or the documented error for a missing item at `source`.
 [[nodiscard]] inline Error source_error(const Error& error, const Url& source)
 {
     return error.code() == ENOENT
@@ -46,7 +46,7 @@ struct TransferEnd {
     return transfer_place("Two of the items have this name.").at(source);
 }
 
-/// Refuses what cannot be the name of an item.
+/// Refuses a text that cannot be the name of an item.
 ///
 /// Errors: "New name cannot be an empty string."; "New name cannot contain a slash."; "New name
 /// cannot be "." or ".."."

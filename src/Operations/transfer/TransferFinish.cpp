@@ -52,7 +52,7 @@ void compare(TransferRun& run, const CopiedFile& file)
                      [&] { run.request.check_cancelled(); });
 }
 
-/// Looks at a copy until it is as it should be, or is told as failed.
+/// Checks a copy until it is right, or reported as failed.
 void settle(TransferRun& run, const CopiedFile& file, FunctionRef<void()> check)
 {
     for (;;) {

@@ -13,25 +13,24 @@ namespace orv {
 
 struct TransferRun;
 
-/// The end of a transfer: what was copied is written to its medium and verified, as the policy
-/// says.
+/// The end of a transfer: flushes and verifies the copies, as the policy says.
 ///
 /// Threading: one background thread.
 class TransferFinish {
 public:
-    /// Opens the destination, so that all that cannot be written from now on is noticed.
+    /// Opens the destination, to notice every lost write from now on.
     ///
     /// Errors: the platform's.
     TransferFinish(const TransferPolicy& policy, const Url& folder);
 
-    /// What the destination's volume is.
+    /// The destination's volume.
     [[nodiscard]] const VolumeTraits& traits() const { return traits_; }
 
-    /// Where copied files are to be noted, if they are looked at in the end.
+    /// The record for copied files, if they are checked in the end.
     [[nodiscard]] CopiedFiles* copied() { return copied_ ? &*copied_ : nullptr; }
 
-    /// Tells that the transfer is finishing, and does it. What differs from its original, or cannot
-    /// be read back, is a failure of that item.
+    /// Reports the status `finishing`, and finishes. A copy that differs from its original, or is
+    /// unreadable, is a failure of that item.
     ///
     /// Cancel: at any moment; then nothing of this is certain.
     /// Errors: the platform's, if the volume fails to write.
@@ -43,7 +42,7 @@ private:
     VolumeTraits traits_;
     bool flushes_;
     bool verifies_;
-    bool flushes_each_; ///< since the volume does not report all that it fails to write
+    bool flushes_each_; ///< because the volume does not report every lost write
     std::optional<CopiedFiles> copied_;
 };
 

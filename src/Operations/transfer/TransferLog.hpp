@@ -10,7 +10,7 @@
 
 namespace orv {
 
-/// What becomes of the items of a transfer, as its report tells.
+/// The outcome of a transfer's items, for its report.
 ///
 /// Threading: one background thread.
 class TransferLog {
@@ -19,23 +19,23 @@ public:
 
     TransferLog(const std::vector<Url>& sources, Tally& tally);
 
-    /// A folder that is a source has a place at `destination`, and its contents follow.
+    /// A source that is a folder has its place at `destination`, and its contents follow.
     void begin(std::size_t source, const Url& destination);
 
-    /// The source has come to its end, with something of it at `destination` if that is told.
+    /// The source has come to its end, with something of it at `destination` if given.
     void end(std::size_t source, Outcome outcome, std::optional<Url> destination = {});
 
-    /// An item of the source, or the source itself, was left out: because of `error`, or without
-    /// one, since its name is taken. The outcome of the source still has to be told.
+    /// An item of the source, or the source itself, was left out: because of `error` or, without
+    /// one, because its name is taken. The outcome of the source is still to come.
     void leave_out(std::size_t source, const Url& item, std::optional<Error> error);
 
-    /// The same for a failure that shows in the end, when all of the source is at its place.
+    /// The same for a failure at the end, with all of the source in place.
     void fail_late(std::size_t source, const Url& item, const Error& error);
 
-    /// True if something below `folder` was left out.
+    /// True if an item below `folder` was left out.
     [[nodiscard]] bool has_left_out_below(const Url& folder) const;
 
-    /// True if something of the source was left out.
+    /// True if an item of the source was left out.
     [[nodiscard]] bool is_partly_done(std::size_t source) const;
 
     [[nodiscard]] TransferReport take() { return std::move(report_); }

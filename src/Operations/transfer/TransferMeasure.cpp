@@ -31,7 +31,7 @@ public:
         const bool is_here = facts.stx_dev_major == folder_.stx_dev_major &&
                              facts.stx_dev_minor == folder_.stx_dev_minor;
         if (is_here && run_.plan.kind == TransferPlan::Kind::move)
-            return static_cast<void>(++items_); // it is renamed
+            return static_cast<void>(++items_); // a rename moves it
         shares_all_ = shares_all_ && is_here;
         count(facts);
         if (S_ISDIR(facts.stx_mode))
@@ -89,7 +89,7 @@ private:
         needed_ += std::min(size, static_cast<std::int64_t>(facts.stx_blocks) * bytes_a_block);
     }
 
-    /// A policy for a destination that has most of it already, so that nobody can tell how much is
+    /// A policy for a destination with most of the items already: nobody can tell how much is
     /// missing.
     [[nodiscard]] bool may_leave_most() const
     {
@@ -133,7 +133,7 @@ std::vector<TransferSource> measured(TransferRun& run, std::vector<TransferSourc
     for (const TransferProblem& problem : problems)
         if (leaves_out)
             run.refused.emplace(problem.item.path(), problem.error);
-    // What would harm itself or others is left out whatever was answered.
+    // Leaves out items harmful to themselves or others, whatever the answer.
     for (const TransferSource& source : sources)
         if (source.refusal)
             run.refused.emplace(source.url.path(), *source.refusal);

@@ -6,9 +6,9 @@
 
 namespace orv {
 
-/// Adds up what the sources hold, as far as it has to be copied, and has it settled what to do
-/// about all that is found to stand in the way. Returns the sources that are to be transferred;
-/// items in them that are not are noted in `run`. What cannot be looked at counts nothing.
+/// Adds up the contents of the sources to be copied, and settles all problems found. Returns the
+/// sources to transfer; notes the left-out items inside them in `run`. An item out of reach counts
+/// nothing.
 ///
 /// Cancel: throws `Exception`.
 /// Errors: `TransferEnd`, if the policy is to stop.

@@ -75,7 +75,7 @@ void TransferMeter::complete()
 
 void TransferMeter::tell()
 {
-    // What grew meanwhile is not told as more than there is.
+    // Growth meanwhile must not show as more than the total.
     progress_.bytes_total = std::max(progress_.bytes_total, progress_.bytes_done);
     progress_.items_total = std::max(progress_.items_total, progress_.items_done);
     progress_.value = part_done(progress_);

@@ -16,27 +16,27 @@ class TransferMeter {
 public:
     explicit TransferMeter(TransferRequest& request) : request_(request) {}
 
-    /// Adds to what is to be done.
+    /// Adds to the totals.
     void expect(std::int64_t items, std::int64_t bytes);
 
     /// The transfer has come to the item.
     ///
-    /// Cancel: throws `Exception`, as all that follow.
+    /// Cancel: throws `Exception`, as the functions below do.
     void begin(const Url& item);
 
-    /// Of the bytes of the item, so many more are done.
+    /// Adds to the item's finished bytes.
     void add_bytes(std::int64_t bytes);
 
-    /// The item is done, or left out, with this many bytes in all.
+    /// Ends the item, done or left out, with this many bytes in all.
     void end_item(std::int64_t bytes);
 
-    /// So many more items and bytes are done.
+    /// Adds to the finished items and bytes.
     void add(std::int64_t items, std::int64_t bytes);
 
-    /// Tells that all is done.
+    /// Reports that all is done.
     void complete();
 
-    /// Tells how far the transfer has come, however short ago it was told.
+    /// Reports the progress now, however recent the last report is.
     void tell();
 
 private:

@@ -21,7 +21,7 @@
 namespace orv {
 namespace {
 
-/// The names of what lies directly in the folder.
+/// The names of the folder's direct contents.
 std::vector<std::string> names_in(const Url& folder)
 {
     TreeWalkOptions options{.recursive = false, .describes_all = false};
@@ -34,8 +34,8 @@ std::vector<std::string> names_in(const Url& folder)
     return names;
 }
 
-/// Looks at the item to be moved and the one in its place. No value if the place is free, or taken
-/// by the item itself under another spelling.
+/// Looks at the item to move and the one in its place. No value if the place is free, or belongs to
+/// the item itself under another spelling.
 std::optional<TakenName> look_at_both(const Url& from, const Url& to)
 {
     const Place source = Place::in_resolved_folder(from);
@@ -51,8 +51,8 @@ std::optional<TakenName> look_at_both(const Url& from, const Url& to)
                       *there);
 }
 
-/// Removes a folder whose contents have moved, and its row, which nothing has any more. A folder
-/// that something was left in stays.
+/// Removes a folder after its contents have moved, and its row. A folder with a left-out item
+/// stays.
 void remove_if_empty(const Url& folder)
 {
     const RecordKey key = record_key_of_entry(folder);
@@ -160,12 +160,12 @@ TransferReport::Outcome TransferMove::place(const Item& item, bool replaces)
     move_with_records(
         item.from, item.to, replaces,
         {progress, on_failure, holds_left_out, do_long, true, run_.plan.policy.verify});
-    if (copied == 0) // it was renamed
+    if (copied == 0) // a rename moved it
         run_.meter.add(1, 0);
     return Outcome::done;
 }
 
-/// Settles what to do about an item in a folder that is on its way to another volume.
+/// Settles the fate of an item in a folder on its way to another volume.
 MoveWatch::Choice TransferMove::settle_inside(const Item& item, const Url& url, const Error& error)
 {
     const Error* refusal = run_.refusal_of(url);

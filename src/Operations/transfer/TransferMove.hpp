@@ -9,11 +9,11 @@
 namespace orv {
 
 /// Moves the sources of a transfer into its folder, with the attribute rows of everything in them.
-/// Within a volume an item is renamed. Two folders that are merged move what is in them, and the
+/// Within a volume it renames an item. A merge of two folders moves their contents, and the
 /// source's folder goes once it is empty.
 ///
 /// Threading: one background thread.
-/// Cancel: between items, and while content is copied to another volume.
+/// Cancel: between items, and during a copy to another volume.
 /// Errors: `TransferEnd`, if the policy is to stop; those of the database.
 class TransferMove {
 public:
@@ -27,10 +27,10 @@ private:
 
     /// A move from one location to another, both with resolved folders.
     struct Item {
-        std::size_t source; ///< the one that it is, or lies in
+        std::size_t source; ///< the source it is, or lies in
         Url from;
         Url to;
-        FreeNames& free_names; ///< of the folder that `to` lies in
+        FreeNames& free_names; ///< of the parent folder of `to`
     };
 
     Outcome move(Item& item);

@@ -16,14 +16,14 @@
 
 namespace orv {
 
-/// What will stand in the way of a transfer, found while its sources are measured.
+/// The problems of a transfer, found while its sources are measured.
 class TransferProblems {
 public:
     explicit TransferProblems(const VolumeTraits& traits) : traits_(traits) {}
 
-    /// The item at what `url` returns is to get the name in the folder that the walk is in.
+    /// The item at the result of `url` is to get the name in the walk's folder.
     ///
-    /// Problems: a name or a size that the volume cannot hold; two names that are one there.
+    /// Problems: a name or a size beyond the volume's limits; two names that are one there.
     void look_at(std::string_view name, const ItemFacts& facts, FunctionRef<Url()> url);
 
     /// The walk goes into a folder and leaves it.
@@ -32,7 +32,7 @@ public:
 
     /// The new items need so many bytes in `folder`.
     ///
-    /// Problems: that there are fewer.
+    /// Problems: fewer free bytes.
     void check_room(const Url& folder, std::int64_t needed);
 
     /// The item cannot be transferred.
@@ -42,7 +42,7 @@ public:
 
 private:
     const VolumeTraits& traits_;
-    /// For each folder that the walk is in, the names in it without their case.
+    /// For each folder around the walk, the names in it without their case.
     std::vector<std::unordered_set<std::string>> names_{1};
     std::vector<TransferProblem> found_;
 };

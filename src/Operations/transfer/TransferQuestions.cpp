@@ -206,8 +206,8 @@ TransferQuestions::ask(const FunctionRef<void(TransferQuestion&)>& describe,
                        TransferQuestion::About about)
 {
     const auto slot = std::make_shared<TransferQuestion::Slot>();
-    // The caller alone holds the question from here on: one that is dropped is answered, and so is
-    // one that nobody listens to.
+    // From here on the caller alone holds the question: a dropped one gets its answer, and so does
+    // one without a listener.
     {
         auto question = std::make_shared<TransferQuestion>(about, slot);
         describe(*question);

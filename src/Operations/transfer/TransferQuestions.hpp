@@ -37,7 +37,7 @@ private:
     std::optional<Reply> reply_;
 };
 
-/// What is to become of an item whose name is taken.
+/// The decision on an item with a taken name.
 struct TakenChoice {
     enum class Way { merge, replace, keep_both, other_name, skip, leave_unchanged } way;
     std::string new_name = {}; ///< for another name
@@ -46,11 +46,11 @@ struct TakenChoice {
 enum class FailureChoice { retry, skip };
 enum class ProblemChoice { go_on, leave_out };
 
-/// The questions of one transfer: answered by its policy, by what was answered for all, or by the
+/// The questions of one transfer: answered by its policy, by an earlier answer for all, or by the
 /// caller.
 ///
 /// Threading: background. Waits for the caller's answer.
-/// Cancel: a request that is cancelled meanwhile, and the answer to stop, throw `Exception`.
+/// Cancel: a cancel meanwhile, and the answer to stop, throw `Exception`.
 class TransferQuestions {
 public:
     TransferQuestions(TransferRequest& request, const TransferPolicy& policy)
@@ -58,8 +58,8 @@ public:
     {
     }
 
-    /// Errors: `TransferEnd` if the policy is to stop; that a file and a folder have one name, if
-    /// the policy is about files.
+    /// Errors: `TransferEnd` if the policy is to stop; an error for a file and a folder of one
+    /// name, if the policy is about files.
     TakenChoice settle(const TakenName& taken);
 
     /// Errors: `TransferEnd` if the policy is to stop.

@@ -11,15 +11,15 @@
 
 namespace orv {
 
-/// Gives the items that a transfer has copied the attribute rows of their originals, several in one
-/// go. Sources come from several folders; all go to one.
+/// Gives the copied items of a transfer the attribute rows of their originals, several in one go.
+/// Sources come from several folders; all go to one.
 ///
 /// Threading: one background thread.
 /// Errors: those of the database.
 class TransferRecords {
 public:
-    /// What stood under the name of a copy before: rows of an item that it replaces, or of an
-    /// earlier one of its name, are deleted. Below a new folder there are none.
+    /// The item of that name before the copy: its rows are deleted, and rows of an earlier item,
+    /// too. A new folder has none below it.
     enum class Before { maybe_rows, no_rows };
 
     explicit TransferRecords(const Url& folder);
@@ -27,18 +27,18 @@ public:
     /// Further items come from this folder.
     void come_from(const Url& folder);
 
-    /// Notes that the item at the relative path `from` in the folder of the sources now is at
-    /// `to` in the destination, too. Its row follows now or within some items.
+    /// Notes the copy of the item at the relative path `from` in the sources' folder to `to` in the
+    /// destination. Its row follows now or within some items.
     void add(const std::string& from, const std::string& to, Before before);
 
-    /// From now on nothing is written until `release`: what is noted is still hidden, and replaces
-    /// the item at `to` when it appears.
+    /// Holds back the rows until `release`: the noted items are still hidden, and replace the item
+    /// at `to` when they appear.
     void hold();
     void release(const std::string& to);
-    /// Instead of `release`: what was noted since never appears.
+    /// Instead of `release`: the items noted since never appear.
     void drop();
 
-    /// Writes the rows of all items that were noted.
+    /// Writes the rows of all noted items.
     void write();
 
 private:

@@ -15,7 +15,7 @@
 
 namespace orv {
 
-/// What the parts of one transfer share.
+/// State shared by the parts of one transfer.
 struct TransferRun {
     TransferRequest& request;
     const TransferPlan& plan;
@@ -24,7 +24,7 @@ struct TransferRun {
     TransferQuestions questions;
     TransferLog log;
     TransferMeter meter;
-    /// Items that are not transferred, and why.
+    /// Items left out, and why.
     std::map<std::string, Error> refused = {};
 
     [[nodiscard]] const Error* refusal_of(const Url& item) const

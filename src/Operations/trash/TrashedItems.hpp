@@ -10,18 +10,18 @@
 
 namespace orv {
 
-/// Describes an item as an application sees it; the size of a folder is left out.
+/// Describes an item as an application sees it, without the size of a folder.
 [[nodiscard]] TrashedItem trashed_item(const TrashFolder& trash, const TrashEntry& entry);
 
-/// Describes all items in the trash, and adds infos that cannot be read to `failures`. The sizes of
-/// folders are those that are kept there; what is missing is added up and kept. What `poll` throws
+/// Describes all items in the trash, and adds unreadable infos to `failures`. Takes the sizes of
+/// folders from the trash's own list, and adds up and stores missing ones. An exception from `poll`
 /// ends it.
 ///
 /// Errors: the platform's.
 [[nodiscard]] std::vector<TrashedItem>
 trashed_items(const TrashFolder& trash, std::vector<Error>& failures, FunctionRef<void()> poll);
 
-/// Forgets the kept sizes of folders that have left the trash.
+/// Forgets the stored sizes of folders that have left the trash.
 ///
 /// Errors: the platform's.
 void keep_sizes_of_folders_in(const TrashFolder& trash);
