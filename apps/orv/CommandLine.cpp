@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <deque>
 #include <functional>
 #include <map>
 #include <numeric>
@@ -30,15 +31,15 @@ std::map<std::string, OnConflict> conflict_words()
 
 std::map<std::string, TransferPolicy::OnConflict> transfer_words()
 {
-    using OnConflict = TransferPolicy::OnConflict;
-    return {{"ask", OnConflict::ask},
-            {"merge", OnConflict::merge},
-            {"replace", OnConflict::replace},
-            {"replace-older", OnConflict::replace_if_older},
-            {"skip", OnConflict::skip},
-            {"skip-equal", OnConflict::skip_if_equal},
-            {"keep-both", OnConflict::keep_both},
-            {"stop", OnConflict::stop}};
+    using OnTaken = TransferPolicy::OnConflict;
+    return {{"ask", OnTaken::ask},
+            {"merge", OnTaken::merge},
+            {"replace", OnTaken::replace},
+            {"replace-older", OnTaken::replace_if_older},
+            {"skip", OnTaken::skip},
+            {"skip-equal", OnTaken::skip_if_equal},
+            {"keep-both", OnTaken::keep_both},
+            {"stop", OnTaken::stop}};
 }
 
 std::map<std::string, TransferPolicy::OnError> error_words()
@@ -425,32 +426,33 @@ private:
     /// The letters of cp and mv for some of the policies. They merge folders.
     static void add_habits(CLI::App& command, TransferPolicy& policy)
     {
-        using OnConflict = TransferPolicy::OnConflict;
-        const auto add = [&](const char* name, OnConflict on_conflict, const char* description) {
+        using OnTaken = TransferPolicy::OnConflict;
+        const auto add = [&](const char* name, OnTaken on_conflict, const char* description) {
             command.add_flag_callback(
                 name,
                 [&policy, on_conflict] {
                     policy.on_conflict = on_conflict;
-                    policy.merges_folders = on_conflict != OnConflict::ask;
+                    policy.merges_folders = on_conflict != OnTaken::ask;
                 },
                 description);
         };
-        add("-f,--force", OnConflict::replace, "Replace files and merge folders");
-        add("-n,--no-clobber", OnConflict::skip, "Leave out files whose name is taken");
-        add("-u,--update", OnConflict::replace_if_older, "Replace files that are older");
-        add("-i,--interactive", OnConflict::ask, "Ask about taken names, as by default");
+        add("-f,--force", OnTaken::replace, "Replace files and merge folders");
+        add("-n,--no-clobber", OnTaken::skip, "Leave out files whose name is taken");
+        add("-u,--update", OnTaken::replace_if_older, "Replace files that are older");
+        add("-i,--interactive", OnTaken::ask, "Ask about taken names, as by default");
     }
 
     /// Adds an option with one of `words` as its value.
     template <class Value>
-    static CLI::Option* add_word(CLI::App& command, const std::string& option,
-                                 const std::map<std::string, Value>& words, Value& value,
-                                 const std::string& description, const std::string& choices)
+    CLI::Option* add_word(CLI::App& command, const std::string& option,
+                          const std::map<std::string, Value>& words, Value& value,
+                          const std::string& description, const std::string& choices)
     {
-        const auto take = [&value, option, words](const std::string& word) {
+        const auto& take = takers_.emplace_back([&value, option, words](const std::string& word) {
             take_word<Value>(option, word, words, [&](Value chosen) { value = chosen; });
-        };
-        return command.add_option_function<std::string>(option, take, description)
+        });
+        const auto call = [&take](const std::string& word) { take(word); };
+        return command.add_option_function<std::string>(option, call, description)
             ->type_name(choices);
     }
 
@@ -756,6 +758,8 @@ private:
         return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
     }
 
+    /// What the options with a word of a list do with it; the parser refers to them.
+    std::deque<std::function<void(const std::string&)>> takers_;
     CLI::App app_{"Lists, finds, measures, copies, moves, writes and deletes files, and keeps "
                   "their attributes.",
                   "orv"};

@@ -88,7 +88,7 @@ void show_reasons(const TransferQuestion& about)
 
 } // namespace
 
-void TransferAnswers::ask(std::shared_ptr<TransferQuestion> about)
+void TransferAnswers::ask(const std::shared_ptr<TransferQuestion>& about)
 {
     show_reasons(*about);
     const auto take_line = [about](const std::string& line) {

@@ -16,7 +16,7 @@ public:
     /// With `of_many`, offers answers for all.
     explicit TransferAnswers(bool of_many) : of_many_(of_many) {}
 
-    void ask(std::shared_ptr<TransferQuestion> about);
+    void ask(const std::shared_ptr<TransferQuestion>& about);
 
     [[nodiscard]] Question& question() { return question_; }
 

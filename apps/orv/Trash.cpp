@@ -102,6 +102,7 @@ void restore(const TrashCommand& command, const Surroundings& surroundings)
 {
     const auto found = trashed(surroundings);
     std::vector<TrashedItem> items;
+    items.reserve(command.paths.size());
     for (const std::string& path : command.paths)
         items.push_back(item_that_was_at(path, found));
     Conflicts conflicts(command.on_conflict, surroundings.can_ask);

@@ -65,11 +65,11 @@ ByteView PackedContent::next(std::uint64_t max_size, Bytes& buffer)
 
 void PackedContent::finish(Bytes& buffer)
 {
-    constexpr std::uint64_t part_size = 256 * 1024;
+    constexpr std::uint64_t rest_size = 256 * 1024;
     if (!decryption_)
         return;
     while (left() > 0)
-        next(part_size, buffer);
+        next(rest_size, buffer);
     std::array<std::byte, AesStream::code_size> code;
     read(code);
     if (code != decryption_->code())

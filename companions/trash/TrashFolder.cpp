@@ -210,9 +210,9 @@ std::string TrashFolder::reserve(const Url& original, TrashInfo::Date date)
 
 void TrashFolder::write_info(const std::string& name, const std::string& text) const
 {
-    const std::string file_name = info_name(name);
-    const Url url = place_.url.appending("info").appending(file_name);
-    const FileDescriptor file(::openat(info_.get(), file_name.c_str(),
+    const std::string info_file = info_name(name);
+    const Url url = place_.url.appending("info").appending(info_file);
+    const FileDescriptor file(::openat(info_.get(), info_file.c_str(),
                                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                        S_IRUSR | S_IWUSR));
     if (!file)
@@ -222,7 +222,7 @@ void TrashFolder::write_info(const std::string& name, const std::string& text) c
         flush(file.get(), url);
         flush(info_.get(), url);
     } catch (const Error&) {
-        ::unlinkat(info_.get(), file_name.c_str(), 0);
+        ::unlinkat(info_.get(), info_file.c_str(), 0);
         throw;
     }
 }

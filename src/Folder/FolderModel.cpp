@@ -136,7 +136,7 @@ private:
             [&](OrvFolder::gone&& told) { remove_all(told.error); });
     }
 
-    void announce(RowChange change, FunctionRef<void()> apply)
+    void announce(const RowChange& change, FunctionRef<void()> apply)
     {
         if (listener_.on_rows && !has_ended_)
             listener_.on_rows(change, apply);

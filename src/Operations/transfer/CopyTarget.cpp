@@ -65,7 +65,9 @@ bool CopyTarget::handle(CopyItem item, const SourceItem& source, std::optional<I
         } catch (const Error& error) {
             if (was_built)
                 continue; // a copy in its turn reports the obstacle, and its place
-            if (error.code() == EEXIST && (there = facts_at_destination(item)))
+            if (error.code() == EEXIST)
+                there = facts_at_destination(item);
+            if (there)
                 continue;
             if (run_.questions.settle(item.url, error) == FailureChoice::retry)
                 continue;
@@ -174,7 +176,7 @@ void CopyTarget::set_entry(const CopyItem& item, std::string name, DestinationFo
                            std::unique_ptr<OpenedDestination> replacing)
 {
     const bool is_new = kept.has_value();
-    entry_.emplace(Entry{std::move(name), std::move(kept),
+    entry_.emplace(Entry{std::move(name), kept,
                          Level{path_of(item.new_name), is_new, item, std::move(replacing)}});
 }
 

@@ -168,14 +168,13 @@ void TransferCopy::come_to_item(TreeWalk& walk, const CopyItem& top)
     CopyItem item{top.source,  false, walk.path(),
                   name,        name,  top.path + "/" + walk.relative_path(),
                   walk.facts()};
-    if (const Error* refusal = run_.refusal_of(item.url)) {
+    const Error* refusal = run_.refusal_of(item.url);
+    if (refusal)
         target_.leave_out(item, *refusal);
+    const bool is_skipped =
+        refusal || (name.starts_with('.') && is_left_out(source_item(walk.folder(), item)));
+    if (is_skipped || !come_to(std::move(item), walk.folder()))
         walk.skip_contents();
-    } else if (name.starts_with('.') && is_left_out(source_item(walk.folder(), item))) {
-        walk.skip_contents();
-    } else if (!come_to(std::move(item), walk.folder())) {
-        walk.skip_contents();
-    }
 }
 
 void TransferCopy::come_to_contents(const TreeWalk& walk)
@@ -197,7 +196,7 @@ void TransferCopy::come_to_end(const TreeWalk& walk)
     if (was_new && can_go_ahead() && keep_open(walk.folder())) {
         add(EndAhead{std::exchange(walked_folder_, {})});
         if (!is_in_new_folder())
-            take_all(); // true if the items in this folder are compared
+            take_all(); // from here on, the items of the destination are looked at
         return;
     }
     walked_folder_.reset();
