@@ -1,3 +1,5 @@
+#include "CustomAttributes/RecCustomAttr.hpp"
+#include "CustomAttributes/RecordKey.hpp"
 #include "Operations/frame/Request.hpp"
 #include "Operations/frame/UrlLocker.hpp"
 #include "support/Engine.hpp"
@@ -160,6 +162,7 @@ protected:
     {
         std::filesystem::remove_all(folder().path());
         make_tree(folder(), GetParam().before);
+        RecCustomAttr::delete_records(record_key(folder()));
         store_rows(folder(), with_rows(GetParam().before));
         said_.clear();
     }

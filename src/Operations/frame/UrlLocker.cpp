@@ -336,6 +336,20 @@ bool UrlLocker::is_write_locked(const Url& url)
         [&](Registry& registry) { return registry.is_locked(LockType::Kind::write, key); });
 }
 
+namespace {
+
+/// No value once the wait was given up. The waiter's mutex is free again at the return: whoever
+/// grants holds the registry's before it, so nothing may take that one inside.
+std::optional<UrlLocker::Registration> wait_for_grant(LockTurn::Waiter& waiter)
+{
+    const WorkerPool::Blocked blocked;
+    std::unique_lock lock(waiter.mutex);
+    waiter.ended.wait(lock, [&] { return waiter.is_given_up || waiter.granted; });
+    return std::exchange(waiter.granted, std::nullopt);
+}
+
+} // namespace
+
 LockTurn::LockTurn(std::vector<LockType> wanted) : waiter_(std::make_shared<Waiter>())
 {
     waiter_->wanted = resolved_already(std::move(wanted));
@@ -353,12 +367,10 @@ LockTurn::~LockTurn()
 
 std::optional<LocationLock> LockTurn::wait()
 {
-    const WorkerPool::Blocked blocked;
-    std::unique_lock lock(waiter_->mutex);
-    waiter_->ended.wait(lock, [this] { return waiter_->is_given_up || waiter_->granted; });
-    if (!waiter_->granted)
+    const auto granted = wait_for_grant(*waiter_);
+    if (!granted)
         return std::nullopt;
-    return LocationLock(*std::exchange(waiter_->granted, std::nullopt));
+    return LocationLock(*granted);
 }
 
 void LockTurn::give_up()
