@@ -2,6 +2,7 @@
 
 #include "Operations/frame/UrlLocker.hpp"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -49,6 +50,11 @@ public:
 
     /// Threading: any.
     void give_up();
+
+    /// The number of those in the line.
+    ///
+    /// Threading: any.
+    [[nodiscard]] static std::size_t count();
 
     struct Waiter;
 

@@ -178,6 +178,8 @@ public:
         grant();
     }
 
+    [[nodiscard]] std::size_t waiter_count() const { return waiting_.size(); }
+
     void remove_waiter(const std::shared_ptr<Waiter>& waiter)
     {
         if (std::erase(waiting_, waiter) > 0)
@@ -371,6 +373,11 @@ std::optional<LocationLock> LockTurn::wait()
     if (!granted)
         return std::nullopt;
     return LocationLock(*granted);
+}
+
+std::size_t LockTurn::count()
+{
+    return Registry::with_instance([](Registry& registry) { return registry.waiter_count(); });
 }
 
 void LockTurn::give_up()

@@ -17,6 +17,11 @@ namespace {
 
 using Outcome = TransferReport::Outcome;
 
+bool is_lost_write(const Error& error)
+{
+    return error.code() == EIO || error.code() == ENOSPC || error.code() == EDQUOT;
+}
+
 DestinationFolders opened_destination(const Url& folder)
 {
     const Place place = Place::of(folder);
@@ -63,8 +68,10 @@ bool CopyTarget::handle(CopyItem item, const SourceItem& source, std::optional<I
         try {
             return attempt(item, source, std::exchange(there, {}), std::exchange(built, nullptr));
         } catch (const Error& error) {
-            if (was_built)
-                continue; // a copy in its turn reports the obstacle, and its place
+            // A copy in its turn reports the obstacle, and its place. A volume that failed once
+            // to take the content may say nothing the second time.
+            if (was_built && !is_lost_write(error))
+                continue;
             if (error.code() == EEXIST)
                 there = facts_at_destination(item);
             if (there)
