@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <deque>
 #include <functional>
 #include <map>
 #include <numeric>
@@ -21,37 +20,15 @@ constexpr int usage_exit = 2;
 using OnConflict = std::optional<ConflictBehaviour>;
 using SortKey = SortType::Key;
 
-std::map<std::string, OnConflict> conflict_words()
+std::map<std::string, OnConflict> conflict_words(bool can_merge)
 {
-    return {{"ask", std::nullopt},
-            {"replace", ConflictBehaviour::replace},
-            {"keep-both", ConflictBehaviour::keep_both},
-            {"stop", ConflictBehaviour::stop}};
-}
-
-std::map<std::string, TransferPolicy::OnConflict> transfer_words()
-{
-    using OnTaken = TransferPolicy::OnConflict;
-    return {{"ask", OnTaken::ask},
-            {"merge", OnTaken::merge},
-            {"replace", OnTaken::replace},
-            {"replace-older", OnTaken::replace_if_older},
-            {"skip", OnTaken::skip},
-            {"skip-equal", OnTaken::skip_if_equal},
-            {"keep-both", OnTaken::keep_both},
-            {"stop", OnTaken::stop}};
-}
-
-std::map<std::string, TransferPolicy::OnError> error_words()
-{
-    using OnError = TransferPolicy::OnError;
-    return {{"ask", OnError::ask}, {"skip", OnError::skip}, {"stop", OnError::stop}};
-}
-
-std::map<std::string, TransferPolicy::Flush> flush_words()
-{
-    using Flush = TransferPolicy::Flush;
-    return {{"auto", Flush::automatic}, {"always", Flush::always}, {"never", Flush::never}};
+    std::map<std::string, OnConflict> words{{"ask", std::nullopt},
+                                            {"replace", ConflictBehaviour::replace},
+                                            {"keep-both", ConflictBehaviour::keep_both},
+                                            {"stop", ConflictBehaviour::stop}};
+    if (can_merge)
+        words["merge"] = ConflictBehaviour::merge;
+    return words;
 }
 
 std::map<std::string, SortKey> sort_words()
@@ -86,7 +63,7 @@ SortType sort_type(SortKey key, SortOrder order)
     return SortType::by_custom_order();
 }
 
-/// Takes one of the keys of `words`, and lists them after any other word.
+/// Takes one of the keys of `words`, and says which there are when it is another.
 template <class Value>
 void take_word(const std::string& option, const std::string& word,
                const std::map<std::string, Value>& words, const std::function<void(Value)>& take)
@@ -119,7 +96,7 @@ std::string check_app_id(const std::string& id)
     return is_name ? "" : "\"" + id + "\" is no name for a folder";
 }
 
-/// The picture format for the ending of the name.
+/// The form that the ending of the name asks for.
 ThumbCommand::Form thumb_form(const std::string& output)
 {
     const std::size_t dot = output.rfind('.');
@@ -132,7 +109,7 @@ ThumbCommand::Form thumb_form(const std::string& output)
     throw CLI::ValidationError("OUT", "\"" + output + "\" ends with none of .jpeg, .jpg, .png");
 }
 
-/// The number of letters to insert, remove or exchange between the two.
+/// How many letters have to be inserted, removed or exchanged to make the one of the other.
 std::size_t distance(std::string_view one, std::string_view other)
 {
     std::vector<std::size_t> row(other.size() + 1);
@@ -148,11 +125,11 @@ std::size_t distance(std::string_view one, std::string_view other)
     return row.back();
 }
 
-/// The command a person probably meant with `word`, as an addition to a sentence; empty if that is
+/// What a person who typed `word` probably meant, to be added to a sentence; empty if that is
 /// anybody's guess.
 std::string hint_for(std::string_view word)
 {
-    // The second of a pair is the command's name in other programs.
+    // The second of a pair is what other programs call the command.
     constexpr std::pair<std::string_view, std::string_view> names[] = {
         {"ls", "list"},         {"ls", "dir"},    {"find", "search"},  {"protected", ""},
         {"du", "size"},         {"cp", "copy"},   {"mv", "move"},      {"rename", "ren"},
@@ -176,7 +153,7 @@ std::string check_home(const std::string& folder)
     return folder.empty() ? "an empty path is no folder" : "";
 }
 
-/// The parser, and the values it fills in.
+/// The parser, and the values that it fills in.
 class Parser {
 public:
     explicit Parser(const std::vector<std::string>& arguments)
@@ -208,8 +185,8 @@ public:
     }
 
 private:
-    /// Adds the commands named by the arguments: to set up all of them takes a good part of the
-    /// time of a short command. Adds all of them for help, and for arguments without a command.
+    /// Adds the commands that the arguments name, since setting up all of them takes a good part of
+    /// the time that a short command takes; all of them for help, and for what names none.
     void add_commands(const std::vector<std::string>& arguments)
     {
         constexpr std::pair<std::string_view, void (Parser::*)()> commands[] = {
@@ -241,7 +218,7 @@ private:
                 (this->*add)();
     }
 
-    /// The word in the place of a command.
+    /// The word that stands where a command should.
     std::optional<std::string> unknown_command() const
     {
         const std::vector<std::string> rest = app_.remaining();
@@ -377,83 +354,23 @@ private:
     {
         CLI::App* command = app_.add_subcommand(
             "cp", "Copy items, folders with everything in them; attributes follow");
-        add_transfer(*command, copy_, "What to copy");
-        command->add_flag_callback(
-            "-r,-R,--recursive,-a,--archive,-p", [] {},
-            "Nothing: folders, dates and modes are always copied");
-        command->add_flag_callback(
-            "-L,--dereference", [this] { copy_.policy.links = TransferPolicy::Links::follow; },
-            "Copy what symbolic links lead to, instead of the links");
+        add_places(*command, "What to copy", copy_.sources, copy_.destination);
+        add_on_conflict(*command, copy_.on_conflict, true,
+                        "What to do when a name is taken; default: ask, which without a terminal "
+                        "means stop");
+        command->callback([this] { command_ = copy_; });
     }
 
     void add_move()
     {
         CLI::App* command = app_.add_subcommand(
             "mv", "Move items, folders with everything in them; attributes follow");
-        add_transfer(*command, move_, "What to move");
-    }
-
-    void add_transfer(CLI::App& command, TransferCommand& transfer, const std::string& description)
-    {
-        TransferPolicy& policy = transfer.policy;
-        add_places(command, description, transfer.sources, transfer.destination);
-        add_word(command, "--on-conflict", transfer_words(), policy.on_conflict,
-                 "What to do when a name is taken, at any depth; default: ask, which without a "
-                 "terminal means stop",
-                 "ask|merge|replace|replace-older|skip|skip-equal|keep-both|stop");
-        auto* on_error = add_word(command, "--on-error", error_words(), policy.on_error,
-                                  "What to do about an item that fails; default: ask, which "
-                                  "without a terminal means skip for cp and stop for mv",
-                                  "ask|skip|stop");
-        add_word(command, "--flush", flush_words(), policy.flush,
-                 "When the new items are on the medium before the command ends; auto: on removable "
-                 "and network volumes",
-                 "auto|always|never");
-        command.add_flag("--verify", policy.verify,
-                         "Read every copied file back from the medium and compare it");
-        command.add_flag("--dry-run", transfer.is_dry_run,
-                         "Only tell what would be done, an item a line");
-        command.add_flag("-v,--verbose", transfer.is_verbose, "Tell what was done");
-        add_habits(command, policy);
-        command.footer("A symbolic link is an item itself. What was left out is told, and the exit "
-                       "code is 1 then.");
-        command.callback([this, &transfer, on_error] {
-            transfer.asks_about_errors = on_error->count() > 0;
-            command_ = transfer;
-        });
-    }
-
-    /// The letters of cp and mv for some of the policies. They merge folders.
-    static void add_habits(CLI::App& command, TransferPolicy& policy)
-    {
-        using OnTaken = TransferPolicy::OnConflict;
-        const auto add = [&](const char* name, OnTaken on_conflict, const char* description) {
-            command.add_flag_callback(
-                name,
-                [&policy, on_conflict] {
-                    policy.on_conflict = on_conflict;
-                    policy.merges_folders = on_conflict != OnTaken::ask;
-                },
-                description);
-        };
-        add("-f,--force", OnTaken::replace, "Replace files and merge folders");
-        add("-n,--no-clobber", OnTaken::skip, "Leave out files whose name is taken");
-        add("-u,--update", OnTaken::replace_if_older, "Replace files that are older");
-        add("-i,--interactive", OnTaken::ask, "Ask about taken names, as by default");
-    }
-
-    /// Adds an option with one of `words` as its value.
-    template <class Value>
-    CLI::Option* add_word(CLI::App& command, const std::string& option,
-                          const std::map<std::string, Value>& words, Value& value,
-                          const std::string& description, const std::string& choices)
-    {
-        const auto& take = takers_.emplace_back([&value, option, words](const std::string& word) {
-            take_word<Value>(option, word, words, [&](Value chosen) { value = chosen; });
-        });
-        const auto call = [&take](const std::string& word) { take(word); };
-        return command.add_option_function<std::string>(option, call, description)
-            ->type_name(choices);
+        add_places(*command, "What to move", move_.sources, move_.destination);
+        add_on_conflict(*command, move_.on_conflict, false,
+                        "What to do when a name is taken; default: ask, which without a terminal "
+                        "means stop");
+        command->footer("The move of an item that was begun is finished, also after Ctrl-C.");
+        command->callback([this] { command_ = move_; });
     }
 
     void add_rename()
@@ -476,7 +393,7 @@ private:
         CLI::App* command = app_.add_subcommand(
             "write", "Write standard input to a new file, which appears when it is complete");
         command->add_option("FILE", write_.file, "The file")->type_name("")->required();
-        add_on_conflict(*command, write_.on_conflict,
+        add_on_conflict(*command, write_.on_conflict, false,
                         "What to do when the name is taken; default: ask on the terminal, wherever "
                         "the input comes from, which without a terminal means stop");
         command->footer(
@@ -485,7 +402,7 @@ private:
         command->callback([this] { command_ = write_; });
     }
 
-    /// Adds "SRC... DEST": the last path is the destination.
+    /// Adds "SRC... DEST": what is named last is the destination.
     static void add_places(CLI::App& command, const std::string& description,
                            std::vector<std::string>& sources, std::string& destination)
     {
@@ -507,17 +424,18 @@ private:
             ->required();
     }
 
-    static void add_on_conflict(CLI::App& command, OnConflict& on_conflict,
+    static void add_on_conflict(CLI::App& command, OnConflict& on_conflict, bool can_merge,
                                 const std::string& description)
     {
-        const auto take = [&on_conflict](const std::string& word) {
-            if (word == "merge")
-                throw CLI::ValidationError("--on-conflict", "only cp and mv can merge folders");
-            take_word<OnConflict>("--on-conflict", word, conflict_words(),
+        const auto take = [&on_conflict, can_merge](const std::string& word) {
+            if (word == "merge" && !can_merge)
+                throw CLI::ValidationError("--on-conflict", "only a copy can merge folders");
+            take_word<OnConflict>("--on-conflict", word, conflict_words(can_merge),
                                   [&](OnConflict answer) { on_conflict = answer; });
         };
         command.add_option_function<std::string>("--on-conflict", take, description)
-            ->type_name("ask|replace|keep-both|stop");
+            ->type_name(can_merge ? "ask|merge|replace|keep-both|stop"
+                                  : "ask|replace|keep-both|stop");
     }
 
     void add_zip()
@@ -581,7 +499,7 @@ private:
             command->add_option("--quality", thumb_.quality, "Of a .jpg, from 0 to 1 (0.9)")
                 ->type_name("Q")
                 ->check(CLI::Range(0.0, 1.0));
-        add_on_conflict(*command, thumb_.on_conflict,
+        add_on_conflict(*command, thumb_.on_conflict, false,
                         "What to do when the name is taken; default: ask, which without a terminal "
                         "means stop");
         command->footer("With one side given, the other follows from the shape of the picture; "
@@ -641,7 +559,7 @@ private:
             ->type_name("DAYS")
             ->check(CLI::Range(std::int64_t{0}, std::int64_t{1'000'000}))
             ->needs(empty);
-        add_on_conflict(*command, trash_.on_conflict,
+        add_on_conflict(*command, trash_.on_conflict, false,
                         "What to do when a name is taken; default: ask, which without a terminal "
                         "means stop");
         command->get_option("--on-conflict")->needs(restore);
@@ -730,14 +648,14 @@ private:
         return path;
     }
 
-    /// The kind of an argument other than a path.
+    /// Of an argument that is no path, what it was.
     std::string as_typed(const std::string& argument) const
     {
         const auto found = typed_.find(argument);
         return found == typed_.end() ? argument : found->second;
     }
 
-    /// The innermost command among the arguments.
+    /// The innermost command that was named.
     const CLI::App& parsed_app() const
     {
         const CLI::App* app = &app_;
@@ -758,8 +676,6 @@ private:
         return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
     }
 
-    /// What the options with a word of a list do with it; the parser refers to them.
-    std::deque<std::function<void(const std::string&)>> takers_;
     CLI::App app_{"Lists, finds, measures, copies, moves, writes and deletes files, and keeps "
                   "their attributes.",
                   "orv"};
@@ -773,8 +689,8 @@ private:
     FindCommand find_;
     ProtectedCommand protected_;
     FolderSizeCommand folder_size_;
-    TransferCommand copy_{.kind = TransferPlan::Kind::copy};
-    TransferCommand move_{.kind = TransferPlan::Kind::move};
+    CopyCommand copy_;
+    MoveCommand move_;
     RenameCommand rename_;
     WriteCommand write_;
     ZipCommand zip_;
@@ -787,7 +703,7 @@ private:
     GetAttributesCommand get_attributes_;
     SetAttributesCommand set_attributes_;
     std::optional<Command> command_;
-    std::map<std::string, std::string> typed_; // by the result
+    std::map<std::string, std::string> typed_; // by what was made of it
 };
 
 } // namespace

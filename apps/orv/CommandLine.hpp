@@ -2,7 +2,6 @@
 
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/ConflictResolver.hpp>
-#include <orv/Operations/TransferOpr.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -12,7 +11,7 @@
 
 namespace orv::app {
 
-/// Options of every command.
+/// What is said for every command.
 struct GlobalOptions {
     std::optional<std::string> home;
     std::string app_id = "orv";
@@ -26,7 +25,7 @@ struct ListCommand {
     std::optional<SortType> sort;
     bool remember = false;
     bool watch = false;    ///< go on with the changes
-    bool unsorted = false; ///< write items in the order of discovery
+    bool unsorted = false; ///< write items as they are found
     enum class Form { names, details, json } form = Form::names;
 };
 
@@ -48,16 +47,16 @@ struct FolderSizeCommand {
     std::string folder;
 };
 
-/// "cp" and "mv".
-struct TransferCommand {
-    TransferPlan::Kind kind;
+struct CopyCommand {
     std::vector<std::string> sources;
     std::string destination;
-    TransferPolicy policy;
-    bool asks_about_errors =
-        false; ///< given on the command line, so without a terminal an error ends it
-    bool is_dry_run = false;
-    bool is_verbose = false;
+    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
+};
+
+struct MoveCommand {
+    std::vector<std::string> sources;
+    std::string destination;
+    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
 };
 
 struct RenameCommand {
@@ -70,7 +69,8 @@ struct WriteCommand {
     std::optional<ConflictBehaviour> on_conflict; ///< none: ask
 };
 
-/// The source of an archive's password. It never stands on the command line, in view of others.
+/// Where the password of an archive comes from; it is never given on the command line, which others
+/// can see.
 struct PasswordSource {
     std::optional<std::string> file;
     bool is_asked = false;
@@ -127,7 +127,7 @@ struct GetAttributesCommand {
     bool json = false;
 };
 
-/// A field left out keeps its value.
+/// What is left out stays as it is.
 struct SetAttributesCommand {
     struct Order {
         std::optional<std::int64_t> number;
@@ -138,10 +138,11 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command = std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand,
-                             TransferCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand,
-                             ThumbCommand, RemoveCommand, TrashCommand, MakeFolderCommand,
-                             ExamplesCommand, GetAttributesCommand, SetAttributesCommand>;
+using Command =
+    std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand, CopyCommand,
+                 MoveCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand, ThumbCommand,
+                 RemoveCommand, TrashCommand, MakeFolderCommand, ExamplesCommand,
+                 GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

@@ -14,12 +14,13 @@ struct Surroundings {
 /// Each carries one command out.
 ///
 /// Threading: main thread.
-/// Errors: `Error` for a failure, `Interrupted`, and those of `LargeOutput`.
+/// Errors: `Error` when it could not be done, `Interrupted`, and those of `LargeOutput`.
 void run(const ListCommand& command, const Surroundings& surroundings);
 void run(const FindCommand& command, const Surroundings& surroundings);
 void run(const ProtectedCommand& command, const Surroundings& surroundings);
 void run(const FolderSizeCommand& command, const Surroundings& surroundings);
-void run(const TransferCommand& command, const Surroundings& surroundings);
+void run(const CopyCommand& command, const Surroundings& surroundings);
+void run(const MoveCommand& command, const Surroundings& surroundings);
 void run(const RenameCommand& command, const Surroundings& surroundings);
 void run(const WriteCommand& command, const Surroundings& surroundings);
 void run(const ZipCommand& command, const Surroundings& surroundings);

@@ -5,14 +5,11 @@
 
 namespace orv::app {
 
-/// The command failed and has said why.
+/// The command failed, and what failed was told.
 struct ToldFailure {};
 
-/// Ctrl-C ended the request.
+/// The request under way was interrupted.
 struct Interrupted {};
-
-/// The request failed and has said why.
-struct Failed {};
 
 /// The same error; where it tells no path, it gets `path`.
 [[nodiscard]] Error told_of(const Url& path, const Error& error);
