@@ -89,8 +89,8 @@ void RecordMove::take_back(FunctionRef<bool()> is_there)
         kept_.forget();
         if (is_there())
             return;
-        if (RecCustomAttr::any_records_below(from_))
-            RecCustomAttr::delete_records(to_);
+        // Also if the old place has none: a move elsewhere took the item and its records along.
+        RecCustomAttr::delete_records(to_);
         RecCustomAttr::replace_all(replaced_);
     });
 }

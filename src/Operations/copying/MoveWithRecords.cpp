@@ -5,12 +5,18 @@
 #include "Tool/VolumeMove.hpp"
 #include "Tool/WatchedMove.hpp"
 #include "files/Flush.hpp"
+#include "files/ItemStatus.hpp"
+#include "files/ItemVersion.hpp"
 #include "files/SameItem.hpp"
 
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
 #include <exception>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace orv {
 namespace {
@@ -20,6 +26,14 @@ try {
     records.take_back(is_there);
 } catch (const std::exception&) {
     return; // the request ends with the error of the move
+}
+
+/// True if the item with the status `then` is at `url`. Not known on a volume whose inode numbers
+/// change; then it is taken for another one.
+bool is_still(const std::optional<struct stat>& then, const Url& url)
+{
+    const auto now = item_status(url, AT_SYMLINK_NOFOLLOW);
+    return then && now && ItemVersion(*then).is_same_item(ItemVersion(*now));
 }
 
 /// Renames the item back, but never copies it back to another volume.
@@ -44,8 +58,12 @@ void move_with_records(const Url& from, const Url& to, bool replaces, const Move
         if (!replaces && Tool::item_exists(to) && !is_other_spelling(from, to))
             throw move_error(platform_error(EEXIST, to));
     };
+    // The item may have left for elsewhere, so its absence says nothing while the old one is there.
+    const auto old_item = replaces ? item_status(to, AT_SYMLINK_NOFOLLOW) : std::nullopt;
     const auto is_there = [&] {
-        return replaces ? !Tool::item_exists(from) : Tool::item_exists(to);
+        if (!replaces)
+            return Tool::item_exists(to);
+        return !is_still(old_item, to) && !Tool::item_exists(from);
     };
     const auto has_moved = [&] {
         return Tool::item_exists(to) && (!Tool::item_exists(from) || is_other_spelling(from, to));
