@@ -63,7 +63,7 @@ SortType sort_type(SortKey key, SortOrder order)
     return SortType::by_custom_order();
 }
 
-/// Takes one of the keys of `words`, and says which there are when it is another.
+/// Takes one of the keys of `words`, and lists them after any other word.
 template <class Value>
 void take_word(const std::string& option, const std::string& word,
                const std::map<std::string, Value>& words, const std::function<void(Value)>& take)
@@ -96,7 +96,7 @@ std::string check_app_id(const std::string& id)
     return is_name ? "" : "\"" + id + "\" is no name for a folder";
 }
 
-/// The form that the ending of the name asks for.
+/// The picture format for the ending of the name.
 ThumbCommand::Form thumb_form(const std::string& output)
 {
     const std::size_t dot = output.rfind('.');
@@ -109,7 +109,7 @@ ThumbCommand::Form thumb_form(const std::string& output)
     throw CLI::ValidationError("OUT", "\"" + output + "\" ends with none of .jpeg, .jpg, .png");
 }
 
-/// How many letters have to be inserted, removed or exchanged to make the one of the other.
+/// The number of letters to insert, remove or exchange between the two.
 std::size_t distance(std::string_view one, std::string_view other)
 {
     std::vector<std::size_t> row(other.size() + 1);
@@ -125,11 +125,11 @@ std::size_t distance(std::string_view one, std::string_view other)
     return row.back();
 }
 
-/// What a person who typed `word` probably meant, to be added to a sentence; empty if that is
+/// The command a person probably meant with `word`, as an addition to a sentence; empty if that is
 /// anybody's guess.
 std::string hint_for(std::string_view word)
 {
-    // The second of a pair is what other programs call the command.
+    // The second of a pair is the command's name in other programs.
     constexpr std::pair<std::string_view, std::string_view> names[] = {
         {"ls", "list"},         {"ls", "dir"},    {"find", "search"},  {"protected", ""},
         {"du", "size"},         {"cp", "copy"},   {"mv", "move"},      {"rename", "ren"},
@@ -153,7 +153,7 @@ std::string check_home(const std::string& folder)
     return folder.empty() ? "an empty path is no folder" : "";
 }
 
-/// The parser, and the values that it fills in.
+/// The parser, and the values it fills in.
 class Parser {
 public:
     explicit Parser(const std::vector<std::string>& arguments)
@@ -185,8 +185,8 @@ public:
     }
 
 private:
-    /// Adds the commands that the arguments name, since setting up all of them takes a good part of
-    /// the time that a short command takes; all of them for help, and for what names none.
+    /// Adds the commands named by the arguments: to set up all of them takes a good part of the
+    /// time of a short command. Adds all of them for help, and for arguments without a command.
     void add_commands(const std::vector<std::string>& arguments)
     {
         constexpr std::pair<std::string_view, void (Parser::*)()> commands[] = {
@@ -218,7 +218,7 @@ private:
                 (this->*add)();
     }
 
-    /// The word that stands where a command should.
+    /// The word in the place of a command.
     std::optional<std::string> unknown_command() const
     {
         const std::vector<std::string> rest = app_.remaining();
@@ -402,7 +402,7 @@ private:
         command->callback([this] { command_ = write_; });
     }
 
-    /// Adds "SRC... DEST": what is named last is the destination.
+    /// Adds "SRC... DEST": the last path is the destination.
     static void add_places(CLI::App& command, const std::string& description,
                            std::vector<std::string>& sources, std::string& destination)
     {
@@ -648,14 +648,14 @@ private:
         return path;
     }
 
-    /// Of an argument that is no path, what it was.
+    /// The kind of an argument other than a path.
     std::string as_typed(const std::string& argument) const
     {
         const auto found = typed_.find(argument);
         return found == typed_.end() ? argument : found->second;
     }
 
-    /// The innermost command that was named.
+    /// The innermost command among the arguments.
     const CLI::App& parsed_app() const
     {
         const CLI::App* app = &app_;
@@ -703,7 +703,7 @@ private:
     GetAttributesCommand get_attributes_;
     SetAttributesCommand set_attributes_;
     std::optional<Command> command_;
-    std::map<std::string, std::string> typed_; // by what was made of it
+    std::map<std::string, std::string> typed_; // by the result
 };
 
 } // namespace

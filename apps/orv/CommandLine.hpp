@@ -11,7 +11,7 @@
 
 namespace orv::app {
 
-/// What is said for every command.
+/// Options of every command.
 struct GlobalOptions {
     std::optional<std::string> home;
     std::string app_id = "orv";
@@ -25,7 +25,7 @@ struct ListCommand {
     std::optional<SortType> sort;
     bool remember = false;
     bool watch = false;    ///< go on with the changes
-    bool unsorted = false; ///< write items as they are found
+    bool unsorted = false; ///< write items in the order of discovery
     enum class Form { names, details, json } form = Form::names;
 };
 
@@ -69,8 +69,7 @@ struct WriteCommand {
     std::optional<ConflictBehaviour> on_conflict; ///< none: ask
 };
 
-/// Where the password of an archive comes from; it is never given on the command line, which others
-/// can see.
+/// The source of an archive's password. It never stands on the command line, in view of others.
 struct PasswordSource {
     std::optional<std::string> file;
     bool is_asked = false;
@@ -127,7 +126,7 @@ struct GetAttributesCommand {
     bool json = false;
 };
 
-/// What is left out stays as it is.
+/// A field left out keeps its value.
 struct SetAttributesCommand {
     struct Order {
         std::optional<std::int64_t> number;

@@ -14,7 +14,7 @@ struct Surroundings {
 /// Each carries one command out.
 ///
 /// Threading: main thread.
-/// Errors: `Error` when it could not be done, `Interrupted`, and those of `LargeOutput`.
+/// Errors: `Error` for a failure, `Interrupted`, and those of `LargeOutput`.
 void run(const ListCommand& command, const Surroundings& surroundings);
 void run(const FindCommand& command, const Surroundings& surroundings);
 void run(const ProtectedCommand& command, const Surroundings& surroundings);

@@ -5,10 +5,10 @@
 
 namespace orv::app {
 
-/// The command failed, and what failed was told.
+/// The command failed and has said why.
 struct ToldFailure {};
 
-/// The request under way was interrupted.
+/// Ctrl-C ended the request.
 struct Interrupted {};
 
 /// The same error; where it tells no path, it gets `path`.

@@ -35,7 +35,7 @@ Locations locations_for(const GlobalOptions& options)
     return locations;
 }
 
-/// What the engine says before it ends the process has been written by then.
+/// The engine's last words are on standard error by then.
 void end_after_fatal_error(std::string_view /*text*/)
 {
     ::_exit(failed);
@@ -43,10 +43,10 @@ void end_after_fatal_error(std::string_view /*text*/)
 
 void set_up_process(const GlobalOptions& options)
 {
-    // A long list is made on a background thread. Its own heap would grow by single pages.
+    // A long list grows on a background thread. That thread's own heap would grow by single pages.
     ::mallopt(M_ARENA_MAX, 1);
     std::signal(SIGPIPE, SIG_IGN);
-    std::setlocale(LC_CTYPE, "C.UTF-8"); // what the widths of characters are told by
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // the source of the widths of characters
     handle_interrupts();
     set_fatal_handler(end_after_fatal_error);
     OrvFileManager::configure(locations_for(options));
@@ -59,7 +59,7 @@ Surroundings surroundings_for(const GlobalOptions& options)
             .is_quiet = options.quiet};
 }
 
-/// Tells that Ctrl-C came too late to stop what was asked for.
+/// Reports that Ctrl-C came too late to stop the request.
 int tell_of_late_interrupt()
 {
     write_message("orv: It was done before the interrupt took effect.\n");

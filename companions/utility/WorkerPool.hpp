@@ -9,14 +9,14 @@ class Worker;
 
 /// The background threads of requests.
 ///
-/// As many tasks run at once as keep the machine busy. The others wait their turn, in the order in
-/// which they came. Some tasks do not count:
-/// - one that waits for a person's answer or for another task, as it says with `Blocked`;
-/// - one that waits briefly counts as a thread, of which there may be `max_threads`, but not as
-///   running;
-/// - one that makes no progress for a tenth of a second while others wait, as on a dead volume.
-/// So neither a thousand open questions, nor a parent that waits for its child, nor a frozen volume
-/// stops another request. A task that is done waiting goes on at once. Idle threads end after a few
+/// Runs as many tasks at once as keep the machine busy. The others wait their turn, in order of
+/// arrival. Some tasks do not count:
+/// - a task in wait for a person's answer or for another task; it says so with `Blocked`;
+/// - a task in a brief wait counts as one of the `max_threads` threads, but not as running;
+/// - a task without progress for a tenth of a second while others wait, as on a dead volume.
+///
+/// So neither a thousand open questions, nor a parent in wait for its child, nor a frozen volume
+/// stops another request. A task goes on at once after its wait. Idle threads end after a few
 /// seconds.
 class WorkerPool {
 public:

@@ -23,7 +23,7 @@ class LivingFolder;
 ///     orv::OrvFolder folder("/home/me", orv::SortType::by_name(orv::SortOrder::asc), {},
 ///                           [](orv::OrvFolder::Status status) { … });
 ///
-/// First come `added` in batches, the first within some milliseconds for any number of items, and
+/// First come `added` in batches, the first long before the rest of a large folder, and
 /// `complete`. Then every change comes as `added`, `removed`, `changed` or `renamed`, also in
 /// batches. Applied in order, they always give a list the folder had; its names are unique. `gone`
 /// is the last status: the folder cannot be listed, or was deleted, moved, replaced or unmounted.

@@ -13,7 +13,7 @@ struct statx;
 
 namespace orv {
 
-/// The items of a long listing, in some 80 bytes each: it makes a `FileItem` on demand.
+/// The items of a long listing, in a fraction of their memory: it makes a `FileItem` on demand.
 ///
 /// Threading: one thread at a time, or any number of readers.
 class ItemList {
