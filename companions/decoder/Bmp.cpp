@@ -60,11 +60,13 @@ bool has_all_rows(Bytes bytes, PictureSize size)
     return bytes.size() >= pixels_at && bytes.size() - pixels_at >= needed;
 }
 
-/// True if the file can hold the colour table its header announces. The loader reserves the table
-/// unseen: 4 GiB for a count of 2^32 - 1.
-bool has_all_colours(Bytes bytes)
+/// True if the file can hold the header and the colour table it announces. The loader reserves
+/// memory for both unseen: 4 GiB for a header of 2^32 - 1 bytes, or for as many colours.
+bool has_header_and_colours(Bytes bytes)
 {
-    return is_old(bytes) || little_endian(bytes, 46, 4) <= bytes.size() / 4;
+    constexpr std::size_t header_at = 14;
+    return little_endian(bytes, header_at, 4) <= bytes.size() - header_at &&
+           (is_old(bytes) || little_endian(bytes, 46, 4) <= bytes.size() / 4);
 }
 
 Picture picture_of(const GdkPixbuf* pixels)
@@ -114,7 +116,7 @@ Picture read_bmp(Bytes bytes)
     check_bounds(size);
     if (std::uint64_t{size.width} * size.height > Picture::max_pixels)
         throw Error("The BMP picture is too large.");
-    if (!has_all_rows(bytes, size) || !has_all_colours(bytes))
+    if (!has_all_rows(bytes, size) || !has_header_and_colours(bytes))
         throw Error("The BMP picture is incomplete.");
     const Loader loader(::gdk_pixbuf_loader_new_with_type("bmp", nullptr));
     if (!loader)

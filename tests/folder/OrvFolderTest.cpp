@@ -4,6 +4,7 @@
 #include "support/Volume.hpp"
 
 #include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <semaphore>
 
@@ -184,7 +185,8 @@ TEST_F(OrvFolderTest, ends_when_the_volume_is_unmounted)
         WatchedList list(at("f"));
         list.wait_until_complete();
         EXPECT_EQ(list.names(), std::set<std::string>{"a"});
-        ASSERT_EQ(::umount2(at("f").path().c_str(), flags), 0);
+        // The list may be complete a moment before its reader has closed the folder.
+        pump_until([&] { return ::umount2(at("f").path().c_str(), flags) == 0 || errno != EBUSY; });
         pump_until([&] { return list.is_gone(); });
     }
 }

@@ -7,7 +7,7 @@ pictures=$1 films=$2
 
 make_pictures() {
     local kind
-    vips gaussnoise grey.v 24 16 --sigma 60 --mean 128
+    vips perlin grey.v 24 16 --cell-size 4 --seed 1 --uchar
     vips bandjoin 'grey.v grey.v grey.v' colour.v
     vips cast colour.v colour.png uchar
     for kind in jpg tiff gif heic; do

@@ -132,8 +132,8 @@ TEST_F(StatusesTest, the_items_of_one_request_share_turns_of_the_main_loop)
         return turns - static_cast<int>(passed.count() / 5 + passed.count() / 10);
     };
     EXPECT_LT(turns_of(manager().copy(sources, at("copies"), {})), 300);
-    EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), 10);
-    EXPECT_LT(turns_of(manager().delete_items(moved, {})), 10);
+    EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), 20);
+    EXPECT_LT(turns_of(manager().delete_items(moved, {})), 20);
     EXPECT_EQ(tree(at("copies")).size(), sources.size());
     EXPECT_EQ(tree(at("in")).size(), 0U);
 }
