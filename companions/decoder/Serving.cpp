@@ -101,6 +101,7 @@ SizeWanted size_wanted(const picture::DecodeRequest& request)
     if (request.has_height)
         wanted.height = request.height;
     wanted.delivery = request.delivery;
+    wanted.fit = request.fit;
     return wanted;
 }
 

@@ -53,6 +53,7 @@ DecodeRequest request_for(SizeWanted wanted, const MemoryBudget::Share& memory)
     request.width = wanted.width.value_or(0);
     request.height = wanted.height.value_or(0);
     request.delivery = wanted.delivery;
+    request.fit = wanted.fit;
     request.memory = memory.size();
     request.is_all_memory = memory.is_all() ? 1 : 0;
     return request;

@@ -21,7 +21,7 @@ constexpr int decoder_lifeline = 4;
 constexpr int longest_processor_seconds = 10;
 
 /// Changes with these structures: a helper of another version gives no answer.
-constexpr std::uint32_t decoder_version = 0x4F525635;
+constexpr std::uint32_t decoder_version = 0x4F525636;
 
 struct DecodeRequest {
     std::uint32_t version = decoder_version;
@@ -29,6 +29,7 @@ struct DecodeRequest {
     std::uint8_t has_height = 0;
     std::uint8_t is_all_memory = 0; ///< there is no more to be had
     Delivery delivery = Delivery::thumbnail;
+    Fit fit = Fit::stretched;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint64_t memory = 0; ///< the helper's memory for this file, in bytes

@@ -30,12 +30,19 @@ bool may_enlarge(SizeWanted wanted)
     return wanted.delivery == Delivery::shared_of_any_size;
 }
 
+PictureSize size_in_square(PictureSize full, std::uint32_t side, SizeWanted wanted)
+{
+    return size_within(full, {side, side}, may_enlarge(wanted));
+}
+
 } // namespace
 
 PictureSize thumbnail_size(PictureSize full, SizeWanted wanted)
 {
     if (!wanted.width && !wanted.height)
         return full;
+    if (wanted.width && wanted.height && wanted.fit != Fit::stretched)
+        return size_within(full, {*wanted.width, *wanted.height}, wanted.fit == Fit::filling);
     if (wanted.width && wanted.height)
         return {*wanted.width, *wanted.height};
     if (full.width == 0 || full.height == 0)
@@ -59,12 +66,14 @@ std::span<const std::uint32_t> shared_sides_for(SizeWanted wanted)
     return sides.subspan(static_cast<std::size_t>(first - sides.begin()));
 }
 
-PictureSize size_within(PictureSize full, std::uint32_t side, bool may_enlarge)
+PictureSize size_within(PictureSize full, PictureSize box, bool may_enlarge)
 {
-    const std::uint32_t longest = std::max(full.width, full.height);
-    if (full.width == 0 || full.height == 0 || (longest <= side && !may_enlarge))
+    const bool has_room = full.width <= box.width && full.height <= box.height;
+    if (full.width == 0 || full.height == 0 || (has_room && !may_enlarge))
         return full;
-    return {in_proportion(full.width, side, longest), in_proportion(full.height, side, longest)};
+    if (std::uint64_t{full.width} * box.height >= std::uint64_t{full.height} * box.width)
+        return {box.width, in_proportion(full.height, box.width, full.width)};
+    return {in_proportion(full.width, box.height, full.height), box.height};
 }
 
 bool shows_enough(PictureSize kept, std::optional<PictureSize> full, SizeWanted wanted)
@@ -80,7 +89,7 @@ bool shows_enough(PictureSize kept, std::optional<PictureSize> full, SizeWanted 
 std::optional<std::uint32_t> shared_side(PictureSize full, SizeWanted wanted)
 {
     for (const std::uint32_t side : shared_sides_for(wanted))
-        if (shows_enough(size_within(full, side, may_enlarge(wanted)), full, wanted))
+        if (shows_enough(size_in_square(full, side, wanted), full, wanted))
             return side;
     return std::nullopt;
 }
@@ -89,7 +98,7 @@ PictureSize delivered_size(PictureSize full, SizeWanted wanted)
 {
     const bool has_size = full.width > 0 && full.height > 0;
     if (const auto side = has_size ? shared_side(full, wanted) : std::nullopt)
-        return size_within(full, *side, may_enlarge(wanted));
+        return size_in_square(full, *side, wanted);
     const PictureSize size = thumbnail_size(full, wanted);
     const bool can_be =
         size.width > 0 && size.height > 0 && picture::is_within_bounds(size.width, size.height);

@@ -21,12 +21,20 @@ enum class Delivery : std::uint8_t {
     shared_of_any_size, ///< a medium without a size of its own, such as a page: it may be enlarged
 };
 
+/// How a picture takes the two wanted sides.
+enum class Fit : std::uint8_t {
+    stretched, ///< it has exactly these sides
+    within,    ///< it keeps its shape, has neither side longer, and is never enlarged
+    filling,   ///< the same, and it is as large as that allows
+};
+
 /// The wanted size of a thumbnail. With one side given, the other follows from the shape of the
 /// picture; with none, the picture keeps its own size.
 struct SizeWanted {
     std::optional<std::uint32_t> width;
     std::optional<std::uint32_t> height;
     Delivery delivery = Delivery::thumbnail;
+    Fit fit = Fit::stretched;
     friend bool operator==(const SizeWanted&, const SizeWanted&) = default;
 };
 
@@ -40,8 +48,8 @@ constexpr std::array<std::uint32_t, 4> shared_sides = {128, 256, 512, 1024};
 /// The sides of the squares with enough detail for a thumbnail of the wanted size.
 [[nodiscard]] std::span<const std::uint32_t> shared_sides_for(SizeWanted wanted);
 
-/// A picture of the size `full` made to fit into a square, in its shape; enlarged if `may_enlarge`.
-[[nodiscard]] PictureSize size_within(PictureSize full, std::uint32_t side, bool may_enlarge);
+/// A picture of the size `full` made to fit into a box, in its shape; enlarged if `may_enlarge`.
+[[nodiscard]] PictureSize size_within(PictureSize full, PictureSize box, bool may_enlarge);
 
 /// True if a shared picture of the size `kept` shows as much as the wanted thumbnail of the whole
 /// can. If the size `full` of the whole is unknown, it has the same shape.

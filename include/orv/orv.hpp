@@ -11,6 +11,7 @@
 #include <orv/Operations/ThumbGenerateOpr.hpp>
 #include <orv/ThumbGenerator/Generators.hpp>
 #include <orv/ThumbGenerator/OrvThumbnail.hpp>
+#include <orv/ThumbGenerator/ThumbnailQueue.hpp>
 #include <orv/picture/Picture.hpp>
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Fatal.hpp>

@@ -40,6 +40,18 @@ Preview shared_preview_of(const Url& url, const FileVersion& version, Medium med
     return made;
 }
 
+/// The generator's picture of the file, or a shared one. An application's own generator may throw
+/// anything.
+Preview preview_for(const ThumbnailKey& key, std::optional<Medium> medium,
+                    const SharedThumbnails* shared, const std::stop_token& stop)
+{
+    if (!medium)
+        return key.generator->preview(key.url, key.wanted.width, key.wanted.height);
+    if (shared)
+        return shared_preview_of(key.url, key.version, *medium, key.wanted, *shared, stop);
+    return decoded_preview(key.url, *medium, key.wanted, stop);
+}
+
 Picture scaled(const Preview& preview, SizeWanted wanted)
 {
     const Picture& picture = preview.picture;
@@ -55,6 +67,12 @@ Picture recompressed(const Picture& picture, double quality)
     if (std::max(picture.width(), picture.height()) > longest_of_jpeg)
         return picture;
     return Picture::from_jpeg(picture.jpeg(quality));
+}
+
+Picture finished(const Preview& preview, SizeWanted wanted, double quality)
+{
+    Picture thumb = scaled(preview, wanted);
+    return quality < 1 ? recompressed(thumb, quality) : thumb;
 }
 
 /// A picture of a file, or the placeholder and the reason for it.
@@ -98,11 +116,6 @@ struct OrvThumbnail::Content {
     /// The current maker of the file's thumbnail; null if there is none.
     [[nodiscard]] std::pair<Generator, double> maker_for(const Url& url) const;
 
-    /// The generator's picture of the file, or a shared one. An application's own generator may
-    /// throw anything.
-    [[nodiscard]] Preview preview_for(const ThumbnailKey& key, bool has_version,
-                                      const std::stop_token& stop) const;
-
     [[nodiscard]] Error no_generator() const;
 
     [[nodiscard]] std::shared_ptr<const SharedThumbnails> shared_now() const;
@@ -120,18 +133,6 @@ std::shared_ptr<const SharedThumbnails> OrvThumbnail::Content::shared_now() cons
 {
     const std::lock_guard lock(mutex);
     return shared;
-}
-
-Preview OrvThumbnail::Content::preview_for(const ThumbnailKey& key, bool has_version,
-                                           const std::stop_token& stop) const
-{
-    const std::optional<Medium> medium = medium_of(*key.generator);
-    if (!medium)
-        return key.generator->preview(key.url, key.wanted.width, key.wanted.height);
-    const auto folder = shared_now();
-    if (folder && has_version && folder->may_serve(key.url))
-        return shared_preview_of(key.url, key.version, *medium, key.wanted, *folder, stop);
-    return decoded_preview(key.url, *medium, key.wanted, stop);
 }
 
 Error OrvThumbnail::Content::no_generator() const
@@ -205,35 +206,42 @@ OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
                                                    std::optional<std::uint32_t> resize_width,
                                                    std::optional<std::uint32_t> resize_height)
 {
-    MadeThumbnail made = ThumbnailAccess::make(url, resize_width, resize_height, {});
+    MadeThumbnail made = ThumbnailAccess::make(url, {resize_width, resize_height}, {}, {});
     return {std::move(made.thumb), made.failure.has_value()};
 }
 
-MadeThumbnail ThumbnailAccess::make(const Url& url, std::optional<std::uint32_t> resize_width,
-                                    std::optional<std::uint32_t> resize_height,
+MadeThumbnail ThumbnailAccess::make(const Url& url, SizeWanted wanted,
+                                    std::shared_ptr<const SharedThumbnails> shared,
                                     const std::stop_token& stop)
 {
     OrvThumbnail::Content& content = *OrvThumbnail::singleton().content_;
     const auto [generator, quality] = content.maker_for(url);
-    const SizeWanted wanted{resize_width, resize_height};
-    const auto finished = [&, quality = quality](const Preview& preview) {
-        Picture thumb = scaled(preview, wanted);
-        return quality < 1 ? recompressed(thumb, quality) : thumb;
-    };
     if (!generator)
-        return {finished(placeholder_preview()), content.no_generator().at(url)};
+        return placeholder(wanted, content.no_generator().at(url));
 
+    const std::optional<Medium> medium = medium_of(*generator);
+    if (wanted.fit == Fit::within && medium == Medium::pdf_page)
+        wanted.fit = Fit::filling;
     const std::optional<FileVersion> version = version_of(url);
     ThumbnailKey key{url, version.value_or(FileVersion()), wanted, quality, generator};
     if (auto kept = content.cache.find(key))
         return {std::move(*kept), std::nullopt};
 
-    const Making made =
-        made_by([&] { return content.preview_for(key, version.has_value(), stop); }, stop);
-    Picture thumb = finished(made.preview);
+    if (!shared)
+        shared = content.shared_now();
+    if (!medium || !version || (shared && !shared->may_serve(url)))
+        shared.reset();
+    const Making made = made_by([&] { return preview_for(key, medium, shared.get(), stop); }, stop);
+    Picture thumb = finished(made.preview, wanted, quality);
     if (version && !made.failure)
         content.cache.insert(std::move(key), thumb);
     return {std::move(thumb), made.failure ? std::optional(made.failure->at(url)) : std::nullopt};
+}
+
+MadeThumbnail ThumbnailAccess::placeholder(SizeWanted wanted, Error failure)
+{
+    const double quality = OrvThumbnail::singleton().imageQuality();
+    return {finished(placeholder_preview(), wanted, quality), std::move(failure)};
 }
 
 } // namespace orv

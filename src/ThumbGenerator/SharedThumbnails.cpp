@@ -112,7 +112,8 @@ std::optional<PictureSize> size_told_in(const PngTexts& texts)
 /// True if a picture of the size `kept` can show a whole one: it is neither cut nor stretched.
 bool has_shape_of(PictureSize kept, PictureSize whole)
 {
-    const PictureSize shape = size_within(whole, std::max(kept.width, kept.height), true);
+    const std::uint32_t longest = std::max(kept.width, kept.height);
+    const PictureSize shape = size_within(whole, {longest, longest}, true);
     const auto is_near = [](std::int64_t a, std::int64_t b) { return a - b <= 1 && b - a <= 1; };
     return is_near(shape.width, kept.width) && is_near(shape.height, kept.height);
 }

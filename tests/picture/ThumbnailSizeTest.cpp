@@ -8,6 +8,7 @@ namespace orv::test {
 namespace {
 
 constexpr std::uint32_t most = 0xFFFFFFFF;
+constexpr Delivery thumbnail = Delivery::thumbnail;
 
 struct SizeCase {
     PictureSize full;
@@ -33,6 +34,12 @@ const SizeCase size_cases[] = {
     {{0, 0}, {}, {0, 0}},
     {{0, 10}, {240, {}}, {240, 0}},
     {{10, 0}, {{}, 240}, {0, 240}},
+    // in a box it keeps its shape, and grows only where that is wanted
+    {{4000, 3000}, {128, 128, thumbnail, Fit::within}, {128, 96}},
+    {{3000, 4000}, {300, 128, thumbnail, Fit::within}, {96, 128}},
+    {{64, 32}, {128, 128, thumbnail, Fit::within}, {64, 32}},
+    {{64, 32}, {128, 128, thumbnail, Fit::filling}, {128, 64}},
+    {{1, 100'000}, {128, 128, thumbnail, Fit::within}, {1, 128}},
     {{1, most}, {most, {}}, {most, most}},
     {{most, 1}, {{}, most}, {most, most}},
 };

@@ -2,6 +2,7 @@
 
 #include <orv/Facade/OrvFileManager.hpp>
 #include <orv/Folder/FolderModel.hpp>
+#include <orv/ThumbGenerator/ThumbnailQueue.hpp>
 #include <orv/integrations/qt.hpp>
 #include <orv/integrations/qt_image.hpp>
 #include <orv/integrations/qt_url.hpp>
@@ -20,18 +21,18 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <variant>
 #include <vector>
 
 namespace orv {
 
-/// Thumbnails for the rows a view draws: made on the first request, the latest request first, a few
-/// at once. Forgets old requests.
+/// Thumbnails for the rows a view draws, made on the first request. Requests of one turn of the
+/// loop are served in their order, before earlier ones; the oldest are dropped.
 ///
 /// Threading: main thread.
 class QtThumbnails {
@@ -39,89 +40,85 @@ public:
     /// Calls `on_made` with the name of the item. `edge_pixels` is the edge of the square around a
     /// thumbnail.
     QtThumbnails(int edge_pixels, std::function<void(const std::string&)> on_made)
-        : edge_pixels_(edge_pixels), on_made_(std::move(on_made))
+        : edge_pixels_(static_cast<std::uint32_t>(edge_pixels)), on_made_(std::move(on_made))
     {
     }
-    ~QtThumbnails() { clear(); }
-    QtThumbnails(const QtThumbnails&) = delete;
-    QtThumbnails& operator=(const QtThumbnails&) = delete;
 
     /// The thumbnail of an item; none if there is none yet, or never.
     QIcon of(const FileItem& item)
     {
         if (const QIcon* made = made_.object(item.name))
             return *made;
-        if (item.size && under_way_.count(item.name) == 0)
-            wish(item);
+        if (item.size)
+            wish(item.url);
         return {};
     }
 
-    /// The item's content is another one now.
-    void forget(const std::string& name) { made_.remove(name); }
+    /// The item's content is another one now, or the item is gone.
+    void forget(const FileItem& item)
+    {
+        made_.remove(item.name);
+        std::erase(wishes_, item.url);
+    }
 
     void clear()
     {
+        queue_.reset();
+        requests_.clear();
         wishes_.clear();
-        for (const auto& [name, operation] : std::exchange(under_way_, {}))
-            operation->cancel();
         made_.clear();
-        *generation_ += 1;
     }
 
 private:
-    struct Wish {
-        std::string name;
-        Url url;
-    };
-
-    void wish(const FileItem& item)
+    void wish(const Url& url)
     {
-        constexpr std::size_t most_wishes = 256; // more than a window shows
-        std::erase_if(wishes_, [&](const Wish& wish) { return wish.name == item.name; });
-        wishes_.push_back({item.name, item.url});
-        if (wishes_.size() > most_wishes)
-            wishes_.erase(wishes_.begin());
-        start_next();
+        if (requests_.empty())
+            main_async([this, alive = std::weak_ptr<int>(lifetime_)] {
+                if (!alive.expired())
+                    set_wishes();
+            });
+        requests_.push_back(url);
     }
 
-    void start_next()
+    void set_wishes()
     {
-        constexpr std::size_t most_at_once = 4;
-        while (!wishes_.empty() && under_way_.size() < most_at_once) {
-            Wish next = std::move(wishes_.back());
-            wishes_.pop_back();
-            const auto take = [this, name = next.name, alive = std::weak_ptr<int>(generation_),
-                               generation = *generation_](const ThumbGenerateOpr::Status& status) {
-                if (const auto current = alive.lock(); current && *current == generation)
-                    finish(name, status);
-            };
-            under_way_[next.name] = OrvFileManager::singleton().generate_thumb(
-                next.url, static_cast<std::uint32_t>(edge_pixels_), {}, take);
+        constexpr std::size_t most_wishes = 512; // more than a window shows
+        std::vector<Url> wishes = std::exchange(requests_, {});
+        std::unordered_set<Url> new_ones(wishes.begin(), wishes.end());
+        for (const Url& url : wishes_) {
+            if (new_ones.erase(url) == 0)
+                wishes.push_back(url);
         }
+        wishes.resize(std::min(wishes.size(), most_wishes));
+        if (!queue_)
+            queue_.emplace(ThumbnailQueue::Box{edge_pixels_, edge_pixels_},
+                           ThumbnailQueue::Options{}, [this](const auto& made) { take(made); });
+        queue_->set_wishes(wishes);
+        for (const Url& url : new_ones)
+            queue_->renew(url); // it may still list a former content as delivered
+        wishes_ = std::move(wishes);
     }
 
-    void finish(const std::string& name, const ThumbGenerateOpr::Status& status)
+    void take(const ThumbnailQueue::Made& made)
     {
-        under_way_.erase(name);
-        QIcon icon;
-        if (const auto* made = std::get_if<ThumbGenerateOpr::success>(&status);
-            made && !made->is_placeholder)
-            icon = QPixmap::fromImage(to_qimage(made->thumb)
-                                          .scaled(edge_pixels_, edge_pixels_, Qt::KeepAspectRatio,
-                                                  Qt::SmoothTransformation));
-        const bool is_something = !icon.isNull();
-        made_.insert(name, new QIcon(std::move(icon)));
-        if (is_something)
+        if (std::erase(wishes_, made.url) == 0)
+            return; // forgotten in the meantime
+        const std::string name = made.url.last_path_component();
+        auto icon = std::make_unique<QIcon>();
+        if (!made.is_placeholder)
+            *icon = QPixmap::fromImage(to_qimage(made.thumb));
+        made_.insert(name, icon.release());
+        if (!made.is_placeholder)
             on_made_(name);
-        start_next();
     }
 
-    const int edge_pixels_;
+    const std::uint32_t edge_pixels_;
     const std::function<void(const std::string&)> on_made_;
     QCache<std::string, QIcon> made_{2000};
-    std::vector<Wish> wishes_;
-    std::map<std::string, std::shared_ptr<ThumbGenerateOpr>> under_way_;
-    std::shared_ptr<int> generation_ = std::make_shared<int>(0);
+    std::vector<Url> requests_; // of this turn of the loop
+    std::vector<Url> wishes_;   // not delivered yet
+    std::shared_ptr<int> lifetime_ = std::make_shared<int>(0);
+    std::optional<ThumbnailQueue> queue_; // goes first
 };
 
 /// A folder as the model of Qt's views: a row for each item, with its name, size, kind and date,
@@ -391,7 +388,7 @@ private:
     void forget_thumbnails(std::size_t first, std::size_t count)
     {
         for (std::size_t row = first; row < first + count; ++row)
-            thumbnails_.forget(rows_->item(row).name);
+            thumbnails_.forget(rows_->item(row));
     }
 
     void take(const FolderModel::RowChange& change, FunctionRef<void()> apply)
