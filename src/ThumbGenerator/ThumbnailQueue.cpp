@@ -21,8 +21,8 @@ using Clock = std::chrono::steady_clock;
 /// How long a turn of the main loop delivers thumbnails.
 constexpr std::chrono::milliseconds longest_turn(2);
 
-/// A helper is dearer to replace than a wait of this length: most thumbnails are sooner ready. They
-/// are kept in memory for the next wish.
+/// Stopping a decoder costs its process. Most thumbnails are ready sooner than a new process, and
+/// the memory of recent ones keeps them for the next wish.
 constexpr std::chrono::milliseconds worth_a_helper(250);
 
 std::size_t core_count()
@@ -76,7 +76,7 @@ public:
 private:
     using Wish = std::shared_ptr<ThumbnailWish>;
 
-    // With the mutex held:
+    // Call these with the mutex locked.
     [[nodiscard]] std::unordered_map<Url, Wish> known_wishes() const;
     void stop_slow_ones(const std::unordered_map<Url, Wish>& dropped);
     void look_through_again();
@@ -96,7 +96,7 @@ private:
     const SizeWanted wanted_;
     const std::shared_ptr<const SharedThumbnails> shared_;
 
-    std::mutex mutex_; // for all up to the closure, and the wishes; not held while a closure runs
+    std::mutex mutex_; // guards the members up to the closure; never locked while it runs
     std::vector<Wish> wishes_;
     std::vector<Wish> at_work_;  // also those that left the list
     std::size_t waiting_ = 0;    // wishes of the list in that stage

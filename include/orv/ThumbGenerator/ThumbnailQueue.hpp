@@ -19,8 +19,8 @@ namespace orv {
 ///     queue.set_wishes(visible_files); // and again after every scroll
 ///
 /// Takes a list of wishes and delivers their thumbnails in the order of the list, each once.
-/// Several are made at once, at most one per core. A file that leaves the list before its turn is
-/// not made; one that stays in the list is not made again.
+/// It makes several at once, at most one per core. It makes none for a file that left the list
+/// before its turn, and no second one for a file that stays in the list.
 ///
 /// Thumbnails come from the generators of `OrvThumbnail` and from its memory of recent ones, and
 /// share the desktop's folder of thumbnails.
@@ -30,8 +30,8 @@ namespace orv {
 /// Cancel: ending the object ends everything. It may end inside its closure.
 class ThumbnailQueue {
 public:
-    /// A thumbnail fits into the box and keeps the shape of the picture. Pages fill the box; other
-    /// pictures are never enlarged.
+    /// A thumbnail fits into the box and keeps the shape of the picture. A page fills the box; no
+    /// other picture grows.
     ///
     /// Units: pixels, at least one.
     struct Box {
