@@ -89,7 +89,7 @@ protected:
 
     const Scratch root_;
     FileDescriptor file_;
-    const std::string version_ = "struct.pack('IIIIQ', 0x4F525635, ";
+    const std::string version_ = "struct.pack('IIIIQ', 0x4F525636, ";
     const Url program_ = helper_dir().appending("orv-picture-decoder");
 };
 
