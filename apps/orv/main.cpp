@@ -50,6 +50,7 @@ void set_up_process(const GlobalOptions& options)
     handle_interrupts();
     set_fatal_handler(end_after_fatal_error);
     OrvFileManager::configure(locations_for(options));
+    OrvFileManager::set_follows_items(true);
 }
 
 Surroundings surroundings_for(const GlobalOptions& options)

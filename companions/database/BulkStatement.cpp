@@ -36,6 +36,18 @@ std::string replace_statement(std::string_view table, std::span<const std::strin
 
 } // namespace
 
+bool has_rows(Database& database, std::string_view table, std::size_t count)
+{
+    const auto limit = static_cast<std::int64_t>(count);
+    std::int64_t found = 0;
+    database.query(std::string("SELECT count(*) FROM (SELECT 1 FROM ").append(table) + " LIMIT ?)",
+                   {limit}, [&](const Row& row) {
+                       found = row.integer(0);
+                       return false;
+                   });
+    return found == limit;
+}
+
 std::string make_placeholders(std::size_t count)
 {
     return repeated("?", ", ", count);

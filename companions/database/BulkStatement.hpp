@@ -11,6 +11,9 @@
 
 namespace orv {
 
+/// True if `table` has at least `count` rows.
+[[nodiscard]] bool has_rows(Database& database, std::string_view table, std::size_t count);
+
 /// "?, ?, ?" for three.
 [[nodiscard]] std::string make_placeholders(std::size_t count);
 

@@ -23,12 +23,15 @@ std::optional<FolderReader::Entry> FolderReader::next(int folder)
         const std::byte* record = position_;
         unsigned short length = 0;
         std::memcpy(&length, record + offsetof(dirent64, d_reclen), sizeof length);
+        std::uint64_t inode = 0;
+        std::memcpy(&inode, record + offsetof(dirent64, d_ino), sizeof inode);
         position_ += length;
 
         const auto* name =
             static_cast<const char*>(static_cast<const void*>(record + offsetof(dirent64, d_name)));
         if (!is_dot_or_dot_dot(name))
-            return Entry{name, std::to_integer<unsigned char>(record[offsetof(dirent64, d_type)])};
+            return Entry{name, std::to_integer<unsigned char>(record[offsetof(dirent64, d_type)]),
+                         inode};
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -18,6 +19,7 @@ public:
     struct Entry {
         const char* name;   ///< valid until the next call
         unsigned char type; ///< DT_…; a file system may tell DT_UNKNOWN
+        std::uint64_t inode;
     };
 
     /// Reads through `buffer`, of `buffer_bytes`.

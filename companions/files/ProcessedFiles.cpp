@@ -18,6 +18,7 @@ namespace orv {
 namespace {
 
 constexpr std::string_view note_ending = ".note";
+constexpr std::string_view hidden_ending = ".orvresume";
 
 /// Some volumes state no number of links for any file, so only a missing name proves a removal.
 bool is_gone(int file, int folder, const std::string& name)
@@ -117,7 +118,12 @@ FileDescriptor create_nameless_file()
 
 std::string hidden_name(const std::string& uuid)
 {
-    return "." + uuid + ".orvresume";
+    return "." + uuid + std::string(hidden_ending);
+}
+
+bool is_hidden_name(std::string_view name)
+{
+    return name.starts_with('.') && name.ends_with(hidden_ending);
 }
 
 std::string note_name(const std::string& uuid)

@@ -52,6 +52,9 @@ FileDescriptor create_owned_file(int folder, const std::string& name, const Url&
 [[nodiscard]] std::string hidden_name(const std::string& uuid);
 [[nodiscard]] std::string note_name(const std::string& uuid);
 
+/// True for the name of a hidden item, of this process or another.
+[[nodiscard]] bool is_hidden_name(std::string_view name);
+
 /// The UUID in the name of a note. No value for any other name.
 [[nodiscard]] std::optional<std::string> uuid_of_note(std::string_view name);
 

@@ -6,6 +6,7 @@
 #include "files/NoReplaceRename.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/Place.hpp"
+#include "files/ProcessedFiles.hpp"
 #include "files/ReadWrite.hpp"
 #include "files/RemoveTree.hpp"
 #include "trash/SmallFile.hpp"
@@ -107,12 +108,6 @@ std::string first_name(const Url& original)
         return std::string(fitting_prefix(name, longest_name));
     return std::string(fitting_prefix(parts.title, longest_name - ending))
         .append(name.substr(parts.title.size()));
-}
-
-/// A folder under removal.
-bool is_hidden_name(const std::string& name)
-{
-    return name.starts_with('.') && name.ends_with(".orvresume");
 }
 
 std::vector<std::string> names_in(int folder, const Url& url)

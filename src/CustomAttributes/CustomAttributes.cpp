@@ -1,4 +1,5 @@
 #include "CustomAttributes/CustomSortFlags.hpp"
+#include "CustomAttributes/FollowedItems.hpp"
 #include "CustomAttributes/RecCustomAttr.hpp"
 #include "Database/DBManager.hpp"
 
@@ -61,6 +62,8 @@ bool CustomAttributes::are_default() const
 std::optional<CustomAttributes> CustomAttributes::fetch(const Url& url)
 {
     const RecordKey key = record_key(url);
+    if (follows_items())
+        follow_item(url_from_resolved_path(key.text()));
     const auto record = RecCustomAttr::fetch(key);
     if (!record)
         return std::nullopt;
@@ -93,6 +96,8 @@ void save_all(const std::vector<CustomAttributes>& attributes, bool auto_update_
         save(renumbered(attributes), keys);
         update_custom_sort_flags(attributes.front().url.deleting_last_path_component(), attributes);
     });
+    if (follows_items())
+        remember_items(keys);
 }
 
 } // namespace orv

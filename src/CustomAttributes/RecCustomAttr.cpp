@@ -27,6 +27,20 @@ bool finds_any(std::string_view condition, Arguments args)
     return found;
 }
 
+/// The records with these keys in a table with few rows. To read them all takes less time than to
+/// look up each of many keys.
+std::vector<RecCustomAttr> fetch_few(std::span<const RecordKey> keys)
+{
+    std::unordered_map<std::string, RecCustomAttr> all;
+    for (RecCustomAttr& record : RecCustomAttr::fetch_all("1"))
+        all.emplace(record.relative_path, record);
+    std::vector<RecCustomAttr> found;
+    for (const RecordKey& key : keys)
+        if (const auto record = all.find(key.text()); record != all.end())
+            found.push_back(std::move(all.extract(record).mapped()));
+    return found;
+}
+
 } // namespace
 
 RecCustomAttr RecCustomAttr::from_row(const Row& row)
@@ -49,6 +63,8 @@ std::optional<RecCustomAttr> RecCustomAttr::fetch(const RecordKey& key)
 
 std::vector<RecCustomAttr> RecCustomAttr::fetch_all(std::span<const RecordKey> keys)
 {
+    if (!has_rows(database(), table, keys.size() + 1))
+        return fetch_few(keys);
     std::vector<Argument> arguments;
     arguments.reserve(keys.size());
     for (const RecordKey& key : keys)
@@ -161,6 +177,11 @@ void RecCustomAttr::duplicate_records(const RecordKey& prefix, const RecordKey& 
                            " was_custom_sorted_at_least_once FROM custom_attributes WHERE ",
                            RecordTree::condition),
                        joined(from.replacement(to), from.ranges()));
+}
+
+void RecCustomAttr::delete_record(const RecordKey& key)
+{
+    database().execute("DELETE FROM custom_attributes WHERE relative_path = ?", {key.text()});
 }
 
 void RecCustomAttr::delete_records(const Url& whose_url_prefixed_with_url)

@@ -87,6 +87,9 @@ struct RecCustomAttr {
                                   const Url& replacing_prefix_to_url);
     static void duplicate_records(const RecordKey& prefix, const RecordKey& replacing_prefix_to);
 
+    /// Deletes the record of an item alone.
+    static void delete_record(const RecordKey& key);
+
     /// Deletes the records of an item and of everything below it.
     static void delete_records(const Url& whose_url_prefixed_with_url);
     static void delete_records(const RecordKey& prefix);

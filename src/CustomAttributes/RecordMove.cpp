@@ -1,5 +1,6 @@
 #include "CustomAttributes/RecordMove.hpp"
 
+#include "CustomAttributes/ItemIdentity.hpp"
 #include "CustomAttributes/RecordSql.hpp"
 #include "CustomAttributes/RecordTree.hpp"
 #include "Database/DBManager.hpp"
@@ -105,6 +106,7 @@ void RecordMove::finish(FunctionRef<void()> make_durable, FunctionRef<bool()> ha
         if (!RecCustomAttr::any_records_below(from_) || !has_moved())
             return;
         carry_changes();
+        RecItemIdentity::duplicate(from_, to_);
         RecCustomAttr::delete_records(from_);
     });
 }

@@ -1,3 +1,4 @@
+#include "CustomAttributes/FollowedItems.hpp"
 #include "CustomAttributes/ReplacedRecords.hpp"
 #include "Database/DBManager.hpp"
 #include "Global/TestMode.hpp"
@@ -109,6 +110,16 @@ void OrvFileManager::set_max_threads(int count)
 int OrvFileManager::max_threads()
 {
     return WorkerPool::instance().max_threads();
+}
+
+void OrvFileManager::set_follows_items(bool on)
+{
+    orv::set_follows_items(on);
+}
+
+bool OrvFileManager::follows_items()
+{
+    return orv::follows_items();
 }
 
 std::vector<std::shared_ptr<OrvOperation>> OrvFileManager::running() const

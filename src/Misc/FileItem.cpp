@@ -64,7 +64,7 @@ void set_facts(FileItem& item, const struct statx& facts)
         throw missing_facts(item.url);
     set_mode(item, facts.stx_mode);
     item.is_package = item.is_dir && is_package_extension(item.ext);
-    set_size_and_dates(item, facts);
+    set_inode_size_and_dates(item, facts);
 }
 
 } // namespace
@@ -83,10 +83,12 @@ FileItem::FileItem(const Url& item_url, const std::optional<Url>& base_url) : ur
     custom_attributes.url = url.resolving_symlinks();
 }
 
-void set_size_and_dates(FileItem& item, const struct statx& facts)
+void set_inode_size_and_dates(FileItem& item, const struct statx& facts)
 {
     if (S_ISREG(facts.stx_mode) && facts.stx_mask & STATX_SIZE)
         item.size = static_cast<std::int64_t>(facts.stx_size);
+    if (facts.stx_mask & STATX_INO)
+        item.inode = facts.stx_ino;
     if (facts.stx_mask & STATX_BTIME)
         item.creation_date = date(facts.stx_btime);
     if (facts.stx_mask & STATX_MTIME)

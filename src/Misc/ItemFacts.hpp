@@ -13,7 +13,7 @@ namespace orv {
 
 /// The `statx` fields for an item's description.
 inline constexpr unsigned item_facts_mask =
-    STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
+    STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_BTIME;
 
 /// Facts the items of one folder share. Computed once per folder, they leave one `statx` and no
 /// work on paths for each item.
@@ -36,8 +36,8 @@ struct ItemFolder {
 [[nodiscard]] FileItem named_item(const ItemFolder& folder, std::string_view name,
                                   std::uint32_t mode);
 
-/// Fills in size and dates, as far as `facts` tell them.
-void set_size_and_dates(FileItem& item, const struct statx& facts);
+/// Fills in size, dates and inode number, as far as `facts` tell them.
+void set_inode_size_and_dates(FileItem& item, const struct statx& facts);
 
 /// The error for the item at `url` with facts that lack even the type.
 [[nodiscard]] Error missing_facts(const Url& url);

@@ -26,6 +26,7 @@ FileItem ItemList::operator[](std::size_t index) const
                                name(index), entry.mode);
     item.is_package = item.is_dir && !entry.is_plain_dir;
     item.size = size_of(index);
+    item.inode = entry.inode;
     if (entry.has_creation_date)
         item.creation_date = entry.creation_date;
     item.modification_date = modification_date(index);
@@ -99,9 +100,9 @@ void ItemList::add(std::string_view folder, int level, std::string_view name,
     if (!(facts.stx_mask & STATX_TYPE))
         throw missing_facts(root_.appending(folder).appending(name));
     FileItem described;
-    set_size_and_dates(described, facts);
+    set_inode_size_and_dates(described, facts);
     Folder& place = folder_at(folder, level);
-    entries_.push_back({described.size.value_or(0),
+    entries_.push_back({described.size.value_or(0), described.inode,
                         described.creation_date.value_or(FileItem::Date()),
                         described.modification_date.value_or(FileItem::Date()),
                         static_cast<std::uint32_t>(folders_.size() - 1),
@@ -135,7 +136,7 @@ void ItemList::append(const ItemList& other)
 
 void ItemList::load_attributes()
 {
-    constexpr std::size_t at_a_time = 4096; // keeps few whole items in memory
+    constexpr std::size_t at_a_time = 16'384; // keeps few whole items in memory
     if (!RecCustomAttr::any_records())
         return;
     for (std::size_t begin = 0; begin < size(); begin += at_a_time) {

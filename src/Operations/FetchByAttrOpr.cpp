@@ -1,5 +1,6 @@
 #include "Operations/FetchByAttrOpr.hpp"
 
+#include "CustomAttributes/FollowedItems.hpp"
 #include "CustomAttributes/RecCustomAttr.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/frame/Request.hpp"
@@ -29,13 +30,26 @@ bool is_gone(const Error& error)
     return error.code() == ENOENT || error.code() == ENOTDIR;
 }
 
+/// The item with the attributes stored for `url`, there or where another program has moved it.
+FileItem item_at_or_near(const Url& url)
+{
+    try {
+        return FileItem(url);
+    } catch (const Error& error) {
+        const auto place = is_gone(error) && follows_items() ? found_again(url) : std::nullopt;
+        if (!place)
+            throw;
+        return FileItem(*place);
+    }
+}
+
 FetchByAttrOperation::success items_with(Attribute attribute, FetchByAttrOperation::IfGone if_gone,
                                          Tally& tally)
 {
     FetchByAttrOperation::success found;
     for (const auto& [url, attributes] : RecCustomAttr::fetch_all_by_url(condition_of(attribute))) {
         try {
-            found.content.emplace_back(url);
+            found.content.push_back(item_at_or_near(url));
         } catch (const Error& error) {
             if (if_gone == FetchByAttrOperation::IfGone::fail || !is_gone(error))
                 throw;
@@ -43,7 +57,9 @@ FetchByAttrOperation::success items_with(Attribute attribute, FetchByAttrOperati
             tally.add_failure({url, error});
             continue;
         }
-        found.content.back().custom_attributes = attributes;
+        FileItem& item = found.content.back();
+        item.custom_attributes = attributes;
+        item.custom_attributes.url = item.url;
         tally.add_items(1);
     }
     return found;

@@ -41,7 +41,7 @@ TEST_F(CommandTest, TellsThatAnItemWithoutAttributesToSetOrGetIsMissing)
     }
 }
 
-TEST_F(CommandTest, LetsAttributesFollowACopyAndEndWithTheirItem)
+TEST_F(CommandTest, LetsAttributesFollowTheirItem)
 {
     make_tree(work(), {"d/a=1"});
     orv({"attr", "set", "d/a", "--protected", "on", "--order", "3"});
@@ -55,6 +55,12 @@ TEST_F(CommandTest, LetsAttributesFollowACopyAndEndWithTheirItem)
     orv({"rm", "d"});
     make_tree(work(), {"d/a=1"});
     EXPECT_EQ(orv({"attr", "get", "d/a"}).out, none);
+
+    std::filesystem::create_directory(at("f"));
+    std::filesystem::rename(at("e/a"), at("f/b"));
+    EXPECT_EQ(orv({"protected"}).out, told("$W/f/b\n"));
+    std::filesystem::rename(at("f/b"), at("c"));
+    EXPECT_EQ(orv({"attr", "get", "c"}).out, "protected: on\norder: 3\ncustom sorted: off\n");
 }
 
 TEST_F(CommandTest, KeepsTheAttributesOfEachApplicationApart)

@@ -82,6 +82,16 @@ public:
     static void set_max_threads(int count);
     [[nodiscard]] static int max_threads();
 
+    /// True if stored attributes follow an item that another program renames, moves, or replaces as
+    /// editors do when they save; off at first. A listing that sees the item, or a search for it
+    /// nearby, finds it again by its inode number and date of creation. A different item under the
+    /// old name gets nothing if the former one is found. Where the volume keeps no dates of
+    /// creation, attributes stay with the path.
+    ///
+    /// Threading: any.
+    static void set_follows_items(bool on);
+    [[nodiscard]] static bool follows_items();
+
     OrvFileManager(const OrvFileManager&) = delete;
     OrvFileManager& operator=(const OrvFileManager&) = delete;
 

@@ -107,6 +107,8 @@ struct FileItem {
     std::string ext;
     std::optional<Date> creation_date;
     std::optional<Date> modification_date;
+    /// The number of the item on its volume; 0 if unknown.
+    std::uint64_t inode = 0;
     /// Kind and permissions of the item, as in `stat`; 0 if unknown.
     std::uint32_t mode = 0;
     /// A folder shown as one file, such as a bundle.

@@ -69,6 +69,7 @@ private:
 
     struct Entry {
         std::int64_t size;
+        std::uint64_t inode;
         FileItem::Date creation_date;
         FileItem::Date modification_date;
         std::uint32_t folder;
