@@ -105,19 +105,20 @@ void copy(CopyRequest& request, const Url& source, const Url& destination, CopyS
     request.tally().expect(total.bytes, total.items);
     const bool goes_first =
         answer.replaces && makes_room(request, source, answer.destination, total.bytes);
-    const bool replaces = answer.replaces && !goes_first;
     const CopyPlan plan{
         source,        answer.destination,
-        answer.merges, replaces,
+        answer.merges, answer.replaces && !goes_first,
         total.bytes,   descriptors ? steps_ahead(*descriptors, needed_by_transfer) : 1,
         support.built};
     CopyProgress progress =
         told_of_removal(goes_first, [&] { return copy_tree(request, plan, nothing_copied); });
     request.tally().add_result(answer.destination);
     progress.value = 1;
-    // Under the locks. A cancel comes too late for a copy that has replaced an item.
-    if (!replaces)
-        request.check_cancelled();
+    support.has_replaced = support.has_replaced || answer.replaces;
+    // A cancel comes too late for an item that is replaced, and for a batch that is done with one.
+    if (answer.replaces || (support.is_last && support.has_replaced))
+        request.set_done();
+    request.check_cancelled();
     request.report_soon(status::progress<CopyProgress>{progress});
     request.report_all_held();
 }

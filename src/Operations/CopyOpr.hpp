@@ -20,6 +20,10 @@ struct CopySupport {
     FreeUrls free_urls = {};
     /// Of the next copy, with its descriptors leased; otherwise null.
     BuiltAhead* built = nullptr;
+    /// True for the last copy.
+    bool is_last = true;
+    /// True once a copy has replaced an item.
+    bool has_replaced = false;
 };
 
 /// Does the work of that request, on URLs without links.

@@ -94,6 +94,9 @@ public:
         return progress_.last();
     }
 
+    /// True once a copy has replaced an item.
+    [[nodiscard]] bool has_replaced() const { return support_.has_replaced; }
+
 private:
     void pass_on(const CopyOperation::Status& status);
 
@@ -115,6 +118,7 @@ CopyOperation::Status BatchCopier::copy_next()
     const Url destination = folder_.appending(source.last_path_component());
     std::optional<BuiltAhead> built = ahead_.take(next_++, answers_.may_ask());
     support_.built = built ? &*built : nullptr;
+    support_.is_last = next_ == sources_.size();
     auto outcome = batch_.run_child<CopyOperation>(
         [this](const CopyOperation::Status& status) { pass_on(status); },
         [&](Request<CopyOperation>& request) {
@@ -158,6 +162,9 @@ MultiCopyOperation::Status run(CopyBatch& batch, const std::vector<Url>& sources
         if (!std::holds_alternative<status::success>(outcome))
             return outcome;
     }
+    // The old item is gone, so a cancel comes too late.
+    if (copier.has_replaced())
+        batch.set_done();
     report_closing_progress(batch, copier.last_progress());
     return status::success{};
 }

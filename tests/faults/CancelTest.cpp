@@ -1,6 +1,7 @@
 #include "faults/Scene.hpp"
 #include "files/ProcessedFiles.hpp"
 #include "support/Engine.hpp"
+#include "support/Volume.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -20,6 +21,7 @@ struct CancelCase {
     ConflictBehaviour answer;
     bool is_taken; ///< something stands at the destination
     At at;
+    bool is_tight = false; ///< the volume has no room for the copy beside what stands there
 };
 
 void PrintTo(const CancelCase& what, std::ostream* to)
@@ -78,13 +80,26 @@ private:
 
 class Cancel : public EngineTest, public testing::WithParamInterface<CancelCase> {
 protected:
+    void SetUp() override
+    {
+        EngineTest::SetUp();
+        if (!GetParam().is_tight)
+            return;
+        volume_ = Volume::in_memory(300);
+        if (!volume_)
+            GTEST_SKIP() << "this user may mount nothing";
+    }
+
+    Url destination() { return (volume_ ? volume_->url() : folder()).appending("destination"); }
+
     void make_items()
     {
-        for (const char* name : {"source", "destination"})
-            std::filesystem::remove_all(at(name));
+        for (const Url& item : {at("source"), destination()})
+            std::filesystem::remove_all(item);
         build(folder(), source_items());
         if (GetParam().is_taken)
-            write_file(at("destination/own"), "only here");
+            write_file(destination().appending("own"),
+                       GetParam().is_tight ? pattern(245'000) : "only here");
     }
 
     static Snapshot source_items()
@@ -99,15 +114,20 @@ protected:
     {
         Snapshot wanted = sample_tree();
         wanted.erase("");
-        Snapshot found = snapshot_of(at("destination"));
+        Snapshot found = snapshot_of(destination());
         const bool has_own = found.erase("own") > 0;
         EXPECT_TRUE(has_own || !GetParam().is_taken ||
                     GetParam().answer != ConflictBehaviour::merge);
         for (const auto& [path, item] : found)
             EXPECT_TRUE(wanted.contains(path) && item.same_content(wanted.at(path))) << path;
         EXPECT_TRUE(!all || found.size() == wanted.size());
+        EXPECT_TRUE(all || GetParam().answer != ConflictBehaviour::replace ||
+                    found.size() < wanted.size())
+            << "it is cancelled, though it has replaced";
         EXPECT_TRUE(std::filesystem::is_empty(processed_files_folder()));
     }
+
+    std::unique_ptr<Volume> volume_;
 };
 
 TEST_P(Cancel, leaves_whole_items_at_every_chance)
@@ -116,15 +136,15 @@ TEST_P(Cancel, leaves_whole_items_at_every_chance)
         SCOPED_TRACE("the chance number " + std::to_string(n));
         make_items();
         CancelledCopy copy(GetParam(), n);
-        copy.run(at("source"), at("destination"));
+        copy.run(at("source"), destination());
         const bool is_done = std::holds_alternative<status::success>(copy.last());
         EXPECT_EQ(copy.final_count(), 1);
         EXPECT_TRUE(is_done || std::holds_alternative<status::cancelled>(copy.last()));
         EXPECT_TRUE(copy.was_cancelled() || is_done);
         expect_whole_items(is_done);
         EXPECT_EQ(snapshot_of(at("source")).size(), sample_tree().size() - 1);
-        EXPECT_TRUE(!manager().file_exists(at("destination")) ||
-                    manager().sync_delete_item(at("destination")))
+        EXPECT_TRUE(!manager().file_exists(destination()) ||
+                    manager().sync_delete_item(destination()))
             << "a lock was kept";
         if (!copy.was_cancelled() || HasFailure())
             break;
@@ -137,6 +157,8 @@ const CancelCase cancel_cases[] = {
     {"merge_in_callback", ConflictBehaviour::merge, true, At::callback},
     {"merge_at_item", ConflictBehaviour::merge, true, At::item},
     {"replace_in_callback", ConflictBehaviour::replace, true, At::callback},
+    {"replace_without_room_for_both_in_callback", ConflictBehaviour::replace, true, At::callback,
+     true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cancels, Cancel, testing::ValuesIn(cancel_cases),

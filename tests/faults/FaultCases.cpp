@@ -254,6 +254,45 @@ FaultCase move_across_that_replaces_case()
     return replacing(std::move(request), taken_place());
 }
 
+/// `request` onto an item so large that its volume holds only one of the two.
+FaultCase making_room(FaultCase request)
+{
+    request.name += " without room for both";
+    request.tight_volume = "size=300k";
+    request.step = 13;
+    request.peers.clear();
+    put(request.before.items, request.replaced, {{"", file(pattern(245'000))}});
+    return finished(std::move(request));
+}
+
+FaultCase copy_across_making_room_case()
+{
+    FaultCase request = copy_across_case();
+    request.arguments.insert(request.arguments.end(), {"--on-conflict", "replace"});
+    request.replaced = "volume/tree";
+    return making_room(std::move(request));
+}
+
+FaultCase move_across_making_room_case()
+{
+    FaultCase request = move_across_that_replaces_case();
+    take_away(request.before.items, request.replaced);
+    request.before.rows.erase("disk/tree/a.txt");
+    request.before.rows["disk/tree"] = "0|1|0|0";
+    return making_room(std::move(request));
+}
+
+FaultCase write_making_room_case()
+{
+    FaultCase request = write_case();
+    request.arguments = {"write", "@volume/new", "--on-conflict", "replace"};
+    request.replaced = "volume/new";
+    request.needs_volume = true;
+    request.after.items[request.replaced] = request.after.items["home/dest/new"];
+    request.after.items.erase("home/dest/new");
+    return making_room(std::move(request));
+}
+
 FaultCase delete_case()
 {
     FaultCase request{.name = "delete",
@@ -448,6 +487,9 @@ const std::vector<FaultCase>& fault_cases()
         move_across_case("move to another volume"),
         move_across_case("move of a file to another volume", "/sub/c.bin"),
         move_across_that_replaces_case(),
+        copy_across_making_room_case(),
+        move_across_making_room_case(),
+        write_making_room_case(),
         delete_case(),
         move_case("trash", {"trash", "@" + tree}, {{tree, trashed_tree}}),
         restore_case(),

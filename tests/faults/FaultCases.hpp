@@ -26,6 +26,9 @@ struct FaultCase {
     Scene after = {}; ///< when it is done
     Lacking lacking = {};
     bool needs_volume = false; ///< "volume" and "home/disk" have to be other ones than the home
+    /// Of those volumes, when they have no room for the old item beside the new one: the old one
+    /// goes first, and a failure leaves neither.
+    std::string tight_volume = {};
     std::vector<std::vector<std::string>> peers = {}; ///< other commands for the same
     std::string input = {};                           ///< what it reads
     /// Where items stand that it moves, before and after. Each comes there in one step, its rows

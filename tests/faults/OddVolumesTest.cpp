@@ -78,6 +78,7 @@ TEST_P(OddVolumes, get_all_or_a_clear_error)
     const FaultCase& request = fault_case(odd.request);
     Site site(request.before);
     site.lack(odd.lacking);
+    site.give_input(request.input);
     const Mount volume = odd.mount(site.root(), spare_.url());
     site.reset();
     const Supervision ending = site.run(request.arguments);
@@ -122,6 +123,12 @@ const OddVolume odd_volumes[] = {
      0,
      "copy to another volume",
      {.unnamed_files = true, .renaming_with_flags = true}},
+    {"room_for_one_copy", tmpfs_at("volume", "size=300k"), 0,
+     "copy to another volume without room for both"},
+    {"room_for_one_move", tmpfs_at("home/disk", "size=300k"), 0,
+     "move to another volume that replaces without room for both"},
+    {"room_for_one_written_file", tmpfs_at("volume", "size=300k"), 0,
+     "write without room for both"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Volumes, OddVolumes, testing::ValuesIn(odd_volumes),

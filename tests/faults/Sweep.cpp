@@ -70,7 +70,7 @@ SiteOfCase::SiteOfCase(const FaultCase& request) : site(request.before)
     site.give_input(request.input);
     if (request.needs_volume)
         for (const char* place : {"volume", "home/disk"})
-            volumes.push_back(Mount::tmpfs(site.root().appending(place)));
+            volumes.push_back(Mount::tmpfs(site.root().appending(place), request.tight_volume));
 }
 
 Tally& Tally::operator+=(const Tally& other)

@@ -15,7 +15,8 @@ namespace orv {
 /// measures all of them before it copies the first.
 ///
 /// Statuses: `preparing`, any number of `progress` over the whole batch and of `conflict_occured`,
-/// the final status. After a cancel or an error the complete items stay at the destination.
+/// the final status. After a cancel or an error the complete items stay at the destination. With
+/// all items copied, a batch that has replaced one is done, and a cancel comes too late.
 class MultiCopyOperation final : public OrvOperation {
 public:
     using Status =

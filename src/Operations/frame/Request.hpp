@@ -45,13 +45,13 @@ public:
                (whole_ && OperationAccess::was_cancelled(whole_->operation));
     }
 
-    /// Waits while the request is paused. Then throws `Exception` if it was cancelled.
+    /// Waits while the request is paused. Then throws `Exception` if it was cancelled in time.
     ///
     /// Call it between two items or two parts of a file, outside `Database::sync`.
     void check_cancelled()
     {
         wait_while_paused();
-        if (cancelled())
+        if (must_stop())
             throw Exception();
     }
 
@@ -77,10 +77,10 @@ public:
     void cancel() { operation_->cancel(); }
 
     /// Delivers `status`, and waits for the end of the callback. Throws `Exception` instead if the
-    /// request was cancelled before.
+    /// request was cancelled before, in time.
     void report(const Status& status)
     {
-        if (!statuses_.deliver_unless([this] { return cancelled(); }, status))
+        if (!statuses_.deliver_unless([this] { return must_stop(); }, status))
             throw Exception();
     }
 
@@ -132,7 +132,7 @@ public:
         assert(is_final(outcome));
         statuses_.finish([&] {
             if constexpr (has_case<status::cancelled, Status>) {
-                if (cancelled() && !is_done_) {
+                if (must_stop()) {
                     if (undo_)
                         take_back();
                     outcome = status::cancelled{};
@@ -171,6 +171,8 @@ private:
     }
 
     [[nodiscard]] OperationState& state() const { return OperationAccess::state(*operation_); }
+
+    [[nodiscard]] bool must_stop() const noexcept { return cancelled() && !is_done_; }
 
     void take_back()
     {
