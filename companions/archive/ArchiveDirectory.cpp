@@ -191,7 +191,7 @@ std::optional<timespec> dos_time(std::uint16_t time, std::uint16_t date)
 
 /// The fixed fields before an entry's texts, needed to read them.
 struct FixedPart {
-    std::uint16_t time, date;
+    std::uint16_t date;
     std::size_t name_size, fields_size, comment_size;
 };
 
@@ -204,7 +204,7 @@ FixedPart read_fixed_part(LittleEndian& record, Entry& entry)
     entry.method = record.u16();
     entry.inner_method = entry.method;
     FixedPart fixed{};
-    fixed.time = record.u16();
+    entry.packed_time = record.u16();
     fixed.date = record.u16();
     entry.crc = record.u32();
     entry.packed_size = record.u32();
@@ -268,7 +268,7 @@ bool read_entry(DirectoryText& text, const Url& archive, ArchiveDirectory& direc
     const ToldByFields told =
         apply_fields(texts.substr(fixed.name_size, fixed.fields_size), entry, archive);
     if (!entry.time)
-        entry.time = dos_time(fixed.time, fixed.date);
+        entry.time = dos_time(entry.packed_time, fixed.date);
     if (is_utf8_flag_wrong(entry.flags, texts.substr(0, fixed.name_size)))
         directory.wrong_utf8_flags.push_back(entry_position + flags_in_directory);
     return !told.is_exact_name && !is_utf8(entry.name);

@@ -36,6 +36,7 @@ struct Entry {
     std::uint16_t method = 0;
     std::uint16_t inner_method = 0; ///< of the encrypted content; otherwise the same
     std::uint16_t flags = 0;
+    std::uint16_t packed_time = 0; ///< hours to seconds, as stated
     std::uint8_t host = 0;
     std::optional<AesStrength> aes_strength;
     bool has_checksum = true;

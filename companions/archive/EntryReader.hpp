@@ -44,7 +44,10 @@ private:
     class Content;
     struct Workspace;
 
-    [[nodiscard]] bool is_password_right_for(const Entry& entry);
+    void read(const Entry& entry, Content& content);
+    [[nodiscard]] bool is_password_right_for(const Entry& entry, const Content& content);
+    [[nodiscard]] bool is_check_number_right(const Entry& entry);
+    [[nodiscard]] bool do_others_accept_password(const Entry& entry);
     [[nodiscard]] bool is_password_accepted(const Entry& entry);
     [[nodiscard]] static bool is_for_libzip(const Entry& entry);
     void read_by_libzip(const Entry& entry, Workspace& workspace, Content& content);

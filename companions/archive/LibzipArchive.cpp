@@ -35,8 +35,12 @@ void LibzipArchive::open(const Entry& entry)
     zip_stat_t facts;
     if (zip_stat_index(zip_.get(), entry.number, 0, &facts) != 0)
         fail(zip_get_error(zip_.get()));
-    if (facts.size != entry.size || facts.comp_size != entry.packed_size)
-        throw DamagedContent();
+    // From a directory of its own choice, libzip may have read other facts. Its files of an
+    // encryption it does not know leak.
+    const auto encryption = entry.is_encrypted() ? ZIP_EM_TRAD_PKWARE : ZIP_EM_NONE;
+    if (facts.size != entry.size || facts.comp_size != entry.packed_size ||
+        facts.comp_method != entry.method || facts.encryption_method != encryption)
+        throw damaged(archive_.url, entry.name);
     file_.reset(zip_fopen_index(zip_.get(), entry.number,
                                 entry.method == deflated_method ? ZIP_FL_COMPRESSED : 0));
     if (!file_)

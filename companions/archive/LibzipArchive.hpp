@@ -25,7 +25,8 @@ public:
 
     /// Begins to read the content of the entry. Deflated bytes come unchanged, after decryption.
     ///
-    /// Errors: `DamagedContent`; the password is wrong or missing; the platform's.
+    /// Errors: damaged, if libzip knows other facts of the entry; `DamagedContent`; the password is
+    /// wrong or missing; the platform's.
     void open(const Entry& entry);
 
     /// The next bytes; none at the end, after all of them proved right.

@@ -1,4 +1,6 @@
 #include "archive/ArchiveDirectory.hpp"
+#include "archive/ClassicKeys.hpp"
+#include "archive/Deflate.hpp"
 #include "archive/EntryEncryption.hpp"
 #include "archive/RawZip.hpp"
 #include "archive/ZipCalls.hpp"
@@ -184,17 +186,75 @@ TEST(Encryption, entries_of_other_makers_are_read_by_what_they_say)
     }
 }
 
+/// Unpacks with a hundred wrong passwords. Returns how many were called wrong.
+int wrong_of_a_hundred(const Scratch& root)
+{
+    int count = 0;
+    for (int i = 0; i < 100; ++i)
+        count += unzip(root / "a.zip", root / "out", {"wrong" + std::to_string(i)}) == wrong;
+    return count;
+}
+
 TEST(Encryption, of_the_old_way_tells_damage_from_a_wrong_password)
 {
     const Scratch root;
-    make_tree(root.url(), {"a=" + std::string(300, 'a'), "b=2", "c=3", "d=4", "out/"});
-    if (!shell("cd " + root.url().path() + " && zip -q0P right a.zip a b c d"))
+    make_tree(root.url(), {"a=" + std::string(300, 'a'), "out/"});
+    const auto zipped = [&](const std::string& options) {
+        return shell("cd " + root.url().path() + " && rm -f a.zip && zip -q" + options +
+                     "P right a.zip a");
+    };
+    if (!zipped("0"))
         GTEST_SKIP() << "zip is not installed";
-    std::string bytes = read_file(root / "a.zip");
-    bytes[200] = static_cast<char>(bytes[200] ^ 1); // in the content of "a"
-    write_file(root / "a.zip", bytes);
+    for (const std::string options : {"0", "9", "0fd"}) {
+        SCOPED_TRACE(options);
+        ASSERT_TRUE(zipped(options));
+        EXPECT_GE(wrong_of_a_hundred(root), 99); // one in 65,536 finds both check bytes
+        std::string bytes = read_file(root / "a.zip");
+        bytes[75] = static_cast<char>(bytes[75] ^ 1); // in the content
+        write_file(root / "a.zip", bytes);
+        EXPECT_EQ(unzip(root / "a.zip", root / "out", {"right"}), damaged);
+        EXPECT_GE(wrong_of_a_hundred(root), 99);
+    }
+}
+
+/// The deflated text as a program encrypts it that writes one check byte.
+RawEntry encrypted_text(const std::string& text)
+{
+    archive::Deflater deflater(ZipCompression::default_compression);
+    archive::Bytes packed;
+    deflater.compress(std::as_bytes(std::span(text)), packed);
+    archive::Bytes plain(archive::ClassicKeys::header_size);
+    plain.back() = std::byte(crc_of(text) >> 24);
+    plain.insert(plain.end(), packed.begin(), packed.end());
+    archive::ClassicKeys keys("right");
+    std::string content;
+    for (const std::byte byte : plain)
+        content += static_cast<char>(keys.encrypt(byte));
+    return {"a", content, 0100644, 3, 0x801, 8, text.size(), {}, crc_of(text)};
+}
+
+TEST(Encryption, of_the_old_way_with_one_check_byte_is_judged_by_the_content)
+{
+    const Scratch root;
+    make_tree(root.url(), {"out/"});
+    std::string text;
+    for (int i = 0; text.size() < 20'000; ++i)
+        text += std::to_string(i * 7919) + (i % 3 ? " " : "\n");
+    const RawEntry whole = encrypted_text(text);
+    write_file(root / "a.zip", raw_zip({whole}));
+    EXPECT_EQ(wrong_of_a_hundred(root), 100);
+    EXPECT_EQ(unzip(root / "a.zip", root / "out", {"right"}), success);
+    for (const std::size_t at : {whole.content.size() / 2, whole.content.size() - 1}) {
+        RawEntry changed = whole;
+        changed.content[at] = static_cast<char>(changed.content[at] ^ 1);
+        write_file(root / "a.zip", raw_zip({changed}));
+        EXPECT_EQ(unzip(root / "a.zip", root / "out", {"right"}), damaged) << at;
+        EXPECT_EQ(wrong_of_a_hundred(root), 100);
+    }
+    RawEntry with_other_checksum = whole;
+    with_other_checksum.crc = *whole.crc ^ 1;
+    write_file(root / "a.zip", raw_zip({with_other_checksum}));
     EXPECT_EQ(unzip(root / "a.zip", root / "out", {"right"}), damaged);
-    EXPECT_EQ(unzip(root / "a.zip", root / "out", {"wrong"}), wrong);
 }
 
 } // namespace

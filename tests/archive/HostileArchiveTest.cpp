@@ -337,6 +337,23 @@ TEST(HostileArchives, a_directory_is_read_whole_or_refused)
     EXPECT_EQ(tree(destination.url()), (Listing{"d/", "last=1"}));
 }
 
+TEST(HostileArchives, a_second_directory_for_other_readers_is_found_out)
+{
+    const Scratch root;
+    make_tree(root.url(), {"out/"});
+    const RawEntry entry{"f", std::string(20, 'x'), 0100644, 3, 1, 0, 8};
+    const std::string inner = raw_zip({{"f", entry.content, 0100644, 3, 0x41, 0, 8}});
+    const std::size_t inner_start = inner.find("PK\1\2");
+    const std::string end = inner.substr(inner.rfind("PK\5\6"));
+    const std::string outer = raw_zip({entry});
+    // Seen from the end, the directory lies right before it. The offset leads to the other one.
+    write_file(root / "a.zip", inner.substr(0, inner.size() - end.size()) +
+                                   outer.substr(0, outer.size() - end.size()) + end);
+    ASSERT_EQ(inner_start, outer.find("PK\1\2"));
+    EXPECT_EQ(unzip(root / "a.zip", root / "out", {"p"}), damaged);
+    EXPECT_EQ(tree(root / "out"), Listing{});
+}
+
 TEST(HostileArchives, memory_is_linear_in_the_directory)
 {
     const Scratch root;

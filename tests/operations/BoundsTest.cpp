@@ -151,6 +151,7 @@ TEST_F(BoundsTest, no_thread_to_be_had_is_an_error_of_the_request)
             std::fprintf(stderr, "%zu %s\n", text.size(), text.back().c_str());
         std::_Exit(0);
     };
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(in_child(), testing::ExitedWithCode(0),
                 "1 error: The request couldn't be started, because the system allows no more "
                 "threads\\..*\n1 error: .*no more threads.*\n1 placeholder 10x10");
