@@ -53,6 +53,7 @@ Error told(const Error& failure)
 Picture thumbnail_of(const ThumbCommand& command, const Surroundings& surroundings)
 {
     const QuietOutput quiet;
+    OrvThumbnail::singleton().add_further_formats();
     std::shared_ptr<ThumbGenerateOpr> operation;
     const auto status = final_status<ThumbGenerateOpr>(
         [&](auto closure) {

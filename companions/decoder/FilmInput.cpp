@@ -2,8 +2,10 @@
 
 #include <orv/utility/Error.hpp>
 
+#include <array>
 #include <cerrno>
 #include <new>
+#include <string_view>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +18,21 @@ constexpr AVRational microseconds{1, AV_TIME_BASE};
 int refuse_to_open(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**)
 {
     return AVERROR(EPERM);
+}
+
+/// The format by its first bytes, for FFmpeg to try nothing else: other formats may point to other
+/// files.
+const char* format_of(int file)
+{
+    std::array<char, 4> first{};
+    static_cast<void>(::pread(file, first.data(), first.size(), 0));
+    const std::string_view beginning(first.data(), first.size());
+    if (beginning == "\x1A\x45\xDF\xA3")
+        return "matroska";
+    if (beginning == "fLaC")
+        return "flac";
+    // Without such a tag, an MP3 file has no cover.
+    return beginning.starts_with("ID3") ? "mp3" : "mov";
 }
 
 } // namespace
@@ -31,8 +48,7 @@ FilmInput::FilmInput(int file) : file_(file)
         throw Error("There is no memory for the film.");
     context->pb = io_.get();
     context->io_open = &refuse_to_open;
-    // Named, to try nothing else: other formats may point to other files.
-    const AVInputFormat* format = ::av_find_input_format("mov");
+    const AVInputFormat* format = ::av_find_input_format(format_of(file));
     const int result = ::avformat_open_input(&context, "", format, nullptr);
     context_.reset(context);
     // A long film has long tables of its frames.

@@ -6,8 +6,8 @@
 namespace orv::decoder {
 
 // Libraries open fonts and tables by path, at any time during a document. A confined process can
-// open nothing. This program replaces the C library's `open`, `fopen` and `fstat` with functions of
-// its own: they find the files opened before by the same path.
+// open nothing. This program replaces the C library's `open`, `fopen`, `access` and `fstat` with
+// functions of its own: they find the files opened before by the same path.
 
 /// Opens a file for reading, for later opens by its path in the confined process. True if the file
 /// opened and there is room for it.

@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <new>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -79,35 +81,56 @@ DecodedPicture read_image(Bytes bytes, SizeWanted wanted, MemoryAllowed memory)
     return {finished(picture, size), full};
 }
 
+/// A page of a PDF or a vector drawing: loads it at some scale, and has a noun for its errors.
+struct Scalable {
+    std::function<VImage(double scale)> load;
+    std::string noun;
+    VipsExtend edge; ///< of the ground it stands on
+};
+
 // Measures pages in tenths of points: in whole ones, small pages would lose their shape.
 constexpr double tenths = 10;
 
 /// Call it with the page in points: in tenths, a long one would pass all bounds.
-void check_page(const VImage& page)
+void check_page(const VImage& page, const std::string& noun)
 {
     constexpr int longest_side = 200'000;
     if (page.width() > longest_side || page.height() > longest_side)
-        throw Error("The page of the PDF is larger than 70 metres.");
+        throw Error(noun + " is larger than 70 metres.");
 }
 
-PictureSize size_in_points(PictureSize page)
+PictureSize size_in_points(PictureSize page, const std::string& noun)
 {
     constexpr std::uint32_t width = 240;
     constexpr double highest = 24'000;
     const double height = std::round(double(width) * page.height / page.width);
     if (height > highest)
-        throw Error("The page of the PDF is more than a hundred times as high as wide.");
+        throw Error(noun + " is more than a hundred times as high as wide.");
     return {width, static_cast<std::uint32_t>(std::max(height, 1.0))};
 }
 
-/// A page off by the rounding of a side gets a cut or a white edge: stretching would blur its text.
-VImage trimmed(const VImage& page, PictureSize size)
+/// A page off by the rounding of a side gets a cut or an edge: stretching would blur its text.
+VImage trimmed(const VImage& page, PictureSize size, VipsExtend edge)
 {
     const auto width = static_cast<int>(size.width);
     const auto height = static_cast<int>(size.height);
     if (std::abs(page.width() - width) > 1 || std::abs(page.height() - height) > 1)
         return page;
-    return page.embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_WHITE));
+    return page.embed(0, 0, width, height, VImage::option()->set("extend", edge));
+}
+
+DecodedPicture read_scalable(const Scalable& scalable, SizeWanted wanted)
+{
+    check_page(scalable.load(1), scalable.noun);
+    const PictureSize page = size_of(scalable.load(tenths));
+    const PictureSize full = size_in_points(page, scalable.noun);
+    const PictureSize size = delivered_size(full, wanted);
+    const double scale =
+        std::max(size.width * tenths / page.width, size.height * tenths / page.height);
+    const double pixels = scale * scale * page.width * page.height / (tenths * tenths);
+    if (pixels > double(Picture::max_pixels))
+        throw Error(scalable.noun + " is too large at this size.");
+    return {finished(trimmed(scalable.load(scale), size, scalable.edge), size), full};
 }
 
 DecodedPicture read_pdf_page(Bytes bytes, SizeWanted wanted)
@@ -120,16 +143,16 @@ DecodedPicture read_pdf_page(Bytes bytes, SizeWanted wanted)
             source_of(bytes),
             VImage::option()->set("scale", scale)->set("fail_on", VIPS_FAIL_ON_ERROR));
     };
-    check_page(load(1));
-    const PictureSize page = size_of(load(tenths));
-    const PictureSize full = size_in_points(page);
-    const PictureSize size = delivered_size(full, wanted);
-    const double scale =
-        std::max(size.width * tenths / page.width, size.height * tenths / page.height);
-    const double pixels = scale * scale * page.width * page.height / (tenths * tenths);
-    if (pixels > double(Picture::max_pixels))
-        throw Error("The page of the PDF is too large at this size.");
-    return {finished(trimmed(load(scale), size), size), full};
+    return read_scalable({load, "The page of the PDF", VIPS_EXTEND_WHITE}, wanted);
+}
+
+/// Without a place of its own in the file system, a drawing can refer to no other file.
+DecodedPicture read_drawing(Bytes bytes, SizeWanted wanted)
+{
+    const auto load = [&](double scale) {
+        return VImage::svgload_source(source_of(bytes), VImage::option()->set("scale", scale));
+    };
+    return read_scalable({load, "The drawing", VIPS_EXTEND_BLACK}, wanted);
 }
 
 /// A page with a word in the first of the standard fonts.
@@ -142,16 +165,27 @@ constexpr std::string_view first_document =
     "4 0 obj <</Length 31>> stream\nBT /F 9 Tf 1 1 Td (page) Tj ET \nendstream endobj\n"
     "trailer <</Root 1 0 R>>\n";
 
-/// Draws a page once, because the drawing library opens its files with the first page. They stay
+constexpr std::string_view first_drawing =
+    "<svg xmlns='http://www.w3.org/2000/svg' width='20' height='10'><text y='9'>word</text></svg>";
+
+/// Draws a page once, because the drawing libraries open their files with the first one. They stay
 /// open with the document.
-void prepare_pages()
+void prepare_pages(Medium medium)
 {
     keep_page_fonts();
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(first_document.data());
-    allow_loaders(Medium::pdf_page);
+    const bool is_page = medium == Medium::pdf_page;
+    const std::string_view first = is_page ? first_document : first_drawing;
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(first.data());
+    const VSource source = source_of({bytes, first.size()});
+    allow_loaders(medium);
     static const auto* const stays_open =
-        new VImage(VImage::pdfload_source(source_of({bytes, first_document.size()})));
+        new VImage(is_page ? VImage::pdfload_source(source) : VImage::svgload_source(source));
     static_cast<void>(finished(*stays_open, size_of(*stays_open)));
+}
+
+std::string noun_of(Medium medium)
+{
+    return medium == Medium::pdf_page ? "PDF" : medium == Medium::drawing ? "drawing" : "picture";
 }
 
 } // namespace
@@ -160,28 +194,29 @@ void prepare_reading(Medium medium)
 {
     start_vips();
     load_modules(medium);
-    if (medium == Medium::pdf_page)
-        prepare_pages();
-    else
+    if (medium == Medium::image)
         prepare_bmp();
+    else
+        prepare_pages(medium);
 }
 
 DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted, MemoryAllowed memory)
 {
     const MappedFile mapped(file);
-    const bool is_page = medium == Medium::pdf_page;
     ::vips_error_clear();
     try {
         allow_loaders(medium);
-        return is_page ? read_pdf_page(mapped.bytes(), wanted)
-                       : read_image(mapped.bytes(), wanted, memory);
+        if (medium == Medium::pdf_page)
+            return read_pdf_page(mapped.bytes(), wanted);
+        if (medium == Medium::drawing)
+            return read_drawing(mapped.bytes(), wanted);
+        return read_image(mapped.bytes(), wanted, memory);
     } catch (const vips::VError& error) {
-        const char* what = is_page ? "The PDF cannot be read: " : "The picture cannot be read: ";
         const std::string reason = reason_of(error);
         // The libraries tell a lack of memory in words alone.
         if (reason.find("emory") != std::string::npos)
             throw std::bad_alloc();
-        throw Error(what + reason + ".");
+        throw Error("The " + noun_of(medium) + " cannot be read: " + reason + ".");
     }
 }
 

@@ -51,18 +51,20 @@ void start_vips()
 
 void load_modules(Medium medium)
 {
-    load_module(medium == Medium::pdf_page ? "vips-poppler.so" : "vips-heif.so");
+    if (medium != Medium::drawing)
+        load_module(medium == Medium::pdf_page ? "vips-poppler.so" : "vips-heif.so");
 }
 
 void allow_loaders(Medium medium)
 {
     ::vips_operation_block_set("VipsForeignLoad", TRUE);
-    if (medium == Medium::pdf_page) {
-        ::vips_operation_block_set("VipsForeignLoadPdf", FALSE);
+    if (medium == Medium::pdf_page || medium == Medium::drawing) {
+        const bool is_page = medium == Medium::pdf_page;
+        ::vips_operation_block_set(is_page ? "VipsForeignLoadPdf" : "VipsForeignLoadSvg", FALSE);
         return;
     }
     for (const char* loader : {"VipsForeignLoadJpeg", "VipsForeignLoadPng", "VipsForeignLoadNsgif",
-                               "VipsForeignLoadTiff", "VipsForeignLoadHeif"})
+                               "VipsForeignLoadTiff", "VipsForeignLoadHeif", "VipsForeignLoadWebp"})
         ::vips_operation_block_set(loader, FALSE);
 }
 

@@ -26,12 +26,15 @@ picture::DecoderPool& pool_for(Medium medium)
     };
     static auto* pictures = new_pool("orv-picture-decoder", Medium::image);
     static auto* pages = new_pool("orv-picture-decoder", Medium::pdf_page);
+    static auto* drawings = new_pool("orv-picture-decoder", Medium::drawing);
     static auto* films = new_pool("orv-film-decoder", Medium::film_frame);
     switch (medium) {
     case Medium::image:
         return *pictures;
     case Medium::pdf_page:
         return *pages;
+    case Medium::drawing:
+        return *drawings;
     case Medium::film_frame:
         break;
     }

@@ -11,7 +11,7 @@
 namespace orv {
 
 /// The kinds of files with a picture.
-enum class Medium : std::uint8_t { image, pdf_page, film_frame };
+enum class Medium : std::uint8_t { image, pdf_page, film_frame, drawing };
 
 /// A picture, and the upright size of its original; the picture may be smaller.
 struct DecodedPicture {
@@ -22,9 +22,9 @@ struct DecodedPicture {
 /// Makes a picture from the file, in a helper process, safe from any content. The picture has
 /// `delivered_size(full_size, wanted)`, is upright, and in sRGB. The content decides, not the name.
 /// Of an animation it is the first picture. Of a PDF it is the first page, with a full size of 240
-/// points in width; of a film the frame at a third of its duration (or the latest one before it, if
-/// decoding takes longer than three seconds of processor time), or the cover if it has no pictures
-/// of its own.
+/// points in width, and so it is with a vector drawing; of a film the frame at a third of its
+/// duration (or the latest one before it, if decoding takes longer than three seconds of processor
+/// time), or the cover if it has no pictures of its own.
 ///
 /// Threading: any background thread; waits for a free helper, and then for the picture, for as long
 /// as the helper computes (up to ten seconds of processor time), waits for a core or reads. It

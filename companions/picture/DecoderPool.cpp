@@ -5,7 +5,8 @@
 namespace orv::picture {
 namespace {
 
-/// Enough for most files. A page's need shows only during its drawing, so it gets much at once.
+/// Enough for most files. The need of a page or a drawing shows only at work, so it gets much at
+/// once.
 std::uint64_t usual_memory(Medium medium)
 {
     constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
@@ -13,6 +14,7 @@ std::uint64_t usual_memory(Medium medium)
     case Medium::image:
         return 64 * mebibyte;
     case Medium::pdf_page:
+    case Medium::drawing:
         return 512 * mebibyte;
     case Medium::film_frame:
         break;

@@ -29,7 +29,8 @@ std::shared_ptr<ThumbGenerateOpr> generate_thumb(Url url, std::optional<std::uin
             MadeThumbnail made;
             request.do_part([stop]() mutable { stop.request_stop(); },
                             [&] {
-                                made = ThumbnailAccess::make(url, {resize_width, resize_height}, {},
+                                made = ThumbnailAccess::make(url, {resize_width, resize_height},
+                                                             Formats::registered, {},
                                                              stop.get_token());
                             });
             request.tally().expect(-1, 1);

@@ -17,34 +17,79 @@ Preview whole(Picture picture)
     return {std::move(picture), width, height};
 }
 
-Preview preview_or_placeholder(const Url& url, Medium medium, SizeWanted wanted)
+constexpr DecodedKind image_kind{Medium::image, false};
+constexpr DecodedKind page_kind{Medium::pdf_page, false};
+constexpr DecodedKind film_kind{Medium::film_frame, true};
+
+Preview preview_or_placeholder(const Url& url, DecodedKind kind, SizeWanted wanted)
 try {
-    return decoded_preview(url, medium, wanted, {});
+    return decoded_preview(url, kind, wanted, {});
 } catch (const Error&) {
     return whole(intr_thumb_placeholder());
 }
 
+/// Of the formats beyond those of the registry's first generators.
+class FurtherGenerator final : public OrvThumbnailGenerator {
+public:
+    FurtherGenerator(Medium medium, std::vector<std::string> extensions)
+        : kind_{medium, false}, extensions_(std::move(extensions))
+    {
+    }
+
+    [[nodiscard]] std::vector<std::string> supportedExtensions() const override
+    {
+        return extensions_;
+    }
+    [[nodiscard]] Picture getThumbnail(const Url& url) const override
+    {
+        return preview(url, {}, {}).picture;
+    }
+    [[nodiscard]] Preview preview(const Url& url, std::optional<std::uint32_t> resize_width,
+                                  std::optional<std::uint32_t> resize_height) const override
+    {
+        return preview_or_placeholder(url, kind_, {resize_width, resize_height});
+    }
+    [[nodiscard]] DecodedKind kind() const { return kind_; }
+
+private:
+    DecodedKind kind_;
+    std::vector<std::string> extensions_;
+};
+
 } // namespace
 
-std::optional<Medium> medium_of(const OrvThumbnailGenerator& generator)
+std::optional<DecodedKind> kind_of(const OrvThumbnailGenerator& generator)
 {
     if (dynamic_cast<const ImageThumbnailGenerator*>(&generator))
-        return Medium::image;
+        return image_kind;
     if (dynamic_cast<const PDFThumbnailGenerator*>(&generator))
-        return Medium::pdf_page;
+        return page_kind;
     if (dynamic_cast<const VideoThumbnailGenerator*>(&generator))
-        return Medium::film_frame;
+        return film_kind;
+    if (const auto* further = dynamic_cast<const FurtherGenerator*>(&generator))
+        return further->kind();
     return std::nullopt;
 }
 
-Preview decoded_preview(const Url& url, Medium medium, SizeWanted wanted,
+const std::vector<std::shared_ptr<const OrvThumbnailGenerator>>& further_generators()
+{
+    using Extensions = std::vector<std::string>;
+    static const auto* generators = new std::vector<std::shared_ptr<const OrvThumbnailGenerator>>{
+        std::make_shared<FurtherGenerator>(Medium::image, Extensions{"tif", "webp", "avif"}),
+        std::make_shared<FurtherGenerator>(Medium::drawing, Extensions{"svg"}),
+        std::make_shared<FurtherGenerator>(Medium::film_frame,
+                                           Extensions{"webm", "mkv", "mp3", "flac"})};
+    return *generators;
+}
+
+Preview decoded_preview(const Url& url, DecodedKind kind, SizeWanted wanted,
                         const std::stop_token& stop)
 try {
-    DecodedPicture decoded = decode_picture(url, medium, wanted, stop);
+    DecodedPicture decoded = decode_picture(url, kind.medium, wanted, stop);
     return {std::move(decoded.picture), decoded.full_size.width, decoded.full_size.height};
 } catch (const Error& error) {
     warn_of_missing_helpers();
-    if (medium == Medium::film_frame)
+    if (kind.prints_failures)
         std::cerr << "ERROR: " + error.message() + "\n" << std::flush;
     throw;
 }
@@ -69,7 +114,7 @@ Picture ImageThumbnailGenerator::getThumbnail(const Url& url) const
 Preview ImageThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                          std::optional<std::uint32_t> resize_height) const
 {
-    return preview_or_placeholder(url, Medium::image, {resize_width, resize_height});
+    return preview_or_placeholder(url, image_kind, {resize_width, resize_height});
 }
 
 std::vector<std::string> PDFThumbnailGenerator::supportedExtensions() const
@@ -85,7 +130,7 @@ Picture PDFThumbnailGenerator::getThumbnail(const Url& url) const
 Preview PDFThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                        std::optional<std::uint32_t> resize_height) const
 {
-    return preview_or_placeholder(url, Medium::pdf_page, {resize_width, resize_height});
+    return preview_or_placeholder(url, page_kind, {resize_width, resize_height});
 }
 
 std::vector<std::string> VideoThumbnailGenerator::supportedExtensions() const
@@ -101,7 +146,7 @@ Picture VideoThumbnailGenerator::getThumbnail(const Url& url) const
 Preview VideoThumbnailGenerator::preview(const Url& url, std::optional<std::uint32_t> resize_width,
                                          std::optional<std::uint32_t> resize_height) const
 {
-    return preview_or_placeholder(url, Medium::film_frame, {resize_width, resize_height});
+    return preview_or_placeholder(url, film_kind, {resize_width, resize_height});
 }
 
 std::vector<std::string> DefaultThumbnailGenerator::supportedExtensions() const

@@ -21,35 +21,53 @@ constexpr std::size_t first_cache_size = std::size_t{64} << 20;
 
 using Generators = std::map<std::string, OrvThumbnail::Generator>;
 
+const Generators& further_by_extension()
+{
+    static const auto* generators = [] {
+        auto* all = new Generators;
+        for (const auto& generator : further_generators())
+            for (const std::string& extension : generator->supportedExtensions())
+                all->emplace(extension, generator);
+        return all;
+    }();
+    return *generators;
+}
+
 Preview placeholder_preview()
 {
     const Picture& placeholder = intr_thumb_placeholder();
     return {placeholder, placeholder.width(), placeholder.height()};
 }
 
+/// True for pictures without a size of their own.
+bool is_scalable(DecodedKind kind)
+{
+    return kind.medium == Medium::pdf_page || kind.medium == Medium::drawing;
+}
+
 /// A shared picture of the file, or else a new one, shared from now on.
-Preview shared_preview_of(const Url& url, const FileVersion& version, Medium medium,
+Preview shared_preview_of(const Url& url, const FileVersion& version, DecodedKind kind,
                           SizeWanted wanted, const SharedThumbnails& shared,
                           const std::stop_token& stop)
 {
-    wanted.delivery = medium == Medium::pdf_page ? Delivery::shared_of_any_size : Delivery::shared;
+    wanted.delivery = is_scalable(kind) ? Delivery::shared_of_any_size : Delivery::shared;
     if (auto found = shared.find(url, version, wanted))
         return *std::move(found);
-    Preview made = decoded_preview(url, medium, wanted, stop);
+    Preview made = decoded_preview(url, kind, wanted, stop);
     shared.store(url, version, made, wanted);
     return made;
 }
 
 /// The generator's picture of the file, or a shared one. An application's own generator may throw
 /// anything.
-Preview preview_for(const ThumbnailKey& key, std::optional<Medium> medium,
+Preview preview_for(const ThumbnailKey& key, std::optional<DecodedKind> kind,
                     const SharedThumbnails* shared, const std::stop_token& stop)
 {
-    if (!medium)
+    if (!kind)
         return key.generator->preview(key.url, key.wanted.width, key.wanted.height);
     if (shared)
-        return shared_preview_of(key.url, key.version, *medium, key.wanted, *shared, stop);
-    return decoded_preview(key.url, *medium, key.wanted, stop);
+        return shared_preview_of(key.url, key.version, *kind, key.wanted, *shared, stop);
+    return decoded_preview(key.url, *kind, key.wanted, stop);
 }
 
 Picture scaled(const Preview& preview, SizeWanted wanted)
@@ -114,19 +132,26 @@ struct OrvThumbnail::Content {
     ThumbnailCache cache{first_cache_size};
 
     /// The current maker of the file's thumbnail; null if there is none.
-    [[nodiscard]] std::pair<Generator, double> maker_for(const Url& url) const;
+    [[nodiscard]] std::pair<Generator, double> maker_for(const Url& url, Formats formats) const;
 
-    [[nodiscard]] Error no_generator() const;
+    /// The generators of these formats.
+    [[nodiscard]] Generators with(Formats formats) const;
+
+    [[nodiscard]] Error no_generator(Formats formats) const;
 
     [[nodiscard]] std::shared_ptr<const SharedThumbnails> shared_now() const;
 };
 
-std::pair<OrvThumbnail::Generator, double> OrvThumbnail::Content::maker_for(const Url& url) const
+std::pair<OrvThumbnail::Generator, double> OrvThumbnail::Content::maker_for(const Url& url,
+                                                                            Formats formats) const
 {
     const std::string extension = lower_case(url.path_extension());
     const std::lock_guard lock(mutex);
-    const auto found = generators.find(extension);
-    return {found == generators.end() ? nullptr : found->second, quality};
+    if (const auto found = generators.find(extension); found != generators.end())
+        return {found->second, quality};
+    const auto found = further_by_extension().find(extension);
+    const bool is_served = formats == Formats::all && found != further_by_extension().end();
+    return {is_served ? found->second : nullptr, quality};
 }
 
 std::shared_ptr<const SharedThumbnails> OrvThumbnail::Content::shared_now() const
@@ -135,11 +160,19 @@ std::shared_ptr<const SharedThumbnails> OrvThumbnail::Content::shared_now() cons
     return shared;
 }
 
-Error OrvThumbnail::Content::no_generator() const
+Generators OrvThumbnail::Content::with(Formats formats) const
 {
     const std::lock_guard lock(mutex);
+    Generators all = generators;
+    if (formats == Formats::all)
+        all.insert(further_by_extension().begin(), further_by_extension().end());
+    return all;
+}
+
+Error OrvThumbnail::Content::no_generator(Formats formats) const
+{
     std::string known;
-    for (const auto& [extension, generator] : generators)
+    for (const auto& [extension, generator] : with(formats))
         known += (known.empty() ? "" : ", ") + extension;
     return Error("Only files named as one of these kinds have thumbnails: " + known + ".")
         .known_as(Cause::unsupported);
@@ -173,8 +206,14 @@ void OrvThumbnail::addThumbnailGenerator(const Generator& generator)
 
 std::map<std::string, OrvThumbnail::Generator> OrvThumbnail::supportedFiletypes() const
 {
+    return content_->with(Formats::registered);
+}
+
+void OrvThumbnail::add_further_formats()
+{
+    Generators all = content_->with(Formats::all);
     const std::lock_guard lock(content_->mutex);
-    return content_->generators;
+    content_->generators.merge(all); // leaves earlier ones in place
 }
 
 double OrvThumbnail::imageQuality() const
@@ -206,21 +245,22 @@ OrvThumbnail::Thumbnail OrvThumbnail::getThumbnail(const Url& url,
                                                    std::optional<std::uint32_t> resize_width,
                                                    std::optional<std::uint32_t> resize_height)
 {
-    MadeThumbnail made = ThumbnailAccess::make(url, {resize_width, resize_height}, {}, {});
+    MadeThumbnail made =
+        ThumbnailAccess::make(url, {resize_width, resize_height}, Formats::registered, {}, {});
     return {std::move(made.thumb), made.failure.has_value()};
 }
 
-MadeThumbnail ThumbnailAccess::make(const Url& url, SizeWanted wanted,
+MadeThumbnail ThumbnailAccess::make(const Url& url, SizeWanted wanted, Formats formats,
                                     std::shared_ptr<const SharedThumbnails> shared,
                                     const std::stop_token& stop)
 {
     OrvThumbnail::Content& content = *OrvThumbnail::singleton().content_;
-    const auto [generator, quality] = content.maker_for(url);
+    const auto [generator, quality] = content.maker_for(url, formats);
     if (!generator)
-        return placeholder(wanted, content.no_generator().at(url));
+        return placeholder(wanted, content.no_generator(formats).at(url));
 
-    const std::optional<Medium> medium = medium_of(*generator);
-    if (wanted.fit == Fit::within && medium == Medium::pdf_page)
+    const std::optional<DecodedKind> kind = kind_of(*generator);
+    if (wanted.fit == Fit::within && kind && is_scalable(*kind))
         wanted.fit = Fit::filling;
     const std::optional<FileVersion> version = version_of(url);
     ThumbnailKey key{url, version.value_or(FileVersion()), wanted, quality, generator};
@@ -229,9 +269,9 @@ MadeThumbnail ThumbnailAccess::make(const Url& url, SizeWanted wanted,
 
     if (!shared)
         shared = content.shared_now();
-    if (!medium || !version || (shared && !shared->may_serve(url)))
+    if (!kind || !version || (shared && !shared->may_serve(url)))
         shared.reset();
-    const Making made = made_by([&] { return preview_for(key, medium, shared.get(), stop); }, stop);
+    const Making made = made_by([&] { return preview_for(key, kind, shared.get(), stop); }, stop);
     Picture thumb = finished(made.preview, wanted, quality);
     if (version && !made.failure)
         content.cache.insert(std::move(key), thumb);

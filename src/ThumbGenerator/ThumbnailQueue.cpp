@@ -215,7 +215,8 @@ void ThumbnailQueue::Impl::make_one()
         return;
     std::optional<MadeThumbnail> made;
     try {
-        made = ThumbnailAccess::make(wish->url, wanted_, shared_, wish->stop.get_token());
+        made = ThumbnailAccess::make(wish->url, wanted_, Formats::all, shared_,
+                                     wish->stop.get_token());
     } catch (const Exception&) { // stopped: nobody waits for it, or its turn comes again
     } catch (const std::exception& error) {
         made = ThumbnailAccess::placeholder(wanted_, Error(error.what()).at(wish->url));

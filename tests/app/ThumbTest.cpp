@@ -75,8 +75,8 @@ TEST_F(ThumbTest, SaysWhyThereIsNoThumbnailAndWritesNothing)
         {{"empty.jpg", "a.png"}, 1, "orv: The file is empty: $W/empty.jpg\n"},
         {{"note.txt", "a.png"},
          1,
-         "orv: Only files named as one of these kinds have thumbnails: bmp, gif, heic, jpeg, jpg, "
-         "m4a, mov, mp4, pdf, png, tiff: $W/note.txt\n"},
+         "orv: Only files named as one of these kinds have thumbnails: avif, bmp, flac, gif, heic, "
+         "jpeg, jpg, m4a, mkv, mov, mp3, mp4, pdf, png, svg, tif, tiff, webm, webp: $W/note.txt\n"},
         {{"d.png", "a.png"}, 1, "orv: A folder has no thumbnail: $W/d.png\n"},
         {{"gone.png", "a.png"},
          1,

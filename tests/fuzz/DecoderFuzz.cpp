@@ -30,7 +30,11 @@ Medium medium_of(std::string_view bytes)
 {
     if (bytes.starts_with("%PDF"))
         return Medium::pdf_page;
-    return bytes.find("moov") == std::string_view::npos ? Medium::image : Medium::film_frame;
+    if (bytes.find("<svg") != std::string_view::npos)
+        return Medium::drawing;
+    const bool is_film = bytes.starts_with("\x1A\x45\xDF\xA3") || bytes.starts_with("ID3") ||
+                         bytes.starts_with("fLaC") || bytes.find("moov") != std::string_view::npos;
+    return is_film ? Medium::film_frame : Medium::image;
 }
 
 /// What a picture promises, whatever it was made from.
@@ -49,7 +53,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     // Libraries never give back some of what they take once.
     const __lsan::ScopedDisabler no_leaks;
-    for (const orv::Medium medium : {orv::Medium::image, orv::Medium::pdf_page})
+    for (const orv::Medium medium :
+         {orv::Medium::image, orv::Medium::pdf_page, orv::Medium::drawing})
         orv::decoder::prepare_reading(medium);
     return 0;
 }

@@ -32,8 +32,8 @@ TEST(Decoder, reads_every_format_of_pictures_by_what_is_in_it)
         GTEST_SKIP();
     const Scratch root;
     write_file(root / "a.png", text_of(quarters(640, 480, upright).png()));
-    for (const char* name :
-         {"a.jpg", "a.jpeg", "a.tiff", "a.gif", "a.heic", "a16.png", "p3.png", "cmyk.jpg"}) {
+    for (const char* name : {"a.jpg", "a.jpeg", "a.tiff", "a.gif", "a.heic", "a.webp", "a.avif",
+                             "a16.png", "p3.png", "cmyk.jpg"}) {
         const std::string file = name;
         const std::string command = file == "a16.png"  ? "vips cast a.png a16.png ushort --shift"
                                     : file == "p3.png" ? "vips icc_export a.png p3.png "
@@ -50,7 +50,7 @@ TEST(Decoder, reads_every_format_of_pictures_by_what_is_in_it)
     run_in(root.url(), "cp a.png png.jpg && cp a.jpg 'jpg.tiff' && ln -s a.png link");
 
     for (const char* name : {"a.png", "a.jpg", "a.jpeg", "a.tiff", "a.gif", "a.heic", "a.bmp",
-                             "a16.png", "png.jpg", "jpg.tiff", "link"}) {
+                             "a.webp", "a.avif", "a16.png", "png.jpg", "jpg.tiff", "link"}) {
         for (const auto& [wanted, size] :
              {std::pair{SizeWanted{240, {}}, PictureSize{240, 180}},
               {SizeWanted{}, PictureSize{640, 480}},
@@ -234,6 +234,45 @@ struct FilmCase {
     int frame;
 };
 
+/// A drawing of the quarters, with more on top.
+std::string svg_of(const std::string& attributes, const std::string& more = {})
+{
+    return "<svg xmlns='http://www.w3.org/2000/svg' " + attributes +
+           "><rect width='20' height='10' fill='red'/>"
+           "<rect x='20' width='20' height='10' fill='lime'/>"
+           "<rect y='10' width='20' height='10' fill='blue'/>"
+           "<rect x='20' y='10' width='20' height='10' fill='white'/>" +
+           more + "</svg>";
+}
+
+TEST(Decoder, draws_a_vector_drawing_and_nothing_from_outside)
+{
+    const Scratch root;
+    const Picture white_one = quarters(8, 8, {white, white, white, white});
+    write_file(root / "white.png", text_of(white_one.png()));
+    const auto image = [](const std::string& at) {
+        return "<image width='40' height='20' href='" + at + "'/>";
+    };
+    const std::string bounds = "width='40' height='20'";
+    for (const std::string& drawing :
+         {svg_of(bounds), svg_of("viewBox='0 0 40 20'"),
+          svg_of("width='4' height='2' viewBox='0 0 40 20'"),
+          svg_of(bounds, image("white.png")), svg_of(bounds, image((root / "white.png").path())),
+          svg_of(bounds, image((root / "white.png").description()))}) {
+        write_file(root / "a.svg", drawing);
+        const auto [picture, full] = decoded(root / "a.svg", Medium::drawing, {480, {}});
+        EXPECT_EQ(full, (PictureSize{240, 120})) << drawing;
+        EXPECT_EQ(picture.width(), 480U);
+        EXPECT_TRUE(shows(picture, upright)) << drawing;
+    }
+    const auto with_text = [&](const std::string& text) {
+        write_file(root / "a.svg", svg_of(bounds, "<text y='15'>" + text + "</text>"));
+        return decoded(root / "a.svg", Medium::drawing, {}).picture;
+    };
+    const Picture word = with_text("II"), other = with_text("OO"); // boxes, without a font
+    EXPECT_FALSE(std::ranges::equal(word.rgba(), other.rgba()));
+}
+
 TEST(Decoder, takes_the_very_frame_at_a_third_of_a_film)
 {
     if (lacks_tools())
@@ -273,6 +312,8 @@ TEST(Decoder, shows_films_upright_in_their_shape_and_colours)
     const Scratch root;
     write_file(root / "a.png", text_of(quarters(320, 160, upright).png()));
     const std::string film = ffmpeg + "-loop 1 -i a.png -t 1 -pix_fmt yuv420p ";
+    const std::string cover = ffmpeg + "-f lavfi -i sine=d=1 -i a.png -map 0 -map 1 -c:v png "
+                                       "-disposition:v attached_pic -f ";
     struct Case {
         std::string what, command;
         PictureSize full;
@@ -296,11 +337,11 @@ TEST(Decoder, shows_films_upright_in_their_shape_and_colours)
         {"turned left", turned("90"), {160, 320}, {green, white, red, blue}},
         {"turned over", turned("180"), {320, 160}, {white, blue, green, red}},
         {"turned right", turned("270"), {160, 320}, {blue, red, white, green}},
-        {"a sound with a cover",
-         ffmpeg + "-f lavfi -i sine=d=1 -i a.png -map 0 -map 1 -c:v png "
-                  "-disposition:v attached_pic a.m4a && mv a.m4a a.mp4",
-         {320, 160},
-         upright},
+        {"a sound with a cover", cover + "ipod a.mp4", {320, 160}, upright},
+        {"MP3 with a cover", cover + "mp3 a.mp4", {320, 160}, upright},
+        {"FLAC with a cover", cover + "flac a.mp4", {320, 160}, upright},
+        {"WebM", film + "-c:v libvpx -f webm a.mp4", {320, 160}, upright},
+        {"Matroska", film + "-f matroska a.mp4", {320, 160}, upright},
     };
     for (const auto& [what, command, full_size, colours] : cases) {
         run_in(root.url(), command);

@@ -17,7 +17,8 @@ namespace {
 using namespace std::string_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr Medium image = Medium::image, page = Medium::pdf_page, film = Medium::film_frame;
+constexpr Medium image = Medium::image, page = Medium::pdf_page, film = Medium::film_frame,
+                 drawing = Medium::drawing;
 
 /// What becomes of a file: the sentence of the error, or that there was none.
 std::string outcome(const Url& file, Medium medium)
@@ -83,6 +84,14 @@ TEST(HostileFiles, are_errors_within_two_seconds)
          "The BMP picture is incomplete."},
         {"a vector drawing", image,
          "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>", no_picture},
+        {"a picture for a drawing", drawing, png, "The drawing cannot be read: "},
+        {"another file in a drawing", drawing,
+         "<!DOCTYPE svg [<!ENTITY e SYSTEM 'file:///etc/passwd'>]>"
+         "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'><text>&e;</text></svg>",
+         "The drawing cannot be read: "},
+        {"a drawing of a kilometre", drawing,
+         "<svg xmlns='http://www.w3.org/2000/svg' width='4000000' height='9'/>",
+         "The drawing is larger"},
         {"a PDF for a picture", image, pdf_page("100", "100"), no_picture},
         {"a picture for a PDF", page, png, "The PDF cannot be read: "},
         {"a page of a kilometre", page, pdf_page("612", "2834645"),

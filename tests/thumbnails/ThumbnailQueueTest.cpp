@@ -181,14 +181,18 @@ TEST_F(ThumbnailQueueTest, fits_files_into_its_box_and_shares_them_with_the_desk
         GTEST_SKIP();
     const auto png = drawn(400, 300).png();
     write_file(at("a.png"), text_of(png));
+    write_file(at("b.webp"), text_of(png)); // the content counts
     write_file(at("page.pdf"), pdf_page("100", "50"));
     const timespec long_ago[2] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, at("a.png").path().c_str(), long_ago, 0), 0);
     struct {
         const char* file;
         std::uint32_t width, height;
-    } const rows[] = {
-        {"a.png", 120, 90}, {"page.pdf", 120, 60}, {"1.gated", 40, 20}, {"unknown.x-y", 100, 100}};
+    } const rows[] = {{"a.png", 120, 90},
+                      {"b.webp", 120, 90},
+                      {"page.pdf", 120, 60},
+                      {"1.gated", 40, 20},
+                      {"unknown.x-y", 100, 100}};
     generator->open();
     ThumbnailQueue queue({.width = 120, .height = 100}, {}, note());
     for (const auto& [file, width, height] : rows) {
@@ -198,6 +202,12 @@ TEST_F(ThumbnailQueueTest, fits_files_into_its_box_and_shares_them_with_the_desk
         EXPECT_EQ(thumb.height(), height) << file;
     }
     EXPECT_FALSE(std::filesystem::is_empty(at("cache/thumbnails/normal").path()));
+
+    OrvThumbnail& registry = OrvThumbnail::singleton();
+    EXPECT_TRUE(registry.getThumbnail(at("b.webp"), 9, 9).is_placeholder);
+    registry.add_further_formats();
+    EXPECT_FALSE(registry.getThumbnail(at("b.webp"), 9, 9).is_placeholder);
+    EXPECT_EQ(registry.supportedFiletypes()["gated"], generator);
 }
 
 } // namespace

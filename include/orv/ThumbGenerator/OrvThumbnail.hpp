@@ -32,6 +32,11 @@ public:
     /// Errors: an `Error` for a null pointer; the registry stays as it was.
     void addThumbnailGenerator(const Generator& generator);
 
+    /// Registers the library's generators for further formats, unless the application has
+    /// registered its own: tif, webp, avif and svg; webm and mkv; mp3 and flac with a cover.
+    /// `ThumbnailQueue` serves these formats in any case.
+    void add_further_formats();
+
     /// The generators by extension, in lower case.
     [[nodiscard]] std::map<std::string, Generator> supportedFiletypes() const;
 

@@ -22,16 +22,16 @@ namespace orv {
 /// It makes several at once, at most one per core. It makes none for a file that left the list
 /// before its turn, and no second one for a file that stays in the list.
 ///
-/// Thumbnails come from the generators of `OrvThumbnail` and from its memory of recent ones, and
-/// share the desktop's folder of thumbnails.
+/// Thumbnails come from the generators of `OrvThumbnail`, its further formats included, and from
+/// its memory of recent ones, and share the desktop's folder of thumbnails.
 ///
 /// Threading: main thread, also for the closure and its destruction. A turn of the main loop
 /// delivers thumbnails for two milliseconds at most, or one if the closure takes longer.
 /// Cancel: ending the object ends everything. It may end inside its closure.
 class ThumbnailQueue {
 public:
-    /// A thumbnail fits into the box and keeps the shape of the picture. A page fills the box; no
-    /// other picture grows.
+    /// A thumbnail fits into the box and keeps the shape of the picture. A page and a drawing fill
+    /// the box; no other picture grows.
     ///
     /// Units: pixels, at least one.
     struct Box {
