@@ -256,8 +256,8 @@ TEST(Decoder, draws_a_vector_drawing_and_nothing_from_outside)
     const std::string bounds = "width='40' height='20'";
     for (const std::string& drawing :
          {svg_of(bounds), svg_of("viewBox='0 0 40 20'"),
-          svg_of("width='4' height='2' viewBox='0 0 40 20'"),
-          svg_of(bounds, image("white.png")), svg_of(bounds, image((root / "white.png").path())),
+          svg_of("width='4' height='2' viewBox='0 0 40 20'"), svg_of(bounds, image("white.png")),
+          svg_of(bounds, image((root / "white.png").path())),
           svg_of(bounds, image((root / "white.png").description()))}) {
         write_file(root / "a.svg", drawing);
         const auto [picture, full] = decoded(root / "a.svg", Medium::drawing, {480, {}});
