@@ -212,9 +212,10 @@ DecodedPicture read_picture(int file, Medium medium, SizeWanted wanted, MemoryAl
             return read_drawing(mapped.bytes(), wanted);
         return read_image(mapped.bytes(), wanted, memory);
     } catch (const vips::VError& error) {
+        const std::string all = error.what();
         const std::string reason = reason_of(error);
-        // The libraries tell a lack of memory in words alone.
-        if (reason.find("emory") != std::string::npos)
+        // The libraries tell a lack of memory in words alone, some after another sentence.
+        if (reason.find("emory") != std::string::npos || all.find("llocat") != std::string::npos)
             throw std::bad_alloc();
         throw Error("The " + noun_of(medium) + " cannot be read: " + reason + ".");
     }
