@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Refuses an include that does not run downwards through the layers, or that a layer has no right to.
+"""Refuses an include that does not run downwards through the layers, that a layer has no right to, or
+that closes a circle among the files of a layer.
 
 check-layers.py [--root FOLDER]    checks the sources
 check-layers.py --self-test        checks that faults planted in a small tree are found
@@ -27,6 +28,9 @@ RANKS = [
     ["apps", "decoder", "integrations"],
 ]
 RANK_OF = {layer: rank for rank, layers in enumerate(RANKS) for layer in layers}
+
+# Layers whose files still include one another in circles.
+WITH_CIRCLES = {"Operations", "Folder", "ThumbGenerator", "archive", "picture", "decoder"}
 
 # Where a layer's files lie; quoted includes are found from the first two.
 SOURCE_ROOTS = ["companions", "src"]
@@ -111,6 +115,34 @@ def check_include(include, path, layer, root):
     return check_own(name, layer, SOURCE_ROOTS, root)
 
 
+def unit_of(path, root):
+    """What a header, public or not, and its source are together: their place and name in the layer."""
+    parts = path.relative_to(root).with_suffix("").parts
+    return "/".join(parts[2:] if parts[0] == "include" else parts[1:])
+
+
+def included_unit(include, path, root):
+    """The unit of our own that the file at `path` includes; None for other headers."""
+    bases = ["include"] if include.startswith("<orv/") else SOURCE_ROOTS
+    for base in [*(root / base for base in bases), path.parent]:
+        if (base / include[1:-1]).is_file():
+            return unit_of(base / include[1:-1], root)
+    return None
+
+
+def circles_in(units):
+    """The units that include one another in a circle, or lie between circles. `units` says what each
+    includes."""
+    left = dict(units)
+    while True:
+        included = {other for unit in left for other in left[unit] if other in left}
+        ends = [u for u in left if u not in included or not any(o in left for o in left[u])]
+        if not ends:
+            return sorted(left)
+        for unit in ends:
+            del left[unit]
+
+
 def faults_in(root):
     """A line for every include that is refused, and how many files were looked at."""
     faults = []
@@ -119,17 +151,25 @@ def faults_in(root):
         for top in [PUBLIC_ROOT, *SOURCE_ROOTS, "apps"]
         for path in sorted((root / top).rglob("*.[ch]pp"))
     ]
+    units = {}
     for path in files:
         layer = layer_of(path, root)
         where = path.relative_to(root)
         if layer not in RANK_OF:
             faults.append(f"{where}: there is no layer {layer}")
             continue
+        included = units.setdefault(layer, {}).setdefault(unit_of(path, root), set())
         for number, line in enumerate(path.read_text().splitlines(), 1):
             found = INCLUDE.match(line)
             fault = found and check_include(found[1], path, layer, root)
             if fault:
                 faults.append(f"{where}:{number}: {found[1]}: {fault}")
+            if found:
+                included.add(included_unit(found[1], path, root))
+        included.discard(unit_of(path, root))
+    for layer in units.keys() - WITH_CIRCLES:
+        if circle := circles_in(units[layer]):
+            faults.append(f"include one another in a circle: {', '.join(circle)}")
     return faults, len(files)
 
 
@@ -162,8 +202,43 @@ PLANTED = [
 ]
 
 
-def self_test():
+# Files with what they include, and whether that is a circle.
+PLANTED_CIRCLES = [
+    ([("src/Tool/A.hpp", '"Tool/B.hpp"'), ("src/Tool/B.cpp", '"Tool/A.hpp"')], True),
+    ([("src/Tool/A.cpp", '"Tool/A.hpp"'), ("src/Tool/B.cpp", '"Tool/A.hpp"')], False),
+    ([("src/Misc/A.cpp", "<orv/Misc/B.hpp>"), ("src/Misc/B.cpp", '"Misc/A.hpp"')], True),
+    (
+        [
+            ("src/Tool/A.hpp", '"Tool/B.hpp"'),
+            ("src/Tool/B.hpp", '"Tool/C.hpp"'),
+            ("src/Tool/C.cpp", '"Tool/A.hpp"'),
+        ],
+        True,
+    ),
+]
+
+
+def test_circles():
+    """How many of the planted circles are judged wrongly."""
     failed = 0
+    for includes, is_circle in PLANTED_CIRCLES:
+        with tempfile.TemporaryDirectory() as folder:
+            root = Path(folder)
+            for path, include in includes:
+                name = include[1:-1]
+                header = root / ("include" if name.startswith("orv/") else "src") / name
+                for file in [root / path, root / Path(path).with_suffix(".hpp"), header]:
+                    file.parent.mkdir(parents=True, exist_ok=True)
+                    file.touch()
+                (root / path).write_text(f"#include {include}\n")
+            if any("circle" in fault for fault in faults_in(root)[0]) != is_circle:
+                failed += 1
+                print(f"{includes} {'passed' if is_circle else 'is refused'}")
+    return failed
+
+
+def self_test():
+    failed = test_circles()
     for path, include, is_refused in PLANTED:
         with tempfile.TemporaryDirectory() as folder:
             root = Path(folder)
@@ -174,7 +249,8 @@ def self_test():
             if bool(faults_in(root)[0]) != is_refused:
                 failed += 1
                 print(f"{path} including {include} is {'passed' if is_refused else 'refused'}")
-    print(f"{len(PLANTED) - failed} of {len(PLANTED)} planted includes were judged right.")
+    count = len(PLANTED) + len(PLANTED_CIRCLES)
+    print(f"{count - failed} of {count} planted includes were judged right.")
     return failed == 0
 
 

@@ -1,4 +1,4 @@
-#include "Misc/ItemFacts.hpp"
+#include "Misc/FileItem.hpp"
 #include "files/FolderReader.hpp"
 #include "Tool/Tool.hpp"
 #include "files/TreeWalk.hpp"

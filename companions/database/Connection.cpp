@@ -53,18 +53,18 @@ private:
 
 } // namespace
 
-void Database::Connection::Close::operator()(sqlite3* connection) const noexcept
+void Connection::Close::operator()(sqlite3* connection) const noexcept
 {
     sqlite3_close(connection);
 }
 
-Database::Connection::Connection(const Url& file_url, bool create_if_absent) : file_url_(file_url)
+Connection::Connection(const Url& file_url, bool create_if_absent) : file_url_(file_url)
 {
     open_file(create_if_absent);
     configure();
 }
 
-void Database::Connection::open_file(bool create_if_absent)
+void Connection::open_file(bool create_if_absent)
 {
     if (file_url_.empty() || is_something_else_than_a_file(file_url_))
         fail(SQLITE_CANTOPEN, "unable to open database file, since it is no regular file");
@@ -80,7 +80,7 @@ void Database::Connection::open_file(bool create_if_absent)
         fail(SQLITE_READONLY, "the database is read-only");
 }
 
-void Database::Connection::configure()
+void Connection::configure()
 {
     sqlite3_busy_timeout(handle_.get(), static_cast<int>(busy_time_out.count()));
     sqlite3_limit(handle_.get(), SQLITE_LIMIT_VARIABLE_NUMBER, most_placeholders);
@@ -100,7 +100,7 @@ void Database::Connection::configure()
 // Two connections that change the mode of a new file would wait for each other for ever, so SQLite
 // refuses at once, whatever the busy time-out. A refused connection waits for its turn and then
 // finds the mode changed.
-void Database::Connection::use_write_ahead_log()
+void Connection::use_write_ahead_log()
 {
     constexpr int most_turns = 10;
     for (int turn = 1;; ++turn) {
@@ -117,7 +117,7 @@ void Database::Connection::use_write_ahead_log()
 }
 
 // With the file to itself, a connection reads a leftover write-ahead log without shared memory.
-void Database::Connection::use_rollback_journal()
+void Connection::use_rollback_journal()
 {
     if (has_write_ahead_log())
         control("PRAGMA locking_mode = EXCLUSIVE");
@@ -125,7 +125,7 @@ void Database::Connection::use_rollback_journal()
     control("PRAGMA locking_mode = NORMAL");
 }
 
-bool Database::Connection::has_write_ahead_log() const
+bool Connection::has_write_ahead_log() const
 {
     constexpr int place_in_header = 19; // the format's version for reading: 2 with a log
     sqlite3_file* file = nullptr;
@@ -136,14 +136,13 @@ bool Database::Connection::has_write_ahead_log() const
            file->pMethods->xRead(file, &version, 1, place_in_header) == SQLITE_OK && version == 2;
 }
 
-void Database::Connection::execute(std::string_view sql, Arguments args)
+void Connection::execute(std::string_view sql, Arguments args)
 {
     query(sql, args, [](const Row&) { return true; }, {});
 }
 
-void Database::Connection::query(std::string_view sql, Arguments args,
-                                 FunctionRef<bool(const Row&)> on_row,
-                                 std::span<const std::string_view> columns)
+void Connection::query(std::string_view sql, Arguments args, FunctionRef<bool(const Row&)> on_row,
+                       std::span<const std::string_view> columns)
 {
     const StatementInUse statement = take(sql);
     check_is_allowed(statement);
@@ -157,7 +156,7 @@ void Database::Connection::query(std::string_view sql, Arguments args,
             return;
 }
 
-StatementInUse Database::Connection::take(std::string_view sql)
+StatementInUse Connection::take(std::string_view sql)
 {
     try {
         return {statements_, handle_.get(), sql};
@@ -166,7 +165,7 @@ StatementInUse Database::Connection::take(std::string_view sql)
     }
 }
 
-void Database::Connection::check_is_allowed(const StatementInUse& statement) const
+void Connection::check_is_allowed(const StatementInUse& statement) const
 {
     check_is_not_undone();
     if (reads_ > 0 && save_points_ == 0 && sqlite3_stmt_readonly(statement.get()) == 0)
@@ -175,13 +174,13 @@ void Database::Connection::check_is_allowed(const StatementInUse& statement) con
 
 // On a full disk and the like SQLite rolls the whole transaction back at once. Later statements
 // would be stored alone.
-void Database::Connection::check_is_not_undone() const
+void Connection::check_is_not_undone() const
 {
     if (save_points_ > 0 && sqlite3_get_autocommit(handle_.get()) != 0)
         fail(SQLITE_ABORT_ROLLBACK, "the transaction was undone after an earlier failure");
 }
 
-void Database::Connection::bind(const StatementInUse& statement, Arguments args) const
+void Connection::bind(const StatementInUse& statement, Arguments args) const
 {
     const int code = statement.bind(args.values());
     if (code == SQLITE_RANGE)
@@ -190,8 +189,8 @@ void Database::Connection::bind(const StatementInUse& statement, Arguments args)
         fail(code);
 }
 
-std::vector<int> Database::Connection::places_of(const StatementInUse& statement,
-                                                 std::span<const std::string_view> columns) const
+std::vector<int> Connection::places_of(const StatementInUse& statement,
+                                       std::span<const std::string_view> columns) const
 {
     std::vector<int> places;
     places.reserve(columns.size());
@@ -207,7 +206,7 @@ std::vector<int> Database::Connection::places_of(const StatementInUse& statement
     return places;
 }
 
-bool Database::Connection::step(const StatementInUse& statement) const
+bool Connection::step(const StatementInUse& statement) const
 {
     const int code = sqlite3_step(statement.get());
     if (code != SQLITE_ROW && code != SQLITE_DONE)
@@ -215,7 +214,7 @@ bool Database::Connection::step(const StatementInUse& statement) const
     return code == SQLITE_ROW;
 }
 
-void Database::Connection::control(std::string_view sql)
+void Connection::control(std::string_view sql)
 {
     const StatementInUse statement = take(sql);
     while (step(statement)) {
@@ -223,7 +222,7 @@ void Database::Connection::control(std::string_view sql)
 }
 
 // A write-ahead log survives a power cut with an occasional flush. A rollback journal does not.
-void Database::Connection::relax_commits() noexcept
+void Connection::relax_commits() noexcept
 {
     const char* level = !volume_.flushes        ? "PRAGMA synchronous = OFF"
                         : volume_.shares_memory ? "PRAGMA synchronous = NORMAL"
@@ -231,7 +230,7 @@ void Database::Connection::relax_commits() noexcept
     sqlite3_exec(handle_.get(), level, nullptr, nullptr, nullptr);
 }
 
-void Database::Connection::begin_durable()
+void Connection::begin_durable()
 {
     if (volume_.flushes)
         control("PRAGMA synchronous = EXTRA");
@@ -243,10 +242,10 @@ void Database::Connection::begin_durable()
     }
 }
 
-void Database::Connection::begin(Kind kind)
+void Connection::begin(TransactionKind kind)
 {
     const bool in_transaction = save_points_ > 0 || reads_ > 0;
-    if (kind == Kind::read) {
+    if (kind == TransactionKind::read) {
         if (!in_transaction)
             control("BEGIN");
         ++reads_;
@@ -256,19 +255,19 @@ void Database::Connection::begin(Kind kind)
     if (reads_ > 0 && save_points_ == 0)
         fail(SQLITE_MISUSE, "a save point inside a read transaction was refused");
     check_is_not_undone();
-    if (kind == Kind::durable_write && in_transaction)
+    if (kind == TransactionKind::durable_write && in_transaction)
         fail(SQLITE_MISUSE, "a durable save point inside a transaction was refused");
-    if (kind == Kind::durable_write)
+    if (kind == TransactionKind::durable_write)
         begin_durable();
     else
         control(save_points_ == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT inner");
     ++save_points_;
 }
 
-void Database::Connection::commit(Kind kind)
+void Connection::commit(TransactionKind kind)
 {
     check_is_not_undone();
-    if (kind == Kind::read) {
+    if (kind == TransactionKind::read) {
         if (reads_ == 1 && save_points_ == 0)
             control("COMMIT");
         --reads_;
@@ -276,25 +275,25 @@ void Database::Connection::commit(Kind kind)
         control(save_points_ == 1 ? "COMMIT" : "RELEASE inner");
         --save_points_;
     }
-    if (kind == Kind::durable_write)
+    if (kind == TransactionKind::durable_write)
         relax_commits();
 }
 
-void Database::Connection::roll_back(Kind kind) noexcept
+void Connection::roll_back(TransactionKind kind) noexcept
 {
-    --(kind == Kind::read ? reads_ : save_points_);
+    --(kind == TransactionKind::read ? reads_ : save_points_);
     const bool is_undone_already = sqlite3_get_autocommit(handle_.get()) != 0;
     if (is_undone_already)
         ; // by SQLite itself
     else if (save_points_ + reads_ == 0)
         sqlite3_exec(handle_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
-    else if (kind != Kind::read)
+    else if (kind != TransactionKind::read)
         sqlite3_exec(handle_.get(), "ROLLBACK TO inner; RELEASE inner", nullptr, nullptr, nullptr);
-    if (kind == Kind::durable_write)
+    if (kind == TransactionKind::durable_write)
         relax_commits();
 }
 
-bool Database::Connection::is_in_place() const
+bool Connection::is_in_place() const
 {
     int has_moved = 0;
     const int code =
@@ -302,7 +301,7 @@ bool Database::Connection::is_in_place() const
     return code != SQLITE_OK || has_moved == 0;
 }
 
-bool Database::Connection::put_back()
+bool Connection::put_back()
 {
     // Several processes may have the file open. One puts it back, the others find it there.
     const std::string folder = file_url_.deleting_last_path_component().path();
@@ -322,7 +321,7 @@ bool Database::Connection::put_back()
     return true;
 }
 
-void Database::Connection::copy_to_path()
+void Connection::copy_to_path()
 {
     const std::string path = file_url_.path();
     const std::string copy = path + "-back";
@@ -336,7 +335,7 @@ void Database::Connection::copy_to_path()
 }
 
 /// The log of the open file, in case it still stands beside the file in its place.
-void Database::Connection::remove_own_log() const
+void Connection::remove_own_log() const
 {
     const std::string path = file_url_.path();
     if (!log_ || identity_at(path + "-wal") != log_)
@@ -345,7 +344,7 @@ void Database::Connection::remove_own_log() const
     ::unlink((path + "-shm").c_str());
 }
 
-int Database::Connection::user_version()
+int Connection::user_version()
 {
     std::int64_t version = 0;
     query("PRAGMA user_version", {},
@@ -357,12 +356,12 @@ int Database::Connection::user_version()
     return static_cast<int>(version);
 }
 
-std::size_t Database::Connection::max_placeholders() const
+std::size_t Connection::max_placeholders() const
 {
     return static_cast<std::size_t>(sqlite3_limit(handle_.get(), SQLITE_LIMIT_VARIABLE_NUMBER, -1));
 }
 
-void Database::Connection::fail(int code, std::string_view text) const
+void Connection::fail(int code, std::string_view text) const
 {
     std::string reason(text);
     if (reason.empty())

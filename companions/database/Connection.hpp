@@ -1,12 +1,18 @@
 #pragma once
 
-#include "database/Database.hpp"
 #include "database/DatabaseVolume.hpp"
 #include "database/Statement.hpp"
+#include "database/TransactionKind.hpp"
+#include "database/Value.hpp"
 #include "files/Identity.hpp"
 
+#include <orv/utility/FunctionRef.hpp>
+#include <orv/utility/Url.hpp>
+
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -14,7 +20,7 @@
 namespace orv {
 
 /// The open file, its statements and its transactions. Not safe to share: `Database` gives turns.
-class Database::Connection {
+class Connection {
 public:
     Connection(const Url& file_url, bool create_if_absent);
 
@@ -22,9 +28,9 @@ public:
     void query(std::string_view sql, Arguments args, FunctionRef<bool(const Row&)> on_row,
                std::span<const std::string_view> columns);
 
-    void begin(Kind kind);
-    void commit(Kind kind);
-    void roll_back(Kind kind) noexcept;
+    void begin(TransactionKind kind);
+    void commit(TransactionKind kind);
+    void roll_back(TransactionKind kind) noexcept;
 
     /// True if no transaction is open and no statement runs.
     [[nodiscard]] bool is_idle() const { return save_points_ + reads_ + running_ == 0; }

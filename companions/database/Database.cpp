@@ -65,14 +65,14 @@ std::size_t Database::max_placeholders() const
     return connection().max_placeholders();
 }
 
-Database::Connection& Database::connection() const
+Connection& Database::connection() const
 {
     if (!connection_)
         throw Error("The database was not opened.");
     return *connection_;
 }
 
-Database::Connection& Database::connection_in_place()
+Connection& Database::connection_in_place()
 {
     if (connection().is_idle())
         follow_file();

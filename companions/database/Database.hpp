@@ -1,5 +1,6 @@
 #pragma once
 
+#include "database/TransactionKind.hpp"
 #include "database/Upgrader.hpp"
 #include "database/Value.hpp"
 
@@ -16,6 +17,8 @@
 #include <type_traits>
 
 namespace orv {
+
+class Connection;
 
 /// An SQLite file. Several processes may have it open at once.
 ///
@@ -94,8 +97,7 @@ public:
     [[nodiscard]] std::size_t max_placeholders() const;
 
 private:
-    class Connection;
-    enum class Kind { read, write, durable_write };
+    using Kind = TransactionKind;
 
     class Turn {
     public:

@@ -1,9 +1,7 @@
-#include "CustomAttributes/CustomSortFlags.hpp"
-#include "CustomAttributes/FollowedItems.hpp"
-#include "CustomAttributes/RecCustomAttr.hpp"
-#include "Database/DBManager.hpp"
+#include "CustomAttributes/CustomAttributes.hpp"
 
-#include <orv/CustomAttributes/CustomAttributes.hpp>
+#include "CustomAttributes/FollowedItems.hpp"
+#include "Database/DBManager.hpp"
 
 #include <algorithm>
 
@@ -52,6 +50,26 @@ void save(const std::vector<CustomAttributes>& attributes, const std::vector<Rec
     replace_in(database, "custom_attributes", records);
 }
 
+bool has_order_no(const CustomAttributes& attributes)
+{
+    return attributes.order_no.has_value();
+}
+
+/// Marks `folder` as custom sorted when one of the `attributes` just saved for items in it has an
+/// order number, and as no longer so when neither one of them nor any item directly in it has.
+void update_custom_sort_flags(const Url& folder, const std::vector<CustomAttributes>& attributes)
+{
+    const bool is_sorted = std::any_of(attributes.begin(), attributes.end(), has_order_no);
+    CustomAttributes flags = CustomAttributes::fetch(folder).value_or(CustomAttributes{folder});
+    if (is_sorted)
+        flags.is_custom_sorted = flags.was_custom_sorted_at_least_once = true;
+    else if (flags.is_custom_sorted && !RecCustomAttr::any_order_no_inside(record_key(folder)))
+        flags.is_custom_sorted = false;
+    else
+        return;
+    save_all({flags}, false);
+}
+
 } // namespace
 
 bool CustomAttributes::are_default() const
@@ -77,6 +95,24 @@ std::unordered_map<Url, CustomAttributes> CustomAttributes::fetch_all(const std:
         return found;
     for (const RecCustomAttr& record : RecCustomAttr::fetch_all(record_keys(urls))) {
         Url url = url_from_resolved_path(record.relative_path);
+        CustomAttributes attributes = custom_attributes_of(record, url);
+        found.insert_or_assign(std::move(url), std::move(attributes));
+    }
+    return found;
+}
+
+CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url)
+{
+    return {std::move(url), record.is_protected != 0, record.order_no, record.is_custom_sorted != 0,
+            record.was_custom_sorted_at_least_once != 0};
+}
+
+std::unordered_map<Url, CustomAttributes> fetch_attributes_where(std::string_view where,
+                                                                 Arguments args)
+{
+    std::unordered_map<Url, CustomAttributes> found;
+    for (const RecCustomAttr& record : RecCustomAttr::fetch_all(where, args)) {
+        Url url = url_from_relative_path(record.relative_path);
         CustomAttributes attributes = custom_attributes_of(record, url);
         found.insert_or_assign(std::move(url), std::move(attributes));
     }

@@ -10,7 +10,7 @@
 namespace orv {
 namespace {
 
-constexpr std::string_view select_where =
+constexpr std::string_view identities_where =
     "SELECT relative_path, inode, birth FROM item_identities WHERE ";
 
 Database& identities_database()
@@ -78,19 +78,19 @@ bool RecItemIdentity::any_known()
 
 std::optional<RecItemIdentity> RecItemIdentity::fetch(const RecordKey& key)
 {
-    return instance<RecItemIdentity>(identities_database(), sql(select_where, "relative_path = ?"),
-                                     {key.text()});
+    return instance<RecItemIdentity>(identities_database(),
+                                     sql(identities_where, "relative_path = ?"), {key.text()});
 }
 
 std::vector<RecItemIdentity> RecItemIdentity::fetch_like(std::span<const ItemIdentity> identities)
 {
     // Few rows are read faster at once than looked up for each of many items.
     if (!has_rows(identities_database(), "item_identities", identities.size() + 1))
-        return array<RecItemIdentity>(identities_database(), sql(select_where, "1"));
+        return array<RecItemIdentity>(identities_database(), sql(identities_where, "1"));
     std::vector<Argument> values;
     for (const ItemIdentity& identity : identities)
         values.emplace_back(identity.inode);
-    return array_in<RecItemIdentity>(identities_database(), sql(select_where, "inode IN ("),
+    return array_in<RecItemIdentity>(identities_database(), sql(identities_where, "inode IN ("),
                                      values);
 }
 
@@ -99,8 +99,8 @@ std::vector<RecItemIdentity> RecItemIdentity::fetch_all(std::span<const RecordKe
     std::vector<Argument> values;
     for (const RecordKey& key : keys)
         values.emplace_back(key.text());
-    return array_in<RecItemIdentity>(identities_database(), sql(select_where, "relative_path IN ("),
-                                     values);
+    return array_in<RecItemIdentity>(identities_database(),
+                                     sql(identities_where, "relative_path IN ("), values);
 }
 
 void RecItemIdentity::replace_all(const std::vector<RecItemIdentity>& rows)

@@ -4,6 +4,8 @@
 #include "CustomAttributes/RecordTree.hpp"
 #include "Database/DBManager.hpp"
 
+#include <unordered_map>
+
 namespace orv {
 namespace {
 
@@ -85,18 +87,6 @@ std::vector<RecCustomAttr> RecCustomAttr::fetch_tree(const RecordKey& key)
 void RecCustomAttr::replace_all(const std::vector<RecCustomAttr>& records)
 {
     replace_in(database(), table, records);
-}
-
-std::unordered_map<Url, CustomAttributes> RecCustomAttr::fetch_all_by_url(std::string_view where,
-                                                                          Arguments args)
-{
-    std::unordered_map<Url, CustomAttributes> found;
-    for (const RecCustomAttr& record : fetch_all(where, args)) {
-        Url url = url_from_relative_path(record.relative_path);
-        CustomAttributes attributes = custom_attributes_of(record, url);
-        found.insert_or_assign(std::move(url), std::move(attributes));
-    }
-    return found;
 }
 
 bool RecCustomAttr::any_records()
@@ -195,12 +185,6 @@ void RecCustomAttr::delete_records(const RecordKey& prefix)
     if (any_records_below(prefix))
         database().execute(sql("DELETE FROM custom_attributes WHERE ", RecordTree::condition),
                            tree.ranges());
-}
-
-CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url)
-{
-    return {std::move(url), record.is_protected != 0, record.order_no, record.is_custom_sorted != 0,
-            record.was_custom_sorted_at_least_once != 0};
 }
 
 } // namespace orv

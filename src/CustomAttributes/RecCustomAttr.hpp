@@ -3,7 +3,6 @@
 #include "CustomAttributes/RecordKey.hpp"
 #include "database/RecordConvertible.hpp"
 
-#include <orv/CustomAttributes/CustomAttributes.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <array>
@@ -12,7 +11,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace orv {
@@ -60,10 +58,6 @@ struct RecCustomAttr {
     /// Stores all `records`, or none, in place of those with the same keys.
     static void replace_all(const std::vector<RecCustomAttr>& records);
 
-    /// The records with `condition`, in an application's form, by location.
-    [[nodiscard]] static std::unordered_map<Url, CustomAttributes>
-    fetch_all_by_url(std::string_view where, Arguments args = {});
-
     /// True if the table has any rows; otherwise no item needs a lookup.
     [[nodiscard]] static bool any_records();
 
@@ -94,7 +88,5 @@ struct RecCustomAttr {
     static void delete_records(const Url& whose_url_prefixed_with_url);
     static void delete_records(const RecordKey& prefix);
 };
-
-[[nodiscard]] CustomAttributes custom_attributes_of(const RecCustomAttr& record, Url url);
 
 } // namespace orv

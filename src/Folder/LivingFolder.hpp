@@ -3,7 +3,7 @@
 #include "Folder/FolderSnapshot.hpp"
 #include "Folder/ItemBatches.hpp"
 #include "Folder/StatusOutlet.hpp"
-#include "Misc/ItemFacts.hpp"
+#include "Misc/FileItem.hpp"
 #include "files/FolderWatch.hpp"
 #include "files/OpenFolder.hpp"
 

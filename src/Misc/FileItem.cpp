@@ -1,4 +1,5 @@
-#include "Misc/ItemFacts.hpp"
+#include "Misc/FileItem.hpp"
+
 #include "Misc/PackageExtensions.hpp"
 #include "files/Place.hpp"
 #include "utility/FileNames.hpp"

@@ -1,5 +1,5 @@
+#include "CustomAttributes/CustomAttributes.hpp"
 #include "CustomAttributes/FollowedItems.hpp"
-#include "CustomAttributes/RecCustomAttr.hpp"
 
 #include <orv/Misc/FileItem.hpp>
 

@@ -1,5 +1,5 @@
 #include "CustomAttributes/RecCustomAttr.hpp"
-#include "Misc/ItemFacts.hpp"
+#include "Misc/FileItem.hpp"
 #include "Misc/PackageExtensions.hpp"
 #include "Misc/Sorting.hpp"
 #include "utility/FileNames.hpp"

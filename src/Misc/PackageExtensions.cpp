@@ -2,7 +2,7 @@
 
 #include "utility/Text.hpp"
 
-#include <orv/Misc/FileItem.hpp>
+#include <orv/Misc/PackageExtensions.hpp>
 
 #include <mutex>
 #include <shared_mutex>

@@ -1,7 +1,7 @@
 #include "Operations/FetchByAttrOpr.hpp"
 
+#include "CustomAttributes/CustomAttributes.hpp"
 #include "CustomAttributes/FollowedItems.hpp"
-#include "CustomAttributes/RecCustomAttr.hpp"
 #include "Global/TestMode.hpp"
 #include "Operations/frame/Request.hpp"
 
@@ -47,7 +47,7 @@ FetchByAttrOperation::success items_with(Attribute attribute, FetchByAttrOperati
                                          Tally& tally)
 {
     FetchByAttrOperation::success found;
-    for (const auto& [url, attributes] : RecCustomAttr::fetch_all_by_url(condition_of(attribute))) {
+    for (const auto& [url, attributes] : fetch_attributes_where(condition_of(attribute))) {
         try {
             found.content.push_back(item_at_or_near(url));
         } catch (const Error& error) {

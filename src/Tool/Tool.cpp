@@ -1,5 +1,6 @@
 #include "Tool/Tool.hpp"
 
+#include "Tool/ToolErrors.hpp"
 #include "Tool/VolumeMove.hpp"
 #include "Tool/WalkedFolder.hpp"
 #include "Tool/WatchedMove.hpp"
@@ -28,16 +29,6 @@
 
 namespace orv {
 namespace {
-
-constexpr std::string_view source_name = "src/Tool/Tool";
-
-Error walk_error(std::string_view sentence, int line)
-{
-    return error_msg(sentence, source_name,
-                     "iterate_contents(of:inclusive:recursive:recursion_depth:"
-                     "include_hidden_files:consume:)",
-                     line);
-}
 
 /// Returns 0 or EXDEV, and throws the error of any other `code`.
 int checked_rename(int code, const Url& from, const Place& destination, const Url& to)
@@ -148,8 +139,7 @@ void Tool::iterate_contents(const Url& root, bool inclusive, bool recursive,
                             std::function<void(const Error&)> on_passed_over)
 {
     if (!item_exists(root))
-        throw walk_error("Given url doesn't point to an existing item.", 78)
-            .known_as(Cause::missing);
+        throw missing_root_error();
     const bool is_folder = is_directory(root);
     if (inclusive && !consume(FileItem(root, root)))
         return;
@@ -241,26 +231,6 @@ void move_watched(const Url& from, const Url& to, bool replaces, const AroundNam
     }
     if (attempt_naming(around, [&] { return rename_replacing(from, to); }) == EXDEV)
         move_across_volumes(from, to, true, around, watch);
-}
-
-Error move_error(const Error& cause)
-{
-    return error_msg("Couldn't move the item", source_name, "move_item(from:to:)", 234)
-        .appending_error(cause);
-}
-
-Error error_at_destination(const std::string& what, const Error& cause)
-{
-    const std::string all = "it is complete at its destination, but " + what;
-    const Error told = move_error(Error(all).appending_error(cause));
-    return Error("Couldn't move the item: " + all + ".")
-        .with_message(told.message())
-        .because_of(cause);
-}
-
-Error enumerator_error(const Error& cause)
-{
-    return walk_error("Couldn't create directory enumerator.", 118).because_of(cause);
 }
 
 const Url& Tool::docs_dir()

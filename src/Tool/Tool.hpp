@@ -101,10 +101,4 @@ public:
 
 inline constexpr Tool tool;
 
-/// The error of a failed move, for other ways to move.
-[[nodiscard]] Error move_error(const Error& cause);
-
-/// The error of a walk over a root that does not open, for other ways to walk.
-[[nodiscard]] Error enumerator_error(const Error& cause);
-
 } // namespace orv

@@ -3,7 +3,7 @@
 #include "Tool/CopyRecord.hpp"
 #include "Tool/ExactCopy.hpp"
 #include "Tool/RecordedSource.hpp"
-#include "Tool/Tool.hpp"
+#include "Tool/ToolErrors.hpp"
 #include "files/HiddenItem.hpp"
 #include "files/Place.hpp"
 #include "files/TransferItems.hpp"

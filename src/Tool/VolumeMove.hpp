@@ -3,10 +3,7 @@
 #include "Tool/AroundNaming.hpp"
 #include "Tool/MoveWatch.hpp"
 
-#include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
-
-#include <string>
 
 namespace orv {
 
@@ -23,9 +20,5 @@ namespace orv {
 /// Errors: those of `Tool::move_item`; exceptions of `watch`.
 void move_across_volumes(const Url& from, const Url& to, bool replaces, const AroundNaming& around,
                          const MoveWatch& watch);
-
-/// The error of a move with a complete destination that is still not done, for the reason `what`.
-/// Without it the error would mislead.
-[[nodiscard]] Error error_at_destination(const std::string& what, const Error& cause);
 
 } // namespace orv

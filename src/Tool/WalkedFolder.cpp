@@ -1,6 +1,6 @@
 #include "Tool/WalkedFolder.hpp"
 
-#include "Tool/Tool.hpp"
+#include "Tool/ToolErrors.hpp"
 
 namespace orv {
 

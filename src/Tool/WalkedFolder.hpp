@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Misc/ItemFacts.hpp"
+#include "Misc/FileItem.hpp"
 #include "files/EntryBatches.hpp"
 #include "files/TreeWalk.hpp"
 

@@ -1,5 +1,6 @@
 #include "CustomAttributes/RecCustomAttr.hpp"
 
+#include "CustomAttributes/CustomAttributes.hpp"
 #include "CustomAttributes/RecordMove.hpp"
 #include "CustomAttributes/RecordTree.hpp"
 #include "attributes/AttributesTest.hpp"
@@ -245,7 +246,7 @@ TEST_F(Records, are_fetched_by_condition_and_by_location)
     make_tree(home(""), {"real/", "link->real"});
     replace_in(database(), "custom_attributes",
                std::vector<RecCustomAttr>{{"link/a", 1, std::nullopt, 0, 0}, {"b", 0, 5, 0, 2}});
-    const auto by_url = RecCustomAttr::fetch_all_by_url("is_protected = ?", {1});
+    const auto by_url = fetch_attributes_where("is_protected = ?", {1});
     ASSERT_EQ(by_url.size(), 1U);
     EXPECT_EQ(by_url.at(home("real/a")),
               (CustomAttributes{home("real/a"), true, std::nullopt, false, false}));

@@ -1,4 +1,5 @@
-#include "Misc/ItemFacts.hpp"
+#include "Misc/FileItem.hpp"
+
 #include "support/Scratch.hpp"
 #include "support/Tree.hpp"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orv/CustomAttributes/CustomAttributes.hpp>
+#include <orv/Misc/PackageExtensions.hpp>
 #include <orv/utility/Url.hpp>
 
 #include <chrono>
@@ -129,11 +130,6 @@ struct FileItem {
     /// A folder not shown as one file.
     [[nodiscard]] bool is_plain_dir() const { return is_dir && !is_package; }
 };
-
-/// Adds to the extensions of packages: a folder with one of them counts as one file.
-///
-/// Threading: any.
-void add_package_extensions(const std::vector<std::string>& extensions);
 
 /// Fills in the stored attributes of all `items`. On an error they stay as they are.
 ///

@@ -2,6 +2,7 @@
 
 #include "Operations/SnglCopyOpr.hpp"
 #include "Tool/Tool.hpp"
+#include "Tool/ToolErrors.hpp"
 #include "files/CopyNode.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/NamingError.hpp"

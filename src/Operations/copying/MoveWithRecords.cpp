@@ -2,6 +2,7 @@
 
 #include "CustomAttributes/RecordMove.hpp"
 #include "Tool/Tool.hpp"
+#include "Tool/ToolErrors.hpp"
 #include "Tool/VolumeMove.hpp"
 #include "Tool/WatchedMove.hpp"
 #include "files/Flush.hpp"

@@ -3,6 +3,7 @@
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/frame/TakenName.hpp"
 #include "Tool/Tool.hpp"
+#include "Tool/ToolErrors.hpp"
 
 namespace orv {
 namespace {

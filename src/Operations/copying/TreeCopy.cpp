@@ -9,6 +9,7 @@
 #include "Operations/copying/OpenedDestination.hpp"
 #include "Operations/copying/RecordCopies.hpp"
 #include "Tool/Tool.hpp"
+#include "Tool/ToolErrors.hpp"
 #include "files/DestinationFolders.hpp"
 #include "files/OpenFolder.hpp"
 #include "files/Place.hpp"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Misc/ItemFacts.hpp"
+#include "Misc/FileItem.hpp"
 #include "utility/FileDescriptor.hpp"
 #include "utility/TextSearch.hpp"
 
