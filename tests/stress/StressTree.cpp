@@ -1,6 +1,6 @@
 #include "stress/StressTree.hpp"
 
-#include "CustomAttributes/RecCustomAttr.hpp"
+#include "CustomAttributes/CustomAttributes.hpp"
 #include "support/Tree.hpp"
 
 #include <algorithm>

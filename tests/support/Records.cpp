@@ -1,6 +1,6 @@
 #include "support/Records.hpp"
 
-#include "CustomAttributes/RecCustomAttr.hpp"
+#include "CustomAttributes/CustomAttributes.hpp"
 
 #include <algorithm>
 
