@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QFileIconProvider>
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
@@ -30,6 +31,7 @@ public:
             .on_failure = [this](const Error& error) { say(text_of(error)); },
             .on_drop = [this](auto items, auto into, auto) { copy(items, into); },
         });
+        model_.set_icon_provider(std::make_unique<QFileIconProvider>());
         set_up_view();
         set_up_bars();
         open(folder);

@@ -54,6 +54,9 @@ public:
         return {};
     }
 
+    /// True while the thumbnail of a drawn row is on its way.
+    [[nodiscard]] bool is_busy() const { return !requests_.empty() || !wishes_.empty(); }
+
     /// The item's content is another one now, or the item is gone.
     void forget(const FileItem& item)
     {
@@ -158,6 +161,16 @@ public:
     explicit QtFolderModel(QObject* parent = nullptr) : QAbstractTableModel(parent) {}
 
     void set_handlers(Handlers handlers) { handlers_ = std::move(handlers); }
+
+    /// The icons of folders and of files without a thumbnail; at first those of the desktop's
+    /// theme.
+    void set_icon_provider(std::unique_ptr<QAbstractFileIconProvider> icons)
+    {
+        icons_ = std::move(icons);
+    }
+
+    /// True while the thumbnail of a drawn row is on its way.
+    [[nodiscard]] bool is_making_thumbnails() const { return thumbnails_.is_busy(); }
 
     /// Shows another folder.
     void set_folder(const Url& url,
@@ -373,8 +386,8 @@ private:
     {
         if (QIcon thumbnail = thumbnails_.of(item); !thumbnail.isNull())
             return thumbnail;
-        return icons_.icon(item.is_dir ? QAbstractFileIconProvider::Folder
-                                       : QAbstractFileIconProvider::File);
+        return icons_->icon(item.is_dir ? QAbstractFileIconProvider::Folder
+                                        : QAbstractFileIconProvider::File);
     }
 
     void show_thumbnail(const std::string& name)
@@ -444,7 +457,8 @@ private:
 
     Handlers handlers_;
     QMimeDatabase mime_types_;
-    QAbstractFileIconProvider icons_;
+    std::unique_ptr<QAbstractFileIconProvider> icons_ =
+        std::make_unique<QAbstractFileIconProvider>();
     mutable QtThumbnails thumbnails_{128,
                                      [this](const std::string& name) { show_thumbnail(name); }};
     std::unique_ptr<FolderModel> rows_; // goes first
