@@ -132,6 +132,44 @@ Benchmark folder_size(std::string name, std::string title, const std::string& (D
             {{"du -s", 0.9}}};
 }
 
+/// A copy that is there already, but for nothing, in a folder beside the source.
+constexpr const char* unchanged_copy =
+    R"(test -e "$2.kept" || { mkdir "$2.kept" && cp -a "$2" "$2.kept"; } && )";
+
+Benchmark backup(const Sizes& sizes)
+{
+    const std::string made = unchanged_copy;
+    return {"backup",
+            fmt::format("Copy {} files in {} folders onto an unchanged copy",
+                        sizes.small_folders * sizes.files_per_small_folder, sizes.small_folders),
+            Kind::read,
+            &Data::small_tree,
+            {{"orv cp --on-conflict skip-equal",
+              "",
+              {"sh", "-c",
+               made + R"(exec "$1" --quiet cp "$2" "$2.kept" --on-conflict skip-equal)", "sh",
+               "{orv}", "{source}"}},
+             {"rsync -a",
+              "rsync",
+              {"sh", "-c", made + R"(exec rsync -a "$2" "$2.kept/")", "sh", "{orv}", "{source}"}}},
+            {{"rsync -a", 0.8}}};
+}
+
+Benchmark verified_copy(const Sizes& sizes)
+{
+    return {"copy-verified",
+            fmt::format("Copy {} files in {} folders and read them back from the disk",
+                        sizes.small_folders * sizes.files_per_small_folder, sizes.small_folders),
+            Kind::copy,
+            &Data::small_tree,
+            {{"orv cp --verify",
+              "",
+              {"{orv}", "--quiet", "cp", "--verify", "{source}", "{destination}"}},
+             by_shell("cp -r, sync, diff -r", "cp",
+                      R"(cp -r "$1" "$2" && sync -f "$2" && diff -r "$1" "$2")")},
+            {{"cp -r, sync, diff -r", 1.0}}};
+}
+
 Benchmark removal(const Sizes& sizes)
 {
     return {"delete",
@@ -295,6 +333,8 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
             folder_size("size-small", "Size of " + small, &Data::small_tree),
             folder_size("size-deep", "Size of " + deep, &Data::deep_tree),
             small_tree(sizes),
+            backup(sizes),
+            verified_copy(sizes),
             big_file(sizes),
             sparse_file(sizes),
             packing(sizes),

@@ -91,7 +91,7 @@ expect diff -r Photos Backup/Photos
 step "4. Copy it again: the name is taken, and the answer given in advance is to keep both."
 run cp Photos Backup --on-conflict keep-both
 run ls Backup
-expect diff -r Photos "Backup/Photos 2"
+expect diff -r Photos "Backup/Photos (2)"
 
 step "5. Attributes are kept beside the files, and follow them."
 run attr set Documents/packing.md --protected on --order 3
@@ -111,24 +111,40 @@ step "7. Copy several items at once, in one request with one progress."
 run_with_bar cp Photos/Lake Photos/Town Documents/Letters Archive
 expect diff -r Photos/Lake Archive/Lake
 
-step "8. Write what another program prints to a new file, which appears when it is complete."
+step "8. Paste onto what is there: one answer for all conflicts, and a file that nobody can read is told and left out."
+cp -a Photos/Lake Old
+touch -d "2020-01-01" Old/boat.jpg Old/sunset.jpg
+mkdir Pasted
+"$orv" --home "$home" --quiet cp Old Pasted
+printf 'a newer picture' >Old/boat.jpg
+ln -s no/such/file Old/broken.jpg
+show_command cp -L Old Pasted --on-conflict replace-older
+paste() {
+    "$orv" --home "$home" cp -L Old Pasted --on-conflict replace-older
+}
+report=$(paste 2>&1) && expect false
+sed 's/^/  /' <<<"$report"
+expect grep -q 'No such file or directory' <<<"$report"
+expect diff Old/boat.jpg Pasted/Old/boat.jpg
+
+step "9. Write what another program prints to a new file, which appears when it is complete."
 run_with_input "sort Documents/accounts.csv" write Archive/sorted.csv
 expect diff <(sort Documents/accounts.csv) Archive/sorted.csv
 run ls --long Archive
 
-step "9. Find items by what is in them, whatever the case, and list what is protected."
+step "10. Find items by what is in them, whatever the case, and list what is protected."
 run find . "HEATING" --content -r
 expect grep -q landlord.txt <<<"$("$orv" --home "$home" find . HEATING --content -r)"
 run protected --sort name
 expect grep -q 'Packing 2024.md' <<<"$("$orv" --home "$home" protected)"
 
-step "10. Pack a folder with a password, which is read from a file, and unpack it again."
+step "11. Pack a folder with a password, which is read from a file, and unpack it again."
 echo "a long walk by the lake" >Documents/password
 run_with_bar zip Archive/photos.zip Photos --password-file Documents/password
 run_with_bar unzip Archive/photos.zip Backup --password-file Documents/password
 expect diff -r Photos Backup/photos/Photos
 
-step "11. Fill a folder with example files, as an application may do on its first start."
+step "12. Fill a folder with example files, as an application may do on its first start."
 "$orv" --home "$home" examples Examples >examples.log
 show_command examples Examples
 sed -e 's/^/  /' -e 4q examples.log
@@ -137,13 +153,13 @@ rm examples.log
 expect test -s Examples/Books/The-Prince.pdf
 run ls --long Examples/Pictures
 
-step "12. Make thumbnails of a picture and of a book, in a process that their content can't leave."
+step "13. Make thumbnails of a picture and of a book, in a process that their content can't leave."
 run thumb Examples/Pictures/foxies.jpg fox.png --width 240
 run thumb Examples/Books/The-Prince.pdf prince.jpg --height 320 --quality 0.8
 expect test -s fox.png -a -s prince.jpg
 rm fox.png prince.jpg
 
-step "13. Watch a folder: after its list, a line for every change that any program makes."
+step "14. Watch a folder: after its list, a line for every change that any program makes."
 show_command ls Archive --watch
 "$orv" --home "$home" ls Archive --watch >watched.log &
 wait_for_line() { until grep -qx "$1" watched.log; do sleep 0.05; done; }
@@ -157,7 +173,7 @@ sed 's/^/  /' watched.log
 expect grep -qx 'renamed sorted.csv -> by-item.csv' watched.log
 rm watched.log
 
-step "14. Delete folders with everything in them, attributes included."
+step "15. Delete folders with everything in them, attributes included."
 run rm Backup Archive
 expect test ! -e Backup -a ! -e Archive
 run ls .

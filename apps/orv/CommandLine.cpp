@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <deque>
 #include <functional>
 #include <map>
 #include <numeric>
@@ -20,15 +21,37 @@ constexpr int usage_exit = 2;
 using OnConflict = std::optional<ConflictBehaviour>;
 using SortKey = SortType::Key;
 
-std::map<std::string, OnConflict> conflict_words(bool can_merge)
+std::map<std::string, OnConflict> conflict_words()
 {
-    std::map<std::string, OnConflict> words{{"ask", std::nullopt},
-                                            {"replace", ConflictBehaviour::replace},
-                                            {"keep-both", ConflictBehaviour::keep_both},
-                                            {"stop", ConflictBehaviour::stop}};
-    if (can_merge)
-        words["merge"] = ConflictBehaviour::merge;
-    return words;
+    return {{"ask", std::nullopt},
+            {"replace", ConflictBehaviour::replace},
+            {"keep-both", ConflictBehaviour::keep_both},
+            {"stop", ConflictBehaviour::stop}};
+}
+
+std::map<std::string, TransferPolicy::OnConflict> transfer_words()
+{
+    using OnTaken = TransferPolicy::OnConflict;
+    return {{"ask", OnTaken::ask},
+            {"merge", OnTaken::merge},
+            {"replace", OnTaken::replace},
+            {"replace-older", OnTaken::replace_if_older},
+            {"skip", OnTaken::skip},
+            {"skip-equal", OnTaken::skip_if_equal},
+            {"keep-both", OnTaken::keep_both},
+            {"stop", OnTaken::stop}};
+}
+
+std::map<std::string, TransferPolicy::OnError> error_words()
+{
+    using OnError = TransferPolicy::OnError;
+    return {{"ask", OnError::ask}, {"skip", OnError::skip}, {"stop", OnError::stop}};
+}
+
+std::map<std::string, TransferPolicy::Flush> flush_words()
+{
+    using Flush = TransferPolicy::Flush;
+    return {{"auto", Flush::automatic}, {"always", Flush::always}, {"never", Flush::never}};
 }
 
 std::map<std::string, SortKey> sort_words()
@@ -354,23 +377,83 @@ private:
     {
         CLI::App* command = app_.add_subcommand(
             "cp", "Copy items, folders with everything in them; attributes follow");
-        add_places(*command, "What to copy", copy_.sources, copy_.destination);
-        add_on_conflict(*command, copy_.on_conflict, true,
-                        "What to do when a name is taken; default: ask, which without a terminal "
-                        "means stop");
-        command->callback([this] { command_ = copy_; });
+        add_transfer(*command, copy_, "What to copy");
+        command->add_flag_callback(
+            "-r,-R,--recursive,-a,--archive,-p", [] {},
+            "Nothing: folders, dates and modes are always copied");
+        command->add_flag_callback(
+            "-L,--dereference", [this] { copy_.policy.links = TransferPolicy::Links::follow; },
+            "Copy what symbolic links lead to, instead of the links");
     }
 
     void add_move()
     {
         CLI::App* command = app_.add_subcommand(
             "mv", "Move items, folders with everything in them; attributes follow");
-        add_places(*command, "What to move", move_.sources, move_.destination);
-        add_on_conflict(*command, move_.on_conflict, false,
-                        "What to do when a name is taken; default: ask, which without a terminal "
-                        "means stop");
-        command->footer("The move of an item that was begun is finished, also after Ctrl-C.");
-        command->callback([this] { command_ = move_; });
+        add_transfer(*command, move_, "What to move");
+    }
+
+    void add_transfer(CLI::App& command, TransferCommand& transfer, const std::string& description)
+    {
+        TransferPolicy& policy = transfer.policy;
+        add_places(command, description, transfer.sources, transfer.destination);
+        add_word(command, "--on-conflict", transfer_words(), policy.on_conflict,
+                 "What to do when a name is taken, at any depth; default: ask, which without a "
+                 "terminal means stop",
+                 "ask|merge|replace|replace-older|skip|skip-equal|keep-both|stop");
+        auto* on_error = add_word(command, "--on-error", error_words(), policy.on_error,
+                                  "What to do about an item that fails; default: ask, which "
+                                  "without a terminal means skip for cp and stop for mv",
+                                  "ask|skip|stop");
+        add_word(command, "--flush", flush_words(), policy.flush,
+                 "When the new items are on the medium before the command ends; auto: on removable "
+                 "and network volumes",
+                 "auto|always|never");
+        command.add_flag("--verify", policy.verify,
+                         "Read every copied file back from the medium and compare it");
+        command.add_flag("--dry-run", transfer.is_dry_run,
+                         "Only tell what would be done, an item a line");
+        command.add_flag("-v,--verbose", transfer.is_verbose, "Tell what was done");
+        add_habits(command, policy);
+        command.footer("A symbolic link is an item itself. What was left out is told, and the exit "
+                       "code is 1 then.");
+        command.callback([this, &transfer, on_error] {
+            transfer.asks_about_errors = on_error->count() > 0;
+            command_ = transfer;
+        });
+    }
+
+    /// The letters of cp and mv for some of the policies. They merge folders.
+    static void add_habits(CLI::App& command, TransferPolicy& policy)
+    {
+        using OnTaken = TransferPolicy::OnConflict;
+        const auto add = [&](const char* name, OnTaken on_conflict, const char* description) {
+            command.add_flag_callback(
+                name,
+                [&policy, on_conflict] {
+                    policy.on_conflict = on_conflict;
+                    policy.merges_folders = on_conflict != OnTaken::ask;
+                },
+                description);
+        };
+        add("-f,--force", OnTaken::replace, "Replace files and merge folders");
+        add("-n,--no-clobber", OnTaken::skip, "Leave out files whose name is taken");
+        add("-u,--update", OnTaken::replace_if_older, "Replace files that are older");
+        add("-i,--interactive", OnTaken::ask, "Ask about taken names, as by default");
+    }
+
+    /// Adds an option with one of `words` as its value.
+    template <class Value>
+    CLI::Option* add_word(CLI::App& command, const std::string& option,
+                          const std::map<std::string, Value>& words, Value& value,
+                          const std::string& description, const std::string& choices)
+    {
+        const auto& take = takers_.emplace_back([&value, option, words](const std::string& word) {
+            take_word<Value>(option, word, words, [&](Value chosen) { value = chosen; });
+        });
+        const auto call = [&take](const std::string& word) { take(word); };
+        return command.add_option_function<std::string>(option, call, description)
+            ->type_name(choices);
     }
 
     void add_rename()
@@ -393,7 +476,7 @@ private:
         CLI::App* command = app_.add_subcommand(
             "write", "Write standard input to a new file, which appears when it is complete");
         command->add_option("FILE", write_.file, "The file")->type_name("")->required();
-        add_on_conflict(*command, write_.on_conflict, false,
+        add_on_conflict(*command, write_.on_conflict,
                         "What to do when the name is taken; default: ask on the terminal, wherever "
                         "the input comes from, which without a terminal means stop");
         command->footer(
@@ -424,18 +507,17 @@ private:
             ->required();
     }
 
-    static void add_on_conflict(CLI::App& command, OnConflict& on_conflict, bool can_merge,
+    static void add_on_conflict(CLI::App& command, OnConflict& on_conflict,
                                 const std::string& description)
     {
-        const auto take = [&on_conflict, can_merge](const std::string& word) {
-            if (word == "merge" && !can_merge)
-                throw CLI::ValidationError("--on-conflict", "only a copy can merge folders");
-            take_word<OnConflict>("--on-conflict", word, conflict_words(can_merge),
+        const auto take = [&on_conflict](const std::string& word) {
+            if (word == "merge")
+                throw CLI::ValidationError("--on-conflict", "only cp and mv can merge folders");
+            take_word<OnConflict>("--on-conflict", word, conflict_words(),
                                   [&](OnConflict answer) { on_conflict = answer; });
         };
         command.add_option_function<std::string>("--on-conflict", take, description)
-            ->type_name(can_merge ? "ask|merge|replace|keep-both|stop"
-                                  : "ask|replace|keep-both|stop");
+            ->type_name("ask|replace|keep-both|stop");
     }
 
     void add_zip()
@@ -499,7 +581,7 @@ private:
             command->add_option("--quality", thumb_.quality, "Of a .jpg, from 0 to 1 (0.9)")
                 ->type_name("Q")
                 ->check(CLI::Range(0.0, 1.0));
-        add_on_conflict(*command, thumb_.on_conflict, false,
+        add_on_conflict(*command, thumb_.on_conflict,
                         "What to do when the name is taken; default: ask, which without a terminal "
                         "means stop");
         command->footer("With one side given, the other follows from the shape of the picture; "
@@ -559,7 +641,7 @@ private:
             ->type_name("DAYS")
             ->check(CLI::Range(std::int64_t{0}, std::int64_t{1'000'000}))
             ->needs(empty);
-        add_on_conflict(*command, trash_.on_conflict, false,
+        add_on_conflict(*command, trash_.on_conflict,
                         "What to do when a name is taken; default: ask, which without a terminal "
                         "means stop");
         command->get_option("--on-conflict")->needs(restore);
@@ -676,6 +758,8 @@ private:
         return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
     }
 
+    /// What the options with a word of a list do with it; the parser refers to them.
+    std::deque<std::function<void(const std::string&)>> takers_;
     CLI::App app_{"Lists, finds, measures, copies, moves, writes and deletes files, and keeps "
                   "their attributes.",
                   "orv"};
@@ -689,8 +773,8 @@ private:
     FindCommand find_;
     ProtectedCommand protected_;
     FolderSizeCommand folder_size_;
-    CopyCommand copy_;
-    MoveCommand move_;
+    TransferCommand copy_{.kind = TransferPlan::Kind::copy};
+    TransferCommand move_{.kind = TransferPlan::Kind::move};
     RenameCommand rename_;
     WriteCommand write_;
     ZipCommand zip_;

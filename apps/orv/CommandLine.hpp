@@ -2,6 +2,7 @@
 
 #include <orv/Misc/FileItem.hpp>
 #include <orv/Operations/ConflictResolver.hpp>
+#include <orv/Operations/TransferOpr.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -47,16 +48,16 @@ struct FolderSizeCommand {
     std::string folder;
 };
 
-struct CopyCommand {
+/// "cp" and "mv".
+struct TransferCommand {
+    TransferPlan::Kind kind;
     std::vector<std::string> sources;
     std::string destination;
-    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
-};
-
-struct MoveCommand {
-    std::vector<std::string> sources;
-    std::string destination;
-    std::optional<ConflictBehaviour> on_conflict; ///< none: ask
+    TransferPolicy policy;
+    bool asks_about_errors =
+        false; ///< given on the command line, so without a terminal an error ends it
+    bool is_dry_run = false;
+    bool is_verbose = false;
 };
 
 struct RenameCommand {
@@ -137,11 +138,10 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command =
-    std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand, CopyCommand,
-                 MoveCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand, ThumbCommand,
-                 RemoveCommand, TrashCommand, MakeFolderCommand, ExamplesCommand,
-                 GetAttributesCommand, SetAttributesCommand>;
+using Command = std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand,
+                             TransferCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand,
+                             ThumbCommand, RemoveCommand, TrashCommand, MakeFolderCommand,
+                             ExamplesCommand, GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

@@ -11,6 +11,9 @@ struct ToldFailure {};
 /// Ctrl-C ended the request.
 struct Interrupted {};
 
+/// The request failed and has said why.
+struct Failed {};
+
 /// The same error; where it tells no path, it gets `path`.
 [[nodiscard]] Error told_of(const Url& path, const Error& error);
 

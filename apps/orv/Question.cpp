@@ -1,42 +1,18 @@
 #include "Question.hpp"
 
 #include "Terminal.hpp"
-#include "Text.hpp"
 
 #include <array>
 #include <cctype>
 #include <cerrno>
-#include <optional>
 #include <sstream>
 #include <utility>
 #include <vector>
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 namespace orv::app {
 namespace {
-
-struct Answer {
-    ConflictBehaviour behaviour;
-    bool for_all;
-};
-
-std::optional<ConflictBehaviour> behaviour_of(char letter, bool is_mergeable)
-{
-    switch (letter) {
-    case 'm':
-        return is_mergeable ? std::optional(ConflictBehaviour::merge) : std::nullopt;
-    case 'r':
-        return ConflictBehaviour::replace;
-    case 'k':
-        return ConflictBehaviour::keep_both;
-    case 's':
-        return ConflictBehaviour::stop;
-    default:
-        return std::nullopt;
-    }
-}
 
 std::vector<std::string> lower_case_words(const std::string& line)
 {
@@ -48,33 +24,20 @@ std::vector<std::string> lower_case_words(const std::string& line)
     return words;
 }
 
-/// The answer that the first letter of `line` stands for; with "all" as its last word, for all.
-std::optional<Answer> answer_in(const std::string& line, const ConflictResolver& conflict)
-{
-    const std::vector<std::string> words = lower_case_words(line);
-    if (words.empty())
-        return std::nullopt;
-    const auto behaviour = behaviour_of(words.front().front(), conflict.is_conflict_mergeable());
-    if (!behaviour)
-        return std::nullopt;
-    return Answer{*behaviour, conflict.more_conflicts_exist() && words.back() == "all"};
-}
-
 } // namespace
 
-void Question::ask(std::shared_ptr<ConflictResolver> resolver)
+void Question::ask(std::string text, std::function<bool(const std::string& line)> take_line,
+                   std::function<void()> stop)
 {
-    resolver_ = std::move(resolver);
+    text_ = std::move(text);
+    take_line_ = std::move(take_line);
+    stop_ = std::move(stop);
     show();
 }
 
 void Question::show() const
 {
-    draw_line(fmt::format(
-        "{} already exists. {}(r)eplace, (k)eep both or (s)top?{} ",
-        printable(resolver_->destination_url().path()),
-        resolver_->is_conflict_mergeable() ? "(m)erge, " : "",
-        resolver_->more_conflicts_exist() ? " With \"all\" after it, for all that follow:" : ""));
+    draw_line(text_);
 }
 
 void Question::take_input()
@@ -98,10 +61,14 @@ void Question::take_input()
 
 void Question::take_line(const std::string& line)
 {
-    if (const auto given = answer_in(line, *resolver_))
-        answer(given->behaviour, given->for_all);
-    else
-        show();
+    // The answer may bring the next question, so this one ends before its answer.
+    const auto take = std::exchange(take_line_, nullptr);
+    auto stop = std::exchange(stop_, nullptr);
+    if (take(line))
+        return;
+    take_line_ = take;
+    stop_ = std::move(stop);
+    show();
 }
 
 void Question::stop()
@@ -109,12 +76,16 @@ void Question::stop()
     if (!is_open())
         return;
     end_line();
-    answer(ConflictBehaviour::stop, false);
+    take_line_ = nullptr;
+    std::exchange(stop_, nullptr)();
 }
 
-void Question::answer(ConflictBehaviour behaviour, bool for_all)
+TypedAnswer typed_answer(const std::string& line)
 {
-    std::exchange(resolver_, nullptr)->resume(behaviour, for_all);
+    const std::vector<std::string> words = lower_case_words(line);
+    if (words.empty())
+        return {0, false};
+    return {words.front().front(), words.back() == "all"};
 }
 
 } // namespace orv::app

@@ -76,6 +76,8 @@ int exit_code_of(const Work& work)
         return was_interrupted() ? tell_of_late_interrupt() : done;
     } catch (const Interrupted&) {
         return interrupted_exit;
+    } catch (const Failed&) {
+        return failed;
     } catch (const ClosedOutput&) {
         return failed;
     } catch (const ToldFailure&) {

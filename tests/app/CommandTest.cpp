@@ -134,11 +134,14 @@ TEST_F(CommandTest, AnswersWrongUsageWithoutTouchingAnything)
         {{"ls", ".", "--remember"}, "orv: --remember requires --sort\nSee orv ls --help.\n"},
         {{"cp", "a"}, "orv: DEST is required\nSee orv cp --help.\n"},
         {{"cp", "a", "b", "--on-conflict", "x"},
-         "orv: --on-conflict: \"x\" is none of ask, keep-both, merge, replace, stop\nSee orv cp "
-         "--help.\n"},
+         "orv: --on-conflict: \"x\" is none of ask, keep-both, merge, replace, replace-older, "
+         "skip, "
+         "skip-equal, stop\nSee orv cp --help.\n"},
         {{"cp", "--on-conflict", "stop"}, "orv: SRC is required\nSee orv cp --help.\n"},
-        {{"mv", "a", "b", "--on-conflict", "merge"},
-         "orv: --on-conflict: only a copy can merge folders\nSee orv mv --help.\n"},
+        {{"mv", "a", "b", "--on-error", "retry"},
+         "orv: --on-error: \"retry\" is none of ask, skip, stop\nSee orv mv --help.\n"},
+        {{"write", "a", "--on-conflict", "merge"},
+         "orv: --on-conflict: only cp and mv can merge folders\nSee orv write --help.\n"},
         {{"write", "a", "--on-conflict", "x"},
          "orv: --on-conflict: \"x\" is none of ask, keep-both, replace, stop\nSee orv write "
          "--help.\n"},

@@ -11,7 +11,8 @@ const ChangeCase copy_cases[] = {
     {{"a=1", "d/"}, {"a", "d"}, 0, "", {"a=1", "d/", "d/a=1"}},
     {{"a=1", "d/"}, {"a", "d/"}, 0, "", {"a=1", "d/", "d/a=1"}},
     {{"a=1", "d/", "l->d"}, {"a", "l"}, 0, "", {"a=1", "d/", "d/a=1", "l->d"}},
-    {{"a=1", "l->a", "d/"}, {"l", "d"}, 0, "", {"a=1", "d/", "d/l=1", "l->a"}},
+    {{"a=1", "l->a", "d/"}, {"l", "d"}, 0, "", {"a=1", "d/", "d/l->a", "l->a"}},
+    {{"a=1", "l->a", "d/"}, {"-L", "l", "d"}, 0, "", {"a=1", "d/", "d/l=1", "l->a"}},
     {{"s/a=1"}, {"s", "new/"}, 0, "", {"new/", "new/a=1", "s/", "s/a=1"}},
     {{"s/d/a=1", "t/"}, {"s/d/.", "t"}, 0, "", {"s/", "s/d/", "s/d/a=1", "t/", "t/d/", "t/d/a=1"}},
     {{"a=1"}, {"a", "b/"}, 1, "orv: Destination is not a folder: $W/b\n", {"a=1"}},
@@ -42,7 +43,7 @@ const ChangeCase copy_cases[] = {
      "orv: Destination item already exists: $W/b\n",
      {"a=1", "b=2"}},
     {{"a=1", "b=2"}, {"a", "b", "--on-conflict", "replace"}, 0, "", {"a=1", "b=1"}},
-    {{"a=1", "b=2"}, {"a", "b", "--on-conflict", "keep-both"}, 0, "", {"a=1", "b 2=1", "b=2"}},
+    {{"a=1", "b=2"}, {"a", "b", "--on-conflict", "keep-both"}, 0, "", {"a=1", "b (2)=1", "b=2"}},
     {{"a=1", "b=2"},
      {"a", "b", "--on-conflict", "merge"},
      1,
@@ -65,7 +66,7 @@ const ChangeCase copy_cases[] = {
      {"a", "b/.", "l", "d"},
      0,
      "",
-     {"a=1", "b/", "b/c=2", "d/", "d/a=1", "d/b/", "d/b/c=2", "d/l=1", "l->a"}},
+     {"a=1", "b/", "b/c=2", "d/", "d/a=1", "d/b/", "d/b/c=2", "d/l->a", "l->a"}},
     {{"a=1", "b=2"},
      {"a", "b", "d"},
      1,
@@ -79,7 +80,12 @@ const ChangeCase copy_cases[] = {
     {{"a=1", "d/"},
      {"a", "b", "d"},
      1,
-     "orv: Source item doesn't exist. file://$W/b\n",
+     "orv: Source item doesn't exist: $W/b\n",
+     {"a=1", "d/", "d/a=1"}},
+    {{"a=1", "d/"},
+     {"b", "a", "d", "--on-error", "stop"},
+     1,
+     "orv: Source item doesn't exist: $W/b\n",
      {"a=1", "d/"}},
     {{"a=1", "d/"},
      {"a", "/", "d"},
@@ -105,7 +111,24 @@ const ChangeCase copy_cases[] = {
      {"a", "s/a", "d", "--on-conflict", "keep-both"},
      0,
      "",
-     {"a=1", "d/", "d/a 2=2", "d/a=1", "s/", "s/a=2"}},
+     {"a=1", "d/", "d/a (2)=2", "d/a=1", "s/", "s/a=2"}},
+
+    {{"a=1", "b=2"},
+     {"a", "b", "--on-conflict", "skip"},
+     1,
+     "orv: It was left out, since its name is taken: $W/a\n",
+     {"a=1", "b=2"}},
+    {{"a=1", "b=2"}, {"a", "b", "--on-conflict", "skip-equal"}, 0, "", {"a=1", "b=1"}},
+    {{"d/a=1", "d/c=1", "e/d/a=2"},
+     {"-a", "d", "e", "-n"},
+     1,
+     "orv: It was left out, since its name is taken: $W/d/a\n",
+     {"d/", "d/a=1", "d/c=1", "e/", "e/d/", "e/d/a=2", "e/d/c=1"}},
+    {{"d/a=1", "d/c=1", "e/d/a=2", "e/d/b=3"},
+     {"-rf", "d", "e"},
+     0,
+     "",
+     {"d/", "d/a=1", "d/c=1", "e/", "e/d/", "e/d/a=1", "e/d/b=3", "e/d/c=1"}},
 };
 
 TEST_F(CommandTest, CopiesAndSettlesConflictsAsItIsTold)
@@ -130,14 +153,14 @@ const std::string more = "With \"all\" after it, for all that follow: ";
 
 const AnswerCase answer_cases[] = {
     {{"s=1", "t=2"}, {"(r)eplace"}, {"r\n"}, 0, {"s=1", "t=1"}},
-    {{"s=1", "t=2"}, {"(k)eep both"}, {" Keep both\n"}, 0, {"s=1", "t 2=1", "t=2"}},
+    {{"s=1", "t=2"}, {"(k)eep both"}, {" Keep both\n"}, 0, {"s=1", "t (2)=1", "t=2"}},
     {{"s=1", "t=2"}, {"(s)top"}, {"s\n"}, 1, {"s=1", "t=2"}},
     {{"s=1", "t=2"}, {"(s)top"}, {std::string(ctrl_d)}, 1, {"s=1", "t=2"}},
     {{"s=1", "t=2"},
      {"exists. (r)eplace", "exists. (r)eplace", "exists. (r)"},
      {"m\n", "\n", "k\n"},
      0,
-     {"s=1", "t 2=1", "t=2"}},
+     {"s=1", "t (2)=1", "t=2"}},
     {{"s/a=1", "t/s/b=2"},
      {"exists. (m)erge"},
      {"m\n"},
@@ -145,22 +168,23 @@ const AnswerCase answer_cases[] = {
      {"s/", "s/a=1", "t/", "t/s/", "t/s/a=1", "t/s/b=2"}},
 
     {conflicting,
-     {"d/a already exists. (r)eplace, (k)eep both or (s)top? " + more},
-     {"Replace ALL\n"},
+     {"  new:   1 B, 2",
+      "d/a already exists. (r)eplace, (k)eep both, (l)eave out or (s)top? " + more},
+     {"", "Replace ALL\n"},
      0,
      {"a=1", "b=1", "c=1", "d/", "d/a=1", "d/b=1", "d/c=1"},
      {"cp", "a", "b", "c", "d"}},
     {conflicting,
-     {"d/a already exists", more, "d/c already exists. (r)eplace, (k)eep both or (s)top? "},
+     {"d/a already exists", more, "d/c already exists. (r)eplace"},
      {"r\n", "k\n", "s all\n"},
      1,
-     {"c=1", "d/", "d/a=1", "d/b 2=1", "d/b=2", "d/c=2"},
+     {"c=1", "d/", "d/a=1", "d/b (2)=1", "d/b=2", "d/c=2"},
      {"mv", "a", "b", "c", "d"}},
     {{"a=1", "b/c=1", "d/a=2", "d/b/e=2", "f/g=1", "d/f/h=2"},
      {"d/b already exists. (m)erge", "d/a already exists. (r)"},
      {"m all\n", "k\n"},
      0,
-     {"a=1", "b/", "b/c=1", "d/", "d/a 2=1", "d/a=2", "d/b/", "d/b/c=1", "d/b/e=2", "d/f/",
+     {"a=1", "b/", "b/c=1", "d/", "d/a (2)=1", "d/a=2", "d/b/", "d/b/c=1", "d/b/e=2", "d/f/",
       "d/f/g=1", "d/f/h=2", "f/", "f/g=1"},
      {"cp", "b", "f", "a", "d"}},
 };
@@ -179,6 +203,20 @@ TEST_F(CommandTest, AsksOnATerminalWhatToDoAboutATakenName)
         EXPECT_EQ(terminal.finish(), row.exit_code) << terminal.shown();
         EXPECT_EQ(tree(work()), row.after);
     }
+}
+
+TEST_F(CommandTest, TellsWhatACopyWouldDoAndDoesNothing)
+{
+    const Words before{"a=1", "d/", "d/x=1", "d/y=1", "e/", "e/d/", "e/d/x=2"};
+    make_tree(work(), before);
+    const Outcome outcome =
+        orv({"cp", "a", "d", "gone", "e", "--on-conflict", "merge", "--dry-run"});
+    EXPECT_EQ(outcome.exit_code, 0);
+    for (const char* line : {"new  $W/e/a\n", "merge  $W/e/d\n", "leave  $W/e/d/x\n",
+                             "new  $W/e/d/y\n", "missing  $W/gone\n"})
+        EXPECT_NE(outcome.out.find(told(line)), std::string::npos) << outcome.out;
+    EXPECT_EQ(tree(work()), before);
+    EXPECT_EQ(orv({"mv", "-v", "a", "e"}).out, told("$W/a -> $W/e/a\n"));
 }
 
 TEST_F(CommandTest, AsksNothingWhenItIsToBeQuiet)

@@ -83,7 +83,7 @@ FaultCase copy_case()
 {
     FaultCase request{
         .name = "copy",
-        .arguments = {"cp", "@" + tree, "@home/dest"},
+        .arguments = {"cp", "@" + tree, "@home/dest", "--on-error", "stop"},
         .before = surroundings(),
         .after = surroundings(),
         .peers = {{"cp", "-r", "@" + tree, "@" + copy}, {"rsync", "-a", "@" + tree, "@home/dest"}}};
@@ -114,7 +114,8 @@ FaultCase lacking(FaultCase request, const Lacking& what, const std::string& nam
 FaultCase merge_case()
 {
     FaultCase request{.name = "merge",
-                      .arguments = {"cp", "@" + tree, "@home/dest", "--on-conflict", "merge"},
+                      .arguments = {"cp", "@" + tree, "@home/dest", "--on-conflict", "merge",
+                                    "--on-error", "stop"},
                       .before = surroundings(),
                       .peers = {{"cp", "-rnT", "@" + tree, "@" + copy},
                                 {"rsync", "-a", "--ignore-existing", "@" + tree, "@home/dest"}}};
@@ -128,7 +129,8 @@ FaultCase merge_case()
 FaultCase replace_case()
 {
     FaultCase request{.name = "replace",
-                      .arguments = {"cp", "@" + tree, "@home/dest", "--on-conflict", "replace"},
+                      .arguments = {"cp", "@" + tree, "@home/dest", "--on-conflict", "replace",
+                                    "--on-error", "stop"},
                       .before = surroundings(),
                       .peers = {{"cp", "-rT", "--remove-destination", "@" + tree, "@" + copy},
                                 {"rsync", "-a", "--delete", "@" + tree, "@home/dest"}}};
@@ -140,10 +142,27 @@ FaultCase replace_case()
     return finished(std::move(request));
 }
 
+/// A merge in which each file takes the place of its namesake.
+FaultCase merge_that_replaces_case()
+{
+    FaultCase request = copy_case();
+    request.name = "merge that replaces";
+    request.arguments.emplace_back("-f");
+    request.peers.clear();
+    put(request.before.items, copy, taken_place());
+    for (const auto& [path, item] : request.before.items)
+        if (is_at_or_below(path, copy) &&
+            (item.type == S_IFDIR || !request.after.items.contains(path))) {
+            request.after.items[path] = item;
+            request.after.rows.erase(path.substr(path.find('/') + 1));
+        }
+    return finished(std::move(request));
+}
+
 FaultCase copy_across_case()
 {
     FaultCase request{.name = "copy to another volume",
-                      .arguments = {"cp", "@" + tree, "@volume/tree"},
+                      .arguments = {"cp", "@" + tree, "@volume/tree", "--on-error", "stop"},
                       .before = surroundings(),
                       .needs_volume = true};
     std::erase_if(request.before.rows,
@@ -470,6 +489,7 @@ const std::vector<FaultCase>& fault_cases()
         lacking(copy_case(), some, " by renaming"),
         lacking(copy_case(), more, " by linking"),
         merge_case(),
+        merge_that_replaces_case(),
         replace_case(),
         lacking(replace_case(), more, " without flags"),
         copy_across_case(),
