@@ -51,9 +51,9 @@ struct FolderSizeCommand {
 /// "cp" and "mv".
 struct TransferCommand {
     TransferPlan::Kind kind;
-    std::vector<std::string> sources;
-    std::string destination;
-    TransferPolicy policy;
+    std::vector<std::string> sources = {};
+    std::string destination = {};
+    TransferPolicy policy = {};
     bool asks_about_errors =
         false; ///< given on the command line, so without a terminal an error ends it
     bool is_dry_run = false;

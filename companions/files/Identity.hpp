@@ -15,6 +15,11 @@ struct Identity {
     bool operator==(const Identity&) const = default;
 };
 
+[[nodiscard]] inline bool is_one_device(const Identity& one, const Identity& other)
+{
+    return one.device_major == other.device_major && one.device_minor == other.device_minor;
+}
+
 [[nodiscard]] inline Identity identity_of(const struct statx& facts)
 {
     return {facts.stx_dev_major, facts.stx_dev_minor, facts.stx_ino};

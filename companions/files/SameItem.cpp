@@ -60,11 +60,6 @@ bool are_spellings(const Url& one, const Url& other)
            (name == other_name || entries_spelled_like(folder, name) == 1);
 }
 
-bool is_one_device(const Identity& one, const Identity& other)
-{
-    return one.device_major == other.device_major && one.device_minor == other.device_minor;
-}
-
 bool is_same(const std::optional<Identity>& sought, const Url& item, const Url& sought_item)
 {
     const auto found = identity_at(item);

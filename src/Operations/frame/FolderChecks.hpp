@@ -3,6 +3,7 @@
 #include "Operations/frame/ErrorPlace.hpp"
 #include "Operations/frame/UrlLocker.hpp"
 #include "Tool/Tool.hpp"
+#include "files/ItemStatus.hpp"
 
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
@@ -15,14 +16,15 @@ namespace orv {
 
 /// Refuses anything but a folder.
 ///
-/// Errors: `no_item` when there is nothing, `no_folder` when it is something else; each told the
-/// location.
+/// Errors: `no_item` when there is nothing, with the reason if its volume is gone; `no_folder` when
+/// it is something else; each told the location.
 inline void check_is_folder(const Url& url, const Error& no_item, const Error& no_folder)
 {
-    if (!Tool::item_exists(url))
-        throw no_item.known_as(Cause::missing).at(url);
-    if (!Tool::is_directory(url))
+    if (Tool::is_directory(url))
+        return;
+    if (Tool::item_exists(url))
         throw no_folder.known_as(Cause::wrong_kind).at(url);
+    throw missing_item(no_item, url);
 }
 
 /// Refuses an unfit destination of a batch.

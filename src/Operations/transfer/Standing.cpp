@@ -1,6 +1,7 @@
 #include "Operations/transfer/Standing.hpp"
 
 #include "files/Identity.hpp"
+#include "files/SameItem.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -56,7 +57,10 @@ bool TakenName::are_files() const
 
 bool TakenName::are_same_item() const
 {
-    return identity_of(source_facts) == identity_of(destination_facts);
+    const Identity one = identity_of(source_facts);
+    const Identity other = identity_of(destination_facts);
+    // FUSE volumes make up an inode number for every spelling of a name.
+    return one == other || (is_one_device(one, other) && is_other_spelling(source, destination));
 }
 
 bool TakenName::are_equal() const

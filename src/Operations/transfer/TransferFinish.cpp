@@ -41,7 +41,10 @@ FileDescriptor opened_file(const Url& url)
 void flush_all(TransferRun& run, int folder, const Url& url)
 {
     const auto own = std::make_shared<FileDescriptor>(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
-    do_abandonable(run.request, [own, url] { flush_volume(own->get(), url); });
+    do_abandonable(run.request, [own, url] {
+        flush_volume(own->get(), url);
+        flush(own->get(), url); // of a FUSE volume the server may know nothing yet
+    });
 }
 
 void compare(TransferRun& run, const CopiedFile& file)
@@ -73,7 +76,8 @@ TransferFinish::TransferFinish(const TransferPolicy& policy, const Url& folder)
       flushes_(policy.flush == Flush::always ||
                (policy.flush == Flush::automatic && traits_.may_go_away)),
       verifies_(policy.verify),
-      flushes_each_((flushes_ || verifies_) && !can_flush_volume(opened_.get()))
+      flushes_each_((policy.flush == Flush::always || verifies_) &&
+                    !can_flush_volume(opened_.get()))
 {
     if (flushes_each_ || verifies_)
         copied_.emplace();

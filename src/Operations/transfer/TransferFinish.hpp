@@ -42,7 +42,9 @@ private:
     VolumeTraits traits_;
     bool flushes_;
     bool verifies_;
-    bool flushes_each_; ///< because the volume does not report every lost write
+    /// The volume does not report every lost write. The automatic policy spares it two calls a file
+    /// all the same: what the kernel could not hand over is reported for the volume, too.
+    bool flushes_each_;
     std::optional<CopiedFiles> copied_;
 };
 

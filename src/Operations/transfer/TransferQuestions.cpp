@@ -120,6 +120,11 @@ TakenChoice TransferQuestions::settle(const TakenName& taken)
 
 FailureChoice TransferQuestions::settle(const Url& item, const Error& error)
 {
+    // Without its volume every further item would fail alike, and nobody is asked to bring it back.
+    const bool is_skipped =
+        policy_.on_error == TransferPolicy::OnError::skip || for_all_.contains(Kind::failure);
+    if (is_skipped && error.cause() == Cause::disconnected)
+        throw TransferEnd{error};
     switch (policy_.on_error) {
     case TransferPolicy::OnError::stop:
         throw TransferEnd{error};
