@@ -32,8 +32,8 @@ struct TransferPolicy {
         keep_both,        ///< give the new item a name like "name (2).ext"
         stop,             ///< end the transfer with an error
     };
-    /// How to handle an item that cannot be copied or moved. If its volume is gone, skipping ends the
-    /// transfer.
+    /// How to handle an item that cannot be copied or moved. If its volume is gone, skipping ends
+    /// the transfer.
     enum class OnError { ask, skip, stop };
     /// Transfer a symbolic link as a link, or copy its target in its place.
     enum class Links { as_links, follow };

@@ -75,9 +75,8 @@ TransferFinish::TransferFinish(const TransferPolicy& policy, const Url& folder)
     : folder_(folder), opened_(opened_folder(folder)), traits_(VolumeTraits::of(opened_.get())),
       flushes_(policy.flush == Flush::always ||
                (policy.flush == Flush::automatic && traits_.may_go_away)),
-      verifies_(policy.verify),
-      flushes_each_((policy.flush == Flush::always || verifies_) &&
-                    !can_flush_volume(opened_.get()))
+      verifies_(policy.verify), flushes_each_((policy.flush == Flush::always || verifies_) &&
+                                              !can_flush_volume(opened_.get()))
 {
     if (flushes_each_ || verifies_)
         copied_.emplace();

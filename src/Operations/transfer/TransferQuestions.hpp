@@ -62,7 +62,8 @@ public:
     /// name, if the policy is about files.
     TakenChoice settle(const TakenName& taken);
 
-    /// Errors: `TransferEnd` if the policy is to stop; also if it is to skip, and the volume is gone.
+    /// Errors: `TransferEnd` if the policy is to stop; also if it is to skip, and the volume is
+    /// gone.
     FailureChoice settle(const Url& item, const Error& error);
 
     /// Errors: `TransferEnd` with the first one, if the policy is to stop.
