@@ -68,6 +68,8 @@ bool CopyTarget::handle(CopyItem item, const SourceItem& source, std::optional<I
         try {
             return attempt(item, source, std::exchange(there, {}), std::exchange(built, nullptr));
         } catch (const Error& error) {
+            if (error.kind() == Error::Kind::database) // the item is there, but not its row
+                throw;
             // A copy in its turn reports the obstacle, and its place. A volume that failed once
             // to take the content may say nothing the second time.
             if (was_built && !is_lost_write(error))
@@ -289,6 +291,8 @@ void CopyTarget::publish(Level level)
                 run_.log.end(original.source, Outcome::done, url_of(original));
             return;
         } catch (const Error& error) {
+            if (error.kind() == Error::Kind::database)
+                throw;
             if (run_.questions.settle(original.url, error) == FailureChoice::retry)
                 continue;
             records_.drop();
