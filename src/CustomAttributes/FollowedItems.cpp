@@ -7,7 +7,8 @@
 #include "files/ItemStatus.hpp"
 #include "files/ProcessedFiles.hpp"
 
-#include <algorithm>
+#include <orv/utility/Error.hpp>
+
 #include <atomic>
 #include <map>
 #include <string>
@@ -48,6 +49,23 @@ Url folder_of(const std::string& relative_path)
     return url_from_resolved_path(relative_path).deleting_last_path_component();
 }
 
+/// Stores what a look at items has found. A full or read-only volume is no reason to fail the look,
+/// which mostly reads: the next one tries again. Returns false if nothing was stored.
+bool stored(FunctionRef<void()> store)
+{
+    try {
+        shared_db_manager().db().save_point(store);
+        return true;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+void remember(const std::vector<RecItemIdentity>& items)
+{
+    stored([&] { RecItemIdentity::replace_all(items); });
+}
+
 /// Items by their inode numbers.
 using Missing = std::unordered_map<std::uint64_t, RecItemIdentity>;
 
@@ -69,7 +87,7 @@ public:
     /// The place to which the attributes with this key go.
     [[nodiscard]] std::optional<Url> destination_of(const std::string& key) const;
 
-    /// Moves them all. Returns false if there are none.
+    /// Moves them all. Returns false if none has moved.
     bool run();
 
 private:
@@ -141,14 +159,13 @@ bool AttributeMoves::run()
     if (moves_.empty())
         return false;
     add_displaced();
-    shared_db_manager().db().save_point([&] {
+    return stored([&] {
         Taken taken;
         for (const Move& move : moves_)
             take(move, taken);
         RecCustomAttr::replace_all(taken.records);
         RecItemIdentity::replace_all(taken.identities);
     });
-    return true;
 }
 
 /// Takes the rows away from the old place, under their new keys. Attributes without an identity at
@@ -233,7 +250,7 @@ bool check_seen_places(const SeenItems& seen)
     std::vector<RecItemIdentity> new_here;
     for (auto& [path, identity] : seen_at)
         new_here.push_back({path, identity});
-    RecItemIdentity::replace_all(new_here);
+    remember(new_here);
     return any_left;
 }
 
@@ -256,7 +273,7 @@ void remember_items(const std::vector<RecordKey>& keys)
     for (const RecordKey& key : keys)
         if (const auto identity = identity_at(url_from_resolved_path(key.text())))
             rows.push_back({key.text(), *identity});
-    RecItemIdentity::replace_all(rows);
+    remember(rows);
 }
 
 std::optional<Url> found_again(const Url& place)
@@ -270,9 +287,7 @@ std::optional<Url> found_again(const Url& place)
     add_missing(missing, *known);
     AttributeMoves moves;
     moves.add_nearby(place.deleting_last_path_component(), missing);
-    const std::optional<Url> found = moves.destination_of(known->relative_path);
-    moves.run();
-    return found;
+    return moves.run() ? moves.destination_of(known->relative_path) : std::nullopt;
 }
 
 } // namespace orv

@@ -29,7 +29,7 @@ struct SeenItems {
 /// under its attributes' name all is well; two names of one item keep what they have.
 ///
 /// Threading: any; the calls below, too. They wait for the database.
-/// Errors: those of the database.
+/// Errors: those of the database, but none if it cannot be written: then all stays as it is.
 void follow_to_seen_places(const SeenItems& seen);
 
 /// Checks that the attributes at the places of seen items belong to these. Remembers the item if
