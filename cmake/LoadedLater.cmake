@@ -14,3 +14,8 @@ endfunction()
 
 orv_find_loaded_later(ORV_LIBZIP libzip zip)
 orv_find_loaded_later(ORV_LIBCRYPTO libcrypto crypto)
+orv_find_loaded_later(ORV_LIBDEFLATE libdeflate deflate)
+orv_find_loaded_later(ORV_UCHARDET uchardet uchardet)
+orv_find_loaded_later(ORV_LIBPNG libpng png16)
+orv_find_loaded_later(ORV_TURBOJPEG libturbojpeg turbojpeg)
+orv_find_loaded_later(ORV_LIBMD libmd md)

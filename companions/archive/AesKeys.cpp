@@ -6,6 +6,10 @@
 #include <algorithm>
 #include <new>
 
+#if defined(__x86_64__)
+#include <sys/platform/x86.h>
+#endif
+
 namespace orv::archive {
 namespace {
 
@@ -113,9 +117,10 @@ template <int lanes>
 void derive_in_lanes(Derivation& derivation)
 {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl"))
+    // The compiler's own question would ask the processor in every process, before main.
+    if (CPU_FEATURE_ACTIVE(AVX512F) && CPU_FEATURE_ACTIVE(AVX512VL))
         return derive_in_512_bits<lanes>(derivation);
-    if (__builtin_cpu_supports("avx2"))
+    if (CPU_FEATURE_ACTIVE(AVX2))
         return derive_in_256_bits<lanes>(derivation);
 #endif
     Pbkdf2Lanes<lanes>::derive(derivation);

@@ -1,6 +1,6 @@
 #include "archive/ClassicKeys.hpp"
 
-#include <libdeflate.h>
+#include "archive/Libdeflate.hpp"
 
 namespace orv::archive {
 namespace {

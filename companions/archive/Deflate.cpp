@@ -1,5 +1,7 @@
 #include "archive/Deflate.hpp"
 
+#include "archive/Libdeflate.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -8,7 +10,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include <libdeflate.h>
 #include <zlib.h>
 
 namespace orv::archive {
@@ -39,6 +40,11 @@ libdeflate_compressor* new_compressor(int level)
     if (!compressor)
         throw std::bad_alloc();
     return compressor;
+}
+
+void free_compressor(libdeflate_compressor* compressor)
+{
+    libdeflate_free_compressor(compressor);
 }
 
 void append(Bytes& to, std::initializer_list<unsigned> bytes)
@@ -74,7 +80,7 @@ bool looks_compressed(ByteView bytes)
         return false;
     static thread_local const std::unique_ptr<libdeflate_compressor,
                                               void (*)(libdeflate_compressor*)>
-        fast(new_compressor(1), libdeflate_free_compressor);
+        fast(new_compressor(1), free_compressor);
     std::array<std::byte, sample_size> ignored;
     std::size_t hardly_smaller = 0;
     for (std::size_t i = 0; i < sample_count; ++i) {

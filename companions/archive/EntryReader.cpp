@@ -1,11 +1,11 @@
 #include "archive/EntryReader.hpp"
 
 #include "archive/ClassicKeys.hpp"
+#include "archive/Libdeflate.hpp"
 
 #include <algorithm>
 #include <new>
 
-#include <libdeflate.h>
 #include <zlib.h>
 
 namespace orv::archive {

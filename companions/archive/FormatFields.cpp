@@ -1,11 +1,10 @@
 #include "archive/FormatFields.hpp"
 
 #include "archive/EntryNames.hpp"
+#include "archive/Libdeflate.hpp"
 #include "archive/LittleEndian.hpp"
 
 #include <limits>
-
-#include <libdeflate.h>
 
 namespace orv::archive {
 namespace {

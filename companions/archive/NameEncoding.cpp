@@ -2,13 +2,13 @@
 
 #include "archive/EastAsianNames.hpp"
 #include "archive/NameConverter.hpp"
+#include "archive/Uchardet.hpp"
 
 #include <algorithm>
 #include <memory>
 #include <new>
 #include <string_view>
 
-#include <uchardet.h>
 #include <unicode/uchar.h>
 #include <unicode/uscript.h>
 
@@ -63,20 +63,20 @@ constexpr Alphabet windows_latins[] = {
 /// The detector's answer for all names.
 std::string detected_encoding(const Names& names)
 {
-    const std::unique_ptr<uchardet, decltype(&::uchardet_delete)> detector(::uchardet_new(),
-                                                                           &::uchardet_delete);
+    const auto free = [](uchardet_t detector) { uchardet_delete(detector); };
+    const std::unique_ptr<uchardet, decltype(free)> detector(uchardet_new(), free);
     if (!detector)
         throw std::bad_alloc();
     std::size_t bytes = 0;
     for (const std::string* name : names) {
         if (bytes > max_bytes_judged)
             break;
-        ::uchardet_handle_data(detector.get(), name->data(), name->size());
-        ::uchardet_handle_data(detector.get(), "\n", 1);
+        uchardet_handle_data(detector.get(), name->data(), name->size());
+        uchardet_handle_data(detector.get(), "\n", 1);
         bytes += name->size();
     }
-    ::uchardet_data_end(detector.get());
-    return ::uchardet_get_charset(detector.get());
+    uchardet_data_end(detector.get());
+    return uchardet_get_charset(detector.get());
 }
 
 /// The non-ASCII characters of several names.

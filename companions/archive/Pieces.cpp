@@ -1,5 +1,6 @@
 #include "archive/Pieces.hpp"
 
+#include "archive/Libdeflate.hpp"
 #include "archive/ReadAt.hpp"
 
 #include <algorithm>
@@ -9,7 +10,6 @@
 #include <string>
 #include <thread>
 
-#include <libdeflate.h>
 #include <sys/stat.h>
 
 namespace orv::archive {

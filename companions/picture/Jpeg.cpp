@@ -1,6 +1,7 @@
 #include "picture/Jpeg.hpp"
 
 #include "picture/Scaling.hpp"
+#include "picture/Turbojpeg.hpp"
 
 #include <orv/utility/Error.hpp>
 
@@ -9,18 +10,16 @@
 #include <string>
 #include <type_traits>
 
-#include <turbojpeg.h>
-
 namespace orv::picture {
 namespace {
 
 struct HandleEnd {
-    void operator()(tjhandle handle) const { ::tjDestroy(handle); }
+    void operator()(tjhandle handle) const { tjDestroy(handle); }
 };
 using Handle = std::unique_ptr<std::remove_pointer_t<tjhandle>, HandleEnd>;
 
 struct BufferEnd {
-    void operator()(unsigned char* buffer) const { ::tjFree(buffer); }
+    void operator()(unsigned char* buffer) const { tjFree(buffer); }
 };
 
 Handle checked(tjhandle handle)
@@ -55,7 +54,7 @@ std::vector<unsigned char> on_white(std::span<const std::uint8_t> rgba)
 
 [[noreturn]] void throw_error(const char* what, const Handle& handle)
 {
-    throw Error(std::string(what) + ": " + ::tjGetErrorStr2(handle.get()) + ".");
+    throw Error(std::string(what) + ": " + tjGetErrorStr2(handle.get()) + ".");
 }
 
 } // namespace
@@ -63,15 +62,15 @@ std::vector<unsigned char> on_white(std::span<const std::uint8_t> rgba)
 std::vector<std::byte> encode_jpeg(const Picture& picture, double quality)
 {
     const std::vector<unsigned char> rgb = on_white(picture.rgba());
-    const Handle handle = checked(::tjInitCompress());
+    const Handle handle = checked(tjInitCompress());
     const int percent = percent_of(quality);
     // Colours at half the resolution are seen only where the rest is good.
     const int colours = percent >= 90 ? TJSAMP_444 : TJSAMP_420;
     unsigned char* bytes = nullptr;
     unsigned long size = 0;
-    const int failed = ::tjCompress2(handle.get(), rgb.data(), static_cast<int>(picture.width()), 0,
-                                     static_cast<int>(picture.height()), TJPF_RGB, &bytes, &size,
-                                     colours, percent, 0);
+    const int failed = tjCompress2(handle.get(), rgb.data(), static_cast<int>(picture.width()), 0,
+                                   static_cast<int>(picture.height()), TJPF_RGB, &bytes, &size,
+                                   colours, percent, 0);
     const std::unique_ptr<unsigned char, BufferEnd> buffer(bytes);
     if (failed)
         throw_error("The picture cannot be encoded as JPEG", handle);
@@ -84,18 +83,18 @@ Picture decode_jpeg(std::span<const std::byte> bytes)
     // The library asks for mutable bytes, and does not change them.
     auto* data = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(bytes.data()));
     const auto size = static_cast<unsigned long>(bytes.size());
-    const Handle handle = checked(::tjInitDecompress());
+    const Handle handle = checked(tjInitDecompress());
     int width = 0;
     int height = 0;
     int colours = 0;
     int space = 0;
-    if (::tjDecompressHeader3(handle.get(), data, size, &width, &height, &colours, &space))
+    if (tjDecompressHeader3(handle.get(), data, size, &width, &height, &colours, &space))
         throw_error("This is no JPEG picture", handle);
     if (!is_within_bounds(static_cast<unsigned>(width), static_cast<unsigned>(height)))
         throw Error("The JPEG picture is too large.");
     std::vector<std::uint8_t> rgba(static_cast<std::size_t>(width) *
                                    static_cast<std::size_t>(height) * 4);
-    if (::tjDecompress2(handle.get(), data, size, rgba.data(), width, 0, height, TJPF_RGBA, 0))
+    if (tjDecompress2(handle.get(), data, size, rgba.data(), width, 0, height, TJPF_RGBA, 0))
         throw_error("The JPEG picture is damaged", handle);
     return {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), std::move(rgba)};
 }

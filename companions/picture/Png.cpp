@@ -1,12 +1,11 @@
 #include "picture/Png.hpp"
 
+#include "picture/Libpng.hpp"
 #include "picture/Scaling.hpp"
 
 #include <orv/utility/Error.hpp>
 
 #include <string>
-
-#include <png.h>
 
 namespace orv::picture {
 namespace {
@@ -14,7 +13,11 @@ namespace {
 /// The state of one reading or writing.
 struct Image : png_image {
     Image() : png_image() { version = PNG_IMAGE_VERSION; }
-    ~Image() { ::png_image_free(this); }
+    ~Image()
+    {
+        if (opaque) // else libpng may be missing, and the call would throw
+            png_image_free(this);
+    }
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
 };
@@ -34,8 +37,8 @@ std::vector<std::byte> encode_png(const Picture& picture)
     image.format = PNG_FORMAT_RGBA;
     png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
     std::vector<std::byte> bytes(size);
-    if (!::png_image_write_to_memory(&image, bytes.data(), &size, 0, picture.rgba().data(), 0,
-                                     nullptr))
+    if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, picture.rgba().data(), 0,
+                                   nullptr))
         throw_error("The picture cannot be encoded as PNG", image);
     bytes.resize(size);
     bytes.shrink_to_fit();
@@ -45,13 +48,13 @@ std::vector<std::byte> encode_png(const Picture& picture)
 Picture decode_png(std::span<const std::byte> bytes)
 {
     Image image;
-    if (!::png_image_begin_read_from_memory(&image, bytes.data(), bytes.size()))
+    if (!png_image_begin_read_from_memory(&image, bytes.data(), bytes.size()))
         throw_error("This is no PNG picture", image);
     if (!is_within_bounds(image.width, image.height))
         throw Error("The PNG picture is too large.");
     image.format = PNG_FORMAT_RGBA;
     std::vector<std::uint8_t> rgba(PNG_IMAGE_SIZE(image));
-    if (!::png_image_finish_read(&image, nullptr, rgba.data(), 0, nullptr))
+    if (!png_image_finish_read(&image, nullptr, rgba.data(), 0, nullptr))
         throw_error("The PNG picture is damaged", image);
     return {image.width, image.height, std::move(rgba)};
 }

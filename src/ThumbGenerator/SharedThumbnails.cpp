@@ -4,6 +4,7 @@
 #include "picture/Decoder.hpp"
 #include "picture/PngTexts.hpp"
 #include "utility/FileDescriptor.hpp"
+#include "utility/LoadedLater.hpp"
 
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Locations.hpp>
@@ -52,7 +53,8 @@ const char* name_of_square(std::uint32_t side)
 std::string digest(const std::string& text)
 {
     std::array<char, MD5_DIGEST_STRING_LENGTH> hex{};
-    ::MD5Data(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), hex.data());
+    constinit static const LoadedLater<decltype(::MD5Data)> md5_data{ORV_LIBMD, "MD5Data"};
+    md5_data(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), hex.data());
     return hex.data();
 }
 

@@ -30,7 +30,7 @@ try_program() {
 check_links() {
     local libraries
     libraries=$(ldd "$1")
-    ! grep -iE 'not found|libQt|libglib|libgobject|libgio|libzip|libcrypto' <<<"$libraries" ||
+    ! grep -iE 'not found|libQt|libglib|libgobject|libgio|libzip|libcrypto|libdeflate|libuchardet|libpng|libturbojpeg|libmd' <<<"$libraries" ||
         fail "$1 is linked with what it must not need, or cannot be loaded."
 }
 
