@@ -128,11 +128,9 @@ void unpack(UnzipRequest& request, const Url& archive, const Container& containe
             const std::optional<std::string>& password)
 {
     const std::shared_ptr<Zip::Canceller> canceller = watched_by(request);
-    const auto tell = [&](float value, const Url& item) {
-        request.report(status::progress<GeneralProgress>{{item, value}});
-    };
     const auto call = [&] {
-        Zip::unzipFile(archive, container.folder(), password, canceller, intr_test_mode(), tell);
+        Zip::unzipFile(archive, container.folder(), password, canceller, intr_test_mode(),
+                       told_by(request));
     };
     const Error failure = unzip_place("Unzip operation failed.", 220);
     with_zip_errors(Zip::Error::Case::unzip_failed, failure,

@@ -98,14 +98,11 @@ void check_replaces_no_item(const std::vector<Url>& items, const Url& archive)
 void pack(ZipRequest& request, const std::shared_ptr<Zip::Canceller>& canceller,
           const Content& content, const Url& file, const Url& archive)
 try {
-    const auto tell = [&](float value, const Url& item) {
-        request.report(status::progress<GeneralProgress>{{item, value}});
-    };
     request.do_part([canceller] { canceller->cancel(); },
                     [&] {
                         Zip::zipFiles(content.items, file, content.password,
                                       ZipCompression::default_compression, canceller,
-                                      intr_test_mode(), tell);
+                                      intr_test_mode(), told_by(request));
                     });
 } catch (const Zip::Error& error) {
     if (error.cause().path() != file)

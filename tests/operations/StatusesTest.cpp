@@ -121,7 +121,7 @@ TEST_F(StatusesTest, the_items_of_one_request_share_turns_of_the_main_loop)
         moved.push_back(at("in/" + std::to_string(i)));
         make_tree(folder(), {std::to_string(i) + "="});
     }
-    make_tree(folder(), {"in/", "copies/"});
+    make_tree(folder(), {"in/", "copies/", "out/"});
     // On a busy machine, time alone brings turns: a look every 5 ms, a due batch every 10 ms.
     const auto turns_of = [](const std::shared_ptr<OrvOperation>& operation) {
         const auto start = std::chrono::steady_clock::now();
@@ -132,6 +132,8 @@ TEST_F(StatusesTest, the_items_of_one_request_share_turns_of_the_main_loop)
         return turns - static_cast<int>(passed.count() / 5 + passed.count() / 10);
     };
     EXPECT_LT(turns_of(manager().copy(sources, at("copies"), {})), 300);
+    EXPECT_LT(turns_of(manager().zip(sources, at("zip"), {}, ConflictBehaviour::stop, {})), 50);
+    EXPECT_LT(turns_of(manager().unzip(at("zip"), at("out/zip"), {}, {})), 50);
     EXPECT_LT(turns_of(manager().move(sources, at("in"), {})), 20);
     EXPECT_LT(turns_of(manager().delete_items(moved, {})), 20);
     EXPECT_EQ(tree(at("copies")).size(), sources.size());
