@@ -75,8 +75,9 @@ void ItemList::sort(SortType sort)
 {
     const auto facts_of = [this](std::size_t index) {
         const CustomAttributes* stored = attributes(index);
-        return SortFacts{name(index),
-                         name_parts(name(index)).ext,
+        const std::string_view own = name(index);
+        return SortFacts{own,
+                         name_parts(own).ext,
                          size_of(index).value_or(0),
                          modification_date(index),
                          stored ? stored->order_no : std::nullopt,

@@ -11,8 +11,8 @@
 
 namespace orv {
 
-/// Stops, counts and pauses a packing or an unpacking of `request`, and keeps its held statuses from
-/// becoming late. The request must outlive it.
+/// Stops, counts and pauses a packing or an unpacking of `request`, and keeps its held statuses
+/// from becoming late. The request must outlive it.
 ///
 /// Threading: made on the request's thread.
 template <class Operation>
