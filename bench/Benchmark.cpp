@@ -20,6 +20,14 @@ Tool by_shell(std::string name, std::string program, std::string script)
             {"sh", "-c", std::move(script), "sh", "{source}", "{destination}"}};
 }
 
+/// The same with the command of `orv` as "$1", before the two places.
+Tool orv_by_shell(std::string name, std::string script)
+{
+    return {std::move(name),
+            "",
+            {"sh", "-c", std::move(script), "sh", "{orv}", "{source}", "{destination}"}};
+}
+
 Benchmark small_tree(const Sizes& sizes)
 {
     return {
@@ -179,7 +187,7 @@ Benchmark removal(const Sizes& sizes)
             &Data::small_tree,
             {{"orv rm", "", {"{orv}", "--quiet", "rm", "{destination}"}},
              {"rm -rf", "rm", {"rm", "-rf", "{destination}"}}},
-            {{"rm -rf", 1.0}}};
+            {{"rm -rf", 0.8}}};
 }
 
 Benchmark move(const Sizes& sizes)
@@ -200,6 +208,48 @@ Benchmark move_between_volumes(const Sizes& sizes)
             Kind::move_between_volumes,
             &Data::small_tree,
             {orv_mv, mv, by_shell("mv, flushed", "mv", R"(mv "$1" "$2" && sync -f "$2")")}};
+}
+
+/// The files of a folder as many items of one request, beside the folder as one item.
+std::vector<Benchmark> chosen_files(const Sizes& sizes)
+{
+    const auto benchmark = [&](std::string name, const char* title, Kind kind,
+                               std::vector<Tool> tools, std::vector<Bar> bars) {
+        return Benchmark{std::move(name),  fmt::format(title, sizes.chosen_files), kind,
+                         &Data::chosen_files, std::move(tools), std::move(bars)};
+    };
+    const Bar as_fast_as_folder{"their folder", 1.3};
+    return {
+        benchmark("chosen-copy", "Copy {} chosen files", Kind::copy,
+                  {orv_by_shell("orv cp", R"(mkdir "$3" && exec "$1" --quiet cp "$2"/* "$3")"),
+                   orv_by_shell("their folder", R"(exec "$1" --quiet cp "$2" "$3")"),
+                   by_shell("cp", "cp", R"(mkdir "$2" && exec cp "$1"/* "$2")")},
+                  {as_fast_as_folder}),
+        benchmark("chosen-zip", "Pack {} chosen files", Kind::pack,
+                  {orv_by_shell("orv zip", R"(exec "$1" --quiet zip "$3" "$2"/*)"),
+                   orv_by_shell("their folder", R"(exec "$1" --quiet zip "$3" "$2")")},
+                  {as_fast_as_folder}),
+        benchmark("chosen-move", "Move {} chosen files", Kind::move,
+                  {orv_by_shell("orv mv",
+                                R"(mkdir "$3" && "$1" --quiet mv "$2"/* "$3" && rmdir "$2")"),
+                   by_shell("mv", "mv", R"(mkdir "$2" && mv "$1"/* "$2" && rmdir "$1")")},
+                  {{"mv", 3.0}}),
+        benchmark("chosen-delete", "Delete {} chosen files", Kind::remove,
+                  {orv_by_shell("orv rm", R"("$1" --quiet rm "$3"/* && rmdir "$3")"),
+                   orv_by_shell("their folder", R"(exec "$1" --quiet rm "$3")"),
+                   by_shell("rm", "rm", R"(rm "$2"/* && rmdir "$2")")},
+                  {as_fast_as_folder})};
+}
+
+Benchmark move_of_sparse_file(const Sizes& sizes)
+{
+    return {"move-file",
+            fmt::format("Move a sparse file of {} MiB within one volume",
+                        sizes.big_file_bytes >> 20),
+            Kind::move,
+            &Data::sparse_file,
+            {orv_mv, mv},
+            {{"mv", 1.8}}};
 }
 
 Tool packer(std::string name, std::string program, const std::string& command)
@@ -239,6 +289,38 @@ Benchmark unpacking(const Sizes& sizes)
              {"7z x", "7z", {"7z", "x", "-bd", "-y", "-o{destination}", "{source}"}},
              by_shell("bsdtar -x", "bsdtar", R"(mkdir "$2" && exec bsdtar -xf "$1" -C "$2")")},
             {{"unzip", 1.0}, {"7z x", 1.0}}};
+}
+
+Benchmark packing_with_password(const Sizes& sizes)
+{
+    const std::string password = Data::password;
+    return {"zip-password",
+            fmt::format("Pack {} MB of mixed files with a password, AES-256",
+                        sizes.mixed_bytes / 1'000'000),
+            Kind::pack,
+            &Data::mixed_files,
+            {orv_by_shell("orv zip",
+                          "echo " + password +
+                              R"( | "$1" --quiet zip --password-file /dev/stdin "$3" "$2")"),
+             orv_by_shell("without", R"(exec "$1" --quiet zip "$3" "$2")"),
+             packer("7z a -p", "7z", "7z a -bd -tzip -mx=5 -mem=AES256 -p" + password)},
+            {{"without", 1.1}, {"7z a -p", 0.25}}};
+}
+
+Benchmark unpacking_with_password(const Sizes& sizes)
+{
+    const std::string password = Data::password;
+    return {"unzip-password",
+            fmt::format("Unpack {} MB of mixed files with a password, AES-256",
+                        sizes.mixed_bytes / 1'000'000),
+            Kind::unpack,
+            &Data::locked_archive,
+            {orv_by_shell("orv unzip", R"(mkdir "$3" && echo )" + password +
+                                           R"( | "$1" --quiet unzip --password-file /dev/stdin )"
+                                           R"("$2" "$3")"),
+             {"7z x -p", "7z", {"7z", "x", "-bd", "-y", "-p" + password, "-o{destination}",
+                                "{source}"}}},
+            {{"7z x -p", 0.6}}};
 }
 
 const Tool orv_thumbs{"orv", "", {ORV_BENCH_THUMBS, "{source}", "240", "{destination}"}};
@@ -318,7 +400,8 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
     const std::string wide = fmt::format("{} entries in one folder", sizes.wide_files);
     const std::string deep =
         fmt::format("{} entries, {} folders deep", deep_entries, sizes.folders_per_chain);
-    return {start(),
+    std::vector<Benchmark> all{
+            start(),
             listing("list-wide", "List by name: " + wide, &Data::wide_folder),
             listing("list-deep", "List by name: " + deep, &Data::deep_tree),
             listing("list-small", "List by name: " + small, &Data::small_tree),
@@ -338,13 +421,19 @@ std::vector<Benchmark> benchmarks(const Sizes& sizes)
             big_file(sizes),
             sparse_file(sizes),
             packing(sizes),
+            packing_with_password(sizes),
             unpacking(sizes),
+            unpacking_with_password(sizes),
             thumbnails_of_photographs(sizes),
             thumbnails_of_books(sizes),
             thumbnails_of_films(sizes),
+            move_of_sparse_file(sizes),
             move(sizes),
             move_between_volumes(sizes),
             removal(sizes)};
+    for (Benchmark& benchmark : chosen_files(sizes))
+        all.push_back(std::move(benchmark));
+    return all;
 }
 
 } // namespace orv::bench

@@ -35,6 +35,13 @@ void fill_with_names(const std::string& path, int count)
         make_sparse_file(folder.get(), file_name(i), i % 10'000);
 }
 
+void fill_with_content(const std::string& path, int files, RandomBytes& bytes)
+{
+    const FileDescriptor folder = make_folder(path);
+    for (int i = 0; i < files; ++i)
+        write_all(make_file(folder.get(), file_name(i)).get(), bytes.next());
+}
+
 /// Words of a language, the same ones in every run of the program.
 class RandomWords {
 public:
@@ -73,6 +80,7 @@ Sizes Sizes::quick()
     Sizes sizes;
     sizes.small_folders = 5;
     sizes.big_file_bytes = 16 * mebibyte;
+    sizes.chosen_files = 20;
     sizes.wide_files = 1000;
     sizes.many_folders = 5;
     sizes.deep_chains = 2;
@@ -97,12 +105,20 @@ const std::string& Data::small_tree()
     small_tree_ = path_of("small tree");
     make_folder(small_tree_).reset();
     RandomBytes bytes(static_cast<std::size_t>(sizes_.small_file_bytes));
-    for (int i = 0; i < sizes_.small_folders; ++i) {
-        const FileDescriptor folder = make_folder(fmt::format("{}/folder {}", small_tree_, i));
-        for (int j = 0; j < sizes_.files_per_small_folder; ++j)
-            write_all(make_file(folder.get(), file_name(j)).get(), bytes.next());
-    }
+    for (int i = 0; i < sizes_.small_folders; ++i)
+        fill_with_content(fmt::format("{}/folder {}", small_tree_, i),
+                          sizes_.files_per_small_folder, bytes);
     return small_tree_;
+}
+
+const std::string& Data::chosen_files()
+{
+    if (!chosen_files_.empty())
+        return chosen_files_;
+    chosen_files_ = path_of("chosen files");
+    RandomBytes bytes(static_cast<std::size_t>(sizes_.small_file_bytes));
+    fill_with_content(chosen_files_, sizes_.chosen_files, bytes);
+    return chosen_files_;
 }
 
 const std::string& Data::big_file()
@@ -201,14 +217,25 @@ const std::string& Data::mixed_archive()
 {
     if (!mixed_archive_.empty())
         return mixed_archive_;
-    mixed_archive_ = path_of("mixed files.zip");
+    pack_mixed_files(mixed_archive_ = path_of("mixed files.zip"), std::nullopt);
+    return mixed_archive_;
+}
+
+const std::string& Data::locked_archive()
+{
+    if (locked_archive_.empty())
+        pack_mixed_files(locked_archive_ = path_of("locked files.zip"), password);
+    return locked_archive_;
+}
+
+void Data::pack_mixed_files(const std::string& archive, const std::optional<std::string>& password)
+{
     const std::string& files = mixed_files();
     run_in_child([&] {
-        Zip::zipFiles({files}, mixed_archive_, std::nullopt, ZipCompression::default_compression,
-                      nullptr, false, nullptr);
+        Zip::zipFiles({files}, archive, password, ZipCompression::default_compression, nullptr,
+                      false, nullptr);
         return 0.0;
     });
-    return mixed_archive_;
 }
 
 const std::string& Data::photographs()

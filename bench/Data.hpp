@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace orv::bench {
@@ -11,6 +12,7 @@ struct Sizes {
     int files_per_small_folder = 20;
     int small_file_bytes = 4096;
     std::int64_t big_file_bytes = std::int64_t{1} << 30;
+    int chosen_files = 4000;
     int wide_files = 100'000;
     int many_folders = 1000;
     int files_per_many_folder = 999;
@@ -38,6 +40,8 @@ public:
 
     /// Many small files of random content in many folders.
     const std::string& small_tree();
+    /// One folder with small files of random content.
+    const std::string& chosen_files();
     /// One large file of random content.
     const std::string& big_file();
     /// A file of the same size of which nearly all is holes.
@@ -56,8 +60,10 @@ public:
 
     /// A folder of texts, pictures and programs, small and large.
     const std::string& mixed_files();
-    /// A zip archive of them.
+    /// Zip archives of them; the second one takes `password`.
     const std::string& mixed_archive();
+    const std::string& locked_archive();
+    static constexpr const char* password = "secret";
 
     /// Folders of what there are thumbnails of.
     const std::string& photographs();
@@ -68,11 +74,13 @@ public:
 
 private:
     [[nodiscard]] std::string path_of(const char* name) const;
+    void pack_mixed_files(const std::string& archive, const std::optional<std::string>& password);
 
     std::string folder_;
     Sizes sizes_;
-    std::string small_tree_, big_file_, sparse_file_, wide_folder_, many_folders_, deep_tree_, texts_,
-        mixed_files_, mixed_archive_, photographs_, books_, films_;
+    std::string small_tree_, chosen_files_, big_file_, sparse_file_, wide_folder_, many_folders_,
+        deep_tree_, texts_, mixed_files_, mixed_archive_, locked_archive_, photographs_, books_,
+        films_;
 };
 
 } // namespace orv::bench

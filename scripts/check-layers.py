@@ -50,7 +50,7 @@ LIBRARIES = {
 }
 STANDARD = re.compile(r"[a-z_]+")
 PLATFORM = re.compile(
-    r"(sys|linux)/\w+\.h|(dirent|dlfcn|errno|fcntl|link|malloc|poll|pthread|pwd|signal|sched|spawn|stdio|stdlib|string|"
+    r"(sys|sys/platform|linux)/\w+\.h|(dirent|dlfcn|errno|fcntl|link|malloc|poll|pthread|pwd|signal|sched|spawn|stdio|stdlib|string|"
     r"termios|time|unistd)\.h"
 )
 INCLUDE = re.compile(r'^\s*#\s*include\s*(<[^>]*>|"[^"]*"|\S+)')
