@@ -125,7 +125,7 @@ void write_lines(LargeOutput& output, std::size_t count,
     for (std::size_t i = 0; i < count; i += 2 * block) {
         std::future<std::string> second;
         if (i + block < count)
-            second = std::async(std::launch::async, block_at, i + block);
+            second = std::async(block_at, i + block); // here, if there is no thread to be had
         output.write(block_at(i));
         if (second.valid())
             output.write(second.get());
