@@ -22,6 +22,6 @@ for number in 1 2 10; do
     ffmpeg -loglevel error -loop 1 -i foxies.jpg -t 1 -vf "scale=320:-2,hue=h=${number}0" "Part $number.webm"
 done
 days=0
-for item in *; do touch -d "2026-05-01 08:00 + $((days += 2)) days + $((days * 7)) minutes" "$item"; done
+for item in *; do touch -d "2026-05-$((days += 1)) 08:$((10 + days * 3))" "$item"; done
 export HOME=$home XDG_CACHE_HOME=$home/cache XDG_DATA_HOME=$home/data QT_QPA_PLATFORM=offscreen
 "$build/examples/example_qt_browser" "$PWD" "$picture"
