@@ -1,6 +1,8 @@
 // What a window costs that shows a folder live: orv_folders [--count N] [--dir FOLDER]
 #include "Files.hpp"
 #include "Workplace.hpp"
+#include "folders/Figures.hpp"
+#include "folders/Visible.hpp"
 
 #include <orv/orv.hpp>
 
@@ -17,25 +19,10 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <poll.h>
 #include <unistd.h>
 
 namespace orv::bench {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double ms_since(Clock::time_point start)
-{
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double processor_ms(clockid_t clock)
-{
-    timespec used{};
-    ::clock_gettime(clock, &used);
-    return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
-}
 
 double resident_mb()
 {
@@ -43,13 +30,6 @@ double resident_mb()
     long pages = 0;
     statm >> pages >> pages;
     return static_cast<double>(pages * ::sysconf(_SC_PAGESIZE)) / 1e6;
-}
-
-void print_row(const std::string& what, double figure, const char* unit, double aim)
-{
-    fmt::print("  {:64} {:>9.2f} {:<2}  aim {:g}{}\n", what, figure, unit, aim,
-               figure <= aim ? "" : "  missed");
-    std::fflush(stdout);
 }
 
 void run_until(const std::function<bool()>& predicate)
@@ -78,14 +58,7 @@ public:
     /// Drains until `predicate` holds, and measures each turn of the main thread.
     void run_until(const std::function<bool()>& predicate)
     {
-        while (!predicate()) {
-            pollfd event{MainQueue::instance().fd(), POLLIN, 0};
-            ::poll(&event, 1, -1);
-            const double before = processor_ms(CLOCK_THREAD_CPUTIME_ID);
-            MainQueue::instance().drain();
-            busiest_ms_ =
-                std::max(busiest_ms_, processor_ms(CLOCK_THREAD_CPUTIME_ID) - before);
-        }
+        busiest_ms_ = std::max(busiest_ms_, busiest_turn_ms(predicate));
     }
 
     [[nodiscard]] const FolderModel& model() const { return model_; }
@@ -199,9 +172,9 @@ void measure_many(const std::string& place)
     const double before = resident_mb();
     std::vector<std::unique_ptr<FolderModel>> models;
     for (const std::string& path : paths)
-        models.push_back(std::make_unique<FolderModel>(
-            path, SortType::by_name(SortOrder::asc), OrvFolder::Options{},
-            FolderModel::Listener{}));
+        models.push_back(std::make_unique<FolderModel>(path, SortType::by_name(SortOrder::asc),
+                                                       OrvFolder::Options{},
+                                                       FolderModel::Listener{}));
     run_until([&] {
         return std::ranges::all_of(models, [](const auto& model) { return model->is_complete(); });
     });
@@ -216,7 +189,7 @@ int main(int argc, char** argv)
 try {
     std::string place = ORV_BENCH_FOLDER;
     int count = 100'000;
-    CLI::App app("Measures folders that are shown live.", "orv_folders");
+    CLI::App app("Measures folders that are shown live, and their thumbnails.", "orv_folders");
     app.add_option("--dir", place, "Work in a new folder in this one")->capture_default_str();
     app.add_option("--count", count, "Items of the large folder")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
@@ -232,6 +205,7 @@ try {
     measure_listing(large, count);
     measure_change(large);
     measure_burst(workplace.folder(), std::min(count, 10'000));
+    measure_visible_pictures(workplace.folder(), std::min(count, 10'000));
     return 0;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "orv_folders: %s\n", error.what());
