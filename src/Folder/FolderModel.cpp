@@ -153,9 +153,12 @@ private:
             OrderKey key = OrderKey::of(item, sort_);
             fresh.push_back(std::make_unique<Row>(Row{std::move(item), std::move(key)}));
         }
-        std::sort(fresh.begin(), fresh.end(), [&](const auto& one, const auto& other) {
+        const auto is_before = [&](const auto& one, const auto& other) {
             return comes_before(one->key, other->key, sort_);
-        });
+        };
+        // A batch comes sorted, unless equal names or a new order interfere.
+        if (!std::is_sorted(fresh.begin(), fresh.end(), is_before))
+            std::sort(fresh.begin(), fresh.end(), is_before);
         for (auto first = fresh.begin(); first != fresh.end();) {
             const std::size_t at = rows_.rows_before((*first)->key, sort_);
             const auto last = end_of_run(first, fresh.end(), at);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <utility>
 
 namespace orv {
 namespace {
@@ -43,7 +44,7 @@ OrderKey OrderKey::of(const FileItem& item, SortType sort)
     switch (sort.key()) {
     case SortType::Key::name:
     case SortType::Key::folders_first:
-        key.rank = key.name;
+        key.rank = std::exchange(key.name, {}); // it says all
         break;
     case SortType::Key::natural_name:
         key.rank = natural_key(item.name);
