@@ -3,6 +3,7 @@
 #include "thumbnails/DrawnPicture.hpp"
 
 #include <chrono>
+#include <future>
 
 namespace orv::test {
 namespace {
@@ -44,6 +45,30 @@ TEST_F(ThumbGenerateTest, a_thumbnail_that_is_cancelled_before_its_turn_is_not_m
     EXPECT_EQ(texts_of(statuses), Texts{"cancelled"});
     EXPECT_EQ(generator->count(), 0);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+TEST_F(ThumbGenerateTest, of_many_that_are_cancelled_none_more_is_made_before_the_next)
+{
+    std::promise<void> gate;
+    const auto generator = add_drawing(
+        {"x"}, [opened = gate.get_future().share()] { return opened.wait(), drawn(4, 4); });
+    std::vector<std::shared_ptr<ThumbGenerateOpr>> unwanted;
+    Texts said;
+    for (int i = 0; i < 1212; ++i)
+        unwanted.push_back(manager().generate_thumb(
+            at("a.x"), {}, {}, [&](const auto& status) { said.push_back(text_of(status)); }));
+    for (const auto& operation : unwanted)
+        operation->cancel();
+    const int begun = generator->count();
+    const auto wanted = statuses_of<ThumbGenerateOpr>([&](auto take) {
+        gate.set_value();
+        return manager().generate_thumb(at("b.x"), {}, {}, take);
+    });
+    EXPECT_EQ(texts_of(wanted), Texts{"success 4x4"});
+    pump_until([&] { return said.size() == unwanted.size(); });
+    EXPECT_EQ(said, Texts(unwanted.size(), "cancelled"));
+    // Threads may have been on their way into the generator.
+    EXPECT_LE(generator->count(), begun + OrvFileManager::max_threads() + 1);
 }
 
 TEST_F(ThumbGenerateTest, browsers_share_a_placeholder_that_can_be_set)
