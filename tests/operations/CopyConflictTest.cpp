@@ -259,6 +259,22 @@ TEST_F(CopyConflictTest, an_empty_closure_answers_stop)
     EXPECT_EQ(tree(folder()), files);
 }
 
+TEST_F(CopyConflictTest, what_was_to_be_replaced_survives_a_source_that_vanishes_meanwhile)
+{
+    const auto vanish = [&](const auto& status) {
+        std::filesystem::remove(at("a"));
+        answer(status, replace);
+    };
+    make_tree(folder(), files);
+    const std::shared_ptr<OrvOperation> copy = manager().copy(at("a"), at("b"), vanish);
+    pump_until([&] { return !copy->is_busy(); });
+    EXPECT_EQ(tree(folder()), Texts{"b=2"});
+    make_tree(folder(), files);
+    const std::shared_ptr<OrvOperation> move = manager().move(at("a"), at("b"), vanish);
+    pump_until([&] { return !move->is_busy(); });
+    EXPECT_EQ(tree(folder()), Texts{"b=2"});
+}
+
 TEST_F(CopyConflictTest, what_was_to_be_replaced_survives_a_cancel_during_the_question)
 {
     for (const ConflictBehaviour behaviour : {merge, replace, keep_both, stop}) {

@@ -196,6 +196,8 @@ TEST_F(CopyTest, a_failure_names_the_method_and_the_place)
     EXPECT_EQ(missing.path(), at("a"));
 
     make_tree(folder(), {"a/b=1", "c=2"});
+    for (const char* source : {"a", "a/b"})
+        EXPECT_EQ(failure(at(source), at("gone/d")).path(), at("gone"));
     const Error unplaced = failure(at("a/b"), at("c/d"));
     EXPECT_EQ(unplaced.code(), ENOTDIR);
     EXPECT_NE(unplaced.message().find(": Not a directory."), std::string::npos)

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include <sys/mount.h>
+
 namespace orv::test {
 namespace {
 
@@ -46,6 +48,20 @@ TEST_F(TransferEndsTest, tells_all_that_stands_in_the_way_before_the_first_byte)
             .front(),
         "error: Source path conflicts with destination path.");
     EXPECT_EQ(tree(at("d")), Texts{"x=1"});
+}
+
+TEST_F(TransferEndsTest, speaks_of_a_copy_when_a_copy_fails)
+{
+    const auto volume = Volume::in_memory(64);
+    if (!volume)
+        GTEST_SKIP() << "this user may mount nothing";
+    make_tree(folder(), {"l->nowhere"});
+    ASSERT_EQ(
+        ::mount(nullptr, volume->url().path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr),
+        0);
+    const Policy skipping{.on_error = Policy::OnError::skip};
+    EXPECT_EQ(texts_of(ended(plan_of(Kind::copy, {at("l")}, volume->url(), skipping)), folder()),
+              (Texts{"success", "l: failed", "left out l: Couldn't copy the item."}));
 }
 
 TEST_F(TransferEndsTest, goes_on_or_leaves_out_what_fails_when_the_volume_is_full)

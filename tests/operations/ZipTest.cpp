@@ -173,6 +173,9 @@ TEST_F(ZipTest, whenever_it_is_cancelled_nothing_is_left)
     const auto zip = [&](auto take) {
         return manager().zip({at("in")}, at("z.zip"), {}, stop, take);
     };
+    const auto replacing = [&](auto take) {
+        return manager().zip({at("in/a")}, at("given.zip"), {}, ConflictBehaviour::replace, take);
+    };
     const auto unzip = [&](auto take) {
         return manager().unzip(at("given.zip"), folder(), {}, take);
     };
@@ -184,6 +187,11 @@ TEST_F(ZipTest, whenever_it_is_cancelled_nothing_is_left)
     for (chances = 0; cancelled_at(chances, unzip) == "cancelled"; ++chances)
         EXPECT_EQ(tree(folder()), before);
     EXPECT_GE(chances, 3U);
+    manager().sync_delete_item(at("given"));
+    for (chances = 0; cancelled_at(chances, replacing) == "cancelled"; ++chances)
+        EXPECT_EQ(tree(folder()), before);
+    EXPECT_GE(chances, 2U);
+    EXPECT_NE(tree(folder()), before);
 }
 
 TEST_F(ZipTest, what_takes_the_containers_name_meanwhile_is_left_alone)

@@ -1,8 +1,6 @@
 #include "Operations/copying/ItemCopier.hpp"
 
 #include "Operations/SnglCopyOpr.hpp"
-#include "Tool/Tool.hpp"
-#include "Tool/ToolErrors.hpp"
 #include "files/CopyNode.hpp"
 #include "files/ItemMetadata.hpp"
 #include "files/NamingError.hpp"
@@ -26,15 +24,6 @@ Error already_exists(const Url& url)
     return raise("Destination item already exists.").because_of(platform_error(EEXIST, url));
 }
 
-/// The error for a failed attempt to put an item to its final name.
-Error placing_error(int code, const DestinationItem& destination)
-{
-    const Url url = destination.url();
-    return code == EEXIST
-               ? already_exists(url)
-               : move_error(naming_error(code, destination.folder.fd, destination.name, url));
-}
-
 Error replaced_meanwhile(const Url& url)
 {
     return raise("Source item was replaced while it was being copied.")
@@ -49,21 +38,6 @@ Error source_error(int code, const Url& url)
     if (code == ESTALE)
         return replaced_meanwhile(url);
     return code == ENOENT ? raise("Source item doesn't exist.").because_of(cause) : cause;
-}
-
-/// Copies an item without content, through `make`.
-template <class Make>
-void copy_whole(Make make, const SourceItem& source, const DestinationItem& destination)
-{
-    try {
-        (void)make(source, destination);
-    } catch (const Error& error) {
-        const auto code = error.code();
-        if (!code) // beyond the volume's abilities
-            throw move_error(error);
-        throw error.path() == source.url ? source_error(*code, source.url)
-                                         : placing_error(*code, destination);
-    }
 }
 
 /// A regular file open for reading, with its facts at that time.
@@ -118,6 +92,31 @@ std::optional<PartialFile> unnamed_file(const DestinationFolder& folder, mode_t 
 }
 
 } // namespace
+
+/// The error for a failed attempt to put an item to its final name.
+Error ItemCopier::placing_error(int code, const DestinationItem& destination) const
+{
+    const Url url = destination.url();
+    return code == EEXIST
+               ? already_exists(url)
+               : not_placed_(naming_error(code, destination.folder.fd, destination.name, url));
+}
+
+/// Copies an item without content, through `make`.
+template <class Make>
+void ItemCopier::copy_whole(Make make, const SourceItem& source,
+                            const DestinationItem& destination) const
+{
+    try {
+        (void)make(source, destination);
+    } catch (const Error& error) {
+        const auto code = error.code();
+        if (!code) // beyond the volume's abilities
+            throw not_placed_(error);
+        throw error.path() == source.url ? source_error(*code, source.url)
+                                         : placing_error(*code, destination);
+    }
+}
 
 void ItemCopier::copy(const SourceItem& source, mode_t mode, const DestinationItem& destination,
                       OnProgress on_progress)

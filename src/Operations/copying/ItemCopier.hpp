@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Global/TestMode.hpp"
+#include "Tool/ToolErrors.hpp"
 #include "files/FileContent.hpp"
 #include "files/PartialFile.hpp"
 #include "files/Staging.hpp"
@@ -19,10 +20,15 @@ namespace orv {
 ///
 /// Threading: one thread.
 /// Errors: "Source item doesn't exist."; "Destination item already exists."; "Couldn't create
-/// destination file."; "Couldn't create destination directory."; "Couldn't move the item"; an error
-/// for a kind of item no copy handles; the platform's.
+/// destination file."; "Couldn't create destination directory."; `not_placed`, for an item that
+/// does not get its name; an error for a kind of item no copy handles; the platform's.
 class ItemCopier {
 public:
+    /// Makes the error of an item out of its cause.
+    using Wording = Error (*)(const Error& cause);
+
+    explicit ItemCopier(Wording not_placed = move_error) : not_placed_(not_placed) {}
+
     /// Receives the finished part of a file, 0 to 1. An exception from it ends the copy.
     using OnProgress = FunctionRef<void(float part_done)>;
 
@@ -52,10 +58,14 @@ public:
     static void create_folder(const DestinationItem& destination);
 
 private:
+    [[nodiscard]] Error placing_error(int code, const DestinationItem& destination) const;
+    template <class Make>
+    void copy_whole(Make make, const SourceItem& source, const DestinationItem& destination) const;
     void copy_file(const SourceItem& source, const DestinationItem& destination,
                    OnProgress on_progress);
     PartialFile create_partial(const DestinationFolder& destination);
 
+    Wording not_placed_;
     Staging staging_;
     FileContent content_{chunk_pause_in_test_mode()};
 };

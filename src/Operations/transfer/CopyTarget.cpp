@@ -42,7 +42,7 @@ void discard_first(FilesAhead& built)
 } // namespace
 
 CopyTarget::CopyTarget(TransferRun& run)
-    : run_(run), records_(run.folder), folders_(opened_destination(run.folder))
+    : run_(run), records_(run.folder), copier_(copy_error), folders_(opened_destination(run.folder))
 {
     levels_.emplace_back();
     copier_.hide_in(folders_.innermost());

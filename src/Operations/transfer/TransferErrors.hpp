@@ -32,6 +32,12 @@ struct TransferEnd {
     return transfer_place("A file and a folder have the same name.").at(destination);
 }
 
+/// The error of a copy that does not get its name.
+[[nodiscard]] inline Error copy_error(const Error& cause)
+{
+    return transfer_place("Couldn't copy the item.").because_of(cause);
+}
+
 /// `error`, or the documented error for a missing item at `source`.
 [[nodiscard]] inline Error source_error(const Error& error, const Url& source)
 {
