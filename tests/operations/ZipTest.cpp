@@ -174,7 +174,8 @@ TEST_F(ZipTest, whenever_it_is_cancelled_nothing_is_left)
         return manager().zip({at("in")}, at("z.zip"), {}, stop, take);
     };
     const auto replacing = [&](auto take) {
-        return manager().zip({at("in/a")}, at("given.zip"), {}, ConflictBehaviour::replace, take);
+        return manager().zip({at("in"), at("in/a")}, at("given.zip"), {},
+                             ConflictBehaviour::replace, take);
     };
     const auto unzip = [&](auto take) {
         return manager().unzip(at("given.zip"), folder(), {}, take);
