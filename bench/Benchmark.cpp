@@ -213,28 +213,32 @@ Benchmark move_between_volumes(const Sizes& sizes)
 /// The files of a folder as many items of one request, beside the folder as one item.
 std::vector<Benchmark> chosen_files(const Sizes& sizes)
 {
-    const auto benchmark = [&](std::string name, const char* title, Kind kind,
+    const auto benchmark = [&](std::string name, const char* verb, Kind kind,
                                std::vector<Tool> tools, std::vector<Bar> bars) {
-        return Benchmark{std::move(name),  fmt::format(title, sizes.chosen_files), kind,
-                         &Data::chosen_files, std::move(tools), std::move(bars)};
+        return Benchmark{std::move(name),
+                         fmt::format("{} {} chosen files", verb, sizes.chosen_files),
+                         kind,
+                         &Data::chosen_files,
+                         std::move(tools),
+                         std::move(bars)};
     };
     const Bar as_fast_as_folder{"their folder", 1.3};
     return {
-        benchmark("chosen-copy", "Copy {} chosen files", Kind::copy,
+        benchmark("chosen-copy", "Copy", Kind::copy,
                   {orv_by_shell("orv cp", R"(mkdir "$3" && exec "$1" --quiet cp "$2"/* "$3")"),
                    orv_by_shell("their folder", R"(exec "$1" --quiet cp "$2" "$3")"),
                    by_shell("cp", "cp", R"(mkdir "$2" && exec cp "$1"/* "$2")")},
                   {as_fast_as_folder}),
-        benchmark("chosen-zip", "Pack {} chosen files", Kind::pack,
+        benchmark("chosen-zip", "Pack", Kind::pack,
                   {orv_by_shell("orv zip", R"(exec "$1" --quiet zip "$3" "$2"/*)"),
                    orv_by_shell("their folder", R"(exec "$1" --quiet zip "$3" "$2")")},
                   {as_fast_as_folder}),
-        benchmark("chosen-move", "Move {} chosen files", Kind::move,
+        benchmark("chosen-move", "Move", Kind::move,
                   {orv_by_shell("orv mv",
                                 R"(mkdir "$3" && "$1" --quiet mv "$2"/* "$3" && rmdir "$2")"),
                    by_shell("mv", "mv", R"(mkdir "$2" && mv "$1"/* "$2" && rmdir "$1")")},
                   {{"mv", 3.0}}),
-        benchmark("chosen-delete", "Delete {} chosen files", Kind::remove,
+        benchmark("chosen-delete", "Delete", Kind::remove,
                   {orv_by_shell("orv rm", R"("$1" --quiet rm "$3"/* && rmdir "$3")"),
                    orv_by_shell("their folder", R"(exec "$1" --quiet rm "$3")"),
                    by_shell("rm", "rm", R"(rm "$2"/* && rmdir "$2")")},

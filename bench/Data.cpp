@@ -228,11 +228,11 @@ const std::string& Data::locked_archive()
     return locked_archive_;
 }
 
-void Data::pack_mixed_files(const std::string& archive, const std::optional<std::string>& password)
+void Data::pack_mixed_files(const std::string& archive, const std::optional<std::string>& secret)
 {
     const std::string& files = mixed_files();
     run_in_child([&] {
-        Zip::zipFiles({files}, archive, password, ZipCompression::default_compression, nullptr,
+        Zip::zipFiles({files}, archive, secret, ZipCompression::default_compression, nullptr,
                       false, nullptr);
         return 0.0;
     });

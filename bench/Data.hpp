@@ -74,7 +74,7 @@ public:
 
 private:
     [[nodiscard]] std::string path_of(const char* name) const;
-    void pack_mixed_files(const std::string& archive, const std::optional<std::string>& password);
+    void pack_mixed_files(const std::string& archive, const std::optional<std::string>& secret);
 
     std::string folder_;
     Sizes sizes_;
