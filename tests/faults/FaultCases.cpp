@@ -284,6 +284,24 @@ FaultCase making_room(FaultCase request)
     return finished(std::move(request));
 }
 
+FaultCase copy_across_making_room_case()
+{
+    FaultCase request = copy_across_case();
+    request.replaced = "volume/tree";
+    request.arguments = {"single request", "cp", "@" + tree, "@" + request.replaced};
+    return making_room(std::move(request));
+}
+
+FaultCase move_across_making_room_case()
+{
+    FaultCase request = move_across_that_replaces_case();
+    request.arguments = {"single request", "mv", "@" + tree, "@" + request.replaced};
+    take_away(request.before.items, request.replaced);
+    request.before.rows.erase("disk/tree/a.txt");
+    request.before.rows["disk/tree"] = "0|1|0|0";
+    return making_room(std::move(request));
+}
+
 FaultCase write_making_room_case()
 {
     FaultCase request = write_case();
@@ -490,6 +508,8 @@ const std::vector<FaultCase>& fault_cases()
         move_across_case("move to another volume"),
         move_across_case("move of a file to another volume", "/sub/c.bin"),
         move_across_that_replaces_case(),
+        copy_across_making_room_case(),
+        move_across_making_room_case(),
         write_making_room_case(),
         delete_case(),
         move_case("trash", {"trash", "@" + tree}, {{tree, trashed_tree}}),

@@ -21,7 +21,8 @@ struct MadeArchive {
 /// A request with all that it may change.
 struct FaultCase {
     std::string name;
-    std::vector<std::string> arguments; ///< of `orv`; items begin with "@"
+    /// Of `orv` or, after "single request", of that program; items begin with "@".
+    std::vector<std::string> arguments;
     Scene before;
     Scene after = {}; ///< when it is done
     Lacking lacking = {};

@@ -123,6 +123,10 @@ const OddVolume odd_volumes[] = {
      0,
      "copy to another volume",
      {.unnamed_files = true, .renaming_with_flags = true}},
+    {"room_for_one_copy", tmpfs_at("volume", "size=300k"), 0,
+     "copy to another volume without room for both"},
+    {"room_for_one_move", tmpfs_at("home/disk", "size=300k"), 0,
+     "move to another volume that replaces without room for both"},
     {"room_for_one_written_file", tmpfs_at("volume", "size=300k"), 0,
      "write without room for both"},
 };

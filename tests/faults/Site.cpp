@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <span>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -136,8 +137,10 @@ void Site::give_input(const std::string& text)
 
 Supervision Site::run(const std::vector<std::string>& arguments, const Fault& fault) const
 {
-    std::vector<std::string> command{orv_command(), "--home", (root_ / "home").path()};
-    for (const std::string& argument : arguments)
+    const bool is_single_request = arguments.front() == "single request";
+    std::vector<std::string> command{is_single_request ? ORV_SINGLE_REQUEST : orv_command(),
+                                     "--home", (root_ / "home").path()};
+    for (const std::string& argument : std::span(arguments).subspan(is_single_request ? 1 : 0))
         command.push_back(argument.starts_with('@') ? (root_ / argument.substr(1)).path()
                                                     : argument);
     if (has_input_) {
