@@ -1,11 +1,13 @@
 #include "database/DatabaseFault.hpp"
 #include "database/OpenDatabase.hpp"
 #include "support/Tree.hpp"
+#include "support/Volume.hpp"
 
 #include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace orv::test {
@@ -39,6 +41,22 @@ TEST(Open, of_an_unusable_file_tells_which_it_is)
         EXPECT_NE(error->message().find(one.file.path()), std::string::npos) << error->message();
     }
     EXPECT_EQ(tree(folder.url()), before);
+}
+
+TEST(Open, of_a_read_only_file_says_so)
+{
+    const auto volume = Volume::in_memory(1024);
+    if (!volume)
+        GTEST_SKIP() << "this user may mount nothing";
+    const Url file = volume->url().appending("a.sqlite");
+    Database().open(file, true);
+    ASSERT_EQ(
+        ::mount(nullptr, volume->url().path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr),
+        0);
+    const auto error = error_of([&] { Database().open(file, true); });
+    ASSERT_TRUE(error);
+    EXPECT_NE(error->message().find("the database is read-only"), std::string::npos)
+        << error->message();
 }
 
 TEST(Open, takes_names_of_any_bytes)
