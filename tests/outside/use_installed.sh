@@ -111,7 +111,8 @@ pkg_config)
     pc=$(find "$prefix" -name orv.pc -printf %h)
     read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs orv)
     for program in copy_folder find_own_files; do
-        "${CXX:-c++}" -std=c++20 "$project/$program.cpp" "${flags[@]}" -o "$work/$program" ||
+        "${CXX:-c++}" -std=c++20 -Wall -Wextra -Werror "$project/$program.cpp" "${flags[@]}" \
+            -o "$work/$program" ||
             fail "The outside program $program could not be compiled with: ${flags[*]}"
     done
     export LD_LIBRARY_PATH=${pc%/pkgconfig}

@@ -2,6 +2,7 @@
 
 int main(int, char** argv)
 {
+    orv::OrvFileManager::configure({.app_id = "copy_folder"});
     bool copied = false;
     const auto copy =
         orv::OrvFileManager::singleton().copy(argv[1], argv[2], [&](const auto& status) {
