@@ -15,7 +15,7 @@ packages_of() {
     build) echo g++ cmake ninja-build pkg-config libsqlite3-dev libicu-dev libzip-dev libssl-dev libdeflate-dev zlib1g-dev libuchardet-dev libturbojpeg0-dev libpng-dev libmd-dev \
         libvips-dev libqpdf-dev libavformat-dev libavcodec-dev libswscale-dev libgdk-pixbuf-2.0-dev libseccomp-dev libfontconfig-dev libcli11-dev libfmt-dev ;;
     test) echo libgtest-dev python3 zip unzip p7zip-full libarchive-tools qt6-base-dev libglib2.0-dev libgtk-4-dev xvfb xauth libx11-dev libasio-dev libboost-dev ffmpeg libvips-tools \
-        libfuse3-dev fuse3 exfat-fuse exfatprogs ntfs-3g sshfs openssh-server rclone mergerfs bindfs gocryptfs archivemount squashfuse squashfs-tools e2fsprogs xfsprogs \
+        libfuse3-dev fuse3 exfat-fuse exfatprogs ntfs-3g sshfs openssh-server rclone mergerfs bindfs gocryptfs archivemount squashfuse squashfs-tools e2fsprogs xfsprogs samba iproute2 \
         libglib2.0-bin trash-cli ;;
     bench) echo libbenchmark-dev fd-find ripgrep zip unzip p7zip-full libarchive-tools libvips-tools poppler-utils ffmpeg ffmpegthumbnailer ;;
     prove) echo rsync ;;

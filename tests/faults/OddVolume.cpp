@@ -282,8 +282,9 @@ int getxattr(const char* path, const char* name, char* value, std::size_t size)
     else
         for (const auto& [call, count] : calls)
             told += call + " " + std::to_string(count) + "\n";
-    if (size >= told.size())
-        told.copy(value, told.size());
+    if (size != 0 && size < told.size())
+        return -ERANGE;
+    told.copy(value, size);
     return static_cast<int>(told.size());
 }
 

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 namespace orv::test {
 
@@ -17,6 +18,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t big_size = 700'000;
+constexpr std::size_t sparse_size = 300'000;
+constexpr const char* attribute = "user.note";
 constexpr timespec old_date{1'500'000'000, 0};
 
 /// Begins with a line that tells the name.
@@ -24,6 +27,8 @@ std::string content_of(const std::string& name)
 {
     if (name == "empty")
         return {};
+    if (name == "sparse")
+        return name + "\n" + std::string(sparse_size, '\0');
     // No two sizes are alike, so that a size tells which content is meant.
     const std::size_t size = name == "big" ? big_size : static_cast<unsigned char>(name[0]);
     return name + "\n" + pattern(size);
@@ -42,6 +47,15 @@ const std::string& sample_picture()
     return picture;
 }
 
+/// Ends with a hole where the volume has holes.
+void make_sparse_file(const fs::path& path)
+{
+    const std::string content = content_of("sparse");
+    write_file(Url(path), content.substr(0, content.find('\n') + 1));
+    if (::truncate(path.c_str(), static_cast<off_t>(content.size())) != 0)
+        write_file(Url(path), content);
+}
+
 /// Errors: `std::runtime_error` where the volume can't hold the item.
 void make_item(const fs::path& root, const std::string& item)
 {
@@ -55,6 +69,8 @@ void make_item(const fs::path& root, const std::string& item)
         fs::create_symlink(text, path);
     else if (kind == '|' && ::mkfifo(path.c_str(), 0600) != 0)
         throw std::runtime_error("no FIFO can be made");
+    else if (path.filename() == "sparse")
+        make_sparse_file(path);
     else if (kind == '=' && path.extension() == ".zip")
         write_file(Url(path), sample_archive());
     else if (kind == '=' && path.extension() == ".png")
@@ -90,9 +106,10 @@ std::string described_file(const std::string& path, const std::string& name)
     return origin == name ? "" : "=" + origin;
 }
 
-/// What stands below `root`, as rows write it.
-
-/// What of the modes and dates that `other` kept of a row's items `place` did not keep.
+bool has_attribute(const fs::path& path)
+{
+    return ::getxattr(path.c_str(), attribute, nullptr, 0) > 0;
+}
 
 } // namespace
 
@@ -110,6 +127,7 @@ void make_items(const fs::path& root, const std::string& list)
     for (const std::string& item : items_of(list))
         if (const fs::path path = root / item; item.find_first_of(">|=") == std::string::npos) {
             const timespec times[] = {old_date, old_date};
+            ::setxattr(path.c_str(), attribute, "kept", 4, 0); // where the volume has such
             ::chmod(path.c_str(), mode_of(item));
             ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
         }
@@ -164,6 +182,8 @@ Items not_kept(const fs::path& place, const fs::path& other)
             missing.insert("date of " + item);
         if ((kept.st_mode & 0777) == mode_of(item) && here.st_mode != kept.st_mode)
             missing.insert("mode of " + item);
+        if (has_attribute(other / item) && !has_attribute(place / item))
+            missing.insert("attribute of " + item);
     }
     return missing;
 }

@@ -47,6 +47,33 @@ VolumeKind rclone(const std::string& mode)
             .is_forgetful = true};
 }
 
+/// Runs a command where no other process uses the network. What it leaves behind ends with it.
+const std::string in_own_network = "unshare --net --pid --fork --kill-child";
+
+/// A real server in namespaces of its own: its port is free there, and it ends with its client.
+/// That sends a file seconds after its end, since it loses one whose folder is renamed meanwhile.
+VolumeKind smb()
+{
+    const std::string settings = "[global]\\nserver role = standalone server\\n"
+                                 "map to guest = Bad User\\nguest account = root\\n"
+                                 "unix extensions = no\\nlog file = %s/log\\n"
+                                 "pid directory = %s\\nlock directory = %s\\n"
+                                 "state directory = %s\\ncache directory = %s\\n"
+                                 "private dir = %s\\nncalrpc dir = %s\\n[share]\\npath = %s\\n"
+                                 "read only = no\\nguest ok = yes\\nforce user = root\\n";
+    return {.name = "SMB, rclone",
+            .mount = "S=$SPARE/state; mkdir $S && printf '" + settings +
+                     "' $S $S $S $S $S $S $S $SEED >$SPARE/smbd && (HOME=$SPARE " + in_own_network +
+                     " bash -c 'ip link set lo up && smbd -D -s $SPARE/smbd && "
+                     "until : </dev/tcp/127.0.0.1/445; do sleep 0.05; done; "
+                     "exec rclone mount :smb:share $MOUNT --smb-host 127.0.0.1 --smb-user guest "
+                     "--config /dev/null --cache-dir $SPARE/cache --vfs-cache-mode writes' &) && "
+                     "timeout 20 sh -c 'until mountpoint -q $MOUNT; do sleep 0.05; done'",
+            .programs = {"smbd", "ip", "rclone", "fusermount3"},
+            .is_slow_to_show = true,
+            .is_forgetful = true};
+}
+
 /// The volumes of the tests' own, each of which lacks something.
 std::vector<VolumeKind> odd_kinds()
 {
@@ -77,6 +104,8 @@ std::vector<VolumeKind> odd_kinds()
         {"any case", "any-case"},
         {"any case, no rename with flags", "any-case renameat2=EINVAL link=EPERM"},
         {"direct", "direct"},
+        {"little kept", "setxattr=E2BIG truncate=EPERM utimens-link=ENOSYS chmod-link=ENOSYS "
+                        "fsync=ENOSYS fsyncdir=ENOSYS restamp"},
         {"poorest", "renameat2=EINVAL link=EPERM symlink=EPERM mknod=EPERM truncate=EPERM "
                     "open-both=EINVAL fsync=EOPNOTSUPP setxattr=EIO chmod=EIO utimens=EIO "
                     "statfs=EIO lseek=EINVAL no-link-count any-case direct"}};
@@ -118,6 +147,7 @@ const std::vector<VolumeKind>& volume_kinds()
             rclone("off"),
             rclone("writes"),
             rclone("full"),
+            smb(),
             {.name = "mergerfs",
              .mount = "mkdir $SPARE/other && mergerfs $SEED:$SPARE/other $MOUNT",
              .programs = {"mergerfs"}},
@@ -159,6 +189,9 @@ std::optional<std::string> obstacle_to(const VolumeKind& kind)
             return program + " is not installed";
     if (kind.mount.find("mount -") == std::string::npos && !fs::exists("/dev/fuse"))
         return "there is no /dev/fuse";
+    if (kind.mount.find(in_own_network) != std::string::npos &&
+        std::system((in_own_network + " ip link set lo up").c_str()) != 0)
+        return "no process can have a network of its own";
     return Mount::obstacle();
 }
 

@@ -21,8 +21,8 @@ struct VolumeRequest {
     std::string told = {};    ///< what it has to write
     std::string refusal = {}; ///< what it says of a volume that can be written, but not hold it
     bool needs_one_spelling = false; ///< only where names that differ in case are one item
-    bool keeps_all = false;          ///< modes and dates too, where the other command keeps them
-    bool is_quick = false;           ///< the test suite tries it too
+    bool keeps_all = false; ///< modes, dates and attributes too, where the other command keeps them
+    bool is_quick = false;  ///< the test suite tries it too
 };
 
 [[nodiscard]] const std::vector<VolumeRequest>& volume_requests();

@@ -8,11 +8,11 @@ namespace {
 
 std::vector<VolumeRequest> rows()
 {
-    const std::string tree = "tree/ tree/a tree/big tree/empty tree/sub/ tree/sub/b";
+    const std::string tree = "tree/ tree/a tree/big tree/empty tree/sparse tree/sub/ tree/sub/b";
     const std::string no_links = "cannot hold symbolic links";
     const std::string no_name = "cannot hold an item of this name";
     const std::string no_nodes = "cannot hold named pipes";
-    const std::string copy = "new/ new/a new/big new/empty new/sub/ new/sub/b";
+    const std::string copy = "new/ new/a new/big new/empty new/sparse new/sub/ new/sub/b";
     return {
         {"copy_file_to", "$ORV cp $H/big $V/big", "cp -a $H/big $V/big", "big", "", "big", "big"},
         {"copy_tree_to", "$ORV cp $H/tree $V/new", "cp -a $H/tree $V/new", tree, "", tree, copy},
@@ -48,7 +48,7 @@ std::vector<VolumeRequest> rows()
         {"rename_case_tree", "$ORV rename $V/tree TREE 2>/dev/null; $ORV rename $V/TREE new",
          "mv -T $V/tree $V/TREE && mv -T $V/TREE $V/new", "", tree, "", copy},
         {"move_case_tree", "$ORV mv $V/tree $V/TREE", "mv -T $V/tree $V/TREE", "", tree, "",
-         "TREE/ TREE/a TREE/big TREE/empty TREE/sub/ TREE/sub/b"},
+         "TREE/ TREE/a TREE/big TREE/empty TREE/sparse TREE/sub/ TREE/sub/b"},
         {"copy_odd_name_to", "$ORV cp $H/t $V/u", "cp -a $H/t $V/u", "t/ t/a:b", "", "t/ t/a:b",
          "u/ u/a:b", "", no_name},
         {"make_odd_folder", "$ORV mkdir $V/x:y", "mkdir $V/x:y", "", "", "", "x:y/", "", no_name},
@@ -96,11 +96,12 @@ std::vector<VolumeRequest> rows()
 
 /// Those that differ most in the calls that they make.
 constexpr std::array quick_ones{
-    "copy_tree_to",   "copy_link_to", "copy_fifo_to",    "copy_replace",     "copy_replace_tree",
-    "copy_keep_both", "move_tree_in", "move_replace_in", "move_tree_out",    "rename_file",
-    "rename_tree",    "rename_case",  "move_case_tree",  "copy_odd_name_to", "make_odd_folder",
-    "rename_oddly",   "rename_taken", "same_copied",     "same_moved",       "same_replaced",
-    "delete_tree",    "make_folder",  "write_replace",   "zip_replace",      "unzip_to"};
+    "same_copied_into", "same_merged",       "copy_tree_to",   "copy_link_to", "copy_fifo_to",
+    "copy_replace",     "copy_replace_tree", "copy_keep_both", "move_tree_in", "move_replace_in",
+    "move_tree_out",    "rename_file",       "rename_tree",    "rename_case",  "move_case_tree",
+    "copy_odd_name_to", "make_odd_folder",   "rename_oddly",   "rename_taken", "same_copied",
+    "same_moved",       "same_replaced",     "delete_tree",    "make_folder",  "write_replace",
+    "zip_replace",      "unzip_to"};
 
 bool keeps_all(const std::string& name)
 {
