@@ -7,6 +7,7 @@
 #include "files/Identity.hpp"
 #include "files/ItemStatus.hpp"
 #include "files/Place.hpp"
+#include "files/SameItem.hpp"
 
 #include <algorithm>
 #include <unordered_set>
@@ -65,6 +66,16 @@ try {
     return false; // the transfer meets that failure itself
 }
 
+/// True if `item` is the folder, or one around it, under another spelling: some volumes make up an
+/// inode number for each.
+bool is_spelling_around(const Url& item, Url folder)
+{
+    for (; folder.path() != "/"; folder = folder.deleting_last_path_component())
+        if (is_other_spelling(item, folder))
+            return true;
+    return false;
+}
+
 } // namespace
 
 void check_plan(const TransferPlan& plan)
@@ -96,7 +107,7 @@ std::vector<TransferSource> sources_of(const TransferPlan& plan, const Url& fold
         TransferSource source{sources.size(), resolved(given.standardized()),
                               plan.name.value_or(given.last_path_component())};
         const bool is_first_of_name = names.insert(source.new_name).second;
-        if (is_any_of(source.url, around))
+        if (is_any_of(source.url, around) || is_spelling_around(source.url, folder))
             source.refusal = source_conflict(source.url);
         else if (!is_first_of_name && may_replace(plan.policy.on_conflict))
             source.refusal = two_of_a_name(source.url);
