@@ -31,17 +31,23 @@ bool cannot_name(int code)
 
 } // namespace
 
-PartialFile Staging::create(const DestinationFolder& destination)
+PartialFile Staging::create(const DestinationFolder& destination, mode_t mode)
 {
     if (way_ == Way::unnamed) {
-        if (auto file = PartialFile::unnamed(destination))
+        if (auto file = PartialFile::unnamed(destination, mode))
             return std::move(*file);
         way_ = Way::in_processed_files;
     }
     open_processed_files(destination);
     if (way_ == Way::in_processed_files)
         return PartialFile::named(processed_files_, new_uuid());
-    return create_hidden(destination);
+    return create_hidden(destination, mode);
+}
+
+void Staging::close()
+{
+    hidden_name_.reset();
+    processed_files_fd_ = {};
 }
 
 bool Staging::can_do_otherwise(int code)
@@ -58,6 +64,7 @@ bool Staging::can_do_otherwise(int code)
     }
     if (hiding_place_ && code == EXDEV) {
         hiding_place_.reset();
+        hidden_name_.reset(); // perhaps in a folder that moved away meanwhile
         return true;
     }
     return false;
@@ -73,21 +80,22 @@ void Staging::open_processed_files(const DestinationFolder& destination)
         way_ = Way::beside_destination;
 }
 
-PartialFile Staging::create_hidden(const DestinationFolder& destination)
+PartialFile Staging::create_hidden(const DestinationFolder& destination, mode_t mode)
 {
-    const DestinationFolder& folder = hiding_place_ ? *hiding_place_ : destination;
+    const DestinationFolder& folder = hiding_place_ ? hiding_place_->folder : destination;
+    const bool is_private = hiding_place_ && hiding_place_->is_private;
     try {
         if (!hidden_name_ || folder.url != hidden_name_->folder().url) {
             hidden_name_.reset();
             hidden_name_ = std::make_shared<HiddenName>(folder);
         }
-        return PartialFile::hidden(hidden_name_);
+        return PartialFile::hidden(hidden_name_, is_private ? mode : 0600);
     } catch (const Error&) {
         if (!hiding_place_)
             throw;
     }
     hiding_place_.reset();
-    return create_hidden(destination);
+    return create_hidden(destination, mode);
 }
 
 } // namespace orv

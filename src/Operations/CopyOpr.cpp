@@ -109,7 +109,7 @@ void copy(CopyRequest& request, const Url& source, const Url& destination, CopyS
         source,        answer.destination,
         answer.merges, answer.replaces && !goes_first,
         total.bytes,   descriptors ? steps_ahead(*descriptors, needed_by_transfer) : 1,
-        support.built};
+        support.built, support.staging};
     CopyProgress progress =
         told_of_removal(goes_first, [&] { return copy_tree(request, plan, nothing_copied); });
     request.tally().add_result(answer.destination);

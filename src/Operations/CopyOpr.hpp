@@ -3,6 +3,7 @@
 #include "Operations/copying/CopiesAhead.hpp"
 #include "Operations/frame/Request.hpp"
 #include "Operations/frame/TakenName.hpp"
+#include "files/Staging.hpp"
 
 #include <orv/Operations/CopyOpr.hpp>
 
@@ -18,6 +19,7 @@ std::shared_ptr<CopyOperation> copy_item(const Url& src_url, const Url& dest_url
 /// State shared by the copies of a batch.
 struct CopySupport {
     FreeUrls free_urls = {};
+    Staging staging = {};
     /// Of the next copy, with its descriptors leased; otherwise null.
     BuiltAhead* built = nullptr;
     /// True for the last copy.

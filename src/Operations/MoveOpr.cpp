@@ -56,10 +56,10 @@ bool makes_room(MoveRequest& request, const Url& source, const Url& destination)
 } // namespace
 
 MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const Url& dest_url,
-                                FreeUrls& free_urls)
+                                MoveSupport& support)
 {
     check_source_and_destination(src_url, dest_url, move_place);
-    const MoveAnswer answer = settle_conflict(request, src_url, dest_url, free_urls);
+    const MoveAnswer answer = settle_conflict(request, src_url, dest_url, support.free_urls);
     if (answer.nothing_to_do)
         return status::success{};
 
@@ -70,7 +70,8 @@ MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const 
     pause_in_test_mode(std::chrono::seconds(1));
     const bool goes_first = answer.replaces && makes_room(request, src_url, answer.destination);
     told_of_removal(goes_first, [&] {
-        move_with_records(src_url, answer.destination, answer.replaces && !goes_first);
+        move_with_records(src_url, answer.destination, answer.replaces && !goes_first,
+                          support.rename);
     });
     request.tally().add_done(answer.destination);
     return status::success{};
@@ -83,9 +84,9 @@ std::shared_ptr<MoveOperation> move_item(const Url& src_url, const Url& dest_url
         std::move(status_closure),
         // Resolves links in the background: on a dead volume it may take for ever.
         [src_url, dest_url](MoveRequest& request) {
-            FreeUrls free_urls;
+            MoveSupport alone;
             return move_item(request, src_url.resolving_symlinks(), dest_url.resolving_symlinks(),
-                             free_urls);
+                             alone);
         });
 }
 

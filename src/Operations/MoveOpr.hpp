@@ -2,6 +2,7 @@
 
 #include "Operations/frame/Request.hpp"
 #include "Operations/frame/TakenName.hpp"
+#include "files/NoReplaceRename.hpp"
 
 #include <orv/Operations/MoveOpr.hpp>
 
@@ -14,8 +15,14 @@ namespace orv {
 std::shared_ptr<MoveOperation> move_item(const Url& src_url, const Url& dest_url,
                                          MoveOperation::StatusClosure status_closure);
 
-/// Does the work of that request, on URLs without links. A batch shares `free_urls`.
+/// State shared by the moves of a batch.
+struct MoveSupport {
+    FreeUrls free_urls = {};
+    NoReplaceRename rename = NoReplaceRename();
+};
+
+/// Does the work of that request, on URLs without links.
 MoveOperation::Status move_item(Request<MoveOperation>& request, const Url& src_url,
-                                const Url& dest_url, FreeUrls& free_urls);
+                                const Url& dest_url, MoveSupport& support);
 
 } // namespace orv

@@ -137,6 +137,7 @@ void BatchCopier::pass_on(const CopyOperation::Status& status)
     } else if (const auto* conflict = std::get_if<status::conflict_occured>(&status)) {
         answers_.settle(conflict->resolver, [&] {
             ahead_.give_up(); // no descriptors while a person thinks
+            support_.staging.close();
             batch_.put(conflict->resolver);
         });
     }

@@ -15,14 +15,14 @@ constexpr ErrorPlace multi_move_place{"src/Operations/MultiMoveOpr",
                                       "move(src_urls:dest_folder_url:status_closure:)"};
 
 /// State shared by the moves of a batch.
-struct MoveSupport {
+struct BatchSupport {
     BatchAnswers answers;
     LinkResolver source_links = {};
     LinkResolver destination_links = {};
-    FreeUrls free_urls = {};
+    MoveSupport each = {};
 };
 
-MoveOperation::Status move_one(MoveBatch& batch, MoveSupport& support, const Url& source,
+MoveOperation::Status move_one(MoveBatch& batch, BatchSupport& support, const Url& source,
                                const Url& folder)
 {
     const Url destination = folder.appending(source.last_path_component());
@@ -32,7 +32,7 @@ MoveOperation::Status move_one(MoveBatch& batch, MoveSupport& support, const Url
     };
     return batch.run_child<MoveOperation>(pass_on, [&](Request<MoveOperation>& request) {
         return move_item(request, support.source_links.resolve(source),
-                         support.destination_links.resolve(destination), support.free_urls);
+                         support.destination_links.resolve(destination), support.each);
     });
 }
 
@@ -41,7 +41,7 @@ MultiMoveOperation::Status run(MoveBatch& batch, const std::vector<Url>& sources
     check_destination_folder(folder, multi_move_place);
     check_sources(sources, folder, multi_move_place);
     batch.tally().expect(-1, static_cast<std::int64_t>(sources.size()));
-    MoveSupport support{BatchAnswers(how_many_conflicts_occur(sources, folder))};
+    BatchSupport support{BatchAnswers(how_many_conflicts_occur(sources, folder))};
     for (const Url& source : sources) {
         const auto outcome = move_one(batch, support, source, folder);
         if (!std::holds_alternative<status::success>(outcome))

@@ -75,8 +75,9 @@ void rename_to(Request<RenameOperation>& request, const Url& url, const std::str
             .known_as(Cause::taken)
             .at(new_url);
     pause_in_test_mode(std::chrono::seconds(1));
+    NoReplaceRename rename;
     move_with_records(folder.appending(url.last_path_component()), folder.appending(new_name),
-                      false);
+                      false, rename);
     request.tally().add_done(new_url);
     set_modification_date_to_now(new_url);
 }

@@ -78,7 +78,8 @@ Url restored(RestoreRequest& request, BatchAnswers& answers, const TrashedItem& 
         check_can_be_replaced(item.url, to.url, restore_place);
     pause_in_test_mode(std::chrono::seconds(1));
     make_folders_above(to.url);
-    move_with_records(item.url, to.url, to.replaces);
+    NoReplaceRename rename; // the next item may go to another volume
+    move_with_records(item.url, to.url, to.replaces, rename);
     trash.remove_info(item.url.last_path_component());
     return to.url;
 }

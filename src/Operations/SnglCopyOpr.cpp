@@ -93,6 +93,7 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
     request.report(status::progress<CopyProgress>{progress});
 
     OpenedDestination to(dest_url, S_ISDIR(mode), replaces);
+    Staging staging;
     ProgressInterval interval;
     RunningSums sums(request.tally());
     const auto tell = [&](float part_done) {
@@ -106,7 +107,7 @@ void copy_item(Request<SnglCopyOperation>& request, const Url& src_url, const Ur
     if (S_ISDIR(mode))
         copy_empty_folder(source, to.item());
     else
-        ItemCopier().copy(source, mode, to.item(), tell);
+        ItemCopier(staging).copy(source, mode, to.item(), tell);
     request.check_cancelled();
     to.publish();
     if (replaces)

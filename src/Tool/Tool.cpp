@@ -41,9 +41,8 @@ int checked_rename(int code, const Url& from, const Place& destination, const Ur
 }
 
 /// Renames the item and returns 0, or EXDEV if it has to go to another volume.
-int rename_item(const Url& from, const Url& to)
+int rename_item(const Url& from, const Url& to, NoReplaceRename& rename)
 try {
-    NoReplaceRename rename;
     const Place source = Place::in_resolved_folder(from);
     const Place destination = Place::in_resolved_folder(to);
     const int code =
@@ -73,9 +72,8 @@ std::optional<std::uint64_t> inode_of(const Place& place)
 }
 
 /// Renames the item over the one at `to`. Returns 0, or EXDEV for another volume.
-int rename_replacing(const Url& from, const Url& to)
+int rename_replacing(const Url& from, const Url& to, NoReplaceRename& rename)
 try {
-    NoReplaceRename rename;
     const Place source = Place::in_resolved_folder(from);
     const Place destination = Place::in_resolved_folder(to);
     if (!is_folder(source) && !is_folder(destination) &&
@@ -208,29 +206,30 @@ try {
 
 void Tool::move_item(const Url& from, const Url& to, const AroundNaming& around)
 {
-    move_watched(from, to, false, around, unwatched());
+    NoReplaceRename rename;
+    move_watched(from, to, false, rename, around, unwatched());
 }
 
 bool Tool::move_item_within_volume(const Url& from, const Url& to, const AroundNaming& around)
 {
-    return attempt_naming(around, [&] { return rename_item(from, to); }) == 0;
+    NoReplaceRename rename;
+    return attempt_naming(around, [&] { return rename_item(from, to, rename); }) == 0;
 }
 
 void Tool::move_item_replacing(const Url& from, const Url& to, const AroundNaming& around)
 {
-    move_watched(from, to, true, around, unwatched());
+    NoReplaceRename rename;
+    move_watched(from, to, true, rename, around, unwatched());
 }
 
-void move_watched(const Url& from, const Url& to, bool replaces, const AroundNaming& around,
-                  const MoveWatch& watch)
+void move_watched(const Url& from, const Url& to, bool replaces, NoReplaceRename& rename,
+                  const AroundNaming& around, const MoveWatch& watch)
 {
-    if (!replaces) {
-        if (!Tool::move_item_within_volume(from, to, around))
-            move_across_volumes(from, to, false, around, watch);
-        return;
-    }
-    if (attempt_naming(around, [&] { return rename_replacing(from, to); }) == EXDEV)
-        move_across_volumes(from, to, true, around, watch);
+    const auto attempt = [&] {
+        return replaces ? rename_replacing(from, to, rename) : rename_item(from, to, rename);
+    };
+    if (attempt_naming(around, attempt) == EXDEV)
+        move_across_volumes(from, to, replaces, around, watch);
 }
 
 const Url& Tool::docs_dir()

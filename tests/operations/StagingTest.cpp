@@ -141,6 +141,21 @@ TEST_F(StagingTest, one_that_cannot_be_moved_to_its_destination_is_built_beside_
     EXPECT_EQ(tree(volume->url()), Texts{"a=text"});
 }
 
+TEST_F(StagingTest, only_a_private_hiding_place_gives_a_file_its_mode_from_the_start)
+{
+    const Destination destination(folder());
+    for (const bool is_private : {true, false}) {
+        Staging staging;
+        staging.can_do_otherwise(EPERM);
+        staging.can_do_otherwise(EXDEV);
+        staging.hide_in({destination.folder, is_private});
+        const PartialFile file = staging.create(destination.folder, 0700);
+        struct stat facts {};
+        EXPECT_EQ(::fstat(file.fd(), &facts), 0);
+        EXPECT_EQ(facts.st_mode & 0777, is_private ? 0700U : 0600U);
+    }
+}
+
 TEST_F(StagingTest, a_processed_files_folder_that_was_cleaned_away_is_made_again)
 {
     const Destination destination(folder());

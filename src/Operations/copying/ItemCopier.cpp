@@ -80,12 +80,17 @@ Error no_partial_file(const Error& cause)
     return raise("Couldn't create destination file.").because_of(cause);
 }
 
-/// The file has its original's mode from the start in most cases, and needs no chmod. Its owner
-/// keeps the right to write until everything else is in it.
+/// The mode for the new copy of a file: the original's from the start in most cases, so the copy
+/// needs no chmod. Its owner keeps the right to write until everything else is in it.
+mode_t mode_while_built(const struct stat& original)
+{
+    return (original.st_mode & 0777U) | 0600U;
+}
+
 std::optional<PartialFile> unnamed_file(const DestinationFolder& folder, mode_t mode)
 {
     try {
-        return PartialFile::unnamed(folder, (mode & 0777U) | 0600U);
+        return PartialFile::unnamed(folder, mode);
     } catch (const Error& cause) {
         throw no_partial_file(cause);
     }
@@ -136,7 +141,8 @@ std::optional<PartialFile> ItemCopier::build(const SourceItem& source,
                                              FileContent& content)
 {
     const OpenedSource opened = open_file(source);
-    std::optional<PartialFile> partial = unnamed_file(destination.folder, opened.status.st_mode);
+    std::optional<PartialFile> partial =
+        unnamed_file(destination.folder, mode_while_built(opened.status));
     if (partial)
         fill(*partial, opened, source.url, destination.url(), content, [](float) {});
     return partial;
@@ -172,7 +178,7 @@ void ItemCopier::copy_file(const SourceItem& source, const DestinationItem& dest
 {
     const OpenedSource opened = open_file(source);
     for (;;) {
-        PartialFile partial = create_partial(destination.folder);
+        PartialFile partial = create_partial(destination.folder, mode_while_built(opened.status));
         fill(partial, opened, source.url, destination.url(), content_, on_progress);
         const int code = staging_.publish(partial, destination.folder, destination.name);
         if (code == 0)
@@ -182,10 +188,10 @@ void ItemCopier::copy_file(const SourceItem& source, const DestinationItem& dest
     }
 }
 
-PartialFile ItemCopier::create_partial(const DestinationFolder& destination)
+PartialFile ItemCopier::create_partial(const DestinationFolder& destination, mode_t mode)
 {
     try {
-        return staging_.create(destination);
+        return staging_.create(destination, mode);
     } catch (const Error& cause) {
         throw no_partial_file(cause);
     }

@@ -27,7 +27,11 @@ public:
     /// Makes the error of an item out of its cause.
     using Wording = Error (*)(const Error& cause);
 
-    explicit ItemCopier(Wording not_placed = move_error) : not_placed_(not_placed) {}
+    /// Hides files under construction with `staging`, which has to outlive this.
+    explicit ItemCopier(Staging& staging, Wording not_placed = move_error)
+        : not_placed_(not_placed), staging_(staging)
+    {
+    }
 
     /// Receives the finished part of a file, 0 to 1. An exception from it ends the copy.
     using OnProgress = FunctionRef<void(float part_done)>;
@@ -52,7 +56,7 @@ public:
     [[nodiscard]] bool can_build() const { return staging_.is_unnamed(); }
 
     /// See `Staging::hide_in`.
-    void hide_in(const DestinationFolder& place) { staging_.hide_in(place); }
+    void hide_in(const Staging::HidingPlace& place) { staging_.hide_in(place); }
 
     /// Creates a folder for its owner alone.
     static void create_folder(const DestinationItem& destination);
@@ -63,10 +67,10 @@ private:
     void copy_whole(Make make, const SourceItem& source, const DestinationItem& destination) const;
     void copy_file(const SourceItem& source, const DestinationItem& destination,
                    OnProgress on_progress);
-    PartialFile create_partial(const DestinationFolder& destination);
+    PartialFile create_partial(const DestinationFolder& destination, mode_t mode);
 
     Wording not_placed_;
-    Staging staging_;
+    Staging& staging_;
     FileContent content_{chunk_pause_in_test_mode()};
 };
 

@@ -50,7 +50,8 @@ try {
 
 } // namespace
 
-void move_with_records(const Url& from, const Url& to, bool replaces, const MoveWatch& watch)
+void move_with_records(const Url& from, const Url& to, bool replaces, NoReplaceRename& rename,
+                       const MoveWatch& watch)
 {
     // Another process may move the item at any moment.
     const auto check = [&] {
@@ -74,7 +75,7 @@ void move_with_records(const Url& from, const Url& to, bool replaces, const Move
     RecordMove records(record_key_of_entry(from), record_key_of_entry(to), replaces);
     const auto before = [&] { records.store_for_both(check); };
     const auto failed = [&] { take_back(records, is_there); };
-    move_watched(from, to, replaces, {before, failed}, watch);
+    move_watched(from, to, replaces, rename, {before, failed}, watch);
     const auto make_durable = [&] {
         try {
             flush_folder_of(to);

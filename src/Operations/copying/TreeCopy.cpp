@@ -96,7 +96,7 @@ public:
                    plan.replaces ? RecordCopies::Onto::replaced_item
                    : plan.merges ? RecordCopies::Onto::folder_to_merge_with
                                  : RecordCopies::Onto::nothing),
-          sums_(request.tally())
+          copier_(plan.staging), sums_(request.tally())
     {
     }
 
@@ -122,6 +122,7 @@ private:
     void come_to_contents(const TreeWalk& walk, const OpenedDestination& top);
     void come_to_end(const TreeWalk& walk);
     void enter(const std::string& name, const OpenedDestination& top);
+    void hide_in_top_folder();
     void leave(int source);
 
     bool handle(const Item& item, const SourceItem& source, const DestinationItem& destination);
@@ -187,7 +188,7 @@ void TreeCopy::copy_top()
         tell(item, 0);
         throw;
     }
-    copier_.hide_in(destination->item().folder);
+    copier_.hide_in({destination->item().folder});
     const SourceItem source{place.folder(), place.path, plan_.source};
     const bool is_taken_in = handle(item, source, destination->item());
     if (is_taken_in && item.is_folder())
@@ -293,12 +294,21 @@ void TreeCopy::enter(const std::string& name, const OpenedDestination& top)
         } else {
             folders_.emplace(top.item().folder, top.item().name, top.item().url(), kept_);
             building_folder_ = duplicate(folders_->innermost().fd);
+            hide_in_top_folder();
         }
     } catch (const Error& error) {
         if (kept_)
             throw;
         no_folder_ = error;
     }
+}
+
+/// Only its owner can open a new folder until the copy leaves it. A folder for a replacement may go
+/// before the note in it, so it hides nothing.
+void TreeCopy::hide_in_top_folder()
+{
+    if (kept_ && building_folder_ && !plan_.replaces)
+        copier_.hide_in({{building_folder_.get(), folders_->innermost().url}, true});
 }
 
 void TreeCopy::leave(int source)

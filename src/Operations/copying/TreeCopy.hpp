@@ -2,6 +2,7 @@
 
 #include "Operations/copying/CopiesAhead.hpp"
 #include "Operations/frame/Request.hpp"
+#include "files/Staging.hpp"
 
 #include <orv/Operations/CopyOpr.hpp>
 
@@ -19,6 +20,7 @@ struct CopyPlan {
     std::int64_t total_size; ///< bytes
     std::size_t steps_ahead; ///< steps the walk may run ahead, with two descriptors each
     BuiltAhead* built;       ///< a copy of the source made before its turn; null for none
+    Staging& staging;        ///< of the whole request
 };
 
 /// Copies an item with everything in it, and the attribute rows of each item after the item. Tells

@@ -29,6 +29,11 @@ DestinationFolders opened_destination(const Url& folder)
                               folder, {});
 }
 
+FileDescriptor second_descriptor(int fd)
+{
+    return FileDescriptor(::fcntl(fd, F_DUPFD_CLOEXEC, 0));
+}
+
 /// Takes a file built ahead but no longer wanted.
 void discard_first(FilesAhead& built)
 {
@@ -42,10 +47,11 @@ void discard_first(FilesAhead& built)
 } // namespace
 
 CopyTarget::CopyTarget(TransferRun& run)
-    : run_(run), records_(run.folder), copier_(copy_error), folders_(opened_destination(run.folder))
+    : run_(run), records_(run.folder), folders_(opened_destination(run.folder)),
+      destination_(second_descriptor(folders_.innermost().fd))
 {
     levels_.emplace_back();
-    copier_.hide_in(folders_.innermost());
+    copier_.hide_in({{destination_.get(), run_.folder}});
 }
 
 std::optional<ItemFacts> CopyTarget::facts_at_destination(const CopyItem& item) const
@@ -240,6 +246,19 @@ void CopyTarget::enter()
         add_row(original);
     levels_.push_back(std::move(entry_->level));
     entry_.reset();
+    hide_in_entered_folder();
+}
+
+/// Only its owner can open a new folder until the copy leaves it. Each hiding place costs a note,
+/// so one of many sources is none. A folder for a replacement may go before the note in it.
+void CopyTarget::hide_in_entered_folder()
+{
+    if (levels_.size() != 2 || run_.plan.sources.size() != 1 || !levels_.back().is_new ||
+        levels_.back().replacing)
+        return;
+    hiding_place_ = second_descriptor(folders_.innermost().fd);
+    if (hiding_place_)
+        copier_.hide_in({{hiding_place_.get(), folders_.innermost().url}, true});
 }
 
 void CopyTarget::leave(int source)

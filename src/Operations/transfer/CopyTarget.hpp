@@ -4,10 +4,12 @@
 #include "Operations/copying/ItemCopier.hpp"
 #include "Operations/copying/OpenedDestination.hpp"
 #include "Operations/transfer/CopyItem.hpp"
+#include "Operations/transfer/TransferErrors.hpp"
 #include "Operations/transfer/TransferRecords.hpp"
 #include "Operations/transfer/TransferRun.hpp"
 #include "files/DestinationFolders.hpp"
 #include "files/FreeName.hpp"
+#include "utility/FileDescriptor.hpp"
 
 #include <cstddef>
 #include <memory>
@@ -101,6 +103,7 @@ private:
     void leave_unchanged(const CopyItem& item);
     void keep_metadata(int source);
     void publish(Level level);
+    void hide_in_entered_folder();
 
     [[nodiscard]] Url url_of(const CopyItem& item) const;
     [[nodiscard]] std::string path_of(const std::string& name) const;
@@ -108,8 +111,12 @@ private:
 
     TransferRun& run_;
     TransferRecords records_;
-    ItemCopier copier_;
+    Staging staging_;
+    ItemCopier copier_{staging_, copy_error};
     DestinationFolders folders_;
+    /// Of the destination and of a new folder in it: `folders_` may close its own.
+    FileDescriptor destination_;
+    FileDescriptor hiding_place_;
     std::vector<Level> levels_; // as many as there are folders
     std::optional<Entry> entry_;
     std::size_t dead_levels_ = 0; // below a folder that is not copied

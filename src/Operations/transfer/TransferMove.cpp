@@ -158,7 +158,7 @@ TransferReport::Outcome TransferMove::place(const Item& item, bool replaces)
         do_abandonable(run_.request, std::move(work));
     };
     move_with_records(
-        item.from, item.to, replaces,
+        item.from, item.to, replaces, rename_,
         {progress, on_failure, holds_left_out, do_long, true, run_.plan.policy.verify});
     if (copied == 0) // a rename moved it
         run_.meter.add(1, 0);

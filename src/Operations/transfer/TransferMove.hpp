@@ -3,6 +3,7 @@
 #include "Operations/transfer/TransferRun.hpp"
 #include "Tool/MoveWatch.hpp"
 #include "files/FreeName.hpp"
+#include "files/NoReplaceRename.hpp"
 
 #include <string>
 
@@ -41,6 +42,7 @@ private:
     MoveWatch::Choice settle_inside(const Item& item, const Url& url, const Error& error);
 
     TransferRun& run_;
+    NoReplaceRename rename_;
     FreeNames free_names_{FreeNames::Numbers::in_brackets}; // in the destination folder
 };
 
