@@ -83,6 +83,21 @@ TEST_F(ListTest, SortsWhatItPrints)
     }
 }
 
+// More than one thread sorts and prints at a time.
+TEST_F(ListTest, PrintsEveryItemOfALongListInOrder)
+{
+    Words names;
+    Words entries;
+    for (int i = 0; i < 20'001; ++i) {
+        names.push_back(std::to_string(100'000 + i));
+        entries.push_back("long/" + names.back() + "=");
+    }
+    make_tree(work(), entries);
+    EXPECT_EQ(lines(orv({"ls", "long"}).out), names);
+    std::reverse(names.begin(), names.end());
+    EXPECT_EQ(lines(orv({"ls", "long", "--desc"}).out), names);
+}
+
 TEST_F(ListTest, KeepsTheChoiceOnlyWhenItIsToRememberIt)
 {
     orv({"attr", "set", "d", "--protected", "on"});
