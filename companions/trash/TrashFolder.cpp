@@ -183,7 +183,28 @@ bool TrashFolder::is_taken(const std::string& name) const
            ::fstatat(info_.get(), info.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-std::string TrashFolder::reserve(const Url& original, TrashInfo::Date date)
+std::vector<std::string> TrashFolder::reserve(std::span<const Url> originals,
+                                              TrashInfo::Date date)
+{
+    std::vector<WrittenInfo> infos;
+    infos.reserve(originals.size());
+    try {
+        for (const Url& original : originals)
+            infos.push_back(write_first_free(original, date));
+        flush_infos(infos);
+    } catch (const Error&) {
+        for (const WrittenInfo& info : infos)
+            remove_info(info.name);
+        throw;
+    }
+    std::vector<std::string> names;
+    names.reserve(infos.size());
+    for (WrittenInfo& info : infos)
+        names.push_back(std::move(info.name));
+    return names;
+}
+
+TrashFolder::WrittenInfo TrashFolder::write_first_free(const Url& original, TrashInfo::Date date)
 {
     const std::string text = TrashInfo{told_path(original), date}.text();
     const std::string first = first_name(original);
@@ -192,8 +213,7 @@ std::string TrashFolder::reserve(const Url& original, TrashInfo::Date date)
         // An item without an info may have the name.
         if (!is_taken(name)) {
             try {
-                write_info(name, text);
-                return name;
+                return write_info(name, text);
             } catch (const Error& error) {
                 if (error.code() != EEXIST)
                     throw;
@@ -203,23 +223,34 @@ std::string TrashFolder::reserve(const Url& original, TrashInfo::Date date)
     }
 }
 
-void TrashFolder::write_info(const std::string& name, const std::string& text) const
+TrashFolder::WrittenInfo TrashFolder::write_info(const std::string& name,
+                                                 const std::string& text) const
 {
     const std::string info_file = info_name(name);
     const Url url = place_.url.appending("info").appending(info_file);
-    const FileDescriptor file(::openat(info_.get(), info_file.c_str(),
-                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                       S_IRUSR | S_IWUSR));
+    FileDescriptor file(::openat(info_.get(), info_file.c_str(),
+                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                 S_IRUSR | S_IWUSR));
     if (!file)
         throw platform_error(errno, url);
     try {
         write_all({file.get(), url}, text, 0);
-        flush(file.get(), url);
-        flush(info_.get(), url);
     } catch (const Error&) {
         ::unlinkat(info_.get(), info_file.c_str(), 0);
         throw;
     }
+    return {name, url, std::move(file)};
+}
+
+/// All are on their way before the first flush: one wait for the disk then serves most of them.
+void TrashFolder::flush_infos(const std::vector<WrittenInfo>& infos) const
+{
+    if (infos.size() > 1)
+        for (const WrittenInfo& info : infos)
+            begin_flush(info.file.get());
+    for (const WrittenInfo& info : infos)
+        flush(info.file.get(), info.url);
+    flush(info_.get(), place_.url.appending("info"));
 }
 
 void TrashFolder::remove_info(const std::string& name) noexcept

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -64,10 +65,12 @@ public:
     [[nodiscard]] Identity identity() const { return identity_; }
     [[nodiscard]] Url url_of(const std::string& name) const;
 
-    /// Writes the info of a coming item to the disk, and returns the name it reserves.
+    /// Writes the infos of coming items to the disk, and returns the names they reserve, in order.
+    /// Needs a descriptor for each item.
     ///
     /// Errors: the platform's; then nothing is there.
-    [[nodiscard]] std::string reserve(const Url& original, TrashInfo::Date date);
+    [[nodiscard]] std::vector<std::string> reserve(std::span<const Url> originals,
+                                                   TrashInfo::Date date);
 
     /// Removes the info of an item that did not come or has left.
     void remove_info(const std::string& name) noexcept;
@@ -100,7 +103,14 @@ private:
     static std::unique_ptr<TrashFolder> open(const TrashPlace& place, bool makes);
     [[nodiscard]] std::string told_path(const Url& original) const;
     [[nodiscard]] bool is_taken(const std::string& name) const;
-    void write_info(const std::string& name, const std::string& text) const;
+    struct WrittenInfo {
+        std::string name; ///< of the item
+        Url url;
+        FileDescriptor file;
+    };
+    [[nodiscard]] WrittenInfo write_first_free(const Url& original, TrashInfo::Date date);
+    [[nodiscard]] WrittenInfo write_info(const std::string& name, const std::string& text) const;
+    void flush_infos(const std::vector<WrittenInfo>& infos) const;
     void destroy_folder(const std::string& name);
 
     TrashPlace place_;

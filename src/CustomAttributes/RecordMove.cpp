@@ -58,28 +58,56 @@ RecordMove::~RecordMove()
 
 void RecordMove::store_for_both(FunctionRef<void()> check)
 {
-    if (from_ == to_)
-        return;
+    const bool any_from = moves_database().read_transaction([&] { return look(); });
+    const auto store_this = [&] { store(check); };
+    if (any_from)
+        moves_database().durable_save_point(store_this);
+    else if (any_)
+        moves_database().save_point(store_this);
+}
+
+void RecordMove::store_each_for_both(std::span<const std::unique_ptr<RecordMove>> moves)
+{
     bool any_from = false;
+    bool any = false;
     moves_database().read_transaction([&] {
-        any_from = RecCustomAttr::any_records_below(from_);
-        any_ = any_from || RecCustomAttr::any_records_below(to_);
+        for (const auto& move : moves) {
+            any_from = move->look() || any_from;
+            any = any || move->any_;
+        }
     });
-    const auto store = [&] {
-        check();
-        if (!RecCustomAttr::any_records_below(from_) && !replaces_)
-            return;
-        replaced_ = RecCustomAttr::fetch_tree(to_);
-        if (replaces_)
-            kept_.keep();
-        RecCustomAttr::delete_records(to_);
-        RecCustomAttr::duplicate_records(from_, to_);
-        remember_stored();
+    const auto store_all = [&] {
+        for (const auto& move : moves)
+            if (move->any_)
+                move->store([] {});
     };
     if (any_from)
-        moves_database().durable_save_point(store);
-    else if (any_)
-        moves_database().save_point(store);
+        moves_database().durable_save_point(store_all);
+    else if (any)
+        moves_database().save_point(store_all);
+}
+
+/// Looks for records of both places. True if the old one has any.
+bool RecordMove::look()
+{
+    if (from_ == to_)
+        return false;
+    const bool any_from = RecCustomAttr::any_records_below(from_);
+    any_ = any_from || RecCustomAttr::any_records_below(to_);
+    return any_from;
+}
+
+void RecordMove::store(FunctionRef<void()> check)
+{
+    check();
+    if (!RecCustomAttr::any_records_below(from_) && !replaces_)
+        return;
+    replaced_ = RecCustomAttr::fetch_tree(to_);
+    if (replaces_)
+        kept_.keep();
+    RecCustomAttr::delete_records(to_);
+    RecCustomAttr::duplicate_records(from_, to_);
+    remember_stored();
 }
 
 void RecordMove::take_back(FunctionRef<bool()> is_there)

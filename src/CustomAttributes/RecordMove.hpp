@@ -6,6 +6,8 @@
 #include <orv/utility/FunctionRef.hpp>
 
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <vector>
 
 namespace orv {
@@ -33,6 +35,12 @@ public:
     /// call.
     void store_for_both(FunctionRef<void()> check);
 
+    /// The same for many moves, with one flush.
+    static void store_each_for_both(std::span<const std::unique_ptr<RecordMove>> moves);
+
+    /// True if records were found for one of the two places.
+    [[nodiscard]] bool has_any() const { return any_; }
+
     /// Stores the former records of the new place again, after the item did not get it. Nothing
     /// happens if the item `is_there` all the same: another process has moved it.
     void take_back(FunctionRef<bool()> is_there);
@@ -43,6 +51,8 @@ public:
     void finish(FunctionRef<void()> make_durable, FunctionRef<bool()> has_moved);
 
 private:
+    [[nodiscard]] bool look();
+    void store(FunctionRef<void()> check);
     void remember_stored();
     void carry_changes();
 

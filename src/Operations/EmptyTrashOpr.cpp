@@ -1,15 +1,19 @@
 #include "Operations/EmptyTrashOpr.hpp"
 
 #include "CustomAttributes/RecCustomAttr.hpp"
+#include "Database/DBManager.hpp"
 #include "Operations/frame/Descriptors.hpp"
 #include "Operations/frame/ErrorPlace.hpp"
+#include "Operations/frame/LockTurn.hpp"
 #include "Operations/frame/Request.hpp"
-#include "Operations/frame/UrlLocker.hpp"
 #include "Operations/trash/TrashedItems.hpp"
 #include "trash/Trashes.hpp"
 
 #include <algorithm>
+#include <exception>
+#include <span>
 #include <utility>
+#include <vector>
 
 namespace orv {
 namespace {
@@ -18,6 +22,41 @@ using EmptyRequest = Request<EmptyTrashOperation>;
 
 constexpr ErrorPlace empty_place{"src/Operations/EmptyTrashOpr",
                                  "empty_trash(older_than:status_closure:)"};
+
+constexpr std::size_t destroyed_at_once = 256;
+
+/// The records of deleted items, which go in one write: at the latest with the end of its life.
+class DestroyedRecords {
+public:
+    DestroyedRecords() = default;
+    ~DestroyedRecords()
+    {
+        try {
+            write();
+        } catch (const std::exception&) {
+            return; // a cancel ends the request anyway
+        }
+    }
+    DestroyedRecords(const DestroyedRecords&) = delete;
+    DestroyedRecords& operator=(const DestroyedRecords&) = delete;
+
+    void add(RecordKey key) { keys_.push_back(std::move(key)); }
+
+    /// Errors: those of the database.
+    void write()
+    {
+        const auto keys = std::exchange(keys_, {});
+        if (keys.empty() || !RecCustomAttr::any_records())
+            return;
+        shared_db_manager().db().save_point([&] {
+            for (const RecordKey& key : keys)
+                RecCustomAttr::delete_records(key);
+        });
+    }
+
+private:
+    std::vector<RecordKey> keys_;
+};
 
 /// One emptying of all trash folders.
 class Emptying {
@@ -36,12 +75,12 @@ public:
         if (limit_)
             note_unreadable(entries);
         std::erase_if(entries, [&](const TrashEntry& entry) { return !is_meant(entry); });
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            request_.check_cancelled();
-            request_.report_soon(status::progress<GeneralProgress>{
-                {trash.url_of(entries[i].name),
-                 static_cast<float>(i) / static_cast<float>(entries.size())}});
-            destroy(trash, entries[i]);
+        done_ = 0;
+        expected_ = entries.size();
+        for (std::span<const TrashEntry> rest = entries; !rest.empty();) {
+            const std::size_t count = std::min(rest.size(), destroyed_at_once);
+            destroy(trash, rest.first(count));
+            rest = rest.subspan(count);
         }
         keep_sizes_of_folders_in(trash);
         trash.remove_stray_infos();
@@ -73,17 +112,65 @@ private:
                                      .because_of(*entry.failure);
     }
 
-    void destroy(TrashFolder& trash, const TrashEntry& entry)
+    /// Deletes some items, with one lock and one write to the database.
+    void destroy(TrashFolder& trash, std::span<const TrashEntry> entries)
+    {
+        if (const auto lock = locked(trash, entries))
+            return destroy_locked(trash, entries);
+        if (entries.size() > 1) // a request uses one of them
+            for (std::size_t i = 0; i < entries.size(); ++i)
+                destroy(trash, entries.subspan(i, 1));
+    }
+
+    void destroy_locked(TrashFolder& trash, std::span<const TrashEntry> entries)
+    {
+        DestroyedRecords records;
+        for (const TrashEntry& entry : entries) {
+            request_.check_cancelled();
+            report_next(trash, entry);
+            destroy(trash, entry, records);
+        }
+        try {
+            records.write();
+        } catch (const Error& cause) {
+            note(cause);
+        }
+    }
+
+    std::optional<LocationLock> locked(const TrashFolder& trash,
+                                       std::span<const TrashEntry> entries)
+    try {
+        std::vector<LockType> locks;
+        for (const TrashEntry& entry : entries)
+            locks.push_back(write(trash.url_of(entry.name)));
+        return LocationLock(std::move(locks));
+    } catch (const Error& cause) {
+        if (entries.size() == 1)
+            note(cause);
+        return std::nullopt;
+    }
+
+    void report_next(const TrashFolder& trash, const TrashEntry& entry)
+    {
+        const auto part = static_cast<float>(done_++) / static_cast<float>(expected_);
+        request_.report_soon(status::progress<GeneralProgress>{{trash.url_of(entry.name), part}});
+    }
+
+    void destroy(TrashFolder& trash, const TrashEntry& entry, DestroyedRecords& records)
     try {
         const Url url = trash.url_of(entry.name);
-        const UrlLock lock(write(url));
-        const RecordKey key = record_key_of_entry(url);
+        RecordKey key = record_key_of_entry(url);
         trash.destroy(entry);
-        RecCustomAttr::delete_records(key);
+        records.add(std::move(key));
         ++count_;
         request_.tally().add_items(1);
         request_.tally().add_result(url);
     } catch (const Error& cause) {
+        note(cause);
+    }
+
+    void note(const Error& cause)
+    {
         if (!first_failure_)
             first_failure_ = empty_place("Couldn't delete an item in the trash.").because_of(cause);
     }
@@ -91,6 +178,8 @@ private:
     EmptyRequest& request_;
     std::optional<TrashInfo::Date> limit_;
     std::int64_t count_ = 0;
+    std::size_t done_ = 0; // in the current trash folder
+    std::size_t expected_ = 0;
     std::optional<Error> first_failure_;
 };
 

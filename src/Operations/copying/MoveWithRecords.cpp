@@ -1,6 +1,7 @@
 #include "Operations/copying/MoveWithRecords.hpp"
 
 #include "CustomAttributes/RecordMove.hpp"
+#include "Database/DBManager.hpp"
 #include "Tool/Tool.hpp"
 #include "Tool/ToolErrors.hpp"
 #include "Tool/VolumeMove.hpp"
@@ -12,9 +13,13 @@
 
 #include <orv/utility/Error.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -46,6 +51,39 @@ try {
     return true;
 } catch (const std::exception&) {
     return false;
+}
+
+using RecordMoves = std::vector<std::unique_ptr<RecordMove>>;
+
+/// Takes the records of the items that have moved from their old places, and those of the others
+/// from the new ones. One flush and one transaction serve all.
+void finish_records(std::span<const MoveWithinVolume> moves, const RecordMoves& records,
+                    const std::vector<bool>& have_moved)
+{
+    bool is_durable = false;
+    const auto make_durable = [&] {
+        if (std::exchange(is_durable, true))
+            return;
+        try {
+            flush_folder_of(moves.front().to);
+        } catch (const Error& cause) {
+            throw error_at_destination("a power cut may take it back", cause);
+        }
+    };
+    const auto finish_all = [&] {
+        for (std::size_t i = 0; i < moves.size(); ++i) {
+            const auto is_there = [&] { return Tool::item_exists(moves[i].to); };
+            const auto has_moved = [&] { return is_there() && !Tool::item_exists(moves[i].from); };
+            if (have_moved[i])
+                records[i]->finish(make_durable, has_moved);
+            else
+                take_back(*records[i], is_there);
+        }
+    };
+    if (std::ranges::none_of(records, [](const auto& move) { return move->has_any(); }))
+        return finish_all();
+    make_durable(); // not in the turn of the database
+    shared_db_manager().db().save_point(finish_all);
 }
 
 } // namespace
@@ -89,29 +127,34 @@ void move_with_records(const Url& from, const Url& to, bool replaces, NoReplaceR
     records.finish(make_durable, has_moved);
 }
 
-bool move_within_volume_with_records(const Url& from, const Url& to)
+void move_within_volume_with_records(std::span<const MoveWithinVolume> moves,
+                                     FunctionRef<void()> poll,
+                                     FunctionRef<void(std::size_t index, bool has_moved)> ended)
 {
-    const auto is_there = [&] { return Tool::item_exists(to); };
-    const auto check = [&] {
-        if (is_there())
+    std::vector<std::unique_ptr<RecordMove>> records;
+    for (const auto& [from, to] : moves) {
+        if (Tool::item_exists(to))
             throw move_error(platform_error(EEXIST, to));
-    };
-    const auto has_moved = [&] { return is_there() && !Tool::item_exists(from); };
+        records.push_back(std::make_unique<RecordMove>(record_key_of_entry(from),
+                                                       record_key_of_entry(to), true));
+    }
+    RecordMove::store_each_for_both(records);
 
-    RecordMove records(record_key_of_entry(from), record_key_of_entry(to), true);
-    const auto before = [&] { records.store_for_both(check); };
-    const auto failed = [&] { take_back(records, is_there); };
-    if (!Tool::move_item_within_volume(from, to, {before, failed}))
-        return false;
-    const auto make_durable = [&] {
-        try {
-            flush_folder_of(to);
-        } catch (const Error& cause) {
-            throw error_at_destination("a power cut may take it back", cause);
+    std::exception_ptr failure;
+    std::vector<bool> have_moved(moves.size());
+    try {
+        for (std::size_t i = 0; i < moves.size(); ++i) {
+            poll();
+            have_moved[i] = Tool::move_item_within_volume(moves[i].from, moves[i].to,
+                                                          {nothing_around, nothing_around});
+            ended(i, have_moved[i]);
         }
-    };
-    records.finish(make_durable, has_moved);
-    return true;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    finish_records(moves, records, have_moved);
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 } // namespace orv

@@ -3,7 +3,11 @@
 #include "Tool/MoveWatch.hpp"
 #include "files/NoReplaceRename.hpp"
 
+#include <orv/utility/FunctionRef.hpp>
 #include <orv/utility/Url.hpp>
+
+#include <cstddef>
+#include <span>
 
 namespace orv {
 
@@ -21,10 +25,20 @@ namespace orv {
 void move_with_records(const Url& from, const Url& to, bool replaces, NoReplaceRename& rename,
                        const MoveWatch& watch = unwatched());
 
-/// Moves the item at `from` to `to` on the same volume, a name for this item alone: attributes
-/// stored there belong to a lost item. False, without effect, if `to` is on another volume.
+/// An item's move to a place on the same volume, a name for this item alone: attributes stored
+/// there belong to a lost item.
+struct MoveWithinVolume {
+    Url from;
+    Url to;
+};
+
+/// Makes the moves one after the other, all into one folder, with the attributes of the items.
+/// Calls `poll` before each and `ended` after it: false, without effect, if the place is on another
+/// volume. The first exception ends it; items moved before stay.
 ///
 /// Errors: those of `Tool::move_item` and of the database.
-bool move_within_volume_with_records(const Url& from, const Url& to);
+void move_within_volume_with_records(std::span<const MoveWithinVolume> moves,
+                                     FunctionRef<void()> poll,
+                                     FunctionRef<void(std::size_t index, bool has_moved)> ended);
 
 } // namespace orv
