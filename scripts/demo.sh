@@ -173,7 +173,21 @@ sed 's/^/  /' watched.log
 expect grep -qx 'renamed sorted.csv -> by-item.csv' watched.log
 rm watched.log
 
-step "15. Delete folders with everything in them, attributes included."
+step "15. Take back the last changes, each in a process of its own, until something was changed since."
+run trash Documents/accounts.csv
+run mv Documents/Letters Photos
+run undo --list
+run undo
+run undo
+expect test -e Documents/accounts.csv -a -e Documents/Letters
+run cp Documents/accounts.csv Backup
+echo 'gifts,20' >>Backup/accounts.csv
+show_command undo
+refused=$("$orv" --home "$home" undo 2>&1) && expect false
+sed 's/^/  /' <<<"$refused"
+expect grep -q 'changed since' <<<"$refused"
+
+step "16. Delete folders with everything in them, attributes included."
 run rm Backup Archive
 expect test ! -e Backup -a ! -e Archive
 run ls .

@@ -226,6 +226,7 @@ private:
             {"thumb", &Parser::add_thumb},
             {"rm", &Parser::add_remove},
             {"trash", &Parser::add_trash},
+            {"undo", &Parser::add_undo},
             {"mkdir", &Parser::add_make_folder},
             {"examples", &Parser::add_examples},
             {"attr", &Parser::add_attributes},
@@ -656,6 +657,17 @@ private:
         });
     }
 
+    void add_undo()
+    {
+        CLI::App* command = app_.add_subcommand("undo", "Take back the last change made with orv");
+        command->add_flag("--list", undo_.lists, "List the changes to take back, the last first");
+        command->footer("New items go to the trash, moved and thrown-away items back to their "
+                        "places. After a change since, the undo is refused; the next one tries it "
+                        "again, and then takes back the change before. Deletions and replacements "
+                        "can't be undone.");
+        command->callback([this] { command_ = undo_; });
+    }
+
     void add_make_folder()
     {
         CLI::App* command = app_.add_subcommand("mkdir", "Create a folder");
@@ -782,6 +794,7 @@ private:
     ThumbCommand thumb_;
     RemoveCommand remove_;
     TrashCommand trash_;
+    UndoCommand undo_;
     MakeFolderCommand make_folder_;
     ExamplesCommand examples_;
     GetAttributesCommand get_attributes_;

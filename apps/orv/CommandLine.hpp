@@ -113,6 +113,10 @@ struct TrashCommand {
     std::optional<std::int64_t> older_than_days; ///< none: empty all
 };
 
+struct UndoCommand {
+    bool lists = false;
+};
+
 struct MakeFolderCommand {
     std::string path;
     bool parents = false;
@@ -138,10 +142,11 @@ struct SetAttributesCommand {
     std::optional<Order> order;
 };
 
-using Command = std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand,
-                             TransferCommand, RenameCommand, WriteCommand, ZipCommand, UnzipCommand,
-                             ThumbCommand, RemoveCommand, TrashCommand, MakeFolderCommand,
-                             ExamplesCommand, GetAttributesCommand, SetAttributesCommand>;
+using Command =
+    std::variant<ListCommand, FindCommand, ProtectedCommand, FolderSizeCommand, TransferCommand,
+                 RenameCommand, WriteCommand, ZipCommand, UnzipCommand, ThumbCommand, RemoveCommand,
+                 TrashCommand, UndoCommand, MakeFolderCommand, ExamplesCommand,
+                 GetAttributesCommand, SetAttributesCommand>;
 
 struct Invocation {
     GlobalOptions options;

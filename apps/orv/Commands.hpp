@@ -27,6 +27,7 @@ void run(const UnzipCommand& command, const Surroundings& surroundings);
 void run(const ThumbCommand& command, const Surroundings& surroundings);
 void run(const RemoveCommand& command, const Surroundings& surroundings);
 void run(const TrashCommand& command, const Surroundings& surroundings);
+void run(const UndoCommand& command, const Surroundings& surroundings);
 void run(const MakeFolderCommand& command, const Surroundings& surroundings);
 void run(const ExamplesCommand& command, const Surroundings& surroundings);
 void run(const GetAttributesCommand& command, const Surroundings& surroundings);

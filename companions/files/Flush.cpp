@@ -36,12 +36,6 @@ void flush(int item, const Url& url)
     }
 }
 
-void begin_flush(int file)
-{
-    // A volume that cannot begin early writes everything at the flush, which reports all failures.
-    (void)::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE);
-}
-
 void flush_folder_of(const Url& url)
 {
     const Url folder_url = url.deleting_last_path_component();

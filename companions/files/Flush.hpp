@@ -10,10 +10,6 @@ namespace orv {
 /// Errors: the platform's, at `url`.
 void flush(int item, const Url& url);
 
-/// Begins to write the new data of the open file to its disk, without a wait: one flush after the
-/// other then takes little more time than a single one.
-void begin_flush(int file);
-
 /// Flushes the parent folder of the item at `url`: no power cut gives the item its old name back,
 /// or takes the new one away. An unreadable or lost folder cannot be flushed, and that is no
 /// failure.

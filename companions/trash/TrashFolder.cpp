@@ -183,8 +183,7 @@ bool TrashFolder::is_taken(const std::string& name) const
            ::fstatat(info_.get(), info.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-std::vector<std::string> TrashFolder::reserve(std::span<const Url> originals,
-                                              TrashInfo::Date date)
+std::vector<std::string> TrashFolder::reserve(std::span<const Url> originals, TrashInfo::Date date)
 {
     std::vector<WrittenInfo> infos;
     infos.reserve(originals.size());
@@ -242,15 +241,17 @@ TrashFolder::WrittenInfo TrashFolder::write_info(const std::string& name,
     return {name, url, std::move(file)};
 }
 
-/// All are on their way before the first flush: one wait for the disk then serves most of them.
+/// A disk takes some milliseconds for each flush, however little there is to write. The flush of
+/// the whole volume takes with it what other programs have written, so it is for many infos only.
 void TrashFolder::flush_infos(const std::vector<WrittenInfo>& infos) const
 {
-    if (infos.size() > 1)
-        for (const WrittenInfo& info : infos)
-            begin_flush(info.file.get());
+    constexpr std::size_t few = 8;
+    const Url folder = place_.url.appending("info");
+    if (infos.size() > few && can_flush_volume(info_.get()))
+        return flush_volume(info_.get(), folder);
     for (const WrittenInfo& info : infos)
         flush(info.file.get(), info.url);
-    flush(info_.get(), place_.url.appending("info"));
+    flush(info_.get(), folder);
 }
 
 void TrashFolder::remove_info(const std::string& name) noexcept

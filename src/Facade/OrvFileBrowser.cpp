@@ -172,6 +172,17 @@ OrvFileBrowser::move_to_trash(std::vector<Url> urls,
     return fm_.move_to_trash(std::move(urls), std::move(status_closure));
 }
 
+std::shared_ptr<UndoOperation>
+OrvFileBrowser::undo_last(UndoOperation::StatusClosure status_closure)
+{
+    return fm_.undo_last(std::move(status_closure));
+}
+
+std::optional<std::string> OrvFileBrowser::undoable() const
+{
+    return fm_.undoable();
+}
+
 std::shared_ptr<FetchTrashedOperation>
 OrvFileBrowser::fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure)
 {

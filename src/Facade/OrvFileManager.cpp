@@ -23,6 +23,7 @@
 #include "Operations/SnglCopyOpr.hpp"
 #include "Operations/ThumbGenerateOpr.hpp"
 #include "Operations/TransferOpr.hpp"
+#include "Operations/UndoOpr.hpp"
 #include "Operations/UnzipOpr.hpp"
 #include "Operations/ZipOpr.hpp"
 #include "Operations/frame/RunningOperations.hpp"
@@ -36,6 +37,7 @@
 #include <orv/Facade/OrvFileManager.hpp>
 #include <orv/utility/Error.hpp>
 
+#include <algorithm>
 #include <future>
 #include <iostream>
 
@@ -251,6 +253,24 @@ OrvFileManager::empty_trash(std::optional<std::chrono::seconds> older_than,
                             EmptyTrashOperation::StatusClosure status_closure)
 {
     return orv::empty_trash(older_than, std::move(status_closure));
+}
+
+std::shared_ptr<UndoOperation>
+OrvFileManager::undo_last(UndoOperation::StatusClosure status_closure)
+{
+    return orv::undo_last(std::move(status_closure));
+}
+
+std::optional<std::string> OrvFileManager::undoable() const
+{
+    const auto requests = orv::undoable_requests();
+    const auto next = std::ranges::find(requests, false, &UndoableRequest::was_refused);
+    return next == requests.end() ? std::nullopt : std::optional(next->sentence);
+}
+
+std::vector<UndoableRequest> OrvFileManager::undoable_requests() const
+{
+    return orv::undoable_requests();
 }
 
 std::shared_ptr<NewFolderOperation>

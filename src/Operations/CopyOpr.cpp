@@ -113,6 +113,9 @@ void copy(CopyRequest& request, const Url& source, const Url& destination, CopyS
     CopyProgress progress =
         told_of_removal(goes_first, [&] { return copy_tree(request, plan, nothing_copied); });
     request.tally().add_result(answer.destination);
+    if (!answer.merges && !answer.replaces)
+        request.add_undo_step(
+            undo_step(UndoVerb::copying, UndoAction::discard, answer.destination));
     progress.value = 1;
     support.has_replaced = support.has_replaced || answer.replaces;
     // A cancel comes too late for an item that is replaced, and for a batch that is done with one.

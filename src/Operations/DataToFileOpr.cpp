@@ -114,6 +114,8 @@ DataToFileOpr::Status run(DataRequest& request, Bytes data, const Url& url)
     if (replaces && !replaces_file)
         delete_records_of_replaced(target);
     request.tally().add_done(target);
+    if (!replaces)
+        request.add_undo_step(undo_step(UndoVerb::writing, UndoAction::discard, target));
     // Keeps the lock for it: it must not delete another request's file. A file in the place of an
     // old item stays, because the old item is gone.
     if (replaces)

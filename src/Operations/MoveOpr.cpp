@@ -74,6 +74,9 @@ MoveOperation::Status move_item(MoveRequest& request, const Url& src_url, const 
                           support.rename);
     });
     request.tally().add_done(answer.destination);
+    if (!answer.replaces)
+        request.add_undo_step(
+            undo_step(UndoVerb::moving, UndoAction::move_back, answer.destination, src_url));
     return status::success{};
 }
 

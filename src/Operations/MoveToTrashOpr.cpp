@@ -146,8 +146,10 @@ MoveToTrashOperation::Status run(TrashRequest& request, const std::vector<Url>& 
     MoveToTrashOperation::success done;
     trash_items(
         trashes, checked(urls, trashes), [&] { request.check_cancelled(); },
-        [&](const Url&, const TrashedItem& item) {
+        [&](const Url& from, const TrashedItem& item) {
             done.items.push_back(item);
+            request.add_undo_step(
+                undo_step(UndoVerb::trashing, UndoAction::restore, item.url, from));
             request.tally().add_done(item.url);
         });
     done.unused = trashes.unused();

@@ -28,6 +28,15 @@ void create(const Url& url, const Url& resolved, bool also_create_intermediates)
     }
 }
 
+/// The folder and the missing ones above it, the lowest first.
+std::vector<Url> missing_up_from(const Url& folder)
+{
+    std::vector<Url> missing;
+    for (Url url = folder; !Tool::item_exists(url); url = url.deleting_last_path_component())
+        missing.push_back(url);
+    return missing;
+}
+
 Status run(Request<NewFolderOperation>& request, const Url& url, bool also_create_intermediates)
 {
     check_path(url, "Given", new_folder_place);
@@ -36,8 +45,11 @@ Status run(Request<NewFolderOperation>& request, const Url& url, bool also_creat
     pause_in_test_mode(std::chrono::seconds(1));
     if (Tool::item_exists(url))
         return NewFolderOperation::error{NewFolderOperation::item_already_exists{}};
+    const std::vector<Url> missing = missing_up_from(resolved);
     create(url, resolved, also_create_intermediates);
     request.tally().add_done(url);
+    for (std::size_t i = missing.size(); i-- > 0;)
+        request.add_undo_step(undo_step(UndoVerb::creating, UndoAction::remove_folder, missing[i]));
     return status::success{};
 }
 

@@ -75,11 +75,25 @@ void rename_to(Request<RenameOperation>& request, const Url& url, const std::str
             .known_as(Cause::taken)
             .at(new_url);
     pause_in_test_mode(std::chrono::seconds(1));
+    const Url from = folder.appending(url.last_path_component());
+    const Url to = folder.appending(new_name);
+    const auto before = undo_step(UndoVerb::renaming, UndoAction::move_back, from);
     NoReplaceRename rename;
-    move_with_records(folder.appending(url.last_path_component()), folder.appending(new_name),
-                      false, rename);
+    move_with_records(from, to, false, rename);
     request.tally().add_done(new_url);
-    set_modification_date_to_now(new_url);
+    const auto note_for_undo = [&] {
+        auto step = undo_step(UndoVerb::renaming, UndoAction::move_back, to, from);
+        if (step && before)
+            step->before = std::to_string(before->identity.modified);
+        request.add_undo_step(std::move(step));
+    };
+    try {
+        set_modification_date_to_now(new_url);
+    } catch (const Error&) {
+        note_for_undo();
+        throw;
+    }
+    note_for_undo();
 }
 
 } // namespace

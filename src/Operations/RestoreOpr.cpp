@@ -81,6 +81,8 @@ Url restored(RestoreRequest& request, BatchAnswers& answers, const TrashedItem& 
     NoReplaceRename rename; // the next item may go to another volume
     move_with_records(item.url, to.url, to.replaces, rename);
     trash.remove_info(item.url.last_path_component());
+    if (!to.replaces)
+        request.add_undo_step(undo_step(UndoVerb::restoring, UndoAction::to_trash, to.url));
     return to.url;
 }
 

@@ -1,4 +1,5 @@
 #include "Operations/frame/Request.hpp"
+#include "Operations/undo/AttributeSteps.hpp"
 
 #include <orv/Operations/SaveAttrOpr.hpp>
 
@@ -18,7 +19,10 @@ save_all_custom_attrs(const std::vector<FileItem>& items, bool auto_update_order
             Request<SaveAttrOperation>& request) -> SaveAttrOperation::Status {
             const auto count = static_cast<std::int64_t>(attributes.size());
             request.tally().expect(-1, count);
+            const AttributesBefore before(attributes);
             save_all(attributes, auto_update_order_numbers);
+            for (UndoStep& step : before.changes())
+                request.add_undo_step(std::move(step));
             request.tally().add_items(count);
             return status::success{};
         });

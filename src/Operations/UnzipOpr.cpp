@@ -153,6 +153,7 @@ UnzipOperation::Status run(UnzipRequest& request, const Url& archive, const Url&
     unpack(request, archive, *container, password);
     container->keep();
     request.tally().add_result(url);
+    request.add_undo_step(undo_step(UndoVerb::unpacking, UndoAction::discard, url));
     // Keeps the lock for it: it must not delete another request's folder.
     request.set_undo([container, lock] { container->remove(); });
     return status::success{};

@@ -146,6 +146,8 @@ ZipOperation::Status run(ZipRequest& request, const Content& content, const Url&
     }
     build_archive(request, content, target, folder);
     request.tally().add_result(target.url);
+    if (!target.replaces)
+        request.add_undo_step(undo_step(UndoVerb::packing, UndoAction::discard, target.url));
     // Keeps the lock for it: it must not delete another request's archive. One in the place of an
     // old item stays, because the old item is gone.
     if (target.replaces) {

@@ -107,6 +107,8 @@ public:
     delete_items(std::vector<Url> at, MultiDeleteOperation::StatusClosure status_closure);
     std::shared_ptr<MoveToTrashOperation>
     move_to_trash(std::vector<Url> urls, MoveToTrashOperation::StatusClosure status_closure);
+    std::shared_ptr<UndoOperation> undo_last(UndoOperation::StatusClosure status_closure);
+    [[nodiscard]] std::optional<std::string> undoable() const;
     std::shared_ptr<FetchTrashedOperation>
     fetch_trashed_items(FetchTrashedOperation::StatusClosure status_closure);
     std::shared_ptr<RestoreOperation> restore(std::vector<TrashedItem> items,

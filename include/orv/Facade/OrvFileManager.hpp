@@ -23,6 +23,7 @@
 #include <orv/Operations/SnglCopyOpr.hpp>
 #include <orv/Operations/ThumbGenerateOpr.hpp>
 #include <orv/Operations/TransferOpr.hpp>
+#include <orv/Operations/UndoOpr.hpp>
 #include <orv/Operations/UnzipOpr.hpp>
 #include <orv/Operations/ZipOpr.hpp>
 #include <orv/archive/ExpansionLimits.hpp>
@@ -175,6 +176,23 @@ public:
     std::shared_ptr<EmptyTrashOperation>
     empty_trash(std::optional<std::chrono::seconds> older_than,
                 EmptyTrashOperation::StatusClosure status_closure);
+
+    /// Takes back the last request that changed something, also after a restart: new items go to
+    /// the trash, moved and thrown-away items back to their former places. If something has changed
+    /// since, the request fails with a sentence, before it does anything; the next undo tries it
+    /// again and, if it fails again, takes back the request before.
+    std::shared_ptr<UndoOperation> undo_last(UndoOperation::StatusClosure status_closure);
+
+    /// A sentence for a menu about the next undo, such as "Undo moving 3 items"; no value if there
+    /// is nothing to undo.
+    ///
+    /// Threading: any, meant for background threads: waits for the database.
+    [[nodiscard]] std::optional<std::string> undoable() const;
+
+    /// The requests that can be taken back, the last one first, at most 200.
+    ///
+    /// Threading: any, meant for background threads: waits for the database.
+    [[nodiscard]] std::vector<UndoableRequest> undoable_requests() const;
 
     /// Creates a folder, and with `also_create_intermediates` the missing ones above it.
     std::shared_ptr<NewFolderOperation>

@@ -135,8 +135,8 @@ void move_within_volume_with_records(std::span<const MoveWithinVolume> moves,
     for (const auto& [from, to] : moves) {
         if (Tool::item_exists(to))
             throw move_error(platform_error(EEXIST, to));
-        records.push_back(std::make_unique<RecordMove>(record_key_of_entry(from),
-                                                       record_key_of_entry(to), true));
+        records.push_back(
+            std::make_unique<RecordMove>(record_key_of_entry(from), record_key_of_entry(to), true));
     }
     RecordMove::store_each_for_both(records);
 

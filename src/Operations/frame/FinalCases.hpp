@@ -12,6 +12,7 @@
 #include <orv/Operations/SearchItemsOpr.hpp>
 #include <orv/Operations/Status.hpp>
 #include <orv/Operations/ThumbGenerateOpr.hpp>
+#include <orv/Operations/UndoOpr.hpp>
 
 #include <type_traits>
 #include <variant>
@@ -76,6 +77,9 @@ struct IsFinalCase<SearchItemsOperation::completed> : std::true_type {
 };
 template <>
 struct IsFinalCase<ThumbGenerateOpr::success> : std::true_type {
+};
+template <>
+struct IsFinalCase<UndoOperation::success> : std::true_type {
 };
 
 /// True if `status` is the last one of its request.

@@ -3,12 +3,14 @@
 #include "Operations/frame/FinalCases.hpp"
 #include "Operations/frame/OperationAccess.hpp"
 #include "Operations/frame/StatusBatch.hpp"
+#include "Operations/undo/UndoJournal.hpp"
 #include "utility/WorkerPool.hpp"
 
 #include <orv/Operations/Status.hpp>
 #include <orv/utility/Fatal.hpp>
 
 #include <cassert>
+#include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -122,6 +124,13 @@ public:
     /// thread calls it or destroys it before the final status.
     void set_undo(std::function<void()> undo) { undo_ = std::move(undo); }
 
+    /// Notes a step for `undo_last`, if there is one. A step of a child is one of its parent.
+    void add_undo_step(std::optional<UndoStep> step)
+    {
+        if (step)
+            undo_steps_->push_back(std::move(*step));
+    }
+
     /// Marks the work as done for good: a cancel from now on comes too late.
     void set_done() { is_done_ = true; }
 
@@ -130,6 +139,7 @@ public:
     void finish(Status outcome)
     {
         assert(is_final(outcome));
+        const std::int64_t undo_line = whole_ ? 0 : UndoJournal::add(*undo_steps_);
         statuses_.finish([&] {
             if constexpr (has_case<status::cancelled, Status>) {
                 if (must_stop()) {
@@ -143,6 +153,8 @@ public:
                 OperationAccess::free(*operation_);
             return std::move(outcome);
         });
+        if (is_taken_back_)
+            UndoJournal::forget(undo_line);
     }
 
 private:
@@ -178,13 +190,16 @@ private:
     {
         undo_();
         tally().clear_results();
+        is_taken_back_ = true;
     }
 
     std::shared_ptr<Operation> operation_;
     StatusBatch<Status, typename Operation::StatusClosure> statuses_;
     std::optional<Whole> whole_;
     std::function<void()> undo_;
+    std::shared_ptr<std::vector<UndoStep>> undo_steps_ = std::make_shared<std::vector<UndoStep>>();
     bool is_done_ = false;
+    bool is_taken_back_ = false;
 };
 
 template <class Operation>
@@ -260,6 +275,7 @@ typename Child::Status Request<Operation>::run_child(typename Child::StatusClosu
                 on_status(status);
         },
         {cancelled_by_caller(), [this] { report_held(); }, [this] { report_all_held(); }});
+    request.undo_steps_ = undo_steps_;
     request.finish(outcome_of(request, work));
     return *last;
 }

@@ -107,6 +107,8 @@ bool CopyTarget::attempt(CopyItem& item, const SourceItem& source, std::optional
     }
     copy(item, source, way, built);
     finish_item(item);
+    if (!item.is_folder() && way != Way::replace)
+        note_for_undo(item);
     return item.is_folder();
 }
 
@@ -208,6 +210,19 @@ void CopyTarget::finish_item(const CopyItem& item)
         run_.log.end(item.source, Outcome::done, url_of(item));
 }
 
+/// An undo takes a new item away, a new folder as a whole.
+void CopyTarget::note_for_undo(const CopyItem& item)
+{
+    if (levels_.back().is_new)
+        return;
+    if (const auto identity = UndoIdentity::of(innermost().fd, item.new_name.c_str()))
+        run_.request.add_undo_step(UndoStep{.verb = UndoVerb::copying,
+                                            .action = UndoAction::discard,
+                                            .url = url_of(item),
+                                            .identity = *identity,
+                                            .noted = undo_time()});
+}
+
 void CopyTarget::add_row(const CopyItem& item)
 {
     records_.add(item.path, path_of(item.new_name),
@@ -273,8 +288,10 @@ void CopyTarget::leave(int source)
     levels_.pop_back();
     const CopyItem& original = *level.original;
     if (level.replacing)
-        publish(std::move(level));
-    else if (original.is_source)
+        return publish(std::move(level));
+    if (level.is_new)
+        note_for_undo(original);
+    if (original.is_source)
         run_.log.end(original.source, Outcome::done, url_of(original));
 }
 
@@ -340,9 +357,20 @@ void CopyTarget::abandon() noexcept
         if (!is_hidden)
             folders_.abandon();
         records_.write();
+        note_partial_folder_for_undo();
     } catch (const std::exception&) {
         return; // the transfer already ends with an earlier error
     }
+}
+
+/// A folder that was to replace an item is gone, with everything in it.
+void CopyTarget::note_partial_folder_for_undo()
+{
+    const auto first = std::ranges::find_if(
+        levels_, [](const Level& level) { return level.is_new || level.replacing; });
+    if (first != levels_.end() && !first->replacing)
+        run_.request.add_undo_step(
+            undo_step(UndoVerb::copying, UndoAction::discard, run_.folder.appending(first->path)));
 }
 
 Url CopyTarget::url_of(const CopyItem& item) const

@@ -99,6 +99,8 @@ private:
     void set_entry(const CopyItem& item, std::string name, DestinationFolders::Kept kept,
                    std::unique_ptr<OpenedDestination> replacing = {});
     void finish_item(const CopyItem& item);
+    void note_for_undo(const CopyItem& item);
+    void note_partial_folder_for_undo();
     void add_row(const CopyItem& item);
     void leave_unchanged(const CopyItem& item);
     void keep_metadata(int source);

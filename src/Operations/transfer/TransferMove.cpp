@@ -74,8 +74,10 @@ void TransferMove::move(const TransferSource& source)
         run_.log.end(source.index, outcome, is_there ? std::optional(item.to) : std::nullopt);
     } catch (const Exception&) {
         // A cancel came when the copy on another volume was complete already.
-        if (!Tool::item_exists(source.url) && Tool::item_exists(item.to))
+        if (!Tool::item_exists(source.url) && Tool::item_exists(item.to)) {
             run_.log.end(source.index, Outcome::done, item.to);
+            note_for_undo(source.url, item.to);
+        }
         throw;
     }
 }
@@ -162,7 +164,14 @@ TransferReport::Outcome TransferMove::place(const Item& item, bool replaces)
         {progress, on_failure, holds_left_out, do_long, true, run_.plan.policy.verify});
     if (copied == 0) // a rename moved it
         run_.meter.add(1, 0);
+    if (!replaces)
+        note_for_undo(item.from, item.to);
     return Outcome::done;
+}
+
+void TransferMove::note_for_undo(const Url& from, const Url& to)
+{
+    run_.request.add_undo_step(undo_step(UndoVerb::moving, UndoAction::move_back, to, from));
 }
 
 /// Settles the fate of an item in a folder on its way to another volume.

@@ -39,6 +39,7 @@ private:
     Outcome attempt_taken(Item& item, const TakenName& taken);
     Outcome place(const Item& item, bool replaces);
     Outcome merge(const Item& item);
+    void note_for_undo(const Url& from, const Url& to);
     MoveWatch::Choice settle_inside(const Item& item, const Url& url, const Error& error);
 
     TransferRun& run_;
