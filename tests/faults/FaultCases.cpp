@@ -368,6 +368,22 @@ FaultCase empty_trash_case()
     return finished(std::move(request));
 }
 
+/// `done` has been made, and is taken back: what it moved comes to the other places.
+FaultCase undo_case(const std::string& name, const FaultCase& done,
+                    const std::vector<std::pair<std::string, std::string>>& moved)
+{
+    FaultCase request{.name = name,
+                      .arguments = {"undo"},
+                      .before = done.after,
+                      .after = done.after,
+                      .first = done.arguments,
+                      .start = done.before,
+                      .moved = moved,
+                      .step = 7};
+    move_items(request);
+    return finished(std::move(request));
+}
+
 FaultCase new_folder_case()
 {
     FaultCase request{.name = "new folder",
@@ -512,9 +528,14 @@ const std::vector<FaultCase>& fault_cases()
         move_across_making_room_case(),
         write_making_room_case(),
         delete_case(),
-        move_case("trash", {"trash", "@" + tree}, {{tree, trashed_tree}}),
+        move_case("trash", {"trash", "@" + tree, "@home/shelf/treetop"},
+                  {{tree, trashed_tree},
+                   {"home/shelf/treetop", std::string(trashed_items) + "/treetop"}}),
         restore_case(),
         empty_trash_case(),
+        undo_case("undo of a copy", copy_case(), {{copy, trashed_tree}}),
+        undo_case("undo of a move", move_case("", {"mv", "@" + tree, "@home/dest"}, {{tree, copy}}),
+                  {{copy, tree}}),
         new_folder_case(),
         attributes_case(),
         zip_case(),

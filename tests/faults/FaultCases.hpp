@@ -25,6 +25,9 @@ struct FaultCase {
     std::vector<std::string> arguments;
     Scene before;
     Scene after = {}; ///< when it is done
+    /// A request made before it without faults, which brings `start` into the state of `before`.
+    std::vector<std::string> first = {};
+    Scene start = {};
     Lacking lacking = {};
     bool needs_volume = false; ///< "volume" and "home/disk" have to be other ones than the home
     /// Of those volumes, when they have no room for the old item beside the new one: the old one

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 namespace orv::test {
@@ -64,13 +65,21 @@ private:
 
 } // namespace
 
-SiteOfCase::SiteOfCase(const FaultCase& request) : site(request.before)
+SiteOfCase::SiteOfCase(const FaultCase& case_)
+    : request(case_), site(request.first.empty() ? request.before : request.start)
 {
     site.lack(request.lacking);
     site.give_input(request.input);
     if (request.needs_volume)
         for (const char* place : {"volume", "home/disk"})
             volumes.push_back(Mount::tmpfs(site.root().appending(place), request.tight_volume));
+}
+
+void SiteOfCase::reset()
+{
+    site.reset();
+    if (!request.first.empty() && site.run(request.first).exit_code != 0)
+        throw std::runtime_error("the first request doesn't work");
 }
 
 Tally& Tally::operator+=(const Tally& other)
@@ -90,7 +99,7 @@ Tally sweep(const FaultCase& request, Fault::Kind kind, int code, long step)
 {
     const auto make_trial = [&]() -> std::function<Trial(long)> {
         return [&, place = std::make_shared<SiteOfCase>(request)](long at) {
-            place->site.reset();
+            place->reset();
             const Fault fault{.kind = kind, .at = at, .code = code};
             const Supervision ending = place->site.run(request.arguments, fault);
             return Trial{!ending.hit.empty(), ending.hit,

@@ -15,6 +15,10 @@ namespace orv::test {
 struct SiteOfCase {
     explicit SiteOfCase(const FaultCase& request);
 
+    /// Makes everything as it is before the request.
+    void reset();
+
+    const FaultCase& request;
     Site site;
     std::vector<Mount> volumes;
 };
