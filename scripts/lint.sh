@@ -21,8 +21,8 @@ tidy() {
     fi
 }
 
-# Where the headers are that those of the decoders include.
-foreign=$(pkg-config --cflags-only-I vips-cpp gmodule-2.0 libavformat | sed 's/-I/-isystem /g')
+# Where the headers of other libraries are that ours include.
+foreign=$(pkg-config --cflags-only-I vips-cpp gmodule-2.0 libavformat uchardet | sed 's/-I/-isystem /g')
 
 compile_alone() {
     # shellcheck disable=SC2086 # several words

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <new>
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(__clang__)
 #include <sys/platform/x86.h>
 #endif
 
@@ -113,14 +113,37 @@ template <int lanes>
 }
 #endif
 
+// GCC's own question would ask the processor in every process, before main. The header with the C
+// library's answer is not for Clang.
+#if defined(__x86_64__) && defined(__clang__)
+bool has_512_bits()
+{
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl");
+}
+
+bool has_256_bits()
+{
+    return __builtin_cpu_supports("avx2");
+}
+#elif defined(__x86_64__)
+bool has_512_bits()
+{
+    return CPU_FEATURE_ACTIVE(AVX512F) && CPU_FEATURE_ACTIVE(AVX512VL);
+}
+
+bool has_256_bits()
+{
+    return CPU_FEATURE_ACTIVE(AVX2);
+}
+#endif
+
 template <int lanes>
 void derive_in_lanes(Derivation& derivation)
 {
 #if defined(__x86_64__)
-    // The compiler's own question would ask the processor in every process, before main.
-    if (CPU_FEATURE_ACTIVE(AVX512F) && CPU_FEATURE_ACTIVE(AVX512VL))
+    if (has_512_bits())
         return derive_in_512_bits<lanes>(derivation);
-    if (CPU_FEATURE_ACTIVE(AVX2))
+    if (has_256_bits())
         return derive_in_256_bits<lanes>(derivation);
 #endif
     Pbkdf2Lanes<lanes>::derive(derivation);
