@@ -10,6 +10,7 @@ namespace orv::picture {
 extern const char turbojpeg_file[];
 
 // Loaded with the first call. Callers in this namespace find these before the functions themselves.
+// NOLINTBEGIN(readability-identifier-naming): the names of those functions
 inline constinit const LoadedLater<decltype(::tjCompress2)> tjCompress2{turbojpeg_file,
                                                                         "tjCompress2"};
 inline constinit const LoadedLater<decltype(::tjDecompress2)> tjDecompress2{turbojpeg_file,
@@ -24,5 +25,6 @@ inline constinit const LoadedLater<decltype(::tjInitCompress)> tjInitCompress{tu
                                                                               "tjInitCompress"};
 inline constinit const LoadedLater<decltype(::tjInitDecompress)> tjInitDecompress{
     turbojpeg_file, "tjInitDecompress"};
+// NOLINTEND(readability-identifier-naming)
 
 } // namespace orv::picture

@@ -248,6 +248,7 @@ bool check_seen_places(const SeenItems& seen)
         moves.add_nearby(Url(folder), missing);
     const bool any_left = moves.run();
     std::vector<RecItemIdentity> new_here;
+    new_here.reserve(seen_at.size());
     for (auto& [path, identity] : seen_at)
         new_here.push_back({path, identity});
     remember(new_here);

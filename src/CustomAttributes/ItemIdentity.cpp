@@ -39,6 +39,7 @@ void make_identities_table()
 std::vector<Argument> texts_of(const std::vector<RecItemIdentity>& rows)
 {
     std::vector<Argument> texts;
+    texts.reserve(rows.size());
     for (const RecItemIdentity& row : rows)
         texts.emplace_back(row.relative_path);
     return texts;
@@ -88,6 +89,7 @@ std::vector<RecItemIdentity> RecItemIdentity::fetch_like(std::span<const ItemIde
     if (!has_rows(identities_database(), "item_identities", identities.size() + 1))
         return array<RecItemIdentity>(identities_database(), sql(identities_where, "1"));
     std::vector<Argument> values;
+    values.reserve(identities.size());
     for (const ItemIdentity& identity : identities)
         values.emplace_back(identity.inode);
     return array_in<RecItemIdentity>(identities_database(), sql(identities_where, "inode IN ("),
@@ -97,6 +99,7 @@ std::vector<RecItemIdentity> RecItemIdentity::fetch_like(std::span<const ItemIde
 std::vector<RecItemIdentity> RecItemIdentity::fetch_all(std::span<const RecordKey> keys)
 {
     std::vector<Argument> values;
+    values.reserve(keys.size());
     for (const RecordKey& key : keys)
         values.emplace_back(key.text());
     return array_in<RecItemIdentity>(identities_database(),

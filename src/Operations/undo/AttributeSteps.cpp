@@ -40,6 +40,7 @@ std::string text_now(const Url& url)
 AttributesBefore::AttributesBefore(const std::vector<CustomAttributes>& items)
 {
     std::vector<Url> urls;
+    urls.reserve(items.size());
     for (const CustomAttributes& item : items)
         urls.push_back(item.url);
     // Custom sorting is an attribute of the folder; the items of a list mostly share one.
