@@ -7,6 +7,9 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
+
+#include <unistd.h>
 
 namespace {
 
@@ -21,6 +24,7 @@ void work_in(const Url& home)
     locations.app_support_dir = home.appending(".local/share/orv");
     locations.temp_dir = home.appending(".cache/orv/tmp");
     OrvFileManager::configure(locations);
+    set_fatal_handler([](std::string_view) { ::_exit(1); }); // as in the command
 }
 
 /// The error that ends the request; none after a success.
