@@ -36,18 +36,13 @@ Error refused(const std::string& reason, const Url& url)
 
 constexpr std::int64_t ns_of_second = 1'000'000'000;
 
-bool is_later(const struct statx_timestamp& time, std::int64_t noted)
-{
-    return time.tv_sec * ns_of_second + time.tv_nsec > noted;
-}
-
 bool is_folder_there(const Url& url)
 {
     const Place place = Place::of(url);
     return S_ISDIR(item_facts(place.folder(), place.name(), url).stx_mode);
 }
 
-/// Copies keep the dates of their originals, so a date after the note is that of a change. The
+/// Copies keep the dates of their originals, so a date not before the note is that of a change. The
 /// entries of a folder change its date.
 void check_contents_are_unchanged(const UndoStep& step, FunctionRef<void()> poll)
 {
@@ -58,7 +53,7 @@ void check_contents_are_unchanged(const UndoStep& step, FunctionRef<void()> poll
         if (event != TreeWalk::Event::item)
             continue;
         poll();
-        if (is_later(walk.facts().stx_mtime, step.noted))
+        if (nanoseconds(walk.facts().stx_mtime) >= step.noted)
             throw refused("something in it was changed since", walk.path());
     }
 }
@@ -68,7 +63,7 @@ void check_contents_are_unchanged(const UndoStep& step, FunctionRef<void()> poll
 void check_is_untouched(const UndoStep& step, const Error& no_trash, FunctionRef<void()> poll)
 {
     const auto check = [&](const struct statx& facts, const Url& url) {
-        if (is_later(facts.stx_ctime, step.noted))
+        if (nanoseconds(facts.stx_ctime) > step.noted)
             throw refused("there is no trash for it, and it may have been changed since", url)
                 .because_of(no_trash);
     };

@@ -43,12 +43,12 @@ std::string_view word_of(UndoVerb verb)
     return "changing"; // by a later version
 }
 
+} // namespace
+
 std::int64_t nanoseconds(const struct statx_timestamp& time)
 {
     return time.tv_sec * ns_per_second + time.tv_nsec;
 }
-
-} // namespace
 
 std::optional<UndoIdentity> UndoIdentity::of(int folder, const char* name)
 {
@@ -79,10 +79,12 @@ try {
     return std::nullopt;
 }
 
+// File systems date a change by the start of the kernel's tick, some milliseconds long. A finer
+// clock would take a change right after the note for an older one.
 std::int64_t undo_time()
 {
     struct timespec time {};
-    ::clock_gettime(CLOCK_REALTIME, &time);
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &time);
     return time.tv_sec * ns_per_second + time.tv_nsec;
 }
 

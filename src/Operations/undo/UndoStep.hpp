@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include <sys/stat.h>
+
 namespace orv {
 
 /// The kind of a request that can be taken back. The numbers are stored.
@@ -74,7 +76,10 @@ struct UndoStep {
 [[nodiscard]] std::optional<UndoStep> undo_step(UndoVerb verb, UndoAction action, const Url& url,
                                                 const Url& origin = {});
 
-/// The system's time in nanoseconds.
+/// A time of an item in nanoseconds since 1970.
+[[nodiscard]] std::int64_t nanoseconds(const struct statx_timestamp& time);
+
+/// The system's time in nanoseconds since 1970, as a file system would date a change now.
 [[nodiscard]] std::int64_t undo_time();
 
 /// Such as "moving “a.txt”" or "moving 3 items".
