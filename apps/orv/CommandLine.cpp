@@ -770,7 +770,7 @@ private:
         return std::string("orv: ") + error.what() + "\nSee " + name + " --help.\n";
     }
 
-    /// What the options with a word of a list do with it; the parser refers to them.
+    /// Store the words of options with a fixed list of words. The parser keeps references to them.
     std::deque<std::function<void(const std::string&)>> takers_;
     CLI::App app_{"Lists, finds, measures, copies, moves, writes and deletes files, and keeps "
                   "their attributes.",

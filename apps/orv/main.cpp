@@ -43,7 +43,7 @@ void end_after_fatal_error(std::string_view /*text*/)
 
 void set_up_process(const GlobalOptions& options)
 {
-    // A long list grows on a background thread. That thread's own heap would grow by single pages.
+    // A long list grows on a background thread, and a heap of its own would grow by single pages.
     ::mallopt(M_ARENA_MAX, 1);
     std::signal(SIGPIPE, SIG_IGN);
     std::setlocale(LC_CTYPE, "C.UTF-8"); // the source of the widths of characters

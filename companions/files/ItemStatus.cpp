@@ -5,6 +5,7 @@
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
+#include <limits>
 
 #include <fcntl.h>
 
@@ -44,6 +45,18 @@ struct statx item_facts(int folder, const char* name, const Url& url)
                 STATX_BASIC_STATS, &facts) != 0)
         throw platform_error(errno, url);
     return facts;
+}
+
+std::int64_t nanoseconds(const struct statx_timestamp& time)
+{
+    using Limits = std::numeric_limits<std::int64_t>;
+    constexpr std::int64_t per_second = 1'000'000'000;
+    constexpr std::int64_t last_second = Limits::max() / per_second - 1;
+    if (time.tv_sec > last_second)
+        return Limits::max();
+    if (time.tv_sec < -last_second)
+        return Limits::min();
+    return time.tv_sec * per_second + time.tv_nsec;
 }
 
 bool is_directory(const Url& url)

@@ -3,6 +3,7 @@
 #include <orv/utility/Error.hpp>
 #include <orv/utility/Url.hpp>
 
+#include <cstdint>
 #include <optional>
 
 #include <sys/stat.h>
@@ -23,6 +24,9 @@ namespace orv {
 ///
 /// Errors: the platform's, at `url`.
 [[nodiscard]] struct statx item_facts(int folder, const char* name, const Url& url);
+
+/// A time of an item in nanoseconds since 1970; the nearest one in range for times out of it.
+[[nodiscard]] std::int64_t nanoseconds(const struct statx_timestamp& time);
 
 /// True if the item is a folder or a link to one.
 [[nodiscard]] bool is_directory(const Url& url);

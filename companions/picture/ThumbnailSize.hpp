@@ -59,8 +59,8 @@ constexpr std::array<std::uint32_t, 4> shared_sides = {128, 256, 512, 1024};
 /// The smallest square whose shared picture shows enough; none where no square does.
 [[nodiscard]] std::optional<std::uint32_t> shared_side(PictureSize full, SizeWanted wanted);
 
-/// The size of the delivered picture: `thumbnail_size(full, wanted)`, or that of a shared picture
-/// if one is wanted and shows enough; `full` if no picture can have that size.
+/// The size of the delivered picture: `thumbnail_size(full, wanted)`, or the size of a shared
+/// picture if the caller wants one and it shows enough. Returns `full` for an impossible size.
 [[nodiscard]] PictureSize delivered_size(PictureSize full, SizeWanted wanted);
 
 } // namespace orv

@@ -111,8 +111,10 @@ private:
 
 void AttributeMoves::add(const RecItemIdentity& known, const RecordKey& to)
 {
+    if (to.text() == known.relative_path)
+        return;
     const Url place = url_from_resolved_path(to.text());
-    if (to.text() == known.relative_path || is_hidden_name(place.last_path_component()))
+    if (is_hidden_name(place.last_path_component()))
         return;
     const Url old_place = url_from_resolved_path(known.relative_path);
     const bool is_taken = item_status(old_place, AT_SYMLINK_NOFOLLOW).has_value();
@@ -175,8 +177,11 @@ void AttributeMoves::take(const Move& move, Taken& taken)
     const auto still = RecItemIdentity::fetch(move.from);
     if (!still || still->identity != move.known.identity)
         return;
+    const auto there = RecItemIdentity::fetch(move.to);
+    if (there && there->identity == move.known.identity)
+        return; // another name of the item, with attributes of its own
     taken.identities.push_back({move.to.text(), move.known.identity});
-    if (RecCustomAttr::fetch(move.to) && !RecItemIdentity::fetch(move.to))
+    if (RecCustomAttr::fetch(move.to) && !there)
         return RecItemIdentity::erase(move.from);
     const std::size_t prefix = move.from.text().size();
     for (RecCustomAttr& record : RecCustomAttr::fetch_tree(move.from)) {

@@ -3,6 +3,7 @@
 #include "CustomAttributes/RecordSql.hpp"
 #include "CustomAttributes/RecordTree.hpp"
 #include "Database/DBManager.hpp"
+#include "files/ItemStatus.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -49,14 +50,12 @@ std::vector<Argument> texts_of(const std::vector<RecItemIdentity>& rows)
 
 std::optional<ItemIdentity> identity_at(const Url& url)
 {
-    constexpr std::int64_t per_second = 1'000'000'000;
     struct statx facts {};
     if (::statx(AT_FDCWD, url.path().c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
                 STATX_INO | STATX_BTIME, &facts) != 0 ||
         !(facts.stx_mask & STATX_BTIME))
         return std::nullopt;
-    return ItemIdentity{static_cast<std::int64_t>(facts.stx_ino),
-                        facts.stx_btime.tv_sec * per_second + facts.stx_btime.tv_nsec};
+    return ItemIdentity{static_cast<std::int64_t>(facts.stx_ino), nanoseconds(facts.stx_btime)};
 }
 
 RecItemIdentity RecItemIdentity::from_row(const Row& row)

@@ -1,6 +1,7 @@
 #include "Misc/FileItem.hpp"
 
 #include "Misc/PackageExtensions.hpp"
+#include "files/ItemStatus.hpp"
 #include "files/Place.hpp"
 #include "utility/FileNames.hpp"
 
@@ -8,7 +9,6 @@
 #include <orv/utility/Error.hpp>
 
 #include <cerrno>
-#include <limits>
 
 #include <fcntl.h>
 
@@ -31,16 +31,9 @@ struct statx facts_of(const Url& url)
     return facts;
 }
 
-/// A time outside the range of nanoseconds becomes the nearest one inside.
 FileItem::Date date(const statx_timestamp& time)
 {
-    constexpr std::int64_t per_second = 1'000'000'000;
-    constexpr std::int64_t last_second = std::numeric_limits<std::int64_t>::max() / per_second - 1;
-    if (time.tv_sec > last_second)
-        return FileItem::Date::max();
-    if (time.tv_sec < -last_second)
-        return FileItem::Date::min();
-    return FileItem::Date(std::chrono::nanoseconds(time.tv_sec * per_second + time.tv_nsec));
+    return FileItem::Date(std::chrono::nanoseconds(nanoseconds(time)));
 }
 
 void set_name(FileItem& item, std::string_view name)

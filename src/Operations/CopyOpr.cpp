@@ -118,7 +118,8 @@ void copy(CopyRequest& request, const Url& source, const Url& destination, CopyS
             undo_step(UndoVerb::copying, UndoAction::discard, answer.destination));
     progress.value = 1;
     support.has_replaced = support.has_replaced || answer.replaces;
-    // A cancel comes too late for an item that is replaced, and for a batch that is done with one.
+    // A replaced item cannot come back, so a cancel after it is too late; at the end of a batch,
+    // too.
     if (answer.replaces || (support.is_last && support.has_replaced))
         request.set_done();
     request.check_cancelled();

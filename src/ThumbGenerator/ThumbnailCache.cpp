@@ -1,5 +1,6 @@
 #include "ThumbGenerator/ThumbnailCache.hpp"
 
+#include "files/ItemStatus.hpp"
 #include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -10,14 +11,6 @@
 #include <sys/stat.h>
 
 namespace orv {
-namespace {
-
-std::int64_t nanoseconds(const struct statx_timestamp& time)
-{
-    return time.tv_sec * 1'000'000'000 + time.tv_nsec;
-}
-
-} // namespace
 
 std::optional<FileVersion> version_of(const Url& url)
 try {

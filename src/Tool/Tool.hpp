@@ -74,9 +74,8 @@ public:
     /// Across volumes, the item is copied to the disk, out of sight until it is complete, and then
     /// removed at its old place. This may take long, and nothing interrupts it. It keeps the
     /// properties a copy keeps, and several names of one file. A failure leaves the source whole
-    /// and nothing at the destination, unless the error says the destination is complete: then only
-    /// items that could not be removed, or that were changed or added meanwhile, stay at the
-    /// source.
+    /// and nothing at the destination, unless the error says the destination is complete. Then only
+    /// a few items stay at the source: changed, added or irremovable ones.
     ///
     /// Errors: "Couldn't move the item", followed by the platform's error: code EEXIST if an item
     /// stands at `to`. Across volumes, before any copying, also for items that could not be

@@ -128,6 +128,16 @@ TEST_F(FollowedItems, are_known_after_a_move_of_our_own_and_a_save)
     EXPECT_EQ(rows(), (Texts{"d/b=2", "e/c=1", "e/g=3", "e/i=4"}));
 }
 
+TEST_F(FollowedItems, of_two_names_keep_their_own_when_one_goes)
+{
+    begin(true);
+    run("ln d/a d/l");
+    save_all({{home("d/l"), false, 9, false, false}, {home("d/a"), false, 1, false, false}}, false);
+    run("rm d/l");
+    look_at({"d"});
+    EXPECT_EQ(CustomAttributes::fetch(home("d/a")).value().order_no, 1);
+}
+
 TEST_F(FollowedItems, stay_with_their_paths_unless_asked_for)
 {
     begin(false);

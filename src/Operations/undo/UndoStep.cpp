@@ -1,5 +1,6 @@
 #include "Operations/undo/UndoStep.hpp"
 
+#include "files/ItemStatus.hpp"
 #include "files/Place.hpp"
 
 #include <orv/utility/Error.hpp>
@@ -44,11 +45,6 @@ std::string_view word_of(UndoVerb verb)
 }
 
 } // namespace
-
-std::int64_t nanoseconds(const struct statx_timestamp& time)
-{
-    return time.tv_sec * ns_per_second + time.tv_nsec;
-}
 
 std::optional<UndoIdentity> UndoIdentity::of(int folder, const char* name)
 {

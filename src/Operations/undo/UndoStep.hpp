@@ -6,8 +6,6 @@
 #include <optional>
 #include <string>
 
-#include <sys/stat.h>
-
 namespace orv {
 
 /// The kind of a request that can be taken back. The numbers are stored.
@@ -75,9 +73,6 @@ struct UndoStep {
 /// The step of a moved or newly made item. No value if it is gone.
 [[nodiscard]] std::optional<UndoStep> undo_step(UndoVerb verb, UndoAction action, const Url& url,
                                                 const Url& origin = {});
-
-/// A time of an item in nanoseconds since 1970.
-[[nodiscard]] std::int64_t nanoseconds(const struct statx_timestamp& time);
 
 /// The system's time in nanoseconds since 1970, as a file system would date a change now.
 [[nodiscard]] std::int64_t undo_time();
